@@ -1,0 +1,17 @@
+/**
+ * @file tlux.h
+ * @brief The whole exported interface of tlux: dynamic range optimization of NV21 and NV12 frames
+ *        and the toolkit of image operations it is built from.
+ *
+ * Plain C, usable from C99 and from C++11 on. Each part can also be included alone.
+ */
+#ifndef TLUX_H
+#define TLUX_H
+
+#include "tlux/base.h"
+#include "tlux/engine.h"
+#include "tlux/image.h"
+#include "tlux/platform.h"
+#include "tlux/transfer.h"
+
+#endif /* TLUX_H */

@@ -1,0 +1,17 @@
+#!/bin/sh
+# Checks formatting and runs clang-tidy over the library and the command. usage: scripts/lint.sh [--fix]
+set -eu
+cd "$(dirname "$0")/.."
+sources=$(git ls-files '*.c' '*.h' '*.cpp' '*.hpp')
+if [ "${1:-}" = --fix ]; then
+  clang-format -i $sources
+else
+  clang-format --dry-run -Werror $sources
+fi
+[ -f build/release/compile_commands.json ] || cmake --preset release >/dev/null
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! run-clang-tidy -quiet -p build/release '/(src|apps)/' >"$log" 2>/dev/null; then
+  grep -E 'error|warning:' "$log" | sort -u
+  exit 1
+fi

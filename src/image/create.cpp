@@ -1,0 +1,88 @@
+#include <limits>
+
+#include "image/format.hpp"
+#include "platform/scratch.hpp"
+
+uint32_t gi32PixelArrangement = 0x16161616;
+
+namespace tlux {
+namespace {
+
+// Sets format, size and pitches of a zeroed record; false when a pitch does not fit the record.
+bool setLayout(TLUX_IMAGE& image, const Format& format, const std::array<PlaneSize, 3>& sizes,
+               std::int32_t width, std::int32_t height) {
+  image.format = format.code;
+  image.width = width;
+  image.height = height;
+  for (std::size_t i = 0; i < sizes.size(); ++i) {
+    if (sizes[i].pitch > std::numeric_limits<std::int32_t>::max()) return false;
+    image.pitch[i] = static_cast<std::int32_t>(sizes[i].pitch);
+  }
+  return true;
+}
+
+bool allocatePlanes(TLUX_IMAGE& image, const std::array<PlaneSize, 3>& sizes, MMemMgr manager) {
+  const std::int64_t bytes = sizes[0].bytes() + sizes[1].bytes() + sizes[2].bytes();
+  auto* block = static_cast<std::uint8_t*>(allocateBytes(manager, bytes));
+  if (block == nullptr) return false;
+  image.plane[0] = block;
+  for (std::size_t i = 1; i < sizes.size() && image.pitch[i] != 0; ++i) {
+    image.plane[i] = image.plane[i - 1] + sizes[i - 1].bytes();
+  }
+  return true;
+}
+
+std::uint32_t createImage(TLUX_IMAGE** out, std::int32_t width, std::int32_t height,
+                          std::uint32_t code, MMemMgr manager) {
+  *out = nullptr;
+  auto* image = static_cast<TLUX_IMAGE*>(allocateBytes(manager, sizeof(TLUX_IMAGE)));
+  if (image == nullptr) return TLUX_ERR_NO_MEMORY;
+  *image = {};
+
+  const Format* format = findFormat(code);
+  if (format == nullptr) return TLUX_ERR_UNSUPPORTED; // the record stays with the manager
+  const bool tooSmall = width < 0 || height < 0;
+  const auto sizes = planeSizes(*format, width, height);
+  if (tooSmall || !setLayout(*image, *format, sizes, width, height) ||
+      !allocatePlanes(*image, sizes, manager)) {
+    MMemFree(manager, image);
+    return TLUX_ERR_NO_MEMORY;
+  }
+  *out = image;
+  return TLUX_OK;
+}
+
+} // namespace
+} // namespace tlux
+
+uint32_t TLUX_CreateImage_IMK(TLUX_IMAGE** out, int32_t width, int32_t height, uint32_t format,
+                              MMemMgr manager) noexcept {
+  if (out == nullptr) return TLUX_ERR_INVALID_PARAM;
+  return tlux::createImage(out, width, height, format, manager);
+}
+
+uint32_t TLUX_SetImage_IMK(TLUX_IMAGE* image, int32_t width, int32_t height, uint32_t format,
+                           uint8_t* const planes[], const int32_t pitches[]) noexcept {
+  if (image == nullptr || planes == nullptr || pitches == nullptr) return TLUX_ERR_INVALID_PARAM;
+  image->width = width;
+  image->height = height;
+  image->format = format;
+  for (int i = 0; i < tlux::planeCountOf(format); ++i) {
+    image->plane[i] = planes[i];
+    image->pitch[i] = pitches[i];
+  }
+  return TLUX_OK;
+}
+
+void TLUX_FreeImage_IMK(TLUX_IMAGE** image, MMemMgr manager) noexcept {
+  if (image == nullptr || *image == nullptr) return;
+  TLUX_FreeImageData_IMK(*image, manager);
+  MMemFree(manager, *image);
+  *image = nullptr;
+}
+
+void TLUX_FreeImageData_IMK(TLUX_IMAGE* image, MMemMgr manager) noexcept {
+  if (image == nullptr || image->plane[0] == nullptr) return;
+  MMemFree(manager, image->plane[0]);
+  image->plane[0] = nullptr;
+}

@@ -1,0 +1,288 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <numeric>
+#include <vector>
+
+#include "support/fault_injection.hpp"
+#include "support/random.hpp"
+#include "tlux/platform.h"
+
+namespace tlux::test {
+namespace {
+
+constexpr std::int64_t kHeader = 16;
+constexpr std::int64_t kRefused = -1;
+
+// The pool as a list of (payload offset, payload size, used), with the rules written down plainly.
+class PoolModel {
+ public:
+  struct Block {
+    std::int64_t offset;
+    std::int64_t size;
+    bool used;
+  };
+
+  explicit PoolModel(std::int64_t bytes) : blocks_{{kHeader, bytes - 2 * kHeader, false}} {}
+
+  std::int64_t allocate(std::int64_t size) {
+    const std::int64_t need = (size + 7) / 8 * 8;
+    for (std::size_t i = 0; i < blocks_.size() && size != 0; ++i) {
+      if (blocks_[i].used || blocks_[i].size < need) continue;
+      cut(i, need, 32);
+      blocks_[i].used = true;
+      return blocks_[i].offset;
+    }
+    return kRefused;
+  }
+
+  void release(std::int64_t offset) {
+    blocks_[indexOf(offset)].used = false;
+    mergeFree();
+  }
+
+  std::int64_t resize(std::int64_t offset, std::int64_t size) {
+    if (size == 0) return kRefused;
+    const std::size_t i = indexOf(offset);
+    const std::int64_t need = (size + 7) / 8 * 8;
+    if (blocks_[i].size >= need) {
+      cut(i, need, 40);
+      mergeFree();
+      return offset;
+    }
+    const bool nextFree = i + 1 < blocks_.size() && !blocks_[i + 1].used;
+    if (nextFree && need <= blocks_[i].size + blocks_[i + 1].size) {
+      blocks_[i].size += kHeader + blocks_[i + 1].size;
+      blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(i) + 1);
+      cut(i, need, 32);
+      return offset;
+    }
+    const std::int64_t moved = allocate(need);
+    if (moved != kRefused) release(offset);
+    return moved;
+  }
+
+  std::int64_t largestFree() const {
+    std::int64_t largest = 0;
+    for (const Block& block : blocks_) {
+      if (!block.used) largest = std::max(largest, block.size);
+    }
+    return largest;
+  }
+
+  const std::vector<Block>& blocks() const { return blocks_; }
+  std::int64_t capacity(std::int64_t offset) const { return blocks_[indexOf(offset)].size; }
+
+ private:
+  std::size_t indexOf(std::int64_t offset) const {
+    const auto found = std::find_if(blocks_.begin(), blocks_.end(),
+                                    [&](const Block& block) { return block.offset == offset; });
+    return static_cast<std::size_t>(found - blocks_.begin());
+  }
+
+  void cut(std::size_t i, std::int64_t need, std::int64_t splitFrom) {
+    const std::int64_t rest = blocks_[i].size - need - kHeader;
+    if (rest < splitFrom) return;
+    blocks_[i].size = need;
+    blocks_.insert(blocks_.begin() + static_cast<std::ptrdiff_t>(i) + 1,
+                   {blocks_[i].offset + need + kHeader, rest, false});
+  }
+
+  void mergeFree() {
+    for (std::size_t i = 0; i + 1 < blocks_.size();) {
+      if (blocks_[i].used || blocks_[i + 1].used) {
+        ++i;
+        continue;
+      }
+      blocks_[i].size += kHeader + blocks_[i + 1].size;
+      blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(i) + 1);
+    }
+  }
+
+  std::vector<Block> blocks_;
+};
+
+class Pool {
+ public:
+  explicit Pool(std::size_t bytes)
+      : memory_(bytes / 8 + 1), handle_(MMemMgrCreate(memory_.data(), bytes)) {}
+
+  MMemMgr handle() const { return handle_; }
+  std::uint8_t* at(std::int64_t offset) {
+    return reinterpret_cast<std::uint8_t*>(memory_.data()) + offset;
+  }
+  std::int64_t offsetOf(const void* block) {
+    return block == nullptr ? kRefused : static_cast<const std::uint8_t*>(block) - at(0);
+  }
+
+  // The block chain as its headers tell it.
+  std::vector<PoolModel::Block> chain() {
+    std::vector<PoolModel::Block> blocks;
+    for (std::int64_t header = 0;;) {
+      std::uint64_t words[2];
+      std::memcpy(words, at(header), sizeof words);
+      if (words[0] == ~std::uint64_t{0}) return blocks;
+      const auto size = static_cast<std::int64_t>(words[0]);
+      blocks.push_back({header + kHeader, size, words[1] == 1});
+      header += kHeader + size;
+    }
+  }
+
+ private:
+  std::vector<std::uint64_t> memory_;
+  MMemMgr handle_;
+};
+
+void expectSameChain(Pool& pool, const PoolModel& model) {
+  const auto chain = pool.chain();
+  ASSERT_EQ(chain.size(), model.blocks().size());
+  for (std::size_t i = 0; i < chain.size(); ++i) {
+    EXPECT_EQ(chain[i].offset, model.blocks()[i].offset);
+    EXPECT_EQ(chain[i].size, model.blocks()[i].size);
+    EXPECT_EQ(chain[i].used, model.blocks()[i].used);
+  }
+  EXPECT_EQ(GetMaxAllocMemSize(pool.handle()), model.largestFree());
+}
+
+// Random sequences of every operation leave the same chain as the model, hand out the same blocks
+// and keep the contents of live ones.
+TEST(MemoryPool, FollowsTheModelOverRandomSequences) {
+  for (std::uint32_t seed = 0; seed < 20; ++seed) {
+    SCOPED_TRACE(seed);
+    Random random(seed);
+    const std::int64_t bytes = 8 * random.between(8, 600);
+    Pool pool(static_cast<std::size_t>(bytes));
+    PoolModel model(bytes);
+    std::map<std::int64_t, std::uint8_t> live; // offset to the value its bytes hold
+
+    const auto fillBlock = [&](std::int64_t offset) {
+      const auto value = static_cast<std::uint8_t>(random.bits());
+      std::memset(pool.at(offset), value, static_cast<std::size_t>(model.capacity(offset)));
+      live[offset] = value;
+    };
+
+    for (int step = 0; step < 1500; ++step) {
+      const auto size = static_cast<std::uint32_t>(random.between(0, bytes / 3));
+      const auto action = random.between(0, 2);
+      if (action == 0 || live.empty()) {
+        const auto offset = pool.offsetOf(MMemAlloc(pool.handle(), size));
+        ASSERT_EQ(offset, model.allocate(size));
+        if (offset != kRefused) fillBlock(offset);
+      } else {
+        auto chosen = live.begin();
+        std::advance(chosen, random.between(0, static_cast<std::int64_t>(live.size()) - 1));
+        const auto [offset, value] = *chosen;
+        const auto kept = std::min(std::int64_t{size}, model.capacity(offset));
+        if (action == 1) {
+          MMemFree(pool.handle(), pool.at(offset));
+          model.release(offset);
+          live.erase(offset);
+        } else {
+          const auto moved = pool.offsetOf(MMemRealloc(pool.handle(), pool.at(offset), size));
+          ASSERT_EQ(moved, model.resize(offset, size));
+          if (moved != kRefused) {
+            ASSERT_TRUE(std::all_of(pool.at(moved), pool.at(moved + kept),
+                                    [v = value](std::uint8_t byte) { return byte == v; }));
+            live.erase(offset);
+            fillBlock(moved);
+          }
+        }
+      }
+      expectSameChain(pool, model);
+      if (HasFailure()) return;
+    }
+    for (const auto& [offset, value] : live) {
+      EXPECT_EQ(*pool.at(offset), value);
+    }
+  }
+}
+
+TEST(MemoryPool, NeedsFortyAlignedBytes) {
+  alignas(8) std::uint8_t memory[64];
+  for (unsigned start = 0; start < 8; ++start) {
+    const std::uint64_t smallest = start == 0 ? 40 : 40 + 8 - start;
+    EXPECT_EQ(MMemMgrCreate(memory + start, smallest - 1), nullptr) << start;
+    MMemMgr pool = MMemMgrCreate(memory + start, smallest);
+    EXPECT_EQ(pool, start == 0 ? memory : memory + 8) << start;
+    EXPECT_EQ(GetMaxAllocMemSize(pool), 8) << start;
+  }
+  EXPECT_EQ(MMemMgrCreate(nullptr, 1000), nullptr);
+  EXPECT_EQ(MMemMgrCreate(memory, ~std::uint64_t{0}), nullptr);
+}
+
+TEST(MemoryPool, SplitThresholdsDifferBetweenAllocatingAndShrinking) {
+  // Payload bytes of a pool's one block, what is asked of it, and the free bytes left by
+  // allocating, and by allocating the whole and shrinking it.
+  struct Case {
+    std::size_t payload;
+    std::uint32_t asked;
+    std::int64_t leftByAllocating;
+    std::int64_t leftByShrinking;
+  };
+  for (const Case& c : {Case{80, 40, 0, 0}, Case{88, 40, 32, 0}, Case{96, 40, 40, 40}}) {
+    Pool allocated(c.payload + 2 * kHeader);
+    ASSERT_NE(MMemAlloc(allocated.handle(), c.asked), nullptr);
+    EXPECT_EQ(GetMaxAllocMemSize(allocated.handle()), c.leftByAllocating) << c.payload;
+
+    Pool shrunk(c.payload + 2 * kHeader);
+    void* block = MMemAlloc(shrunk.handle(), c.payload);
+    EXPECT_EQ(MMemRealloc(shrunk.handle(), block, c.asked), block);
+    EXPECT_EQ(GetMaxAllocMemSize(shrunk.handle()), c.leftByShrinking) << c.payload;
+  }
+}
+
+TEST(MemoryPool, SizesNearTheLimitOfThirtyTwoBitsWrapToNothing) {
+  Pool pool(1024);
+  EXPECT_NE(MMemAllocStatic(pool.handle(), ~0u), nullptr); // rounds up to 0 bytes
+  EXPECT_EQ(MMemAllocStatic(pool.handle(), ~0u - 7), nullptr);
+  EXPECT_EQ(pool.chain().front().size, 0);
+}
+
+TEST(MemoryPool, IgnoresPointersThatAreNotItsLiveBlocks) {
+  Pool pool(512);
+  void* first = MMemAlloc(pool.handle(), 64);
+  void* second = MMemAlloc(pool.handle(), 64);
+  MMemFree(pool.handle(), second);
+  const auto before = GetMaxAllocMemSize(pool.handle());
+  int foreign = 0;
+  for (void* pointer : {static_cast<void*>(&foreign), static_cast<void*>(pool.at(24)), second}) {
+    MMemFree(pool.handle(), pointer);
+    EXPECT_EQ(MMemRealloc(pool.handle(), pointer, 128), nullptr);
+  }
+  EXPECT_EQ(GetMaxAllocMemSize(pool.handle()), before);
+  EXPECT_EQ(MMemRealloc(pool.handle(), first, 0), nullptr);
+  EXPECT_TRUE(pool.chain().front().used);
+}
+
+TEST(MemoryPool, NullHandleMeansTheHeapOrNothing) {
+  const long live = liveAllocations();
+  auto* block = static_cast<char*>(MMemAlloc(nullptr, 5));
+  ASSERT_NE(block, nullptr);
+  std::memcpy(block, "tlux", 5);
+  block = static_cast<char*>(MMemRealloc(nullptr, block, 100000));
+  EXPECT_STREQ(block, "tlux");
+  MMemFree(nullptr, block);
+  EXPECT_EQ(liveAllocations(), live);
+
+  EXPECT_EQ(MMemAllocStatic(nullptr, 8), nullptr);
+  EXPECT_EQ(MMemReallocStatic(nullptr, nullptr, 8), nullptr);
+  MMemFreeStatic(nullptr, nullptr);
+  EXPECT_EQ(GetMaxAllocMemSize(nullptr), 2);
+}
+
+TEST(MemoryPool, PrimitivesAreThoseOfC) {
+  std::uint8_t bytes[8];
+  EXPECT_EQ(MMemSet(bytes, 7, 8), bytes);
+  std::iota(bytes, bytes + 4, std::uint8_t{1});
+  EXPECT_EQ(MMemMove(bytes + 1, bytes, 4), bytes + 1);
+  const std::uint8_t moved[8] = {1, 1, 2, 3, 4, 7, 7, 7};
+  EXPECT_EQ(MMemCmp(bytes, moved, 8), 0);
+  EXPECT_EQ(MMemCpy(bytes, moved + 4, 4), bytes);
+  EXPECT_GT(MMemCmp(bytes, moved, 8), 0);
+  EXPECT_LT(MMemCmp(moved, bytes, 8), 0);
+}
+
+} // namespace
+} // namespace tlux::test

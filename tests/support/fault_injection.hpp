@@ -1,0 +1,31 @@
+#pragma once
+
+namespace tlux::test {
+
+// Makes the n-th call from now on fail (1 is the next one, 0 is none). Sees the malloc, realloc and
+// pthread_create calls of the library and of the test program, not those of shared libraries.
+void failAllocation(int n);
+void failThreadStart(int n);
+// Whether the fault asked for last has happened.
+bool faultFired();
+
+// Blocks allocated and not yet released; compare before and after a call to find a leak.
+long liveAllocations();
+// Allocations asked for since the program started.
+long allocationCount();
+
+// Calls attempt() with the n-th allocation (thread start) failing, for n = 1, 2, … until a call
+// meets no fault. faultFired() tells attempt() which kind of result to expect. Returns the faults
+// injected.
+template <class Attempt>
+int sweepFaults(void (*failNth)(int), Attempt&& attempt) {
+  for (int n = 1;; ++n) {
+    failNth(n);
+    attempt();
+    const bool fired = faultFired();
+    failNth(0);
+    if (!fired) return n - 1;
+  }
+}
+
+} // namespace tlux::test

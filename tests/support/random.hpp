@@ -1,0 +1,39 @@
+#pragma once
+
+#include <cstdint>
+#include <limits>
+#include <random>
+#include <span>
+
+namespace tlux::test {
+
+// A seeded generator with the same sequence on every platform (the distributions of <random>
+// differ).
+class Random {
+ public:
+  explicit Random(std::uint32_t seed) : engine_(seed) {}
+
+  std::uint32_t bits() { return static_cast<std::uint32_t>(engine_()); }
+
+  // Uniform in [low, high].
+  std::int64_t between(std::int64_t low, std::int64_t high) {
+    const auto range = static_cast<std::uint64_t>(high - low) + 1;
+    const std::uint64_t value = (std::uint64_t{bits()} << 32) | bits();
+    return low + static_cast<std::int64_t>(value % range);
+  }
+
+  int intBetween(int low, int high) { return static_cast<int>(between(low, high)); }
+
+  template <class T>
+  void fill(std::span<T> values, std::int64_t low = std::numeric_limits<T>::min(),
+            std::int64_t high = std::numeric_limits<T>::max()) {
+    for (T& value : values) {
+      value = static_cast<T>(between(low, high));
+    }
+  }
+
+ private:
+  std::mt19937 engine_;
+};
+
+} // namespace tlux::test
