@@ -9,8 +9,10 @@
 #define TLUX_H
 
 #include "tlux/base.h"
+#include "tlux/copy.h"
 #include "tlux/engine.h"
 #include "tlux/image.h"
+#include "tlux/image_list.h"
 #include "tlux/platform.h"
 #include "tlux/transfer.h"
 

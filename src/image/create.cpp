@@ -1,5 +1,3 @@
-#include <limits>
-
 #include "image/format.hpp"
 #include "platform/scratch.hpp"
 
@@ -7,19 +5,6 @@ uint32_t gi32PixelArrangement = 0x16161616;
 
 namespace tlux {
 namespace {
-
-// Sets format, size and pitches of a zeroed record; false when a pitch does not fit the record.
-bool setLayout(TLUX_IMAGE& image, const Format& format, const std::array<PlaneSize, 3>& sizes,
-               std::int32_t width, std::int32_t height) {
-  image.format = format.code;
-  image.width = width;
-  image.height = height;
-  for (std::size_t i = 0; i < sizes.size(); ++i) {
-    if (sizes[i].pitch > std::numeric_limits<std::int32_t>::max()) return false;
-    image.pitch[i] = static_cast<std::int32_t>(sizes[i].pitch);
-  }
-  return true;
-}
 
 bool allocatePlanes(TLUX_IMAGE& image, const std::array<PlaneSize, 3>& sizes, MMemMgr manager) {
   const std::int64_t bytes = sizes[0].bytes() + sizes[1].bytes() + sizes[2].bytes();

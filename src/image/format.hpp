@@ -13,6 +13,7 @@ struct Format {
   std::uint32_t code;
   std::uint8_t planes;
   std::uint8_t pixelBytes;   // of plane 0
+  std::uint8_t copiedBytes;  // of each of these pixels, the bytes that a copy carries; 0: none
   std::uint8_t chromaShiftX; // log2 of luma columns per chroma column
   std::uint8_t chromaShiftY; // log2 of luma rows per chroma row
 };
@@ -29,6 +30,10 @@ struct PlaneSize {
 // Pitch and rows of each plane of an image of this format and size; zero for planes it does not
 // have.
 std::array<PlaneSize, 3> planeSizes(const Format& format, std::int32_t width, std::int32_t height);
+
+// Sets format, size and pitches of a zeroed record; false when a pitch does not fit the record.
+bool setLayout(TLUX_IMAGE& image, const Format& format, const std::array<PlaneSize, 3>& sizes,
+               std::int32_t width, std::int32_t height);
 
 // Planes that a record over foreign memory has. Raw frames are not known here, and like unknown
 // codes count as one plane.

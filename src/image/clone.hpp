@@ -1,0 +1,15 @@
+#pragma once
+
+#include <cstdint>
+
+#include "tlux/image.h"
+
+namespace tlux {
+
+// Creates an image of the format of `source` and the size of the rectangle (null: the whole image)
+// and copies that part into it. The new image is in *out even when the copy fails; *out is null
+// when the image cannot be made.
+std::uint32_t cloneImage(TLUX_IMAGE** out, const TLUX_IMAGE& source, const TLUX_RECT* rect,
+                         MMemMgr manager);
+
+} // namespace tlux

@@ -1,0 +1,55 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "image/format.hpp"
+#include "image/rect.hpp"
+
+namespace tlux {
+
+// A rectangle of one image and the equally large one of another that it is copied to.
+struct CopyRects {
+  Rect to;
+  Rect from;
+};
+
+// Null rectangles stand for the whole image. False when an image is null, the formats or the sizes
+// of the rectangles differ, or a rectangle does not pass isRectInImage().
+[[nodiscard]] bool resolveRects(const TLUX_IMAGE* target, const TLUX_RECT* targetRect,
+                                const TLUX_IMAGE* source, const TLUX_RECT* sourceRect,
+                                CopyRects& rects);
+
+// What a copy does with a format code.
+struct CopyRules {
+  const Format* format;  // null when nothing is copied
+  std::uint32_t outcome; // of a copy that went well
+};
+CopyRules copyRulesOf(std::uint32_t code);
+
+// The part of one plane that a copy moves.
+struct PlaneSpan {
+  std::int64_t rowBytes = 0;
+  std::int64_t rows = 0;
+  std::int64_t to = 0;   // offset of the first row from the start of the target's plane
+  std::int64_t from = 0; // and of the source's
+
+  bool isEmpty() const { return rowBytes <= 0 || rows <= 0; }
+};
+
+using CopySpans = std::array<PlaneSpan, 3>;
+
+// The span of plane 0.
+PlaneSpan pixelSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                    const CopyRects& rects);
+
+// Whether both images have every plane of which something is to be moved.
+bool havePlanes(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopySpans& spans);
+
+// Moves the rows of a span, top to bottom. Tolerates overlap.
+void copySpan(const TLUX_IMAGE& target, const TLUX_IMAGE& source, int plane, const PlaneSpan& span);
+
+// Copies a rectangle of an image onto another of the same format.
+std::uint32_t copyRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopyRects& rects);
+
+} // namespace tlux

@@ -1,0 +1,190 @@
+#include "image/copy.hpp"
+#include "tlux/copy.h"
+
+namespace tlux {
+namespace {
+
+// How the chroma pairs of source and target lie to each other along a row.
+enum class Pairing {
+  kAligned,   // both corners even or both odd
+  kShifted,   // only the source starts on the second pixel of a pair
+  kExchanged, // only the target does
+};
+
+Pairing pairingOf(const CopyRects& rects) {
+  const bool targetOdd = rects.to.left % 2 != 0;
+  const bool sourceOdd = rects.from.left % 2 != 0;
+  if (targetOdd == sourceOdd) return Pairing::kAligned;
+  return targetOdd ? Pairing::kExchanged : Pairing::kShifted;
+}
+
+struct SourceRow {
+  const std::uint8_t* bytes;
+  std::int64_t before; // bytes of the same row in front of them
+  std::int64_t left;   // bytes from here to the end of the plane
+};
+
+// The chroma byte `at`. One that lies behind the plane is replaced by the same component of the
+// pair before it, or by the other one of its own pair when there is none.
+std::uint8_t chromaAt(const SourceRow& row, std::int64_t at, int pairBytes) {
+  if (at >= row.left) at -= row.before + at >= pairBytes ? pairBytes : pairBytes / 2;
+  return row.bytes[at];
+}
+
+// Interleaved chroma: exchanges the bytes of each pair.
+void exchangePairs(std::uint8_t* __restrict to, const SourceRow& source, std::int64_t width) {
+  const std::uint8_t* __restrict from = source.bytes;
+  const std::int64_t pairs = width / 2;
+  for (std::int64_t i = 0; i < pairs; ++i) {
+    to[2 * i] = from[2 * i + 1];
+    to[2 * i + 1] = from[2 * i];
+  }
+  if (width % 2 != 0) to[width - 1] = chromaAt(source, width, 2);
+}
+
+// Packed 4:2:2, chroma on byte kChroma of each two-byte pixel: luma stays, the chroma bytes of each
+// pair of pixels change places.
+template <int kChroma>
+void exchangePackedPairs(std::uint8_t* __restrict to, const SourceRow& source, std::int64_t width) {
+  constexpr int kLuma = 1 - kChroma;
+  const std::uint8_t* __restrict from = source.bytes;
+  const std::int64_t pairs = width / 2;
+  for (std::int64_t i = 0; i < pairs; ++i) {
+    to[4 * i + kLuma] = from[4 * i + kLuma];
+    to[4 * i + kLuma + 2] = from[4 * i + kLuma + 2];
+    to[4 * i + kChroma] = from[4 * i + kChroma + 2];
+    to[4 * i + kChroma + 2] = from[4 * i + kChroma];
+  }
+  if (width % 2 != 0) {
+    const std::int64_t last = 2 * (width - 1);
+    to[last + kLuma] = from[last + kLuma];
+    to[last + kChroma] = chromaAt(source, last + kChroma + 2, 4);
+  }
+}
+
+// Packed 4:2:2: luma stays, each chroma byte comes from the pixel before. There is one, since the
+// source starts on an odd column.
+template <int kChroma>
+void shiftPackedPairs(std::uint8_t* __restrict to, const SourceRow& source, std::int64_t width) {
+  constexpr int kLuma = 1 - kChroma;
+  const std::uint8_t* __restrict from = source.bytes;
+  for (std::int64_t i = 0; i < width; ++i) {
+    to[2 * i + kLuma] = from[2 * i + kLuma];
+    to[2 * i + kChroma] = from[2 * i + kChroma - 2];
+  }
+}
+
+using RowFunction = void (*)(std::uint8_t*, const SourceRow&, std::int64_t);
+
+// Calls a row function with the number of samples (bytes or two-byte pixels) of each row.
+void copySpanBy(RowFunction copyRow, const TLUX_IMAGE& target, const TLUX_IMAGE& source, int plane,
+                const PlaneSpan& span, std::int64_t before, std::int64_t samples) {
+  if (span.isEmpty()) return;
+  const Format& format = *findFormat(source.format);
+  const std::int64_t planeRows = planeSizes(format, source.width, source.height)[plane].rows;
+  const std::int64_t planeBytes = planeRows * source.pitch[plane];
+  for (std::int64_t row = 0; row < span.rows; ++row) {
+    const std::int64_t from = span.from + row * source.pitch[plane];
+    copyRow(target.plane[plane] + span.to + row * target.pitch[plane],
+            {source.plane[plane] + from, before, planeBytes - from}, samples);
+  }
+}
+
+// Samples along one axis of a plane.
+struct AxisSpan {
+  std::int64_t to;
+  std::int64_t from;
+  std::int64_t count;
+};
+
+// An odd start of the target is raised to the next chroma sample, which makes the span shorter; the
+// source keeps its start, so that its chroma is the one of the pair that it starts in. Intended.
+AxisSpan chromaAxis(std::int64_t to, std::int64_t end, std::int64_t from, int shift) {
+  if (shift == 0) return {to, from, end - to};
+  const std::int64_t raised = to + to % 2;
+  return {raised / 2, from / 2, (end - raised) / 2};
+}
+
+PlaneSpan chromaSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                     const CopyRects& rects, int plane) {
+  const int shiftX = format.planes == 2 ? 0 : format.chromaShiftX;
+  const auto x = chromaAxis(rects.to.left, rects.to.right, rects.from.left, shiftX);
+  const auto y = chromaAxis(rects.to.top, rects.to.bottom, rects.from.top, format.chromaShiftY);
+  return {x.count, y.count, y.to * target.pitch[plane] + x.to,
+          y.from * source.pitch[plane] + x.from};
+}
+
+// Which byte of a pixel of packed 4:2:2 holds chroma, or -1 where the order is not known.
+int packedChromaByte(std::uint32_t code) {
+  switch (code) {
+    case TLUX_FMT_YCBYCR:
+    case TLUX_FMT_YCBYCR_2:
+      return 1;
+    case TLUX_FMT_CBYCRY:
+    case TLUX_FMT_YCBYCR_4:
+      return 0;
+    default:
+      return -1;
+  }
+}
+
+std::uint32_t copyPacked(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopyRects& rects,
+                         const PlaneSpan& span) {
+  const int chroma = packedChromaByte(source.format);
+  const Pairing pairing = pairingOf(rects);
+  if (chroma < 0) return TLUX_ERR_UNSUPPORTED;
+  if (pairing == Pairing::kAligned) {
+    copySpan(target, source, 0, span);
+    return TLUX_OK;
+  }
+  constexpr RowFunction kExchange[] = {exchangePackedPairs<0>, exchangePackedPairs<1>};
+  constexpr RowFunction kShift[] = {shiftPackedPairs<0>, shiftPackedPairs<1>};
+  const auto* functions = pairing == Pairing::kExchanged ? kExchange : kShift;
+  copySpanBy(functions[chroma], target, source, 0, span, 2 * rects.from.left, rects.to.width());
+  return TLUX_OK;
+}
+
+void copyInterleavedChroma(const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                           const CopyRects& rects, PlaneSpan span) {
+  const Pairing pairing = pairingOf(rects);
+  if (pairing == Pairing::kExchanged) {
+    copySpanBy(exchangePairs, target, source, 1, span, rects.from.left, span.rowBytes);
+    return;
+  }
+  if (pairing == Pairing::kShifted) --span.from; // from the start of the pair
+  copySpan(target, source, 1, span);
+}
+
+std::uint32_t copyOddRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                          const CopyRects& rects) {
+  const auto [format, outcome] = copyRulesOf(source.format);
+  if (format == nullptr) return outcome;
+
+  CopySpans spans{pixelSpan(*format, target, source, rects)};
+  for (int plane = 1; plane < format->planes; ++plane) {
+    spans[plane] = chromaSpan(*format, target, source, rects, plane);
+  }
+  if (!havePlanes(target, source, spans)) return TLUX_ERR_INVALID_PARAM;
+
+  const bool packed = format->planes == 1 && format->chromaShiftX != 0;
+  if (packed) return copyPacked(target, source, rects, spans[0]);
+  copySpan(target, source, 0, spans[0]);
+  if (format->planes == 2) copyInterleavedChroma(target, source, rects, spans[1]);
+  for (int plane = 1; plane < format->planes && format->planes == 3; ++plane) {
+    copySpan(target, source, plane, spans[plane]);
+  }
+  return outcome;
+}
+
+} // namespace
+} // namespace tlux
+
+uint32_t TLUX_CopyImageROIOddRect_IMK(TLUX_IMAGE* target, const TLUX_RECT* targetRect,
+                                      const TLUX_IMAGE* source,
+                                      const TLUX_RECT* sourceRect) noexcept {
+  tlux::CopyRects rects;
+  if (!tlux::resolveRects(target, targetRect, source, sourceRect, rects)) {
+    return TLUX_ERR_INVALID_PARAM;
+  }
+  return tlux::copyOddRect(*target, *source, rects);
+}
