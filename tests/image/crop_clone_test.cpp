@@ -70,6 +70,22 @@ TEST(Crop, RepacksTheRectangleInPlace) {
   }
 }
 
+// Rows of 5 bytes that become rows of 8 are moved from the top down, over rows not yet moved.
+TEST(Crop, WidensPitchesFromTheTop) {
+  Random random(9);
+  Picture picture = randomPicture(random, TLUX_FMT_GRAY, 5, 8, 0);
+  Frame frame(picture);
+  const TLUX_RECT rect{0, 0, 5, 5};
+  EXPECT_EQ(TLUX_CropImage_IMK(frame.get(), &rect), TLUX_OK);
+  EXPECT_EQ(frame->pitch[0], 8);
+  auto& bytes = picture.planes[0].bytes;
+  for (int y = 0; y < 5; ++y) {
+    std::copy_n(std::vector(bytes.begin() + 5 * y, bytes.begin() + 5 * y + 5).begin(), 5,
+                bytes.begin() + 8 * y);
+  }
+  EXPECT_TRUE(frame.holds(picture));
+}
+
 TEST(Crop, LeavesTheImageAloneWhenItCannotCrop) {
   Random random(6);
   const auto expectRefused = [&](Picture picture, const TLUX_RECT& rect, std::uint32_t code) {
@@ -81,6 +97,8 @@ TEST(Crop, LeavesTheImageAloneWhenItCannotCrop) {
   };
   // Rows of 5 bytes become rows of 8, which do not all fit.
   expectRefused(randomPicture(random, TLUX_FMT_GRAY, 5, 4, 0), {0, 0, 5, 4},
+                TLUX_ERR_INVALID_PARAM);
+  expectRefused(randomPicture(random, TLUX_FMT_GRAY, 5, 8, 0), {0, 0, 5, 6},
                 TLUX_ERR_INVALID_PARAM);
   expectRefused(randomPicture(random, TLUX_FMT_GRAY, 8, 4, 0), {0, 0, 9, 4},
                 TLUX_ERR_INVALID_PARAM);
@@ -97,7 +115,9 @@ TEST(Crop, LeavesTheImageAloneWhenItCannotCrop) {
 
 TEST(Clone, CopiesPixelsAndClearsWhatCopiesLeaveOut) {
   Random random(7);
-  const long live = liveAllocations();
+  std::vector<std::uint64_t> memory(1024, ~std::uint64_t{0});
+  MMemMgr pool = MMemMgrCreate(memory.data(), memory.size() * 8);
+  const auto unused = GetMaxAllocMemSize(pool);
   for (const std::uint32_t format : kCopied) {
     const Picture picture = randomPicture(random, format, 22, 10, 3);
     Frame source(picture);
@@ -105,8 +125,8 @@ TEST(Clone, CopiesPixelsAndClearsWhatCopiesLeaveOut) {
     const TLUX_RECT part{2, 4, 13, 10};
     for (const TLUX_RECT* rect : {&whole, &part}) {
       TLUX_IMAGE* clone = nullptr;
-      ASSERT_EQ(rect == &whole ? TLUX_CloneImage_IMK(&clone, source.get(), nullptr)
-                               : TLUX_CloneImageROI_IMK(&clone, source.get(), rect, nullptr),
+      ASSERT_EQ(rect == &whole ? TLUX_CloneImage_IMK(&clone, source.get(), pool)
+                               : TLUX_CloneImageROI_IMK(&clone, source.get(), rect, pool),
                 TLUX_OK);
       const int width = rect->right - rect->left;
       const int height = rect->bottom - rect->top;
@@ -129,10 +149,10 @@ TEST(Clone, CopiesPixelsAndClearsWhatCopiesLeaveOut) {
               << std::hex << format;
         }
       }
-      TLUX_FreeImage_IMK(&clone, nullptr);
+      TLUX_FreeImage_IMK(&clone, pool);
     }
   }
-  EXPECT_EQ(liveAllocations(), live);
+  EXPECT_EQ(GetMaxAllocMemSize(pool), unused);
 }
 
 TEST(Clone, ReportsWhatFails) {
