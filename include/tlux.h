@@ -14,6 +14,8 @@
 #include "tlux/image.h"
 #include "tlux/image_list.h"
 #include "tlux/platform.h"
+#include "tlux/resize.h"
+#include "tlux/simple_image.h"
 #include "tlux/transfer.h"
 
 #endif /* TLUX_H */

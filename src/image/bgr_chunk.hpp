@@ -1,0 +1,56 @@
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+
+namespace tlux {
+
+// A run of pixels, their first three channels taken apart. The arithmetic on them vectorises
+// whatever the channel count, and finishing with a run before its results are stored lets a row be
+// its own output.
+struct BgrChunk {
+  static constexpr std::int32_t kSize = 256;
+
+  std::uint8_t b[kSize];
+  std::uint8_t g[kSize];
+  std::uint8_t r[kSize];
+  std::int32_t count;
+
+  void load(const std::uint8_t* pixels, std::int32_t channels, std::int32_t pixelCount) {
+    count = pixelCount;
+    switch (channels) {
+      case 3:
+        split(pixels, 3, pixelCount);
+        break;
+      case 4:
+        split(pixels, 4, pixelCount);
+        break;
+      default:
+        split(pixels, channels, pixelCount);
+    }
+  }
+
+ private:
+  [[gnu::always_inline]] void split(const std::uint8_t* __restrict pixels,
+                                    std::ptrdiff_t channels, std::ptrdiff_t pixelCount) {
+    for (std::ptrdiff_t i = 0; i < pixelCount; ++i) {
+      b[i] = pixels[channels * i];
+      g[i] = pixels[channels * i + 1];
+      r[i] = pixels[channels * i + 2];
+    }
+  }
+};
+
+// Calls work(chunk, x) for one run of pixels of a row after the other, x being its first pixel.
+template <class Work>
+void forEachBgrChunk(const std::uint8_t* row, std::int32_t channels, std::int32_t width,
+                     Work work) {
+  BgrChunk chunk;
+  for (std::int64_t x = 0; x < width; x += BgrChunk::kSize) {
+    const std::int64_t count = std::min<std::int64_t>(width - x, BgrChunk::kSize);
+    chunk.load(row + x * channels, channels, static_cast<std::int32_t>(count));
+    work(chunk, x);
+  }
+}
+
+} // namespace tlux
