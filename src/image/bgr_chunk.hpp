@@ -31,8 +31,8 @@ struct BgrChunk {
   }
 
  private:
-  [[gnu::always_inline]] void split(const std::uint8_t* __restrict pixels,
-                                    std::ptrdiff_t channels, std::ptrdiff_t pixelCount) {
+  [[gnu::always_inline]] void split(const std::uint8_t* __restrict pixels, std::ptrdiff_t channels,
+                                    std::ptrdiff_t pixelCount) {
     for (std::ptrdiff_t i = 0; i < pixelCount; ++i) {
       b[i] = pixels[channels * i];
       g[i] = pixels[channels * i + 1];
