@@ -14,6 +14,7 @@
 #include "tlux/image.h"
 #include "tlux/image_list.h"
 #include "tlux/platform.h"
+#include "tlux/resample.h"
 #include "tlux/resize.h"
 #include "tlux/simple_image.h"
 #include "tlux/transfer.h"

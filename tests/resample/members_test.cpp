@@ -1,0 +1,303 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+#include <utility>
+
+#include "reference/resample.hpp"
+#include "support/guarded_buffer.hpp"
+#include "support/random.hpp"
+
+namespace tlux::test {
+namespace {
+
+constexpr int kFourThirds = 0;
+
+struct Member {
+  const char* name;
+  void (*reduce)(const TLUX_IMAGE*, TLUX_IMAGE*, const TLUX_CROP_RECT*);
+  std::uint32_t format;
+  int factor;
+  bool dispatched;
+};
+
+#define DISPATCHED(FUNCTION, LAYOUT, N) {#FUNCTION, FUNCTION, TLUX_FMT_##LAYOUT, N, true},
+#define BY_NAME_ONLY(FUNCTION, LAYOUT, N) {#FUNCTION, FUNCTION, TLUX_FMT_##LAYOUT, N, false},
+const Member kMembers[] = {
+    TLUX_RESAMPLE_DISPATCHED_MEMBERS(DISPATCHED) TLUX_RESAMPLE_FURTHER_MEMBERS(BY_NAME_ONLY)
+        BY_NAME_ONLY(ResampleImage_4_3_YCBCR420_P, YCBCR420_P, kFourThirds)};
+
+constexpr struct {
+  std::uint32_t word;
+  char pattern[5];
+} kArrangements[] = {{0x16161616, "BGGR"},
+                     {0x49494949, "GBRG"},
+                     {0x61616161, "GRBG"},
+                     {0x94949494, "RGGB"},
+                     {0x94940000, "BGGR"}}; // not known, read as the first
+
+// A frame of random bytes whose planes end exactly with the last sample of their last row. Chroma
+// planes have one readable pair before them.
+class Frame {
+ public:
+  Frame(std::uint32_t format, int width, int height, Random& random) {
+    image_.format = format;
+    image_.width = width;
+    image_.height = height;
+    const bool is422 = format == TLUX_FMT_YCBCR422_YPUV || format == TLUX_FMT_YCBCR422_P;
+    const int chromaRows = is422 ? height : height / 2;
+    if (format == TLUX_FMT_YCBYCR || format == TLUX_FMT_BAYER) {
+      add(0, 2 * width, height, 0, random);
+    } else {
+      add(0, width, height, 0, random);
+      const bool semiPlanar = (format >> 8) == 8;
+      add(1, semiPlanar ? width / 2 * 2 : width / 2, chromaRows, semiPlanar ? 2 : 1, random);
+      if (!semiPlanar) add(2, width / 2, chromaRows, 1, random);
+    }
+  }
+  TLUX_IMAGE& image() { return image_; }
+  void fill(std::uint8_t value) {
+    for (auto& buffer : buffers_) {
+      if (buffer != nullptr) std::fill_n(buffer->data(), buffer->size(), value);
+    }
+  }
+
+ private:
+  void add(int plane, int rowBytes, int rows, int before, Random& random) {
+    const int pitch = rowBytes + random.intBetween(0, 9);
+    const int bytes = before + (rows - 1) * pitch + rowBytes;
+    buffers_[plane] = std::make_unique<GuardedBuffer>(static_cast<std::size_t>(bytes));
+    random.fill(buffers_[plane]->bytes());
+    // Runs of extreme values make the sums reach their ends.
+    for (int run = 0; run < 4; ++run) {
+      const int begin = random.intBetween(0, bytes - 1);
+      const int end = std::min(begin + pitch * 3, bytes);
+      std::fill(buffers_[plane]->data() + begin, buffers_[plane]->data() + end,
+                static_cast<std::uint8_t>(run % 2 * 255));
+    }
+    image_.plane[plane] = buffers_[plane]->data() + before;
+    image_.pitch[plane] = pitch;
+  }
+
+  TLUX_IMAGE image_{};
+  std::unique_ptr<GuardedBuffer> buffers_[3];
+};
+
+// Three planes around which every byte is a guard. A destination wider than the output begins its
+// rows that much closer together.
+class Destination {
+ public:
+  Destination(const reference::Reduced& expected, Random& random) : expected_(expected) {
+    const int wider = random.intBetween(0, 3);
+    image_.format = 0;
+    image_.width = expected.width + wider;
+    image_.height = -1;
+    for (int i = 0; i < 3; ++i) {
+      const int rowStep = expected.width + random.intBetween(1, 7);
+      planes_[i] = std::make_unique<GuardedPlane>(expected.width, expected.height, rowStep);
+      image_.plane[i] = planes_[i]->data();
+      image_.pitch[i] = rowStep + wider;
+    }
+  }
+  TLUX_IMAGE& image() { return image_; }
+
+  void check() {
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_TRUE(planes_[i]->isIntact()) << "plane " << i;
+      int wrong = 0;
+      for (int y = 0; y < expected_.height; ++y) {
+        for (int x = 0; x < expected_.width; ++x) {
+          const int actual = planes_[i]->data()[y * planes_[i]->pitch() + x];
+          if (actual != expected_.at(i, x, y) && ++wrong == 1) {
+            ADD_FAILURE() << "plane " << i << " (" << x << ", " << y << "): " << actual << ", not "
+                          << int{expected_.at(i, x, y)};
+          }
+        }
+      }
+    }
+  }
+
+ private:
+  reference::Reduced expected_;
+  TLUX_IMAGE image_{};
+  std::unique_ptr<GuardedPlane> planes_[3];
+};
+
+reference::Reduced expectedOf(const Member& member, const TLUX_IMAGE& image,
+                              const TLUX_CROP_RECT& crop, const char (&pattern)[5]) {
+  const reference::Source source{member.format, image, crop};
+  if (member.factor == kFourThirds) return reference::reduceByFourThirds(source);
+  if (member.factor == 1) return reference::widen(source);
+  if (member.format == TLUX_FMT_BAYER && member.factor == 8) {
+    return reference::reduceRawByEight(source, pattern);
+  }
+  return reference::reduce(source, member.factor);
+}
+
+TLUX_CROP_RECT randomRect(int width, int height, Random& random) {
+  TLUX_CROP_RECT rect{};
+  rect.left = random.intBetween(0, width / 3);
+  rect.top = random.intBetween(0, height / 3);
+  rect.right = random.intBetween(0, 2) == 0 ? random.intBetween(rect.left, width - 1) : width - 1;
+  rect.bottom = random.intBetween(0, 2) == 0 ? random.intBetween(rect.top, height - 1) : height - 1;
+  return rect;
+}
+
+// Every member gives the bytes of its formula, writes nothing else and reads nothing outside the
+// planes, at even and odd corners of images of even and odd size.
+TEST(ResampleMembers, EqualTheirFormulas) {
+  Random random(20);
+  for (const Member& member : kMembers) {
+    for (int trial = 0; trial < 24; ++trial) {
+      const bool wide = trial % 8 == 0;
+      Frame frame(member.format, random.intBetween(wide ? 520 : 2, wide ? 1300 : 130),
+                  random.intBetween(2, wide ? 24 : 70), random);
+      const auto rect = randomRect(frame.image().width, frame.image().height, random);
+      const auto& arrangement = kArrangements[trial % 5];
+      gi32PixelArrangement = arrangement.word;
+      SCOPED_TRACE(testing::Message() << member.name << " of " << frame.image().width << "x"
+                                      << frame.image().height << ": " << rect.left << ", "
+                                      << rect.top << " to " << rect.right << ", " << rect.bottom);
+      frame.image().format = 0; // not looked at
+      Destination destination(expectedOf(member, frame.image(), rect, arrangement.pattern), random);
+      member.reduce(&frame.image(), &destination.image(), &rect);
+      destination.check();
+      if (HasFailure()) return;
+    }
+  }
+  gi32PixelArrangement = 0x16161616;
+}
+
+// The dispatcher reduces whole pairs of blocks; without a rectangle, of the whole image.
+TEST(ScaleCropImage, RoundsTheRectangleAndPicksTheMember) {
+  Random random(21);
+  for (const Member& member : kMembers) {
+    if (!member.dispatched) continue;
+    for (int trial = 0; trial < 6; ++trial) {
+      SCOPED_TRACE(member.name);
+      Frame frame(member.format, random.intBetween(2, 130), random.intBetween(2, 70), random);
+      const int width = frame.image().width;
+      const int height = frame.image().height;
+      const bool whole = trial % 3 == 0;
+      const auto rect =
+          whole ? TLUX_CROP_RECT{0, 0, width - 1, height - 1} : randomRect(width, height, random);
+      const int step = 2 * member.factor;
+      const TLUX_CROP_RECT rounded{rect.left, rect.top,
+                                   rect.left + (rect.right - rect.left + 1) / step * step - 1,
+                                   rect.top + (rect.bottom - rect.top + 1) / step * step - 1};
+      Destination destination(expectedOf(member, frame.image(), rounded, "BGGR"), random);
+      EXPECT_EQ(TLUX_ScaleCropImage(&frame.image(), &destination.image(), whole ? nullptr : &rect,
+                                    member.factor),
+                TLUX_OK);
+      destination.check();
+      if (HasFailure()) return;
+    }
+  }
+}
+
+// A uniform area keeps its value under means of four and loses one level under means of nine and
+// twelve, down to 0.
+TEST(ResampleMembers, UniformAreasLoseOneLevelToTheMultiplier) {
+  Random random(22);
+  for (const Member& member : kMembers) {
+    if (member.format == TLUX_FMT_BAYER && member.factor == 8) continue; // 16-bit samples
+    Frame frame(member.format, 56, 56, random);
+    for (int value = 0; value < 256; ++value) {
+      frame.fill(static_cast<std::uint8_t>(value));
+      std::vector<std::uint8_t> output(3 * 56 * 56, 7);
+      TLUX_IMAGE destination{
+          0, 56, 56, {&output[0], &output[3136], &output[6272], nullptr}, {56, 56, 56, 0}};
+      const TLUX_CROP_RECT rect{0, 0, 55, 55};
+      member.reduce(&frame.image(), &destination, &rect);
+      const int expected = member.factor >= 5 ? std::max(value - 1, 0) : value;
+      for (const int plane : {0, 1, 2}) {
+        ASSERT_EQ(destination.plane[plane][0], expected) << member.name << ", plane " << plane;
+      }
+    }
+  }
+}
+
+TEST(ScaleCropImage, TakesNv12ReducedByEightAsNv21) {
+  Random random(23);
+  Frame frame(TLUX_FMT_YCBCR420_YPVU, 64, 48, random);
+  std::vector<std::uint8_t> outputs[2];
+  for (const std::uint32_t format : {TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_YCBCR420_YPUV}) {
+    auto& output = outputs[format == TLUX_FMT_YCBCR420_YPUV];
+    output.resize(3 * 8 * 6);
+    TLUX_IMAGE destination{0, 8, 6, {&output[0], &output[48], &output[96], nullptr}, {8, 8, 8, 0}};
+    frame.image().format = format;
+    EXPECT_EQ(TLUX_ScaleCropImage(&frame.image(), &destination, nullptr, 8), TLUX_OK);
+  }
+  EXPECT_EQ(outputs[0], outputs[1]);
+}
+
+// What is not handled answers as documented and writes nothing.
+TEST(ScaleCropImage, LeavesTheDestinationAloneWhereThereIsNothingToDo) {
+  constexpr int kLow = std::numeric_limits<int>::min();
+  constexpr int kHigh = std::numeric_limits<int>::max();
+  Random random(24);
+  Frame frame(TLUX_FMT_YCBCR420_YPVU, 64, 64, random);
+  Destination destination(reference::Reduced(0, 0), random);
+  const auto scale = [&](int factor, TLUX_CROP_RECT rect) {
+    const auto result = TLUX_ScaleCropImage(&frame.image(), &destination.image(), &rect, factor);
+    destination.check();
+    return result;
+  };
+  const TLUX_CROP_RECT whole{0, 0, 63, 63};
+  for (const int factor : {0, -1, kLow}) {
+    EXPECT_EQ(scale(factor, whole), TLUX_ERR_INVALID_PARAM);
+  }
+  for (const int factor : {9, 14, 1 << 30, kHigh}) {
+    EXPECT_EQ(scale(factor, whole), TLUX_OK);
+  }
+  for (const TLUX_CROP_RECT& rect : {TLUX_CROP_RECT{0, 0, 14, 63},
+                                     {0, 0, 63, 14},
+                                     {9, 9, 8, 40},
+                                     {40, 40, 9, 9},
+                                     {0, 9, 63, 0},
+                                     {kHigh, kHigh, kLow, kLow},
+                                     {kLow, kLow, kLow, kLow},
+                                     {kHigh, 0, kHigh, kHigh},
+                                     {0, kHigh, 63, kHigh},
+                                     {kHigh, 5, kLow, 63}}) {
+    for (int factor = 1; factor <= 8; ++factor) {
+      const bool isEmpty = std::int64_t{rect.right} - rect.left < 2 * factor - 1 ||
+                           std::int64_t{rect.bottom} - rect.top < 2 * factor - 1;
+      if (!isEmpty) continue;
+      EXPECT_EQ(scale(factor, rect), TLUX_OK);
+    }
+  }
+  for (const std::uint32_t format : {TLUX_FMT_YCBCR444_P, TLUX_FMT_YCBCR440_P,
+                                     TLUX_FMT_YCBCR420_P_B, TLUX_FMT_GRAY, TLUX_FMT_CBYCRY, 0u}) {
+    frame.image().format = format;
+    EXPECT_EQ(scale(2, whole), TLUX_OK);
+  }
+}
+
+TEST(ScaleCropImage, RefusesMissingImagesAndPlanes) {
+  Random random(25);
+  Frame frame(TLUX_FMT_YCBCR420_P, 16, 16, random);
+  Destination destination(reference::Reduced(0, 0), random);
+  const TLUX_CROP_RECT rect{0, 0, 15, 15};
+  TLUX_IMAGE* source = &frame.image();
+  TLUX_IMAGE* out = &destination.image();
+  const auto refuses = [&](TLUX_IMAGE* from, TLUX_IMAGE* to) {
+    TLUX_ResampleImage2_YCBCR420_P(from, to, &rect);
+    return TLUX_ScaleCropImage(from, to, nullptr, 2) == TLUX_ERR_INVALID_PARAM;
+  };
+  EXPECT_TRUE(refuses(nullptr, out));
+  EXPECT_TRUE(refuses(source, nullptr));
+  TLUX_ResampleImage2_YCBCR420_P(source, out, nullptr);
+  for (auto* image : {source, out}) {
+    for (const int plane : {0, 1, 2}) {
+      std::uint8_t* kept = std::exchange(image->plane[plane], nullptr);
+      EXPECT_TRUE(refuses(source, out)) << plane;
+      image->plane[plane] = kept;
+    }
+  }
+  destination.check();
+}
+
+} // namespace
+} // namespace tlux::test
