@@ -17,6 +17,7 @@
 #include "tlux/resample.h"
 #include "tlux/resize.h"
 #include "tlux/simple_image.h"
+#include "tlux/tone.h"
 #include "tlux/transfer.h"
 
 #endif /* TLUX_H */
