@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/bands.hpp"
+#include "base/plane.hpp"
+#include "tlux/platform.h"
+
+namespace tlux {
+
+// Memory that smoothBand() asks for, in bytes.
+std::int64_t blockMeanScratchBytes(std::int32_t width, std::int32_t radius);
+
+// A band of a map and the rows that may be written; rows outside the band are only written where
+// the three-tap groups of a band shorter than the radius reach over its edges.
+struct SmoothedBand {
+  std::int32_t first;
+  std::int32_t rows;
+  Band writable;
+};
+
+// Smooths a band within itself; see BlockMeanVarIntMTBorder(). The destination is packed.
+std::uint32_t smoothBand(MMemMgr manager, SmoothedBand band, Plane<const std::int32_t> source,
+                         std::int32_t* destination, std::int32_t radius);
+
+} // namespace tlux

@@ -1,0 +1,132 @@
+#pragma once
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "base/bands.hpp"
+#include "base/fixed_point.hpp"
+
+// Box sums whose cost does not depend on the radius: column sums slide down the rows, and on each
+// row the sum of 2r columns slides along.
+//
+// The window of (x, y) holds the 2r × 2r samples of rows y − r … y + r − 1 and columns x − r …
+// x + r − 1, one more above and to the left than below and to the right. Beyond the edges the
+// nearest sample is repeated.
+namespace tlux {
+
+// 4r² fits 31 bits.
+inline constexpr std::int32_t kMaxWindowRadius = 23170;
+
+constexpr bool isWindowRadius(std::int32_t radius) {
+  return radius >= 1 && radius <= kMaxWindowRadius;
+}
+
+constexpr std::int32_t windowArea(std::int32_t radius) {
+  return 4 * radius * radius;
+}
+
+// sum / count truncated toward zero, without a division and in a form that vectorises.
+//
+// (|s| + 1/2) / n is odd / even, so at least 1 / 2n away from every integer; the two roundings of
+// its double form move it by less than (|s| + 1/2) / n · 2^-51 < 2^-20 / n.
+class TruncatedMean {
+ public:
+  explicit TruncatedMean(std::int32_t count) : inverse_(1.0 / count) {}
+
+  std::int32_t operator()(std::int32_t sum) const {
+    return static_cast<std::int32_t>((sum + (sum < 0 ? -0.5 : 0.5)) * inverse_);
+  }
+
+ private:
+  double inverse_;
+};
+
+// Window sums of kMoments quantities of a plane. `rowAt(y)` gives a row, `row(x)` its quantities as
+// std::array<Sum, kMoments>. Unsigned sums wrap.
+template <class Sum, int kMoments, class RowAt>
+class WindowSums {
+ public:
+  // Elements of the memory that the sums are kept in.
+  static constexpr std::int64_t scratchCount(std::int32_t width, std::int32_t radius) {
+    return kMoments * (2 * std::int64_t{width} + 2 * std::int64_t{radius});
+  }
+
+  WindowSums(Sum* scratch, std::int32_t width, std::int32_t radius, RowAt rowAt)
+      : width_(width), radius_(radius), rowAt_(rowAt) {
+    for (int k = 0; k < kMoments; ++k) {
+      padded_[k] = scratch + k * (std::ptrdiff_t{width} + 2 * radius);
+      sums_[k] = scratch + kMoments * (std::ptrdiff_t{width} + 2 * radius) + k * std::ptrdiff_t{width};
+    }
+  }
+
+  // Calls emit(y, sums) for each row; sums[k][x] is the k-th sum of the window of (x, y) and may be
+  // overwritten. Window rows are clamped to `source`. Ends early when emit() returns false.
+  template <class Emit>
+  bool slide(Band rows, Band source, Emit emit) {
+    const auto clamped = [source](std::int64_t y) {
+      return static_cast<std::int32_t>(std::clamp<std::int64_t>(y, source.first, source.end - 1));
+    };
+    std::fill(padded_[0], sums_[0], Sum{0});
+    for (std::int64_t y = std::int64_t{rows.first} - radius_; y < std::int64_t{rows.first} + radius_;
+         ++y) {
+      addRow(clamped(y));
+    }
+    for (std::int64_t y = rows.first; y < rows.end; ++y) {
+      for (int k = 0; k < kMoments; ++k) {
+        sweep(padded_[k], sums_[k]);
+      }
+      if (!emit(static_cast<std::int32_t>(y), sums_)) return false;
+      replaceRow(clamped(y - radius_), clamped(y + radius_));
+    }
+    return true;
+  }
+
+ private:
+  void addRow(std::int32_t y) {
+    const auto entering = rowAt_(y);
+    for (std::size_t k = 0; k < kMoments; ++k) {
+      Sum* __restrict column = padded_[k] + radius_;
+      for (std::ptrdiff_t x = 0; x < width_; ++x) {
+        column[x] += entering(x)[k];
+      }
+    }
+  }
+
+  void replaceRow(std::int32_t leavingRow, std::int32_t enteringRow) {
+    if (leavingRow == enteringRow) return;
+    const auto leaving = rowAt_(leavingRow);
+    const auto entering = rowAt_(enteringRow);
+    for (std::size_t k = 0; k < kMoments; ++k) {
+      Sum* __restrict column = padded_[k] + radius_;
+      for (std::ptrdiff_t x = 0; x < width_; ++x) {
+        column[x] += entering(x)[k] - leaving(x)[k];
+      }
+    }
+  }
+
+  void sweep(Sum* __restrict padded, Sum* __restrict sums) const {
+    const std::ptrdiff_t last = std::ptrdiff_t{width_} + radius_ - 1;
+    std::fill(padded, padded + radius_, padded[radius_]);
+    std::fill(padded + last + 1, padded + last + 1 + radius_, padded[last]);
+    const std::ptrdiff_t span = 2 * std::ptrdiff_t{radius_};
+    Sum sum{0};
+    for (std::ptrdiff_t i = 0; i < span; ++i) {
+      sum += padded[i];
+    }
+    sums[0] = sum;
+    for (std::ptrdiff_t x = 1; x < width_; ++x) {
+      sum += padded[x + span - 1] - padded[x - 1];
+      sums[x] = sum;
+    }
+  }
+
+  std::int32_t width_;
+  std::int32_t radius_;
+  RowAt rowAt_;
+  std::array<Sum*, kMoments> padded_; // column sums, radius_ copies of the outer ones either side
+  std::array<Sum*, kMoments> sums_;
+};
+
+} // namespace tlux

@@ -1,0 +1,141 @@
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+// The fast guided filter from its formulas: every window is summed anew, every full-resolution
+// sample interpolated on its own.
+namespace tlux::reference {
+
+// Sum of sample(x, y) over the 2r × 2r window of (x, y), columns clamped to the width and rows to
+// [firstRow, endRow), in 32 bits that wrap.
+template <class Sample>
+std::int32_t windowSum(int x, int y, int radius, int width, int firstRow, int endRow,
+                       Sample sample) {
+  std::uint32_t sum = 0;
+  for (int v = y - radius; v < y + radius; ++v) {
+    for (int u = x - radius; u < x + radius; ++u) {
+      sum += static_cast<std::uint32_t>(
+          sample(std::clamp(u, 0, width - 1), std::clamp(v, firstRow, endRow - 1)));
+    }
+  }
+  return static_cast<std::int32_t>(sum);
+}
+
+struct Coefficients {
+  std::int32_t a;
+  std::int32_t b;
+  bool solvable;
+};
+
+// Slope and offset of one window, in Q10.
+inline Coefficients guideCoefficients(const std::uint8_t* input, const std::uint8_t* guide, int x,
+                                      int y, int width, int height, int pitch, int radius,
+                                      int eps) {
+  const auto sumOf = [&](auto quantity) {
+    return windowSum(x, y, radius, width, 0, height, [&](int u, int v) {
+      const std::ptrdiff_t at = std::ptrdiff_t{v} * pitch + u;
+      return quantity(int{guide[at]}, int{input[at]});
+    });
+  };
+  const int count = 4 * radius * radius;
+  const int meanGuide = sumOf([](int i, int) { return i; }) / count;
+  const int meanInput = sumOf([](int, int p) { return p; }) / count;
+  const int variance = sumOf([](int i, int) { return i * i; }) / count - meanGuide * meanGuide;
+  const int covariance =
+      sumOf([](int i, int p) { return i * p; }) / count - meanInput * meanGuide;
+  if (variance < 0 || variance + eps == 0) return {0, 0, false};
+  const int a = covariance * 1024 / (variance + eps);
+  return {a, meanInput * 1024 - meanGuide * a, true};
+}
+
+// One sample of a map smoothed in rows [firstRow, firstRow + bandRows), cut at the height.
+inline std::int32_t smoothedInBand(const std::int32_t* map, int x, int y, int width, int height,
+                                   int stride, int firstRow, int bandRows, int radius) {
+  const auto sample = [&](int u, int v) { return map[std::ptrdiff_t{v} * stride + u]; };
+  if (y < firstRow + radius || y >= firstRow + bandRows - radius) {
+    return (sample(std::max(x - 1, 0), y) + sample(x, y) + sample(std::min(x + 1, width - 1), y)) /
+           3;
+  }
+  return windowSum(x, y, radius, width, firstRow, std::min(firstRow + bandRows, height), sample) /
+         (4 * radius * radius);
+}
+
+// The value j/8 of the way from m to n, rounded down.
+inline std::int32_t interpolateEighths(std::int32_t m, std::int32_t n, int j) {
+  switch (j) {
+    case 0: return m;
+    case 1: return (7 * m + n) >> 3;
+    case 2: return (3 * m + n) >> 2;
+    case 3: return (5 * m + 3 * n) >> 3;
+    case 4: return (m + n) >> 1;
+    case 5: return (3 * m + 5 * n) >> 3;
+    case 6: return (m + 3 * n) >> 2;
+    default: return (m + 7 * n) >> 3;
+  }
+}
+
+// Sample (x, y) of a packed map enlarged ×8; the row below lastRow is lastRow itself.
+inline std::int32_t enlarged(const std::int32_t* map, int width, int lastRow, int x, int y) {
+  const auto alongRow = [&](int row) {
+    const std::int32_t* samples = map + std::ptrdiff_t{row} * width;
+    return interpolateEighths(samples[x / 8], samples[std::min(x / 8 + 1, width - 1)], x % 8);
+  };
+  return interpolateEighths(alongRow(y / 8), alongRow(std::min(y / 8 + 1, lastRow)), y % 8);
+}
+
+// Calls emit(x, y, value) for each full-resolution sample that the filter writes, value being the
+// unclamped (a · guide + b) >> 10.
+template <class Emit>
+void guidedUpsampling(const std::uint8_t* input, const std::uint8_t* guide,
+                      const std::uint8_t* fullGuide, int width, int height, int lowPitch,
+                      int fullGuidePitch, int radius, int eps, Emit emit) {
+  const auto samples = static_cast<std::size_t>(width) * static_cast<std::size_t>(height);
+  const int bandRows = (height + height % 4) / 4;
+  for (int band = 0; band < 4; ++band) {
+    const int first = band * bandRows;
+    const int end = std::min(first + bandRows, height);
+    std::vector<std::int32_t> maps[2] = {std::vector<std::int32_t>(samples),
+                                         std::vector<std::int32_t>(samples)};
+    for (int y = first; y < end; ++y) {
+      for (int x = 0; x < width; ++x) {
+        const auto at = static_cast<std::size_t>(y * width + x);
+        const Coefficients raw =
+            guideCoefficients(input, guide, x, y, width, height, lowPitch, radius, eps);
+        maps[0][at] = raw.a;
+        maps[1][at] = raw.b;
+      }
+    }
+    for (std::vector<std::int32_t>& map : maps) {
+      const std::vector<std::int32_t> raw = map;
+      for (int y = first; y < end; ++y) {
+        for (int x = 0; x < width; ++x) {
+          map[static_cast<std::size_t>(y * width + x)] =
+              smoothedInBand(raw.data(), x, y, width, height, width, first, bandRows, radius);
+        }
+      }
+    }
+    for (int y = 8 * first; y < 8 * end; ++y) {
+      for (int x = 0; x < 8 * width; ++x) {
+        const std::int32_t a = enlarged(maps[0].data(), width, end - 1, x, y);
+        const std::int32_t b = enlarged(maps[1].data(), width, end - 1, x, y);
+        emit(x, y, (b + fullGuide[std::ptrdiff_t{y} * fullGuidePitch + x] * a) >> 10);
+      }
+    }
+  }
+}
+
+inline void fastGuidedFilter(const std::uint8_t* input, const std::uint8_t* guide,
+                             const std::uint8_t* fullGuide, std::uint8_t* fullOut, int width,
+                             int height, int lowPitch, int fullGuidePitch, int fullOutPitch,
+                             int radius, int eps) {
+  guidedUpsampling(input, guide, fullGuide, width, height, lowPitch, fullGuidePitch, radius, eps,
+                   [&](int x, int y, int value) {
+                     fullOut[std::ptrdiff_t{y} * fullOutPitch + x] =
+                         static_cast<std::uint8_t>(std::clamp(value, 0, 255));
+                   });
+}
+
+} // namespace tlux::reference

@@ -1,0 +1,323 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "reference/guided_filter_fast.hpp"
+#include "support/fault_injection.hpp"
+#include "support/guarded_buffer.hpp"
+#include "support/random.hpp"
+#include "tlux/fast_guided_filter.h"
+#include "tone/window_sums.hpp"
+
+namespace tlux::test {
+namespace {
+
+constexpr std::int32_t kUntouched = 0x5A5A5A5A;
+
+// What the planes of a case hold.
+enum class Content { kNoise, kUniform, kEdge, kNearlyFlat };
+constexpr Content kContents[] = {Content::kNoise, Content::kUniform, Content::kEdge,
+                                 Content::kNearlyFlat};
+
+void fillWith(Content content, std::span<std::uint8_t> bytes, Random& random) {
+  const auto level = static_cast<std::uint8_t>(random.bits());
+  for (std::size_t i = 0; i < bytes.size(); ++i) {
+    switch (content) {
+      case Content::kNoise: bytes[i] = static_cast<std::uint8_t>(random.bits()); break;
+      case Content::kUniform: bytes[i] = level; break;
+      case Content::kEdge: bytes[i] = i * 3 < bytes.size() ? 0 : 255; break;
+      case Content::kNearlyFlat: bytes[i] = static_cast<std::uint8_t>(251 + i % 5); break;
+    }
+  }
+}
+
+struct Band {
+  int first;
+  int rows;
+};
+
+TEST(GuideBlock, IntegerFormIsTheFormula) {
+  Random random(1);
+  for (const auto [width, height, padding] :
+       {std::array{1, 1, 0}, {2, 5, 3}, {7, 4, 0}, {33, 9, 5}, {20, 21, 1}}) {
+    for (const int radius : {1, 2, 5, 16, 40}) {
+      for (const Content content : kContents) {
+        const int pitch = width + padding;
+        // The last row ends with the last sample.
+        const auto bytes = static_cast<std::size_t>((height - 1) * pitch + width);
+        GuardedBuffer input(bytes);
+        GuardedBuffer guide(bytes);
+        fillWith(Content::kNoise, input.bytes(), random);
+        fillWith(content, guide.bytes(), random);
+        const int eps = random.intBetween(1, 40);
+        const Band band = {random.intBetween(0, height - 1), random.intBetween(1, height)};
+        std::vector<std::int32_t> a(static_cast<std::size_t>(width * height), kUntouched);
+        std::vector<std::int32_t> b = a;
+        ASSERT_EQ(GuideBlockIntMT(nullptr, band.first, band.rows, input.data(), guide.data(),
+                                  height, width, pitch, a.data(), b.data(), radius, eps),
+                  TLUX_OK);
+        for (int y = 0; y < height; ++y) {
+          for (int x = 0; x < width; ++x) {
+            reference::Coefficients expected = {kUntouched, kUntouched, true};
+            if (y >= band.first && y < band.first + band.rows) {
+              expected = reference::guideCoefficients(input.data(), guide.data(), x, y, width,
+                                                      height, pitch, radius, eps);
+            }
+            const auto at = static_cast<std::size_t>(y * width + x);
+            ASSERT_EQ(a[at], expected.a) << x << "," << y << " radius " << radius;
+            ASSERT_EQ(b[at], expected.b) << x << "," << y << " radius " << radius;
+          }
+        }
+      }
+    }
+  }
+}
+
+// Everything before the first window without a solution is written, nothing after it.
+TEST(GuideBlock, IntegerFormStopsAtTheFirstZeroDenominator) {
+  constexpr int kSize = 12;
+  constexpr int kRadius = 2;
+  std::vector<std::uint8_t> guide(kSize * kSize);
+  for (int i = 0; i < kSize * kSize; ++i) {
+    const bool flat = i / kSize >= 3 && i % kSize >= 5;
+    guide[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(flat ? 70 : 255 * (i % 2));
+  }
+  std::vector<std::int32_t> a(kSize * kSize, kUntouched);
+  std::vector<std::int32_t> b = a;
+  EXPECT_EQ(GuideBlockIntMT(nullptr, 0, kSize, guide.data(), guide.data(), kSize, kSize, kSize,
+                            a.data(), b.data(), kRadius, 0),
+            TLUX_GUIDE_UNSOLVABLE);
+  bool stopped = false;
+  for (int i = 0; i < kSize * kSize; ++i) {
+    const auto expected = reference::guideCoefficients(
+        guide.data(), guide.data(), i % kSize, i / kSize, kSize, kSize, kSize, kRadius, 0);
+    stopped = stopped || !expected.solvable;
+    EXPECT_EQ(a[static_cast<std::size_t>(i)], stopped ? kUntouched : expected.a) << i;
+    EXPECT_EQ(b[static_cast<std::size_t>(i)], stopped ? kUntouched : expected.b) << i;
+  }
+  EXPECT_NE(a[4 * kSize], kUntouched);
+}
+
+TEST(GuideBlock, SurvivesSumsThatLeaveThirtyTwoBits) {
+  std::vector<std::uint8_t> white(64, 255);
+  std::vector<std::int32_t> a(64);
+  std::vector<std::int32_t> b(64);
+  for (const int radius : {90, 91, 300, 23170}) {
+    const auto result = GuideBlockIntMT(nullptr, 0, 1, white.data(), white.data(), 1, 64, 64,
+                                        a.data(), b.data(), radius, 20);
+    EXPECT_TRUE(result == TLUX_OK || result == TLUX_GUIDE_UNSOLVABLE);
+    if (radius == 90) {
+      EXPECT_EQ(result, TLUX_OK);
+      EXPECT_EQ(b[5], 255 * 1024);
+    }
+  }
+}
+
+TEST(TruncatedMean, IsTheTruncatedQuotient) {
+  Random random(9);
+  std::vector<int> counts = {4, 1024, 32400, windowArea(kMaxWindowRadius)};
+  for (int i = 0; i < 50; ++i) {
+    counts.push_back(windowArea(random.intBetween(1, kMaxWindowRadius)));
+  }
+  for (const int count : counts) {
+    const TruncatedMean mean(count);
+    for (int i = 0; i < 400; ++i) {
+      const std::int64_t multiple = random.between(-INT32_MAX / count, INT32_MAX / count) * count;
+      for (const std::int64_t sum : {multiple - 1, multiple, multiple + 1,
+                                     std::int64_t{static_cast<std::int32_t>(random.bits())}}) {
+        const auto value = static_cast<std::int32_t>(
+            std::clamp<std::int64_t>(sum, INT32_MIN, INT32_MAX));
+        ASSERT_EQ(mean(value), value / count) << value << " / " << count;
+      }
+    }
+  }
+}
+
+TEST(BlockMean, BandFormsAreTheFormula) {
+  struct Case {
+    int width, height, padding, first, rows, radius;
+  };
+  Random random(2);
+  for (const Case& c : {Case{1, 1, 0, 0, 1, 1}, Case{1, 9, 2, 0, 9, 2}, Case{13, 12, 0, 3, 6, 2},
+                        Case{13, 12, 1, 3, 6, 4}, Case{9, 40, 0, 5, 33, 16},
+                        Case{5, 20, 0, 10, 40, 3}, Case{6, 10, 0, 4, 2, 5}, Case{4, 6, 0, 9, 2, 4},
+                        Case{30, 8, 3, 0, 8, 1}}) {
+    SCOPED_TRACE(testing::Message() << c.width << "x" << c.height << " rows " << c.first << "+"
+                                    << c.rows << " radius " << c.radius);
+    const int stride = c.width + c.padding;
+    std::vector<std::int32_t> source(static_cast<std::size_t>(stride * c.height));
+    random.fill(std::span(source), -400000, 300000);
+    std::vector<std::int32_t> inBand(static_cast<std::size_t>(c.width * c.height), kUntouched);
+    std::vector<std::int32_t> whole = inBand;
+    ASSERT_EQ(BlockMeanVarIntMTBorder(nullptr, c.first, c.rows, source.data(), c.height, c.width,
+                                      stride, inBand.data(), c.radius),
+              TLUX_OK);
+    ASSERT_EQ(BlockMeanVarIntMT(nullptr, c.first, c.rows, source.data(), c.height, c.width, stride,
+                                whole.data(), c.radius),
+              TLUX_OK);
+    const int end = std::min(c.first + c.rows, c.height);
+    for (int y = 0; y < c.height; ++y) {
+      const bool inside = y >= c.first && y < end;
+      // The three-tap groups of a short band reach over its edges.
+      const bool written = inside || (y >= c.first && y < c.first + c.radius) ||
+                           (y >= c.first + c.rows - c.radius && y < end);
+      for (int x = 0; x < c.width; ++x) {
+        const auto at = static_cast<std::size_t>(y * c.width + x);
+        const auto banded = reference::smoothedInBand(source.data(), x, y, c.width, c.height,
+                                                      stride, c.first, c.rows, c.radius);
+        const auto mean = reference::windowSum(
+                              x, y, c.radius, c.width, 0, c.height,
+                              [&](int u, int v) {
+                                return source[static_cast<std::size_t>(v * stride + u)];
+                              }) /
+                          (4 * c.radius * c.radius);
+        ASSERT_EQ(inBand[at], written ? banded : kUntouched) << x << "," << y;
+        ASSERT_EQ(whole[at], inside ? mean : kUntouched) << x << "," << y;
+      }
+    }
+  }
+}
+
+TEST(BlockMean, FloatFormsMatchDirectSums) {
+  constexpr int kWidth = 17;
+  constexpr int kHeight = 11;
+  constexpr int kStride = 19;
+  constexpr float kEps = 0.5F;
+  Random random(4);
+  std::vector<float> input(kStride * kHeight);
+  std::vector<float> guide(input.size());
+  for (std::size_t i = 0; i < input.size(); ++i) {
+    input[i] = static_cast<float>(random.intBetween(0, 25500)) / 100;
+    guide[i] = static_cast<float>(random.intBetween(0, 25500)) / 100;
+  }
+  std::vector<float> mean(kWidth * kHeight);
+  std::vector<float> variance(mean.size());
+  std::vector<float> a(mean.size());
+  std::vector<float> b(mean.size());
+  for (const int radius : {1, 4, 16}) {
+    ASSERT_EQ(BlockMeanVar(nullptr, guide.data(), kHeight, kWidth, kStride, mean.data(),
+                           variance.data(), radius),
+              TLUX_OK);
+    ASSERT_EQ(GuideBlock(nullptr, input.data(), guide.data(), kHeight, kWidth, kStride, a.data(),
+                         b.data(), radius, kEps),
+              TLUX_OK);
+    for (int y = 0; y < kHeight; ++y) {
+      for (int x = 0; x < kWidth; ++x) {
+        double sums[4] = {};
+        for (int v = y - radius; v < y + radius; ++v) {
+          for (int u = x - radius; u < x + radius; ++u) {
+            const auto at = static_cast<std::size_t>(std::clamp(v, 0, kHeight - 1) * kStride +
+                                                     std::clamp(u, 0, kWidth - 1));
+            const double i = static_cast<double>(guide[at]);
+            const double p = static_cast<double>(input[at]);
+            sums[0] += i;
+            sums[1] += p;
+            sums[2] += i * i;
+            sums[3] += i * p;
+          }
+        }
+        for (double& sum : sums) {
+          sum /= 4.0 * radius * radius;
+        }
+        const double var = sums[2] - sums[0] * sums[0];
+        const double slope = (sums[3] - sums[0] * sums[1]) / (var + static_cast<double>(kEps));
+        const auto at = static_cast<std::size_t>(y * kWidth + x);
+        EXPECT_NEAR(mean[at], sums[0], 1e-4);
+        EXPECT_NEAR(variance[at], var, 1e-3);
+        EXPECT_NEAR(a[at], slope, 1e-5);
+        EXPECT_NEAR(b[at], sums[1] - slope * sums[0], 1e-3);
+      }
+    }
+  }
+}
+
+TEST(BlockMean, FloatFormsOfAConstantPlane) {
+  std::vector<float> flat(64, 0.1F);
+  std::vector<float> first(64);
+  std::vector<float> second(64);
+  EXPECT_EQ(BlockMeanVar(nullptr, flat.data(), 8, 8, 8, first.data(), second.data(), 3), TLUX_OK);
+  EXPECT_EQ(first, flat);
+  EXPECT_GE(*std::min_element(second.begin(), second.end()), 0.0F);
+  const std::vector<float> zero(64, 0.0F);
+  EXPECT_EQ(GuideBlock(nullptr, flat.data(), zero.data(), 8, 8, 8, first.data(), second.data(), 3,
+                       0.0F),
+            TLUX_GUIDE_UNSOLVABLE);
+}
+
+TEST(UpsampleLine, DeliversTheLinesOfABandInOrder) {
+  Random random(5);
+  for (const auto [width, rows] : {std::array{1, 1}, {1, 3}, {2, 2}, {9, 4}, {37, 3}}) {
+    std::vector<std::int32_t> map(static_cast<std::size_t>(width * rows));
+    random.fill(std::span(map), -(1 << 27), 1 << 27);
+    const int fullWidth = 8 * width;
+    GuardedBuffer memory(static_cast<std::size_t>(3 * fullWidth) * sizeof(std::int32_t));
+    auto* lines = reinterpret_cast<std::int32_t*>(memory.data());
+    for (int k = 0; k < 8 * rows; ++k) {
+      // Only lines 0, 1, 9, 17, … may read the low row.
+      const int row = k % 8 == 0 ? k / 8 : std::min(k / 8 + 1, rows - 1);
+      std::int32_t unreadable = 0;
+      const bool isRead = k == 0 || k % 8 == 1;
+      UPSampleLine8Int(k, fullWidth, isRead ? &map[static_cast<std::size_t>(row * width)] : &unreadable,
+                       lines);
+      for (int x = 0; x < fullWidth; ++x) {
+        ASSERT_EQ(lines[x], reference::enlarged(map.data(), width, rows - 1, x, k))
+            << x << "," << k << " width " << width;
+      }
+    }
+    EXPECT_TRUE(memory.isIntact());
+  }
+}
+
+TEST(BlockStatistics, RefuseBadArgumentsAndReportMissingMemory) {
+  std::uint8_t bytes[16] = {};
+  std::int32_t ints[16] = {};
+  std::int32_t out[16] = {};
+  float floats[16] = {};
+  float mean[16] = {};
+  struct Arguments {
+    int startRow, bandRows, height, width, stride, radius;
+    std::uint32_t expected;
+  };
+  for (const Arguments& g : {Arguments{-1, 4, 4, 4, 4, 1, TLUX_ERR_INVALID_PARAM},
+                             Arguments{0, 4, 4, 4, 3, 1, TLUX_ERR_INVALID_PARAM},
+                             Arguments{0, 4, 4, 4, 4, 0, TLUX_ERR_INVALID_PARAM},
+                             Arguments{0, 4, 4, 4, 4, 23171, TLUX_ERR_INVALID_PARAM},
+                             Arguments{0, 0, 4, 4, 4, 1, TLUX_OK},
+                             Arguments{4, 4, 4, 4, 4, 1, TLUX_OK},
+                             Arguments{0, 4, 0, 4, 4, 1, TLUX_OK},
+                             Arguments{0, 4, 4, 0, 4, 1, TLUX_OK},
+                             Arguments{INT32_MAX, INT32_MAX, 4, 4, 4, 2, TLUX_OK}}) {
+    EXPECT_EQ(GuideBlockIntMT(nullptr, g.startRow, g.bandRows, bytes, bytes, g.height, g.width,
+                              g.stride, ints, out, g.radius, 20),
+              g.expected);
+    EXPECT_EQ(BlockMeanVarIntMTBorder(nullptr, g.startRow, g.bandRows, ints, g.height, g.width,
+                                      g.stride, out, g.radius),
+              g.expected);
+    EXPECT_EQ(BlockMeanVarIntMT(nullptr, g.startRow, g.bandRows, ints, g.height, g.width, g.stride,
+                                out, g.radius),
+              g.expected);
+  }
+  EXPECT_EQ(GuideBlock(nullptr, floats, nullptr, 4, 4, 4, floats, mean, 1, 1.0F),
+            TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(BlockMeanVar(nullptr, floats, 4, 4, 3, mean, mean, 1), TLUX_ERR_INVALID_PARAM);
+  UPSampleLine8Int(0, 8, nullptr, ints);
+  UPSampleLine8Int(-1, 8, ints, out);
+
+  const long live = liveAllocations();
+  const auto sweep = [](auto call) {
+    return sweepFaults(failAllocation, [&] {
+      const std::uint32_t result = call();
+      EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
+    });
+  };
+  EXPECT_GE(sweep([&] { return GuideBlockIntMT(nullptr, 0, 4, bytes, bytes, 4, 4, 4, ints, out, 1, 20); }), 1);
+  EXPECT_GE(sweep([&] { return GuideBlock(nullptr, floats, floats, 4, 4, 4, mean, mean, 1, 1.0F); }), 1);
+  EXPECT_GE(sweep([&] { return BlockMeanVarIntMTBorder(nullptr, 0, 4, ints, 4, 4, 4, out, 1); }), 1);
+  EXPECT_GE(sweep([&] { return BlockMeanVarIntMT(nullptr, 0, 4, ints, 4, 4, 4, out, 1); }), 1);
+  EXPECT_GE(sweep([&] { return BlockMeanVar(nullptr, floats, 4, 4, 4, mean, mean, 1); }), 1);
+  EXPECT_EQ(liveAllocations(), live);
+}
+
+} // namespace
+} // namespace tlux::test

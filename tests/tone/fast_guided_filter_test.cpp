@@ -1,0 +1,268 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <vector>
+
+#include "reference/guided_filter_fast.hpp"
+#include "support/fault_injection.hpp"
+#include "support/guarded_buffer.hpp"
+#include "support/random.hpp"
+#include "tlux/fast_guided_filter.h"
+#include "tlux/platform.h"
+
+namespace tlux::test {
+namespace {
+
+constexpr std::uint8_t kHeld = 0x77;
+
+struct Size {
+  int width;
+  int height;
+};
+
+// Low-resolution planes and a full-resolution guide and output, each ending at a protected page
+// with its last sample.
+struct Frame {
+  Frame(Size size, int lowPadding, int fullPadding, Random& random)
+      : low(size),
+        lowPitch(size.width + lowPadding),
+        fullPitch(8 * size.width + fullPadding),
+        input(bytes(size.width, size.height, lowPitch)),
+        guide(input.size()),
+        fullGuide(bytes(8 * size.width, 8 * size.height, fullPitch)),
+        fullOut(fullGuide.size(), kHeld) {
+    for (GuardedBuffer* plane : {&input, &guide, &fullGuide}) {
+      random.fill(plane->bytes());
+    }
+  }
+
+  static std::size_t bytes(int width, int height, int pitch) {
+    return static_cast<std::size_t>((height - 1) * pitch + width);
+  }
+
+  std::uint32_t filter(MMemMgr manager, int radius, int eps) {
+    return FastGuideFilterMT(manager, input.data(), guide.data(), fullGuide.data(), fullOut.data(),
+                             low.width, low.height, lowPitch, fullPitch, radius, eps);
+  }
+
+  std::vector<std::uint8_t> expected(int radius, int eps) {
+    std::vector<std::uint8_t> out(fullOut.size(), kHeld);
+    reference::fastGuidedFilter(input.data(), guide.data(), fullGuide.data(), out.data(),
+                                low.width, low.height, lowPitch, fullPitch, fullPitch, radius, eps);
+    return out;
+  }
+
+  bool outputIs(const std::vector<std::uint8_t>& out) {
+    return fullOut.isIntact() && std::equal(out.begin(), out.end(), fullOut.data());
+  }
+
+  Size low;
+  int lowPitch;
+  int fullPitch;
+  GuardedBuffer input;
+  GuardedBuffer guide;
+  GuardedBuffer fullGuide;
+  GuardedBuffer fullOut;
+};
+
+TEST(FastGuidedFilter, IsTheFormulaForEverySizeOfBand) {
+  Random random(21);
+  for (int height = 1; height <= 14; ++height) {
+    for (const int width : {1, 2, 5, 12}) {
+      for (const int radius : {1, 2, 16}) {
+        Frame frame({width, height}, height % 3, 2 * (width % 4), random);
+        const int eps = random.intBetween(1, 60);
+        ASSERT_EQ(frame.filter(nullptr, radius, eps), TLUX_OK);
+        ASSERT_TRUE(frame.outputIs(frame.expected(radius, eps)))
+            << width << "x" << height << " radius " << radius << " eps " << eps;
+      }
+    }
+  }
+}
+
+// Bands higher than twice the radius have rows of both kinds of smoothing.
+TEST(FastGuidedFilter, IsTheFormulaOnLargerFrames) {
+  Random random(22);
+  for (const auto [width, height, radius] : {std::array{66, 50, 3}, {20, 134, 16}, {70, 21, 2}}) {
+    Frame frame({width, height}, 0, 0, random);
+    ASSERT_EQ(frame.filter(nullptr, radius, 20), TLUX_OK);
+    ASSERT_TRUE(frame.outputIs(frame.expected(radius, 20))) << width << "x" << height;
+  }
+}
+
+// Steep slopes, offsets below zero and results out of range.
+TEST(FastGuidedFilter, IsTheFormulaForExtremeContent) {
+  Random random(23);
+  for (int variant = 0; variant < 8; ++variant) {
+    Frame frame({24, 18}, 0, 0, random);
+    for (std::size_t i = 0; i < frame.input.size(); ++i) {
+      const std::size_t x = i % 24;
+      const auto low = static_cast<std::uint8_t>((variant & 1) != 0 ? 250 : 0);
+      frame.guide.data()[i] = static_cast<std::uint8_t>(low + (x / 3 + i / 72) % 6);
+      const bool bright = (frame.guide.data()[i] % 2 == 0) == ((variant & 2) != 0);
+      frame.input.data()[i] = bright ? 255 : 0;
+    }
+    const int eps = (variant & 4) != 0 ? 20 : 1;
+    ASSERT_EQ(frame.filter(nullptr, 2, eps), TLUX_OK);
+    ASSERT_TRUE(frame.outputIs(frame.expected(2, eps))) << variant;
+  }
+}
+
+TEST(FastGuidedFilter, UniformReferenceGivesTheMappedLevelEverywhere) {
+  Random random(24);
+  Frame frame({10, 8}, 0, 0, random);
+  std::ranges::fill(frame.guide.bytes(), 90);
+  std::ranges::fill(frame.input.bytes(), 137);
+  ASSERT_EQ(frame.filter(nullptr, 16, 20), TLUX_OK);
+  EXPECT_EQ(std::ranges::count(frame.fullOut.bytes(), 137), 80 * 64);
+}
+
+TEST(FastGuidedFilter, LastRowOfAHeightOfFourNPlusOneIsLeftAlone) {
+  Random random(25);
+  Frame frame({4, 9}, 0, 0, random);
+  ASSERT_EQ(frame.filter(nullptr, 2, 20), TLUX_OK);
+  const auto rows = frame.fullOut.bytes();
+  EXPECT_EQ(std::ranges::count(rows.subspan(8 * 8 * 32), kHeld), 8 * 32);
+  EXPECT_LT(std::ranges::count(rows.first(8 * 8 * 32), kHeld), 8 * 8 * 32 / 2);
+}
+
+TEST(FastGuidedFilter, FiltersTheGuidePlaneInPlace) {
+  Random random(26);
+  Frame frame({130, 7}, 0, 3, random);
+  std::vector<std::uint8_t> expected(frame.fullGuide.bytes().begin(),
+                                     frame.fullGuide.bytes().end());
+  reference::fastGuidedFilter(frame.input.data(), frame.guide.data(), frame.fullGuide.data(),
+                              expected.data(), 130, 7, frame.lowPitch, frame.fullPitch,
+                              frame.fullPitch, 4, 20);
+  ASSERT_EQ(FastGuideFilterMT(nullptr, frame.input.data(), frame.guide.data(),
+                              frame.fullGuide.data(), frame.fullGuide.data(), 130, 7,
+                              frame.lowPitch, frame.fullPitch, 4, 20),
+            TLUX_OK);
+  EXPECT_TRUE(std::equal(expected.begin(), expected.end(), frame.fullGuide.data()));
+}
+
+// A band whose coefficients have no solution keeps what it held; the others are filtered.
+TEST(FastGuidedFilter, UnsolvableBandIsLeftAlone) {
+  Random random(27);
+  Frame frame({8, 16}, 0, 0, random);
+  std::ranges::fill(frame.guide.bytes().subspan(4 * 8, 4 * 8), 50);
+  ASSERT_EQ(frame.filter(nullptr, 2, 0), TLUX_OK);
+  constexpr std::size_t kBandBytes = std::size_t{4} * 8 * 64;
+  for (std::size_t band = 0; band < 4; ++band) {
+    const auto held =
+        std::ranges::count(frame.fullOut.bytes().subspan(band * kBandBytes, kBandBytes), kHeld);
+    EXPECT_EQ(held == std::ssize(frame.fullOut.bytes()) / 4, band == 1) << band;
+  }
+}
+
+TEST(FastGuidedFilter, ReportsMissingMemoryAndThreadsAndLeavesNothingBehind) {
+  Random random(28);
+  Frame frame({6, 12}, 0, 0, random);
+  const auto expected = frame.expected(16, 20);
+  const long live = liveAllocations();
+  // Four maps and four worker blocks.
+  EXPECT_EQ(sweepFaults(failAllocation,
+                        [&] {
+                          std::ranges::fill(frame.fullOut.bytes(), kHeld);
+                          const std::uint32_t result = frame.filter(nullptr, 16, 20);
+                          if (faultFired()) {
+                            EXPECT_EQ(result, TLUX_ERR_NO_MEMORY);
+                            EXPECT_EQ(std::ranges::count(frame.fullOut.bytes(), kHeld),
+                                      std::ssize(expected));
+                          } else {
+                            EXPECT_EQ(result, TLUX_OK);
+                            EXPECT_TRUE(frame.outputIs(expected));
+                          }
+                          EXPECT_EQ(liveAllocations(), live);
+                        }),
+            8);
+  EXPECT_EQ(sweepFaults(failThreadStart,
+                        [&] {
+                          const std::uint32_t result = frame.filter(nullptr, 16, 20);
+                          EXPECT_EQ(result, faultFired() ? TLUX_ERR_THREAD : TLUX_OK);
+                          EXPECT_EQ(liveAllocations(), live);
+                        }),
+            4);
+}
+
+// A pool of the documented size serves any number of frames, and the heap is not asked.
+TEST(FastGuidedFilter, LivesInAPoolOfTheDocumentedSize) {
+  Random random(29);
+  Frame frame({40, 10}, 0, 0, random);
+  const auto expected = frame.expected(16, 20);
+  const std::size_t blocks = 4 * (40 * 10 * 4 + 16) + 4 * (std::size_t{320} * 40 + 16);
+  std::vector<std::uint64_t> memory((blocks + 64) / 8);
+  MMemMgr pool = MMemMgrCreate(memory.data(), 8 * memory.size());
+  const auto free = GetMaxAllocMemSize(pool);
+  const long asked = allocationCount();
+  for (int run = 0; run < 3; ++run) {
+    ASSERT_EQ(frame.filter(pool, 16, 20), TLUX_OK);
+    EXPECT_TRUE(frame.outputIs(expected));
+    EXPECT_EQ(GetMaxAllocMemSize(pool), free);
+  }
+  EXPECT_EQ(allocationCount(), asked);
+}
+
+// A worker whose memory runs out leaves its band alone.
+TEST(FastGuidedFilter, WorkerWithoutMemoryLeavesItsBandAlone) {
+  Random random(30);
+  Frame frame({6, 5}, 0, 0, random);
+  std::vector<std::int32_t> maps[4];
+  for (auto& map : maps) {
+    map.resize(30);
+  }
+  TLUX_GUIDE_CONTEXT context = {nullptr,
+                                maps[0].data(),
+                                maps[1].data(),
+                                maps[2].data(),
+                                maps[3].data(),
+                                frame.input.data(),
+                                frame.guide.data(),
+                                frame.fullGuide.data(),
+                                frame.fullOut.data(),
+                                1,
+                                9,
+                                6,
+                                5,
+                                frame.lowPitch,
+                                frame.fullPitch,
+                                1,
+                                20};
+  const long live = liveAllocations();
+  EXPECT_GE(sweepFaults(failAllocation,
+                        [&] {
+                          std::ranges::fill(frame.fullOut.bytes(), kHeld);
+                          FastGuideFilterSingleThread(&context);
+                          const auto rows = frame.fullOut.bytes();
+                          EXPECT_EQ(std::ranges::count(rows.first(8 * 48), kHeld), 8 * 48);
+                          const auto held = std::ranges::count(rows.subspan(8 * 48), kHeld);
+                          EXPECT_EQ(held > 32 * 48 / 2, faultFired());
+                        }),
+            3);
+  EXPECT_EQ(liveAllocations(), live);
+  FastGuideFilterSingleThread(nullptr);
+}
+
+TEST(FastGuidedFilter, AnswersBadAndEmptyArguments) {
+  Random random(31);
+  Frame frame({4, 4}, 0, 0, random);
+  const auto call = [&](int lowW, int lowH, int lowPitch, int fullPitch, int radius) {
+    return FastGuideFilterMT(nullptr, frame.input.data(), frame.guide.data(),
+                             frame.fullGuide.data(), frame.fullOut.data(), lowW, lowH, lowPitch,
+                             fullPitch, radius, 20);
+  };
+  EXPECT_EQ(call(0, 4, 4, 32, 16), TLUX_OK);
+  EXPECT_EQ(call(4, 0, 4, 32, 16), TLUX_OK);
+  EXPECT_EQ(call(4, -4, 4, 32, 16), TLUX_ERR_NO_MEMORY);
+  EXPECT_EQ(call(-4, -4, 4, 32, 16), TLUX_ERR_NO_MEMORY);
+  EXPECT_EQ(call(4, 4, 3, 32, 16), TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(call(4, 4, 4, 31, 16), TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(call(4, 4, 4, 32, 0), TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(FastGuideFilterMT(nullptr, frame.input.data(), nullptr, frame.fullGuide.data(),
+                              frame.fullOut.data(), 4, 4, 4, 32, 16, 20),
+            TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(std::ranges::count(frame.fullOut.bytes(), kHeld), 32 * 32);
+}
+
+} // namespace
+} // namespace tlux::test
