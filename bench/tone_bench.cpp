@@ -67,9 +67,8 @@ void fastGuideFilter(benchmark::State& state) {
 void scaleChroma(benchmark::State& state) {
   Frame frame(state);
   for (auto _ : state) {
-    NV21NV12_Tone(frame.source.data(), frame.source.data() + frame.lumaBytes(),
-                  frame.output.data(), frame.output.data() + frame.lumaBytes(), frame.height,
-                  frame.width, frame.width);
+    NV21NV12_Tone(frame.source.data(), frame.source.data() + frame.lumaBytes(), frame.output.data(),
+                  frame.output.data() + frame.lumaBytes(), frame.height, frame.width, frame.width);
     benchmark::ClobberMemory();
   }
 }

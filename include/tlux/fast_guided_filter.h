@@ -144,7 +144,8 @@ TLUX_API uint32_t BlockMeanVarIntMTBorder(MMemMgr memMgr, int32_t startRow, int3
                                           int32_t srcRowStride, int32_t* dst,
                                           int32_t radius) TLUX_NOEXCEPT;
 
-/** As BlockMeanVarIntMTBorder(), every row of the band being the mean of a window of the whole map. */
+/** As BlockMeanVarIntMTBorder(), every row of the band being the mean of a window of the whole map.
+ */
 TLUX_API uint32_t BlockMeanVarIntMT(MMemMgr memMgr, int32_t startRow, int32_t bandRows,
                                     const int32_t* src, int32_t height, int32_t width,
                                     int32_t stride, int32_t* dst, int32_t radius) TLUX_NOEXCEPT;

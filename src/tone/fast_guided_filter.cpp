@@ -66,11 +66,13 @@ bool computeCoefficients(const TLUX_GUIDE_CONTEXT& band) {
          smooth(band.rawA, band.smoothA) == TLUX_OK && smooth(band.rawB, band.smoothB) == TLUX_OK;
 }
 
-std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius) {
-  const std::int64_t sums = std::max(guideBlockScratchBytes(lowWidth, radius),
-                                     blockMeanScratchBytes(lowWidth, radius));
-  const std::int64_t line = 2 * kUpsampling * std::int64_t{lowWidth} * std::int64_t{sizeof(std::int32_t)};
-  return std::max(kPoolHeader + sums, 2 * (kPoolHeader + line)) + kPoolSlack;
+std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius, std::int64_t ownBytes) {
+  const std::int64_t sums =
+      std::max(guideBlockScratchBytes(lowWidth, radius), blockMeanScratchBytes(lowWidth, radius));
+  const std::int64_t line =
+      2 * kUpsampling * std::int64_t{lowWidth} * std::int64_t{sizeof(std::int32_t)};
+  return std::max(kPoolHeader + sums, 2 * (kPoolHeader + line)) + kPoolHeader + ownBytes +
+         kPoolSlack;
 }
 
 } // namespace tlux
@@ -95,8 +97,8 @@ uint32_t FastGuideFilterMT(MMemMgr memMgr, const uint8_t* input, const uint8_t* 
   frame.fullPitch = fullPitch;
   frame.radius = radius;
   frame.eps = eps;
-  const std::int64_t bytes = std::max(tlux::kWorkerBytesPerPitch * fullPitch,
-                                      tlux::workerPoolBytes(lowW, radius));
+  const std::int64_t bytes =
+      std::max(tlux::kWorkerBytesPerPitch * fullPitch, tlux::workerPoolBytes(lowW, radius));
   return tlux::filterInBands(memMgr, frame, bytes, [](const TLUX_GUIDE_CONTEXT& band) {
     FastGuideFilterSingleThread(&band);
   });

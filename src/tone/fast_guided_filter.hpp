@@ -32,8 +32,9 @@ void applyCoefficients(int phase, const CoefficientLines& lines, const std::uint
 // Computes the band's smoothed coefficients; false when that failed and the band has none.
 bool computeCoefficients(const TLUX_GUIDE_CONTEXT& band);
 
-// Memory of a worker: what the filter's buffers take from a private pool, lines included.
-std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius);
+// Size of the private pool that holds what a worker allocates: the filter's buffers and `ownBytes`
+// of the caller's.
+std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius, std::int64_t ownBytes = 0);
 
 inline Band rowsOf(const TLUX_GUIDE_CONTEXT& band) {
   const std::int64_t end = std::int64_t{band.startRow} + band.bandRows;
@@ -74,7 +75,8 @@ void filterBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
 }
 
 // Runs work(band) on four threads, `frame` describing all but the memory and the rows of the bands.
-// Result codes as FastGuideFilterMT(); whatever happens, no thread runs and nothing stays allocated.
+// Result codes as FastGuideFilterMT(); whatever happens, no thread runs and nothing stays
+// allocated.
 template <class Work>
 std::uint32_t filterInBands(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
                             std::int64_t workerBytes, Work work) {
@@ -88,8 +90,10 @@ std::uint32_t filterInBands(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
   if (!rawA || !rawB || !smoothA || !smoothB) return TLUX_ERR_NO_MEMORY;
 
   // A pool of each worker's own, since the caller's has no lock.
-  const Scratch<std::uint8_t> blocks[kBandCount] = {
-      {manager, workerBytes}, {manager, workerBytes}, {manager, workerBytes}, {manager, workerBytes}};
+  const Scratch<std::uint8_t> blocks[kBandCount] = {{manager, workerBytes},
+                                                    {manager, workerBytes},
+                                                    {manager, workerBytes},
+                                                    {manager, workerBytes}};
   std::array<TLUX_GUIDE_CONTEXT, kBandCount> bands{};
   for (int i = 0; i < kBandCount; ++i) {
     if (!blocks[i]) return TLUX_ERR_NO_MEMORY;

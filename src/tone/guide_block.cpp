@@ -70,7 +70,8 @@ std::ptrdiff_t countSolvable(const std::uint32_t* variance, std::uint32_t eps,
   return bad == 0 ? width : std::find_if(variance, variance + width, isBad) - variance;
 }
 
-// a = covariance · 1024 / (variance + eps), truncated toward zero, and b = meanP · 1024 − meanI · a.
+// a = covariance · 1024 / (variance + eps), truncated toward zero, and b = meanP · 1024 − meanI ·
+// a.
 //
 // The double quotient truncates to the exact one: both operands are exact, its rounding error is
 // below 2^-53 of a quotient under 2^31, and a quotient that is no integer is at least 1 / 2^31 away
@@ -87,8 +88,7 @@ void solveRow(const SumRows& moments, std::uint32_t eps, std::int32_t* __restric
     const double quotient = static_cast<double>(dividend) / static_cast<double>(divisor);
     const auto a = static_cast<std::int32_t>(quotient < 2147483647.0 ? quotient : 2147483647.0);
     aRow[x] = a;
-    bRow[x] =
-        static_cast<std::int32_t>(meanP[x] * 1024 - meanI[x] * static_cast<std::uint32_t>(a));
+    bRow[x] = static_cast<std::int32_t>(meanP[x] * 1024 - meanI[x] * static_cast<std::uint32_t>(a));
   }
 }
 
@@ -110,13 +110,14 @@ std::uint32_t guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> i
   const TruncatedMean mean(windowArea(radius));
   const auto unsignedEps = static_cast<std::uint32_t>(eps);
   Sums windows(scratch.get(), width, radius, {input, guide});
-  const bool solved = windows.slide(rows, {0, input.height}, [&](std::int32_t y, const SumRows& sums) {
-    momentsOf(sums, mean, width);
-    const std::ptrdiff_t count = countSolvable(sums[2], unsignedEps, width);
-    const std::ptrdiff_t row = std::ptrdiff_t{y} * width;
-    solveRow(sums, unsignedEps, a + row, b + row, count);
-    return count == width;
-  });
+  const bool solved =
+      windows.slide(rows, {0, input.height}, [&](std::int32_t y, const SumRows& sums) {
+        momentsOf(sums, mean, width);
+        const std::ptrdiff_t count = countSolvable(sums[2], unsignedEps, width);
+        const std::ptrdiff_t row = std::ptrdiff_t{y} * width;
+        solveRow(sums, unsignedEps, a + row, b + row, count);
+        return count == width;
+      });
   return solved ? TLUX_OK : TLUX_GUIDE_UNSOLVABLE;
 }
 

@@ -57,7 +57,8 @@ class WindowSums {
       : width_(width), radius_(radius), rowAt_(rowAt) {
     for (int k = 0; k < kMoments; ++k) {
       padded_[k] = scratch + k * (std::ptrdiff_t{width} + 2 * radius);
-      sums_[k] = scratch + kMoments * (std::ptrdiff_t{width} + 2 * radius) + k * std::ptrdiff_t{width};
+      sums_[k] =
+          scratch + kMoments * (std::ptrdiff_t{width} + 2 * radius) + k * std::ptrdiff_t{width};
     }
   }
 
@@ -69,8 +70,8 @@ class WindowSums {
       return static_cast<std::int32_t>(std::clamp<std::int64_t>(y, source.first, source.end - 1));
     };
     std::fill(padded_[0], sums_[0], Sum{0});
-    for (std::int64_t y = std::int64_t{rows.first} - radius_; y < std::int64_t{rows.first} + radius_;
-         ++y) {
+    for (std::int64_t y = std::int64_t{rows.first} - radius_;
+         y < std::int64_t{rows.first} + radius_; ++y) {
       addRow(clamped(y));
     }
     for (std::int64_t y = rows.first; y < rows.end; ++y) {

@@ -44,8 +44,7 @@ inline Coefficients guideCoefficients(const std::uint8_t* input, const std::uint
   const int meanGuide = sumOf([](int i, int) { return i; }) / count;
   const int meanInput = sumOf([](int, int p) { return p; }) / count;
   const int variance = sumOf([](int i, int) { return i * i; }) / count - meanGuide * meanGuide;
-  const int covariance =
-      sumOf([](int i, int p) { return i * p; }) / count - meanInput * meanGuide;
+  const int covariance = sumOf([](int i, int p) { return i * p; }) / count - meanInput * meanGuide;
   if (variance < 0 || variance + eps == 0) return {0, 0, false};
   const int a = covariance * 1024 / (variance + eps);
   return {a, meanInput * 1024 - meanGuide * a, true};
@@ -66,14 +65,22 @@ inline std::int32_t smoothedInBand(const std::int32_t* map, int x, int y, int wi
 // The value j/8 of the way from m to n, rounded down.
 inline std::int32_t interpolateEighths(std::int32_t m, std::int32_t n, int j) {
   switch (j) {
-    case 0: return m;
-    case 1: return (7 * m + n) >> 3;
-    case 2: return (3 * m + n) >> 2;
-    case 3: return (5 * m + 3 * n) >> 3;
-    case 4: return (m + n) >> 1;
-    case 5: return (3 * m + 5 * n) >> 3;
-    case 6: return (m + 3 * n) >> 2;
-    default: return (m + 7 * n) >> 3;
+    case 0:
+      return m;
+    case 1:
+      return (7 * m + n) >> 3;
+    case 2:
+      return (3 * m + n) >> 2;
+    case 3:
+      return (5 * m + 3 * n) >> 3;
+    case 4:
+      return (m + n) >> 1;
+    case 5:
+      return (3 * m + 5 * n) >> 3;
+    case 6:
+      return (m + 3 * n) >> 2;
+    default:
+      return (m + 7 * n) >> 3;
   }
 }
 

@@ -24,10 +24,18 @@ void fillWith(Content content, std::span<std::uint8_t> bytes, Random& random) {
   const auto level = static_cast<std::uint8_t>(random.bits());
   for (std::size_t i = 0; i < bytes.size(); ++i) {
     switch (content) {
-      case Content::kNoise: bytes[i] = static_cast<std::uint8_t>(random.bits()); break;
-      case Content::kUniform: bytes[i] = level; break;
-      case Content::kEdge: bytes[i] = i * 3 < bytes.size() ? 0 : 255; break;
-      case Content::kNearlyFlat: bytes[i] = static_cast<std::uint8_t>(251 + i % 5); break;
+      case Content::kNoise:
+        bytes[i] = static_cast<std::uint8_t>(random.bits());
+        break;
+      case Content::kUniform:
+        bytes[i] = level;
+        break;
+      case Content::kEdge:
+        bytes[i] = i * 3 < bytes.size() ? 0 : 255;
+        break;
+      case Content::kNearlyFlat:
+        bytes[i] = static_cast<std::uint8_t>(251 + i % 5);
+        break;
     }
   }
 }
@@ -90,8 +98,8 @@ TEST(GuideBlock, IntegerFormStopsAtTheFirstZeroDenominator) {
             TLUX_GUIDE_UNSOLVABLE);
   bool stopped = false;
   for (int i = 0; i < kSize * kSize; ++i) {
-    const auto expected = reference::guideCoefficients(
-        guide.data(), guide.data(), i % kSize, i / kSize, kSize, kSize, kSize, kRadius, 0);
+    const auto expected = reference::guideCoefficients(guide.data(), guide.data(), i % kSize,
+                                                       i / kSize, kSize, kSize, kSize, kRadius, 0);
     stopped = stopped || !expected.solvable;
     EXPECT_EQ(a[static_cast<std::size_t>(i)], stopped ? kUntouched : expected.a) << i;
     EXPECT_EQ(b[static_cast<std::size_t>(i)], stopped ? kUntouched : expected.b) << i;
@@ -126,8 +134,8 @@ TEST(TruncatedMean, IsTheTruncatedQuotient) {
       const std::int64_t multiple = random.between(-INT32_MAX / count, INT32_MAX / count) * count;
       for (const std::int64_t sum : {multiple - 1, multiple, multiple + 1,
                                      std::int64_t{static_cast<std::int32_t>(random.bits())}}) {
-        const auto value = static_cast<std::int32_t>(
-            std::clamp<std::int64_t>(sum, INT32_MIN, INT32_MAX));
+        const auto value =
+            static_cast<std::int32_t>(std::clamp<std::int64_t>(sum, INT32_MIN, INT32_MAX));
         ASSERT_EQ(mean(value), value / count) << value << " / " << count;
       }
     }
@@ -139,10 +147,10 @@ TEST(BlockMean, BandFormsAreTheFormula) {
     int width, height, padding, first, rows, radius;
   };
   Random random(2);
-  for (const Case& c : {Case{1, 1, 0, 0, 1, 1}, Case{1, 9, 2, 0, 9, 2}, Case{13, 12, 0, 3, 6, 2},
-                        Case{13, 12, 1, 3, 6, 4}, Case{9, 40, 0, 5, 33, 16},
-                        Case{5, 20, 0, 10, 40, 3}, Case{6, 10, 0, 4, 2, 5}, Case{4, 6, 0, 9, 2, 4},
-                        Case{30, 8, 3, 0, 8, 1}}) {
+  for (const Case& c :
+       {Case{1, 1, 0, 0, 1, 1}, Case{1, 9, 2, 0, 9, 2}, Case{13, 12, 0, 3, 6, 2},
+        Case{13, 12, 1, 3, 6, 4}, Case{9, 40, 0, 5, 33, 16}, Case{5, 20, 0, 10, 40, 3},
+        Case{6, 10, 0, 4, 2, 5}, Case{4, 6, 0, 9, 2, 4}, Case{30, 8, 3, 0, 8, 1}}) {
     SCOPED_TRACE(testing::Message() << c.width << "x" << c.height << " rows " << c.first << "+"
                                     << c.rows << " radius " << c.radius);
     const int stride = c.width + c.padding;
@@ -166,12 +174,11 @@ TEST(BlockMean, BandFormsAreTheFormula) {
         const auto at = static_cast<std::size_t>(y * c.width + x);
         const auto banded = reference::smoothedInBand(source.data(), x, y, c.width, c.height,
                                                       stride, c.first, c.rows, c.radius);
-        const auto mean = reference::windowSum(
-                              x, y, c.radius, c.width, 0, c.height,
-                              [&](int u, int v) {
-                                return source[static_cast<std::size_t>(v * stride + u)];
-                              }) /
-                          (4 * c.radius * c.radius);
+        const auto mean =
+            reference::windowSum(
+                x, y, c.radius, c.width, 0, c.height,
+                [&](int u, int v) { return source[static_cast<std::size_t>(v * stride + u)]; }) /
+            (4 * c.radius * c.radius);
         ASSERT_EQ(inBand[at], written ? banded : kUntouched) << x << "," << y;
         ASSERT_EQ(whole[at], inside ? mean : kUntouched) << x << "," << y;
       }
@@ -240,9 +247,9 @@ TEST(BlockMean, FloatFormsOfAConstantPlane) {
   EXPECT_EQ(first, flat);
   EXPECT_GE(*std::min_element(second.begin(), second.end()), 0.0F);
   const std::vector<float> zero(64, 0.0F);
-  EXPECT_EQ(GuideBlock(nullptr, flat.data(), zero.data(), 8, 8, 8, first.data(), second.data(), 3,
-                       0.0F),
-            TLUX_GUIDE_UNSOLVABLE);
+  EXPECT_EQ(
+      GuideBlock(nullptr, flat.data(), zero.data(), 8, 8, 8, first.data(), second.data(), 3, 0.0F),
+      TLUX_GUIDE_UNSOLVABLE);
 }
 
 TEST(UpsampleLine, DeliversTheLinesOfABandInOrder) {
@@ -258,8 +265,8 @@ TEST(UpsampleLine, DeliversTheLinesOfABandInOrder) {
       const int row = k % 8 == 0 ? k / 8 : std::min(k / 8 + 1, rows - 1);
       std::int32_t unreadable = 0;
       const bool isRead = k == 0 || k % 8 == 1;
-      UPSampleLine8Int(k, fullWidth, isRead ? &map[static_cast<std::size_t>(row * width)] : &unreadable,
-                       lines);
+      UPSampleLine8Int(k, fullWidth,
+                       isRead ? &map[static_cast<std::size_t>(row * width)] : &unreadable, lines);
       for (int x = 0; x < fullWidth; ++x) {
         ASSERT_EQ(lines[x], reference::enlarged(map.data(), width, rows - 1, x, k))
             << x << "," << k << " width " << width;
@@ -279,15 +286,14 @@ TEST(BlockStatistics, RefuseBadArgumentsAndReportMissingMemory) {
     int startRow, bandRows, height, width, stride, radius;
     std::uint32_t expected;
   };
-  for (const Arguments& g : {Arguments{-1, 4, 4, 4, 4, 1, TLUX_ERR_INVALID_PARAM},
-                             Arguments{0, 4, 4, 4, 3, 1, TLUX_ERR_INVALID_PARAM},
-                             Arguments{0, 4, 4, 4, 4, 0, TLUX_ERR_INVALID_PARAM},
-                             Arguments{0, 4, 4, 4, 4, 23171, TLUX_ERR_INVALID_PARAM},
-                             Arguments{0, 0, 4, 4, 4, 1, TLUX_OK},
-                             Arguments{4, 4, 4, 4, 4, 1, TLUX_OK},
-                             Arguments{0, 4, 0, 4, 4, 1, TLUX_OK},
-                             Arguments{0, 4, 4, 0, 4, 1, TLUX_OK},
-                             Arguments{INT32_MAX, INT32_MAX, 4, 4, 4, 2, TLUX_OK}}) {
+  for (const Arguments& g :
+       {Arguments{-1, 4, 4, 4, 4, 1, TLUX_ERR_INVALID_PARAM},
+        Arguments{0, 4, 4, 4, 3, 1, TLUX_ERR_INVALID_PARAM},
+        Arguments{0, 4, 4, 4, 4, 0, TLUX_ERR_INVALID_PARAM},
+        Arguments{0, 4, 4, 4, 4, 23171, TLUX_ERR_INVALID_PARAM},
+        Arguments{0, 0, 4, 4, 4, 1, TLUX_OK}, Arguments{4, 4, 4, 4, 4, 1, TLUX_OK},
+        Arguments{0, 4, 0, 4, 4, 1, TLUX_OK}, Arguments{0, 4, 4, 0, 4, 1, TLUX_OK},
+        Arguments{INT32_MAX, INT32_MAX, 4, 4, 4, 2, TLUX_OK}}) {
     EXPECT_EQ(GuideBlockIntMT(nullptr, g.startRow, g.bandRows, bytes, bytes, g.height, g.width,
                               g.stride, ints, out, g.radius, 20),
               g.expected);
@@ -311,9 +317,14 @@ TEST(BlockStatistics, RefuseBadArgumentsAndReportMissingMemory) {
       EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
     });
   };
-  EXPECT_GE(sweep([&] { return GuideBlockIntMT(nullptr, 0, 4, bytes, bytes, 4, 4, 4, ints, out, 1, 20); }), 1);
-  EXPECT_GE(sweep([&] { return GuideBlock(nullptr, floats, floats, 4, 4, 4, mean, mean, 1, 1.0F); }), 1);
-  EXPECT_GE(sweep([&] { return BlockMeanVarIntMTBorder(nullptr, 0, 4, ints, 4, 4, 4, out, 1); }), 1);
+  EXPECT_GE(sweep([&] {
+              return GuideBlockIntMT(nullptr, 0, 4, bytes, bytes, 4, 4, 4, ints, out, 1, 20);
+            }),
+            1);
+  EXPECT_GE(
+      sweep([&] { return GuideBlock(nullptr, floats, floats, 4, 4, 4, mean, mean, 1, 1.0F); }), 1);
+  EXPECT_GE(sweep([&] { return BlockMeanVarIntMTBorder(nullptr, 0, 4, ints, 4, 4, 4, out, 1); }),
+            1);
   EXPECT_GE(sweep([&] { return BlockMeanVarIntMT(nullptr, 0, 4, ints, 4, 4, 4, out, 1); }), 1);
   EXPECT_GE(sweep([&] { return BlockMeanVar(nullptr, floats, 4, 4, 4, mean, mean, 1); }), 1);
   EXPECT_EQ(liveAllocations(), live);

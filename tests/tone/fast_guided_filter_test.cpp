@@ -47,8 +47,8 @@ struct Frame {
 
   std::vector<std::uint8_t> expected(int radius, int eps) {
     std::vector<std::uint8_t> out(fullOut.size(), kHeld);
-    reference::fastGuidedFilter(input.data(), guide.data(), fullGuide.data(), out.data(),
-                                low.width, low.height, lowPitch, fullPitch, fullPitch, radius, eps);
+    reference::fastGuidedFilter(input.data(), guide.data(), fullGuide.data(), out.data(), low.width,
+                                low.height, lowPitch, fullPitch, fullPitch, radius, eps);
     return out;
   }
 
@@ -134,10 +134,10 @@ TEST(FastGuidedFilter, FiltersTheGuidePlaneInPlace) {
   reference::fastGuidedFilter(frame.input.data(), frame.guide.data(), frame.fullGuide.data(),
                               expected.data(), 130, 7, frame.lowPitch, frame.fullPitch,
                               frame.fullPitch, 4, 20);
-  ASSERT_EQ(FastGuideFilterMT(nullptr, frame.input.data(), frame.guide.data(),
-                              frame.fullGuide.data(), frame.fullGuide.data(), 130, 7,
-                              frame.lowPitch, frame.fullPitch, 4, 20),
-            TLUX_OK);
+  ASSERT_EQ(
+      FastGuideFilterMT(nullptr, frame.input.data(), frame.guide.data(), frame.fullGuide.data(),
+                        frame.fullGuide.data(), 130, 7, frame.lowPitch, frame.fullPitch, 4, 20),
+      TLUX_OK);
   EXPECT_TRUE(std::equal(expected.begin(), expected.end(), frame.fullGuide.data()));
 }
 

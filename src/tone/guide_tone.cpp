@@ -1,0 +1,85 @@
+#include <algorithm>
+
+#include "tlux/tone.h"
+#include "tone/fast_guided_filter.hpp"
+#include "tone/semi_planar.hpp"
+#include "tone/window_sums.hpp"
+
+namespace tlux {
+namespace {
+
+void filterAndToneBand(const TLUX_GUIDE_TONE_CONTEXT& band) {
+  const TLUX_GUIDE_CONTEXT& filter = band.filter;
+  const std::ptrdiff_t width = std::ptrdiff_t{kUpsampling} * filter.lowWidth;
+  const Scratch<std::uint8_t> delta(filter.manager, width);
+  if (!delta) return;
+  filterBand(filter, [&](std::int64_t y, int phase, const CoefficientLines& lines) {
+    const std::uint8_t* guide = filter.fullGuide + y * band.guidePitch;
+    applyCoefficients(phase, lines, guide, delta.get(), width);
+    GuideToneNV21Line(static_cast<std::int32_t>(y), filter.fullOut + y * filter.fullPitch,
+                      band.uvOut + y / 2 * band.uvOutPitch, guide,
+                      band.uvIn + y / 2 * band.uvInPitch, delta.get(),
+                      static_cast<std::int32_t>(width));
+  });
+}
+
+// A packed copy of the top left of a luma plane, so that the guide stays as it is while the rows of
+// the frame are rewritten.
+void copyLuma(const TLUX_IMAGE& source, std::uint8_t* copy, std::int64_t width,
+              std::int64_t height) {
+  for (std::int64_t y = 0; y < height; ++y) {
+    MMemCpy(copy + y * width, source.plane[0] + y * source.pitch[0],
+            static_cast<std::uint64_t>(width));
+  }
+}
+
+std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                          TLUX_GUIDE_CONTEXT frame) {
+  const std::int64_t width = std::int64_t{kUpsampling} * frame.lowWidth;
+  const std::int64_t height = std::int64_t{kUpsampling} * frame.lowHeight;
+  const Scratch<std::uint8_t> luma(manager, width * height);
+  if (!luma) return TLUX_ERR_NO_MEMORY;
+  copyLuma(source, luma.get(), width, height);
+  frame.fullGuide = luma.get();
+  frame.fullOut = output.plane[0];
+  frame.fullPitch = output.pitch[0];
+  const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius, width);
+  return filterInBands(manager, frame, bytes, [&](const TLUX_GUIDE_CONTEXT& filter) {
+    const TLUX_GUIDE_TONE_CONTEXT band = {filter,          source.plane[1],
+                                          output.plane[1], static_cast<std::int32_t>(width),
+                                          source.pitch[1], output.pitch[1]};
+    SingleThreadGuideTone(&band);
+  });
+}
+
+} // namespace
+} // namespace tlux
+
+void SingleThreadGuideTone(const TLUX_GUIDE_TONE_CONTEXT* context) noexcept {
+  if (context != nullptr) tlux::filterAndToneBand(*context);
+}
+
+uint32_t MultiThreadGuideTone(MMemMgr memMgr, const TLUX_IMAGE* source, TLUX_IMAGE* output,
+                              const uint8_t* delta, const uint8_t* guide, int32_t lowW,
+                              int32_t lowH, int32_t lowPitch, int32_t radius,
+                              int32_t eps) noexcept {
+  if (source == nullptr || output == nullptr || delta == nullptr || guide == nullptr ||
+      lowPitch < lowW || !tlux::isWindowRadius(radius)) {
+    return TLUX_ERR_INVALID_PARAM;
+  }
+  if (lowW < 1 || lowH < 1) return lowW < 0 || lowH < 0 ? TLUX_ERR_NO_MEMORY : TLUX_OK;
+  for (const TLUX_IMAGE* image : {source, static_cast<const TLUX_IMAGE*>(output)}) {
+    const uint32_t result = tlux::checkSemiPlanar(*image, std::int64_t{tlux::kUpsampling} * lowW,
+                                                  std::int64_t{tlux::kUpsampling} * lowH);
+    if (result != TLUX_OK) return result;
+  }
+  TLUX_GUIDE_CONTEXT frame = {};
+  frame.input = delta;
+  frame.guide = guide;
+  frame.lowWidth = lowW;
+  frame.lowHeight = lowH;
+  frame.lowPitch = lowPitch;
+  frame.radius = radius;
+  frame.eps = eps;
+  return tlux::toneInBands(memMgr, *source, *output, frame);
+}
