@@ -16,14 +16,22 @@ constexpr std::int64_t kPoolHeader = 16;
 constexpr std::int64_t kPoolSlack = 64; // end header, alignment, rounding of the blocks
 constexpr std::int64_t kWorkerBytesPerPitch = 40;
 
+// Clamped in the lanes it comes in.
+template <class Value>
+std::uint8_t clampLuma(Value value) {
+  value = value < 0 ? Value{0} : value;
+  value = value > 255 ? Value{255} : value;
+  return static_cast<std::uint8_t>(value);
+}
+
 // The whole way of a pixel in one pass. Results go through a short buffer, so that the compiler
 // need not fear that the output lies over the guide, which it may.
-template <int kPhase>
-void applyPhase(const CoefficientLines& lines, const std::uint8_t* guide, std::uint8_t* out,
+template <int kPhase, class Slope>
+void applyPhase(const CoefficientLines<Slope>& lines, const std::uint8_t* guide, std::uint8_t* out,
                 std::ptrdiff_t width) {
   constexpr std::ptrdiff_t kBlock = 512;
-  const std::int32_t* __restrict upperA = lines.upperA;
-  const std::int32_t* __restrict lowerA = lines.lowerA;
+  const Slope* __restrict upperA = lines.upperA;
+  const Slope* __restrict lowerA = lines.lowerA;
   const std::int32_t* __restrict upperB = lines.upperB;
   const std::int32_t* __restrict lowerB = lines.lowerB;
   std::uint8_t block[kBlock];
@@ -31,25 +39,51 @@ void applyPhase(const CoefficientLines& lines, const std::uint8_t* guide, std::u
     const std::ptrdiff_t count = std::min(width - first, kBlock);
     for (std::ptrdiff_t i = 0; i < count; ++i) {
       const std::ptrdiff_t x = first + i;
-      const std::int32_t a = mixEighths<kPhase>(upperA[x], lowerA[x]);
+      const Slope luma = guide[x];
+      const Slope a = mixEighths<kPhase>(upperA[x], lowerA[x]);
       const std::int32_t b = mixEighths<kPhase>(upperB[x], lowerB[x]);
-      block[i] = clampToByte(wrappingAdd(b, wrappingMul(guide[x], a)) >> 10);
+      block[i] = clampLuma(static_cast<Slope>(wrappingAdd(b, wrappingMul(luma, a)) >> 10));
     }
     std::memcpy(out + first, block, static_cast<std::size_t>(count));
   }
 }
 
-template <int... kPhases>
+bool isWithin(const std::int32_t* values, std::ptrdiff_t count, std::int32_t magnitude) {
+  std::int32_t lowest = 0;
+  std::int32_t highest = 0;
+  for (std::ptrdiff_t i = 0; i < count; ++i) {
+    lowest = std::min(lowest, values[i]);
+    highest = std::max(highest, values[i]);
+  }
+  return lowest >= -magnitude && highest <= magnitude;
+}
+
+template <class Slope, int... kPhases>
 constexpr auto phaseKernels(std::integer_sequence<int, kPhases...> /*phases*/) {
-  return std::array{&applyPhase<kPhases>...};
+  return std::array{&applyPhase<kPhases, Slope>...};
 }
 
 } // namespace
 
-void applyCoefficients(int phase, const CoefficientLines& lines, const std::uint8_t* guide,
+template <class Slope>
+void applyCoefficients(int phase, const CoefficientLines<Slope>& lines, const std::uint8_t* guide,
                        std::uint8_t* out, std::ptrdiff_t width) {
-  constexpr auto kKernels = phaseKernels(std::make_integer_sequence<int, kUpsampling>());
+  constexpr auto kKernels = phaseKernels<Slope>(std::make_integer_sequence<int, kUpsampling>());
   kKernels[static_cast<std::size_t>(phase)](lines, guide, out, width);
+}
+
+template void applyCoefficients(int, const CoefficientLines<std::int16_t>&, const std::uint8_t*,
+                                std::uint8_t*, std::ptrdiff_t);
+template void applyCoefficients(int, const CoefficientLines<std::int32_t>&, const std::uint8_t*,
+                                std::uint8_t*, std::ptrdiff_t);
+
+bool hasShortCoefficients(const TLUX_GUIDE_CONTEXT& band) {
+  constexpr std::int32_t kLargestOffset = 1 << 24;
+  const Band rows = rowsOf(band);
+  const std::ptrdiff_t first = std::ptrdiff_t{rows.first} * band.lowWidth;
+  const std::ptrdiff_t count = std::ptrdiff_t{rows.end - rows.first} * band.lowWidth;
+  return isWithin(band.smoothA + first, count, kMixable16) &&
+         isWithin(band.smoothB + first, count, kLargestOffset);
 }
 
 bool computeCoefficients(const TLUX_GUIDE_CONTEXT& band) {
@@ -108,7 +142,7 @@ void FastGuideFilterSingleThread(const TLUX_GUIDE_CONTEXT* context) noexcept {
   if (context == nullptr) return;
   const std::ptrdiff_t pitch = context->fullPitch;
   const std::ptrdiff_t width = std::ptrdiff_t{tlux::kUpsampling} * context->lowWidth;
-  tlux::filterBand(*context, [=](std::int64_t y, int phase, const tlux::CoefficientLines& lines) {
+  tlux::filterBand(*context, [=](std::int64_t y, int phase, const auto& lines) {
     tlux::applyCoefficients(phase, lines, context->fullGuide + y * pitch,
                             context->fullOut + y * pitch, width);
   });

@@ -16,17 +16,21 @@
 // for a change of luma.
 namespace tlux {
 
-// The horizontally interpolated coefficient rows that a full-resolution row lies between.
+// The horizontally interpolated coefficient rows that a full-resolution row lies between. Slopes
+// are held in 16 bits where a band's coefficients allow it, which pictures do: that halves the
+// work.
+template <class Slope>
 struct CoefficientLines {
-  const std::int32_t* upperA;
-  const std::int32_t* lowerA;
+  const Slope* upperA;
+  const Slope* lowerA;
   const std::int32_t* upperB;
   const std::int32_t* lowerB;
 };
 
 // out = clamp((a · guide + b) >> 10), a and b taken phase/8 of the way from the upper lines to the
 // lower. out may be guide.
-void applyCoefficients(int phase, const CoefficientLines& lines, const std::uint8_t* guide,
+template <class Slope>
+void applyCoefficients(int phase, const CoefficientLines<Slope>& lines, const std::uint8_t* guide,
                        std::uint8_t* out, std::ptrdiff_t width);
 
 // Computes the band's smoothed coefficients; false when that failed and the band has none.
@@ -41,16 +45,16 @@ inline Band rowsOf(const TLUX_GUIDE_CONTEXT& band) {
   return {band.startRow, end < band.lowHeight ? static_cast<std::int32_t>(end) : band.lowHeight};
 }
 
-// Filters a band, calling emitRow(y, phase, lines) for each full-resolution row y. Emits nothing
-// when memory is short or the coefficients have no solution.
-template <class EmitRow>
-void filterBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
-  const Band rows = rowsOf(band);
-  if (rows.first >= rows.end || !computeCoefficients(band)) return;
+// Whether the band's slopes can be interpolated, and its results clamped, in 16 bits: a · guide + b
+// is then below 2^25.
+bool hasShortCoefficients(const TLUX_GUIDE_CONTEXT& band);
 
+template <class Slope, class EmitRow>
+void upsampleBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
+  const Band rows = rowsOf(band);
   const std::ptrdiff_t lowWidth = band.lowWidth;
   const std::int64_t width = kUpsampling * std::int64_t{lowWidth};
-  const Scratch<std::int32_t> linesA(band.manager, 2 * width);
+  const Scratch<Slope> linesA(band.manager, 2 * width);
   const Scratch<std::int32_t> linesB(band.manager, 2 * width);
   if (!linesA || !linesB) return;
 
@@ -66,11 +70,24 @@ void filterBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
     if (next != y) interpolate(next);
     const std::ptrdiff_t upper = (y - rows.first) % 2 * width;
     const std::ptrdiff_t lower = (next - rows.first) % 2 * width;
-    const CoefficientLines lines = {linesA.get() + upper, linesA.get() + lower,
-                                    linesB.get() + upper, linesB.get() + lower};
+    const CoefficientLines<Slope> lines = {linesA.get() + upper, linesA.get() + lower,
+                                           linesB.get() + upper, linesB.get() + lower};
     for (int phase = 0; phase < kUpsampling; ++phase) {
       emitRow(std::int64_t{kUpsampling} * y + phase, phase, lines);
     }
+  }
+}
+
+// Filters a band, calling emitRow(y, phase, lines) for each full-resolution row y. Emits nothing
+// when memory is short or the coefficients have no solution.
+template <class EmitRow>
+void filterBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
+  const Band rows = rowsOf(band);
+  if (rows.first >= rows.end || !computeCoefficients(band)) return;
+  if (hasShortCoefficients(band)) {
+    upsampleBand<std::int16_t>(band, emitRow);
+  } else {
+    upsampleBand<std::int32_t>(band, emitRow);
   }
 }
 

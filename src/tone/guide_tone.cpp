@@ -13,7 +13,7 @@ void filterAndToneBand(const TLUX_GUIDE_TONE_CONTEXT& band) {
   const std::ptrdiff_t width = std::ptrdiff_t{kUpsampling} * filter.lowWidth;
   const Scratch<std::uint8_t> delta(filter.manager, width);
   if (!delta) return;
-  filterBand(filter, [&](std::int64_t y, int phase, const CoefficientLines& lines) {
+  filterBand(filter, [&](std::int64_t y, int phase, const auto& lines) {
     const std::uint8_t* guide = filter.fullGuide + y * band.guidePitch;
     applyCoefficients(phase, lines, guide, delta.get(), width);
     GuideToneNV21Line(static_cast<std::int32_t>(y), filter.fullOut + y * filter.fullPitch,

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "base/bands.hpp"
 #include "base/fixed_point.hpp"
@@ -86,24 +87,34 @@ class WindowSums {
 
  private:
   void addRow(std::int32_t y) {
-    const auto entering = rowAt_(y);
-    for (std::size_t k = 0; k < kMoments; ++k) {
-      Sum* __restrict column = padded_[k] + radius_;
-      for (std::ptrdiff_t x = 0; x < width_; ++x) {
-        column[x] += entering(x)[k];
-      }
-    }
+    addToColumns([entering = rowAt_(y)](std::ptrdiff_t x) { return entering(x); });
   }
 
   void replaceRow(std::int32_t leavingRow, std::int32_t enteringRow) {
     if (leavingRow == enteringRow) return;
-    const auto leaving = rowAt_(leavingRow);
-    const auto entering = rowAt_(enteringRow);
-    for (std::size_t k = 0; k < kMoments; ++k) {
-      Sum* __restrict column = padded_[k] + radius_;
-      for (std::ptrdiff_t x = 0; x < width_; ++x) {
-        column[x] += entering(x)[k] - leaving(x)[k];
+    addToColumns([leaving = rowAt_(leavingRow), entering = rowAt_(enteringRow)](std::ptrdiff_t x) {
+      auto moments = entering(x);
+      const auto past = leaving(x);
+      for (std::size_t k = 0; k < kMoments; ++k) {
+        moments[k] -= past[k];
       }
+      return moments;
+    });
+  }
+
+  // One loop per quantity, so that each vectorises.
+  template <class Moments>
+  void addToColumns(const Moments& moments) {
+    [&]<std::size_t... k>(std::index_sequence<k...>) {
+      (addToColumn<k>(padded_[k] + radius_, moments), ...);
+    }
+    (std::make_index_sequence<kMoments>());
+  }
+
+  template <std::size_t k, class Moments>
+  void addToColumn(Sum* __restrict column, const Moments& moments) const {
+    for (std::ptrdiff_t x = 0; x < width_; ++x) {
+      column[x] += moments(x)[k];
     }
   }
 
