@@ -177,6 +177,26 @@ TLUX_API uint32_t BlockMeanVar(MMemMgr memMgr, const float* src, int32_t height,
 TLUX_API void UPSampleLine8Int(int32_t k, int32_t fullW, const int32_t* lowRow,
                                int32_t* lines) TLUX_NOEXCEPT;
 
+/**
+ * Smooths the luma of an image along the edges of a guide, in floating point on the calling thread:
+ * the source is reduced by 8 with TLUX_ScaleCropImage(), GuideBlock() takes that small luma for
+ * both input and guide, and the coefficients, interpolated bilinearly ×8 with the last row and
+ * column repeated, give dst = a · guide + b for each pixel. The sum is a fused multiply-add,
+ * truncated and clamped.
+ *
+ * @param src YCBCR420_YPUV, YCBCR420_YPVU, YCBCR422_YPUV, YCBCR420_P or YCBCR422_P.
+ * @param guide image whose plane 0 is luma.
+ * @param dst image whose plane 0 is written; its size is the one that is worked on, and the other
+ *        images are at least that large. Of a size that is no multiple of 16 the rightmost
+ *        columns and bottom rows keep what they held. All three may be the same image.
+ * @param radius,eps as for GuideBlock(), in small pixels and squared 8-bit luma.
+ * @return ::TLUX_OK, also for an image below 16 pixels; ::TLUX_ERR_INVALID_PARAM for a null record
+ *         or plane, an image that is too small or a radius out of range; ::TLUX_ERR_UNSUPPORTED;
+ *         ::TLUX_ERR_NO_MEMORY; ::TLUX_GUIDE_UNSOLVABLE. On all but ::TLUX_OK nothing is written.
+ */
+TLUX_API uint32_t FastGuidedFilter(MMemMgr memMgr, const TLUX_IMAGE* src, const TLUX_IMAGE* guide,
+                                   TLUX_IMAGE* dst, int32_t radius, float eps) TLUX_NOEXCEPT;
+
 /** @} */
 
 TLUX_END_DECLS
