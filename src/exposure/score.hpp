@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/plane.hpp"
+
+namespace tlux {
+
+// The planes that a score is made of, all of one size.
+struct ScorePlanes {
+  Plane<const std::int16_t> logLuma;
+  Plane<const std::int16_t> base;
+  Plane<const std::int16_t> deviation;
+};
+
+// score = detail · contrast / deviation − log luminance, as 16-bit patterns; reciprocals[d] is
+// 524288 / d. `score` may be one of the inputs.
+void computeScore(const ScorePlanes& planes, const std::uint32_t* reciprocals,
+                  std::int32_t contrast, Plane<std::uint16_t> score);
+
+} // namespace tlux

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/plane.hpp"
+
+namespace tlux {
+
+// Samples that a row buffer is longer than its row: two at each end, which repeat the end.
+inline constexpr std::int32_t kRowPadding = 4;
+
+// Samples of the scratch that smoothDoubleBlend() works in: six row buffers.
+constexpr std::int64_t smoothDoubleScratch(std::int32_t smallWidth) {
+  return 6 * (std::int64_t{smallWidth} + kRowPadding);
+}
+
+// output = enlargedWeight · (small, smoothed and doubled) + largeWeight · large, weights in Q8
+// after rounding. `large` and `output` have one size and may be the same plane; all planes are
+// packed.
+void smoothDoubleBlend(Plane<const std::int16_t> small, Plane<const std::int16_t> large,
+                       Plane<std::int16_t> output, std::int16_t* scratch, double enlargedWeight,
+                       double largeWeight);
+
+} // namespace tlux

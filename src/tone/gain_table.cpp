@@ -1,0 +1,26 @@
+#include "tone/gain_table.hpp"
+
+#include "exposure/fill_light_curve.hpp"
+#include "exposure/linear_gain.hpp"
+#include "platform/scratch.hpp"
+#include "tlux/retinex.h"
+
+namespace tlux {
+
+void fillGainTable(std::uint16_t* table, std::uint32_t strength) {
+  fillLightCurve(table, strength, kUnityGain);
+  table[32768] = table[32769]; // the curve has no entry for score −32768 of its own
+}
+
+} // namespace tlux
+
+uint32_t TLUX_TonemapGainLUT(MMemMgr manager, TLUX_ENGINE* engine, uint32_t strength) noexcept {
+  if (engine == nullptr) return TLUX_ERR_INVALID_PARAM;
+  if (engine->gainLut == nullptr) {
+    tlux::Scratch<uint16_t> table(manager, tlux::kGainTableEntries);
+    if (!table) return TLUX_ERR_NO_MEMORY;
+    engine->gainLut = table.release();
+  }
+  tlux::fillGainTable(engine->gainLut, strength);
+  return TLUX_OK;
+}

@@ -1,0 +1,12 @@
+#pragma once
+
+#include <cstdint>
+
+namespace tlux {
+
+inline constexpr int kGainTableEntries = 65536;
+
+// Q10 gains by the 16-bit pattern of a score, every entry defined.
+void fillGainTable(std::uint16_t* table, std::uint32_t strength);
+
+} // namespace tlux

@@ -1,0 +1,106 @@
+#include "tone/retinex.hpp"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+
+#include "base/fixed_point.hpp"
+#include "base/plane.hpp"
+#include "exposure/log_table.hpp"
+#include "exposure/mean.hpp"
+#include "exposure/pyramid.hpp"
+#include "exposure/score.hpp"
+#include "platform/scratch.hpp"
+#include "tlux/retinex.h"
+#include "tone/score_tables.hpp"
+
+namespace tlux {
+namespace {
+
+using Samples = Plane<std::int16_t>;
+
+// The log luminance that a frame's mean is moved towards, 1024·ln(0.18·4096): an 18 % grey.
+constexpr double kGreyLog = 6761.438964354475;
+constexpr std::int32_t kLargestEnergy = 32767;
+
+// What the levels of the pyramid and the row buffers of its blends need, but for narrow frames.
+std::int64_t pyramidSamples(std::int64_t pixels) {
+  return pixels < 2050 ? 1024 : pixels / 2;
+}
+
+// Linear light to log luminance about its anchor, half-way between the frame's mean and grey.
+void toLogLuma(const Samples& plane) {
+  const std::int32_t mean = convertSamples(plane, plane, [](std::int16_t v) {
+    return kLogTable[static_cast<std::size_t>(clampTo(v, 0, kLinearLevels - 1))];
+  });
+  const double towardsGrey = (kGreyLog - mean) * 0.5 + 512.0;
+  shiftSamples(plane, mean + saturatingTrunc<std::int32_t>(towardsGrey));
+}
+
+// energy = detail² / 1024, saturated. A square that leaves 31 bits counts as none.
+void detailEnergy(const std::int16_t* __restrict logLuma, const std::int16_t* __restrict base,
+                  std::ptrdiff_t count, std::int16_t* __restrict energy) {
+  for (std::ptrdiff_t i = 0; i < count; ++i) {
+    const std::int32_t detail = logLuma[i] - base[i];
+    const std::int32_t square = wrappingMul(detail, detail) >> 10;
+    energy[i] = static_cast<std::int16_t>(clampTo(square, 0, kLargestEnergy));
+  }
+}
+
+// Energy to deviation, in place; returns the frame's mean deviation.
+std::int32_t toDeviation(const Samples& plane) {
+  return convertSamples(plane, plane, [](std::int16_t v) {
+    return kDeviationTable[static_cast<std::size_t>(std::max<std::int32_t>(v, 0))];
+  });
+}
+
+// `memory` holds two planes and the samples of the pyramid.
+std::uint32_t scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexFrame& frame) {
+  const std::int64_t pixels = std::int64_t{frame.width} * frame.height;
+  const auto planeAt = [&](auto* data) { return packedPlane(data, frame.width, frame.height); };
+  const Samples logLuma = planeAt(frame.logLuma);
+  const Samples base = planeAt(memory);
+  const Samples energy = planeAt(memory + pixels);
+  const PyramidScratch scratch{memory + 2 * pixels, pyramidSamples(pixels)};
+
+  toLogLuma(logLuma);
+  const PyramidOutcome smoothing = smoothPyramid(manager, logLuma, base, scratch, nullptr);
+  if (smoothing == PyramidOutcome::kNoMemory) return TLUX_ERR_NO_MEMORY;
+  // A frame without a pyramid is its own base: no detail.
+  if (smoothing != PyramidOutcome::kDone) std::copy_n(logLuma.data, pixels, base.data);
+
+  detailEnergy(logLuma.data, base.data, pixels, energy.data);
+  if (smoothPyramid(manager, energy, energy, scratch, nullptr) == PyramidOutcome::kNoMemory) {
+    return TLUX_ERR_NO_MEMORY;
+  }
+  const std::int32_t deviation = toDeviation(energy);
+  const auto contrast = saturatingTrunc<std::int32_t>(std::sqrt(deviation / 1024.0) * 1024);
+  computeScore({logLuma, base, energy}, kReciprocalTable.data(), contrast, planeAt(frame.scores));
+  return TLUX_OK;
+}
+
+} // namespace
+
+std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& frame) {
+  if (frame.width < 0 || frame.height < 0) return TLUX_ERR_NO_MEMORY;
+  if (frame.width == 0 || frame.height == 0) return TLUX_OK;
+  const std::int64_t pixels = std::int64_t{frame.width} * frame.height;
+  if (pixels > std::numeric_limits<std::int64_t>::max() / 8) return TLUX_ERR_NO_MEMORY;
+
+  const std::int64_t samples = 2 * pixels + pyramidSamples(pixels);
+  const bool fitsGiven = 2 * samples <= 5 * pixels;
+  if (workBuffer != nullptr && fitsGiven) {
+    return scoreFrameIn(static_cast<std::int16_t*>(workBuffer), manager, frame);
+  }
+  const Scratch<std::int16_t> own(manager, samples);
+  if (!own) return TLUX_ERR_NO_MEMORY;
+  return scoreFrameIn(own.get(), manager, frame);
+}
+
+} // namespace tlux
+
+uint32_t AME_GenerateRetinexLogGain(MMemMgr manager, void* workBuf, int16_t* logLuma, int32_t width,
+                                    int32_t height, uint16_t* scoreOut) noexcept {
+  if (logLuma == nullptr || scoreOut == nullptr) return TLUX_ERR_INVALID_PARAM;
+  return tlux::scoreFrame(manager, workBuf, {logLuma, scoreOut, width, height});
+}

@@ -1,0 +1,213 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "exposure/contents.hpp"
+#include "support/guarded_buffer.hpp"
+#include "tlux/statistics.h"
+
+namespace tlux::test {
+namespace {
+
+using reference::LogPlane;
+
+// The wide planes make row sums wrap: their truncated means follow the wrapped sums.
+TEST(Means, FollowTheRowMeansOfTheFormula) {
+  const std::pair<int, int> sizes[] = {{1, 1}, {1, 9}, {9, 1}, {37, 5}, {200, 3}, {70001, 2}};
+  for (const auto& [width, height] : sizes) {
+    for (const Content content : kContents) {
+      SCOPED_TRACE(testing::Message() << width << "x" << height << " " << int(content));
+      for (const auto& [low, high] : {std::pair{-32768, 32767}, {-32768, -32000}, {3480, 9900}}) {
+        const LogPlane plane = makePlane(content, width, height, low, high);
+        const auto [min, max] = std::minmax_element(plane.samples.begin(), plane.samples.end());
+        std::uint32_t minimum = 0;
+        std::uint32_t maximum = 0;
+        EXPECT_EQ(AME_ImageMean(plane.samples.data(), width, height, &minimum, &maximum),
+                  reference::mean(plane));
+        EXPECT_EQ(static_cast<std::int32_t>(minimum), *min);
+        EXPECT_EQ(static_cast<std::int32_t>(maximum), *max);
+        EXPECT_EQ(AME_ImageMeanNoMax(plane.samples.data(), width, height), reference::mean(plane));
+      }
+    }
+  }
+}
+
+TEST(Means, OfAnEmptyPlaneAreZero) {
+  const std::int16_t sample = 7;
+  for (const auto& [data, width, height] : {std::tuple{&sample, 1, 0},
+                                            {&sample, 0, 1},
+                                            {&sample, 1, -1},
+                                            {&sample, -1, 1},
+                                            {static_cast<const std::int16_t*>(nullptr), 4, 4}}) {
+    std::uint32_t minimum = 1;
+    std::uint32_t maximum = 1;
+    EXPECT_EQ(AME_ImageMean(data, width, height, &minimum, &maximum), 0);
+    EXPECT_EQ(static_cast<std::int32_t>(minimum), 2000000000);
+    EXPECT_EQ(static_cast<std::int32_t>(maximum), -2000000000);
+    EXPECT_EQ(AME_ImageMean(data, width, height, nullptr, nullptr), 0);
+    EXPECT_EQ(AME_ImageMeanNoMax(data, width, height), 0);
+  }
+}
+
+TEST(Downscale, SumsAreSigned) {
+  const std::int16_t rows[2][4] = {{-5, -6, 100, 101}, {-7, -9, 102, 104}};
+  std::int16_t output[2] = {};
+  std::uint32_t sum = 0;
+  AME_Downscale2x2_lines(rows[0], rows[1], 2, output, &sum);
+  EXPECT_EQ(output[0], -7); // −6.75 rounds down
+  EXPECT_EQ(output[1], 101);
+  EXPECT_EQ(sum, 94u);
+  AME_Downscale2x2_lines(rows[0], rows[1], 1, output, &sum);
+  EXPECT_EQ(static_cast<std::int32_t>(sum), -7);
+  AME_Downscale2x2_lines(rows[0], rows[1], 0, output, &sum);
+  EXPECT_EQ(sum, 0u);
+}
+
+TEST(Downscale, MatchesTheFormulaForOddAndEvenSizes) {
+  for (const int width : {2, 3, 5, 16, 33, 131}) {
+    for (const int height : {1, 2, 3, 8, 21}) {
+      SCOPED_TRACE(testing::Message() << width << "x" << height);
+      const LogPlane source = makePlane(Content::kNoise, width, height, -32768, 32767);
+      double average = 0;
+      const LogPlane expected = reference::halved(source, average);
+      LogPlane actual(expected.width, expected.height);
+      double mean = 0;
+      AME_Downscale2x2(source.samples.data(), width, height, actual.samples.data(), actual.width,
+                       actual.height, &mean);
+      EXPECT_EQ(actual.samples, expected.samples);
+      EXPECT_EQ(mean, average);
+    }
+  }
+}
+
+// A destination wider than half the source gets one column from the last two of the source; what
+// lies behind is left alone, and so is everything when the destination is too small.
+TEST(Downscale, WritesNoMoreThanItCan) {
+  GuardedBuffer memory(4 * 2 * sizeof(std::int16_t));
+  auto* source = reinterpret_cast<std::int16_t*>(memory.data());
+  for (std::int16_t i = 0; i < 8; ++i) {
+    source[i] = static_cast<std::int16_t>(10 * i);
+  }
+  std::int16_t output[10];
+  std::fill_n(output, 10, std::int16_t{-1});
+  double mean = 0;
+  AME_Downscale2x2(source, 4, 2, output, 5, 2, &mean);
+  const std::int16_t expected[10] = {25, 45, 50, -1, -1, 60, 0, 0, -1, -1};
+  EXPECT_EQ(std::vector<std::int16_t>(output, output + 5),
+            std::vector<std::int16_t>(expected, expected + 5));
+  mean = -3;
+  std::fill_n(output, 10, std::int16_t{-1});
+  AME_Downscale2x2(source, 4, 2, output, 1, 2, &mean);
+  AME_Downscale2x2(source, 4, 2, output, 2, 0, &mean);
+  AME_Downscale2x2(nullptr, 4, 2, output, 2, 1, &mean);
+  AME_Downscale2x2(source, 4, 2, nullptr, 2, 1, &mean);
+  EXPECT_EQ(output[0], -1);
+  EXPECT_EQ(mean, -3);
+  AME_Downscale2x2(source, 1, 2, output, 1, 1, nullptr);
+  EXPECT_EQ(output[0], 5);
+}
+
+TEST(Conversions, ReplaceEverySampleAndReturnTheMean) {
+  std::vector<std::uint32_t> table(16384);
+  Random(3).fill(std::span(table));
+  for (const auto& [width, height] : {std::pair{1, 1}, {31, 7}, {130, 2}}) {
+    const LogPlane source = makePlane(Content::kNoise, width, height, 0, 16383);
+    LogPlane expected = source;
+    for (std::int16_t& v : expected.samples) {
+      v = static_cast<std::int16_t>(table[static_cast<std::size_t>(v)]);
+    }
+    LogPlane apart(width, height);
+    LogPlane inPlace = source;
+    for (auto& [from, to] :
+         {std::pair{&source.samples, &apart.samples},
+          {static_cast<const std::vector<std::int16_t>*>(&inPlace.samples), &inPlace.samples}}) {
+      EXPECT_EQ(AME_LogTable_mageMean(from->data(), to->data(), table.data(), width, height),
+                reference::mean(expected));
+      EXPECT_EQ(*to, expected.samples);
+    }
+
+    std::vector<std::uint32_t> roots(32832);
+    Random(4).fill(std::span(roots));
+    LogPlane energy = makePlane(Content::kNoise, width, height, -32768, 32767);
+    energy.samples.back() = 32767;
+    expected = energy;
+    for (std::int16_t& v : expected.samples) {
+      v = static_cast<std::int16_t>(roots[static_cast<std::size_t>(std::max<int>(v, 0)) + 64]);
+    }
+    // Little-endian: the low half of an entry comes first.
+    EXPECT_EQ(
+        AME_LogTable_mageMean2(energy.samples.data(),
+                               reinterpret_cast<const std::uint16_t*>(roots.data()), width, height),
+        reference::mean(expected));
+    EXPECT_EQ(energy.samples, expected.samples);
+  }
+}
+
+TEST(Conversions, ShiftWrapsIn16Bits) {
+  for (const std::int32_t value : {0, 1, -1, 40000, -32768, 1 << 20, -2147483647 - 1}) {
+    LogPlane plane = makePlane(Content::kExtremes, 37, 3, -32768, 32767);
+    LogPlane expected = plane;
+    for (std::int16_t& v : expected.samples) {
+      v = reference::low16(std::int64_t{v} - value);
+    }
+    AME_Adjust_meanLogLum(plane.samples.data(), value, 37, 3);
+    EXPECT_EQ(plane.samples, expected.samples);
+  }
+}
+
+// Over the whole range of its inputs, products that leave 32 bits included, and in place.
+TEST(Score, MatchesTheFormula) {
+  std::vector<std::uint32_t> reciprocals(65536);
+  Random(5).fill(std::span(reciprocals));
+  for (int d = 1; d < 6000; ++d) {
+    reciprocals[static_cast<std::size_t>(d)] = 524288u / static_cast<unsigned>(d);
+  }
+  for (const std::int32_t contrast : {256, 1024, 5798, 0, -7, 2147483647}) {
+    for (const int low : {-32768, 256}) {
+      const int width = 301;
+      const int height = 3;
+      const LogPlane log = makePlane(Content::kNoise, width, height, -32768, 32767, 6);
+      const LogPlane base = makePlane(Content::kNoise, width, height, -32768, 32767, 7);
+      const LogPlane deviation = makePlane(Content::kNoise, width, height, low, 5798, 8);
+      std::vector<std::uint16_t> expected(log.samples.size());
+      for (std::size_t i = 0; i < expected.size(); ++i) {
+        const auto r = static_cast<std::int32_t>(
+            reciprocals[static_cast<std::uint16_t>(deviation.samples[i])]);
+        expected[i] = reference::score(log.samples[i], base.samples[i], r, contrast);
+      }
+      std::vector<std::uint16_t> actual(expected.size());
+      AME_Generate_Score(log.samples.data(), base.samples.data(), actual.data(),
+                         deviation.samples.data(), reciprocals.data(), width, height, contrast);
+      EXPECT_EQ(actual, expected);
+      LogPlane inPlace = log;
+      auto* output = reinterpret_cast<std::uint16_t*>(inPlace.samples.data());
+      AME_Generate_Score(inPlace.samples.data(), base.samples.data(), output,
+                         deviation.samples.data(), reciprocals.data(), width, height, contrast);
+      EXPECT_TRUE(std::equal(expected.begin(), expected.end(), output));
+    }
+  }
+}
+
+TEST(Statistics, TakeNullPlanes) {
+  std::int16_t sample = 3;
+  std::uint16_t score = 4;
+  std::uint32_t sum = 5;
+  EXPECT_EQ(AME_LogTable_mageMean(nullptr, &sample, &sum, 1, 1), 0);
+  EXPECT_EQ(AME_LogTable_mageMean(&sample, nullptr, &sum, 1, 1), 0);
+  EXPECT_EQ(AME_LogTable_mageMean(&sample, &sample, nullptr, 1, 1), 0);
+  EXPECT_EQ(AME_LogTable_mageMean2(nullptr, &score, 1, 1), 0);
+  EXPECT_EQ(AME_LogTable_mageMean2(&sample, nullptr, 1, 1), 0);
+  AME_Adjust_meanLogLum(nullptr, 1, 1, 1);
+  AME_Generate_Score(nullptr, &sample, &score, &sample, &sum, 1, 1, 1);
+  AME_Generate_Score(&sample, nullptr, &score, &sample, &sum, 1, 1, 1);
+  AME_Generate_Score(&sample, &sample, nullptr, &sample, &sum, 1, 1, 1);
+  AME_Generate_Score(&sample, &sample, &score, nullptr, &sum, 1, 1, 1);
+  AME_Generate_Score(&sample, &sample, &score, &sample, nullptr, 1, 1, 1);
+  AME_Downscale2x2_lines(nullptr, &sample, 1, &sample, &sum);
+  EXPECT_EQ(sample, 3);
+  EXPECT_EQ(score, 4);
+  EXPECT_EQ(sum, 5u);
+}
+
+} // namespace
+} // namespace tlux::test

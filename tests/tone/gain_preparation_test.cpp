@@ -1,0 +1,113 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "reference/retinex.hpp"
+#include "support/fault_injection.hpp"
+#include "support/guarded_buffer.hpp"
+#include "support/random.hpp"
+#include "tlux/platform.h"
+#include "tlux/retinex.h"
+#include "tlux/transfer.h"
+
+namespace tlux::test {
+namespace {
+
+using Samples = std::vector<std::int16_t>;
+using Scores = std::vector<std::uint16_t>;
+
+constexpr int kWidth = 61;
+constexpr int kHeight = 40;
+constexpr int kPitch = 67;
+
+// A frame of one plane whose last row ends at a page that cannot be touched.
+struct Frame {
+  Frame() : bytes(kPitch * kHeight) {
+    Random(1).fill(bytes.bytes());
+    image = {TLUX_FMT_GRAY, kWidth, kHeight, {bytes.data()}, {kPitch}};
+    context = {&image, kWidth, kHeight, TLUX_Degamma_Table, nullptr, nullptr};
+  }
+
+  GuardedBuffer bytes;
+  TLUX_IMAGE image{};
+  TLUX_TONEMAP_CONTEXT context{};
+};
+
+template <class ToLinear>
+Samples linearOf(Frame& frame, int pitch, ToLinear&& toLinear) {
+  Samples linear;
+  for (int y = 0; y < kHeight; ++y) {
+    for (int x = 0; x < kWidth; ++x) {
+      linear.push_back(static_cast<std::int16_t>(toLinear(frame.bytes.data()[y * pitch + x])));
+    }
+  }
+  return linear;
+}
+
+TEST(GenerateTonemapping, ScoresPackedRowsIn10Bits) {
+  Frame frame;
+  const Samples linear =
+      linearOf(frame, kWidth, [](int code) { return (TLUX_Degamma_Table[code] + 2) >> 2; });
+  Samples expectedLog;
+  const Scores expected = reference::retinexScore(linear, kWidth, kHeight, &expectedLog);
+  const long live = liveAllocations();
+  const int faults = sweepFaults(failAllocation, [&] {
+    const auto result = GenerateTonemapping(nullptr, &frame.context);
+    EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
+    EXPECT_EQ(frame.context.gains == nullptr, faultFired());
+    EXPECT_EQ(frame.context.logLuma == nullptr, faultFired());
+    EXPECT_EQ(liveAllocations(), live + (faultFired() ? 0 : 2));
+  });
+  EXPECT_GT(faults, 3);
+  EXPECT_EQ(Scores(frame.context.gains, frame.context.gains + expected.size()), expected);
+  EXPECT_EQ(Samples(frame.context.logLuma, frame.context.logLuma + expected.size()), expectedLog);
+  MMemFree(nullptr, frame.context.gains);
+  MMemFree(nullptr, frame.context.logLuma);
+}
+
+// Without memory for the score itself, every score is 0.
+TEST(GenerateTonemappingBayer, ScoresTheMosaicTimes16) {
+  Frame frame;
+  const Samples linear = linearOf(frame, kPitch, [](int sample) { return sample * 16; });
+  const Scores expected = reference::retinexScore(linear, kWidth, kHeight);
+  const long live = liveAllocations();
+  int attempt = 0;
+  const int faults = sweepFaults(failAllocation, [&] {
+    const bool planeFails = ++attempt <= 2;
+    const auto result = TLUX_GenerateTonemappingBayer(nullptr, &frame.context);
+    EXPECT_EQ(result, planeFails ? TLUX_ERR_NO_MEMORY : TLUX_OK);
+    ASSERT_EQ(frame.context.gains == nullptr, planeFails);
+    EXPECT_EQ(liveAllocations(), live + (planeFails ? 0 : 1));
+    if (planeFails) return;
+    EXPECT_EQ(Scores(frame.context.gains, frame.context.gains + expected.size()),
+              faultFired() ? Scores(expected.size(), 0) : expected);
+    MMemFree(nullptr, std::exchange(frame.context.gains, nullptr));
+  });
+  EXPECT_GT(faults, 3);
+  EXPECT_EQ(frame.context.logLuma, nullptr);
+  EXPECT_EQ(liveAllocations(), live);
+}
+
+TEST(GainPreparation, RefusesWhatPassesTheImage) {
+  for (const auto call : {GenerateTonemapping, TLUX_GenerateTonemappingBayer}) {
+    const long live = liveAllocations();
+    for (const auto& spoil :
+         {+[](Frame& f) { f.context.source = nullptr; },
+          +[](Frame& f) { f.image.plane[0] = nullptr; }, +[](Frame& f) { f.context.width = 0; },
+          +[](Frame& f) { f.context.height = -1; }, +[](Frame& f) { f.context.width = 68; },
+          +[](Frame& f) { f.image.height = 20; }}) {
+      Frame frame;
+      spoil(frame);
+      EXPECT_EQ(call(nullptr, &frame.context), TLUX_ERR_INVALID_PARAM);
+      EXPECT_EQ(frame.context.gains, nullptr);
+    }
+    EXPECT_EQ(call(nullptr, nullptr), TLUX_ERR_INVALID_PARAM);
+    EXPECT_EQ(liveAllocations(), live);
+  }
+  Frame frame;
+  frame.context.codeToLinear = nullptr;
+  EXPECT_EQ(GenerateTonemapping(nullptr, &frame.context), TLUX_ERR_INVALID_PARAM);
+}
+
+} // namespace
+} // namespace tlux::test
