@@ -15,6 +15,7 @@
 #include "tlux/gain_lines.h"
 #include "tlux/image.h"
 #include "tlux/image_list.h"
+#include "tlux/mask.h"
 #include "tlux/platform.h"
 #include "tlux/resample.h"
 #include "tlux/resize.h"
