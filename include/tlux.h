@@ -20,6 +20,7 @@
 #include "tlux/resample.h"
 #include "tlux/resize.h"
 #include "tlux/retinex.h"
+#include "tlux/selection.h"
 #include "tlux/simple_image.h"
 #include "tlux/statistics.h"
 #include "tlux/tone.h"

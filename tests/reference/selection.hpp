@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+namespace tlux::reference {
+
+// Fraction of an octave to six decimals, from the definition.
+inline double roundedLog2(int k) {
+  return std::round(std::log2(1.0 + k / 255.0) * 1e6) / 1e6;
+}
+
+inline double exposureValue(double ratio) {
+  bool negative = false;
+  double q = ratio;
+  if (ratio < 0.0625) {
+    q = 16;
+    negative = true;
+  } else if (ratio > 16) {
+    q = 16;
+  } else if (ratio < 1) {
+    q = 1 / ratio;
+    negative = true;
+  }
+  int octave = 0;
+  double mantissa = q;
+  if (q >= 8) {
+    octave = 3;
+    mantissa = q / 8;
+  } else if (q >= 4) {
+    octave = 2;
+    mantissa = q / 4;
+  } else if (q >= 2) {
+    octave = 1;
+    mantissa = q / 2;
+  }
+  const double ev = octave + roundedLog2(static_cast<int>((mantissa - 1) * 255 + 0.5));
+  return negative ? -ev : ev;
+}
+
+// EVs in the usual range only.
+inline int selectionIndex(double ev, int levels, double minimum, double middle, double maximum) {
+  const int half = levels / 2;
+  const auto m = static_cast<std::int32_t>(middle * 65536);
+  const auto below = static_cast<std::int32_t>((middle - minimum) / half * 65536);
+  const auto above = static_cast<std::int32_t>((maximum - middle) / half * 65536);
+  const std::int32_t x = static_cast<std::int32_t>(ev * 65536) - m;
+  int index = 127;
+  if (x >= 0) {
+    if (above > 0) index += (2 * x + above) / (2 * above);
+    return index >= levels ? levels - 1 : index;
+  }
+  if (below > 0) index += (2 * x - below) / (2 * below);
+  return index < 0 ? 0 : index;
+}
+
+inline std::vector<std::uint8_t> smoothSelection(const std::vector<std::uint8_t>& map, int width,
+                                                 int height) {
+  constexpr std::uint32_t kKernel[] = {35, 155, 256, 155, 35};
+  std::vector<std::uint8_t> out(map.size());
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      std::uint32_t sum = 0;
+      std::uint32_t weight = 0;
+      for (int v = -2; v <= 2; ++v) {
+        for (int u = -2; u <= 2; ++u) {
+          if (x + u < 0 || x + u >= width || y + v < 0 || y + v >= height) continue;
+          const std::uint32_t k = kKernel[u + 2] * kKernel[v + 2];
+          sum += k * map[static_cast<std::size_t>((y + v) * width + x + u)];
+          weight += k;
+        }
+      }
+      out[static_cast<std::size_t>(y * width + x)] =
+          static_cast<std::uint8_t>((weight + 2 * sum) / (2 * weight));
+    }
+  }
+  return out;
+}
+
+} // namespace tlux::reference
