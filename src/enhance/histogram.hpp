@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "base/plane.hpp"
+#include "tlux/image.h"
+
+namespace tlux {
+
+constexpr int kSampleLevels = 256;
+
+inline Plane<const std::uint8_t> lumaOf(const TLUX_IMAGE& image) {
+  return {image.plane[0], image.width, image.height, image.pitch[0]};
+}
+
+// A histogram in several lanes that take samples in turn: equal neighbours are common in images,
+// and an increment that has to wait for the one before it is several times as slow.
+template <class Count, int kLanes>
+class LaneHistogram {
+  static_assert(8 % kLanes == 0);
+
+ public:
+  void add(const std::uint8_t* samples, std::size_t count) {
+    std::size_t i = 0;
+    for (; i + 8 <= count; i += 8) {
+      std::uint64_t eight = 0;
+      std::memcpy(&eight, samples + i, 8);
+      for (int lane = 0; lane < 8; ++lane) {
+        ++lanes_[lane % kLanes][(eight >> (8 * lane)) & 0xFF];
+      }
+    }
+    for (; i < count; ++i) {
+      ++lanes_[0][samples[i]];
+    }
+  }
+
+  Count countOf(int level) const {
+    Count sum = 0;
+    for (int lane = 0; lane < kLanes; ++lane) {
+      sum = static_cast<Count>(sum + lanes_[lane][level]);
+    }
+    return sum;
+  }
+
+ private:
+  Count lanes_[kLanes][kSampleLevels] = {};
+};
+
+// Rows and columns [top, bottom) × [left, right) of a plane, not necessarily inside it.
+struct Area {
+  std::int64_t left;
+  std::int64_t top;
+  std::int64_t right;
+  std::int64_t bottom;
+};
+
+// Adds the samples of an area to a histogram of kSampleLevels counts; nothing when it is empty.
+void addToHistogram(const Plane<const std::uint8_t>& plane, const Area& area,
+                    std::uint32_t* histogram);
+
+} // namespace tlux
