@@ -77,15 +77,15 @@ TEST(HistogramMap, BuildsTheTableOfTheClippedRectangle) {
     PlaneImage image(samples, width, height, width);
     const int left = random.intBetween(0, width - 1);
     const int top = random.intBetween(0, height - 1);
-    const TLUX_RECT rect{left, top, left + random.intBetween(1, 90), top + random.intBetween(1, 40)};
-    const int pixels =
-        (std::min(rect.right, width) - left) * (std::min(rect.bottom, height) - top);
+    const TLUX_RECT rect{left, top, left + random.intBetween(1, 90),
+                         top + random.intBetween(1, 40)};
+    const int pixels = (std::min(rect.right, width) - left) * (std::min(rect.bottom, height) - top);
     Levels table{};
     HistogramMap(&image.image, table.data(), &rect);
-    ASSERT_EQ(table, reference::equalizationTable(
-                         reference::countLevels(samples, width, height, left, top, rect.right,
-                                                rect.bottom),
-                         pixels));
+    ASSERT_EQ(table,
+              reference::equalizationTable(reference::countLevels(samples, width, height, left, top,
+                                                                  rect.right, rect.bottom),
+                                           pixels));
   }
 }
 
@@ -112,7 +112,8 @@ TEST(HistogramMap, SaturatesWithoutPixels) {
   }
   // Extreme edges wrap their product, which must not trap.
   Levels table{};
-  for (const TLUX_RECT& rect : {TLUX_RECT{kMax, kMax, kMax, kMax}, {kMax, 0, -kMax - 1, -kMax},
+  for (const TLUX_RECT& rect : {TLUX_RECT{kMax, kMax, kMax, kMax},
+                                {kMax, 0, -kMax - 1, -kMax},
                                 {-kMax - 1, kMax, kMax, -kMax - 1}}) {
     HistogramMap(&image.image, table.data(), &rect);
   }
@@ -176,8 +177,8 @@ TEST(AdaptiveEqualization, EqualsTheFormulaForEveryEdgeTile) {
 TEST(AdaptiveEqualization, KeepsTheTableOfASingleTile) {
   Random random(5);
   const Bytes samples = randomSamples(16, 16, random);
-  const Levels table = reference::equalizationTable(
-      reference::countLevels(samples, 16, 16, 0, 0, 16, 16), 256);
+  const Levels table =
+      reference::equalizationTable(reference::countLevels(samples, 16, 16, 0, 0, 16, 16), 256);
   PlaneImage image(samples, 16, 16, 16);
   const Plane<std::uint8_t> plane{image.row(0), 16, 16, 16};
   ASSERT_TRUE(equalizeByTiles(nullptr, plane, plane));
@@ -191,7 +192,10 @@ struct Frame {
   Frame(int width, int height, int pitch, Random& random)
       : buffer(static_cast<std::size_t>(pitch * (height + height / 2))) {
     random.fill(buffer.bytes());
-    image = {TLUX_FMT_YCBCR420_YPVU, width, height, {buffer.data(), buffer.data() + pitch * height},
+    image = {TLUX_FMT_YCBCR420_YPVU,
+             width,
+             height,
+             {buffer.data(), buffer.data() + pitch * height},
              {pitch, pitch}};
   }
 
@@ -265,8 +269,8 @@ TEST(AdaptiveEqualization, WritesNothingWhenItCannotWork) {
   }
   expectUntouched(nullptr, &output.image);
   expectUntouched(&source.image, nullptr);
-  for (const auto& [width, height, pitch] : {std::tuple{41, 20, 40}, {32, 0, 40}, {32, -4, 40},
-                                             {-2, 20, 40}, {32, 20, -40}}) {
+  for (const auto& [width, height, pitch] :
+       {std::tuple{41, 20, 40}, {32, 0, 40}, {32, -4, 40}, {-2, 20, 40}, {32, 20, -40}}) {
     const auto resize = [w = width, h = height, p = pitch](TLUX_IMAGE& i) {
       i.width = w;
       i.height = h;

@@ -31,10 +31,9 @@ TEST(SelectionTables, HoldWhatTheyAreDefinedToBe) {
 
 TEST(ConvertExposureValue, KnowsTheOctavesAndItsLimits) {
   const std::pair<double, double> cases[] = {
-      {1.0, 0.0},    {2.0, 1.0},  {4.0, 2.0},     {8.0, 3.0},         {16.0, 4.0},
-      {0.5, -1.0},   {0.25, -2.0}, {0.0625, -4.0}, {16.0001, 4.0},     {1e300, 4.0},
-      {0.062, -4.0}, {0.0, -4.0}, {-3.0, -4.0},   {kInfinity, 4.0},   {-kInfinity, -4.0},
-      {kNan, 0.0}};
+      {1.0, 0.0},   {2.0, 1.0},       {4.0, 2.0},         {8.0, 3.0},   {16.0, 4.0},   {0.5, -1.0},
+      {0.25, -2.0}, {0.0625, -4.0},   {16.0001, 4.0},     {1e300, 4.0}, {0.062, -4.0}, {0.0, -4.0},
+      {-3.0, -4.0}, {kInfinity, 4.0}, {-kInfinity, -4.0}, {kNan, 0.0}};
   for (const auto& [ratio, ev] : cases) {
     EXPECT_EQ(AME_ConvertExposureValue(ratio), ev) << ratio;
   }
@@ -116,7 +115,8 @@ TEST(SelectExposure, QuantisesLikeTheFormula) {
   for (double& value : values) {
     value = static_cast<double>(random.between(-90000, 90000)) / 20000.0;
   }
-  const double ranges[][3] = {{-4, 0, 4}, {-1.7, 0.35, 2.95}, {0, 0, 3}, {-2, 1, 1}, {-0.01, 0, 0.02}};
+  const double ranges[][3] = {
+      {-4, 0, 4}, {-1.7, 0.35, 2.95}, {0, 0, 3}, {-2, 1, 1}, {-0.01, 0, 0.02}};
   for (const auto& [minimum, middle, maximum] : ranges) {
     for (const int levels : {2, 3, 16, 128, 255, 256}) {
       const int half = levels / 2;
@@ -179,8 +179,7 @@ TEST(SelectExposure, SurvivesEveryExtreme) {
             TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(AME_SelectExposure(extremes, nullptr, 1, 2, table.data(), -1, 0, 1),
             TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(AME_SelectExposure(extremes, indices, 1, 2, nullptr, -1, 0, 1),
-            TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(AME_SelectExposure(extremes, indices, 1, 2, nullptr, -1, 0, 1), TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(AME_SelectExposure(nullptr, nullptr, 0, 2, table.data(), -1, 0, 1), TLUX_OK);
 }
 

@@ -42,8 +42,8 @@ inline Bytes equalizeTiles(const Bytes& plane, int width, int height) {
     const int x0 = t % tilesX * 16;
     const int y0 = t / tilesX * 16;
     const int pixels = std::min(width - x0, 16) * std::min(height - y0, 16);
-    tables.push_back(equalizationTable(
-        countLevels(plane, width, height, x0, y0, x0 + 16, y0 + 16), pixels));
+    tables.push_back(
+        equalizationTable(countLevels(plane, width, height, x0, y0, x0 + 16, y0 + 16), pixels));
   }
   Bytes out(plane.size());
   for (int t = 0; t < count; ++t) {

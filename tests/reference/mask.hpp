@@ -75,8 +75,10 @@ inline std::uint32_t dilateByPasses(Mask& mask, int radius) {
         continue;
       }
       mask.at(x, y) = 255;
-      if (x > 0) mask.at(x, y) = stepFrom(mask.at(x - 1, y));
-      else if (y > 0) mask.at(x, y) = stepFrom(mask.at(x, y - 1));
+      if (x > 0)
+        mask.at(x, y) = stepFrom(mask.at(x - 1, y));
+      else if (y > 0)
+        mask.at(x, y) = stepFrom(mask.at(x, y - 1));
       if (y > 0) lower(mask.at(x, y), mask.at(x, y - 1) + 1);
     }
   }

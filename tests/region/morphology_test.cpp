@@ -57,8 +57,8 @@ void expectLikeReference(Kind kind, const Mask& original, int radius) {
             changed);
   for (int y = 0; y < original.height; ++y) {
     const std::uint8_t* row = plane.data() + y * plane.pitch();
-    ASSERT_TRUE(std::equal(row, row + original.width, &expected.pixels[static_cast<std::size_t>(
-                                                          y * original.width)]))
+    ASSERT_TRUE(std::equal(row, row + original.width,
+                           &expected.pixels[static_cast<std::size_t>(y * original.width)]))
         << "row " << y;
   }
   EXPECT_TRUE(plane.isIntact());
@@ -138,13 +138,13 @@ TEST(Morphology, EqualsTheRasterPassesOnLongRows) {
 TEST(Morphology, WorksInsideTheRectangleAlone) {
   Random random(5);
   const Mask whole = makeMask(50, 40, random, true, 30);
-  const TLUX_MASK_RECT rects[] = {{0, 0, 50, 40}, {3, 2, 4, 3},   {7, 0, 50, 1},
-                                  {49, 5, 50, 40}, {10, 11, 37, 29}};
+  const TLUX_MASK_RECT rects[] = {
+      {0, 0, 50, 40}, {3, 2, 4, 3}, {7, 0, 50, 1}, {49, 5, 50, 40}, {10, 11, 37, 29}};
   for (const TLUX_MASK_RECT& rect : rects) {
     for (const Kind kind : kKinds) {
       Mask expected = whole;
-      Mask inside{static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top),
-                  {}};
+      Mask inside{
+          static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top), {}};
       for (auto y = rect.top; y < rect.bottom; ++y) {
         const auto row = whole.pixels.begin() + y * 50;
         inside.pixels.insert(inside.pixels.end(), row + rect.left, row + rect.right);

@@ -1,0 +1,151 @@
+#include <gtest/gtest.h>
+
+#include "enhance/plane_image.hpp"
+#include "support/fault_injection.hpp"
+#include "tlux/histogram_match.h"
+#include "tlux/platform.h"
+
+namespace tlux::test {
+namespace {
+
+using reference::Levels;
+
+Bytes tableFor(PlaneImage& target, PlaneImage& source) {
+  Bytes table(256, 0xEE);
+  EXPECT_EQ(TLUX_GetMatchTable(nullptr, &target.image, &source.image, table.data()), TLUX_OK);
+  return table;
+}
+
+Bytes uniform(int size, int value) {
+  return Bytes(static_cast<std::size_t>(size), static_cast<std::uint8_t>(value));
+}
+
+TEST(MatchTable, EqualsTheFormulaForHistogramsOfAllShapes) {
+  Random random(1);
+  int dark = 0;
+  int bright = 0;
+  for (int i = 0; i < 4000; ++i) {
+    const int width = random.intBetween(1, 40);
+    const int height = random.intBetween(1, 10);
+    const int high = i % 4 == 0 ? 6 : 255; // every fourth source is nearly black
+    const Bytes source = randomSamples(width, height, random, 0, high);
+    const Bytes target = randomSamples(width, height, random);
+    PlaneImage sourceImage(source, width, height, width + i % 3);
+    PlaneImage targetImage(target, width, height, width + i % 2);
+    const auto count = [&](const Bytes& samples) {
+      return reference::countLevels(samples, width, height, 0, 0, width, height);
+    };
+    const auto s = reference::deciles(count(source), width * height);
+    const auto d = reference::deciles(count(target), width * height);
+    dark += d[1] > s[1] && s[1] < s[2] ? 1 : 0;
+    bright += d[9] < s[9] && s[9] > s[8] ? 1 : 0;
+    ASSERT_EQ(tableFor(targetImage, sourceImage), reference::matchTable(s, d)) << i;
+  }
+  EXPECT_GT(dark, 500);
+  EXPECT_GT(bright, 500);
+}
+
+TEST(MatchTable, IsTheIdentityForEqualImages) {
+  Random random(2);
+  for (int i = 0; i < 50; ++i) {
+    PlaneImage image(randomSamples(31, 9, random), 31, 9, 33);
+    const Bytes table = tableFor(image, image);
+    for (int x = 0; x < 256; ++x) {
+      ASSERT_EQ(table[static_cast<std::size_t>(x)], x);
+    }
+  }
+}
+
+TEST(MatchTable, SpreadsABlackSourceOverTheFirstLevels) {
+  PlaneImage black(uniform(100, 0), 10, 10, 10);
+  PlaneImage target(uniform(100, 90), 10, 10, 10);
+  const Bytes table = tableFor(target, black);
+  // Source deciles 0 0 1 2 … 8 255, target deciles 0 90 91 … 98 255; slope 1 through (4, 94).
+  const int expected[] = {90, 91, 92, 93, 94, 95, 96, 97, 98, 98, 99};
+  for (std::size_t x = 0; x < std::size(expected); ++x) {
+    EXPECT_EQ(table[x], expected[x]) << x;
+  }
+}
+
+TEST(MatchTable, TakesImagesOfDifferentSize) {
+  Random random(3);
+  for (const auto& [targetHeight, sourceHeight] : {std::pair{3, 20}, {20, 3}, {1, 9}}) {
+    const Bytes source = randomSamples(16, sourceHeight, random);
+    const Bytes target = randomSamples(16, targetHeight, random);
+    PlaneImage sourceImage(source, 16, sourceHeight, 16);
+    PlaneImage targetImage(target, 16, targetHeight, 16);
+    const int pixels = 16 * sourceHeight;
+    const auto s =
+        reference::deciles(reference::countLevels(source, 16, sourceHeight, 0, 0, 16, 99), pixels);
+    const auto d =
+        reference::deciles(reference::countLevels(target, 16, targetHeight, 0, 0, 16, 99), pixels);
+    EXPECT_EQ(d[9] == 255, targetHeight < sourceHeight); // ran out of pixels
+    EXPECT_EQ(tableFor(targetImage, sourceImage), reference::matchTable(s, d));
+  }
+  PlaneImage empty(0, 0, 4);
+  PlaneImage negative(4, 4, 4);
+  negative.image.width = -4;
+  negative.image.height = -4;
+  EXPECT_EQ(tableFor(empty, negative), tableFor(negative, empty));
+}
+
+TEST(MatchTable, LeavesTheTableOnAnError) {
+  PlaneImage image(uniform(64, 7), 8, 8, 8);
+  Bytes table(256, 3);
+  const long live = liveAllocations();
+  const int faults = sweepFaults(failAllocation, [&] {
+    table.assign(256, 3);
+    const auto result = TLUX_GetMatchTable(nullptr, &image.image, &image.image, table.data());
+    EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
+    EXPECT_EQ(table == Bytes(256, 3), faultFired());
+  });
+  EXPECT_EQ(faults, 1);
+  EXPECT_EQ(liveAllocations(), live);
+  table.assign(256, 3);
+  TLUX_IMAGE noPlane = image.image;
+  noPlane.plane[0] = nullptr;
+  for (const TLUX_IMAGE* bad :
+       {static_cast<const TLUX_IMAGE*>(nullptr), static_cast<const TLUX_IMAGE*>(&noPlane)}) {
+    EXPECT_EQ(TLUX_GetMatchTable(nullptr, bad, &image.image, table.data()), TLUX_ERR_INVALID_PARAM);
+    EXPECT_EQ(TLUX_GetMatchTable(nullptr, &image.image, bad, table.data()), TLUX_ERR_INVALID_PARAM);
+  }
+  EXPECT_EQ(TLUX_GetMatchTable(nullptr, &image.image, &image.image, nullptr),
+            TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(table, Bytes(256, 3));
+}
+
+TEST(AdjustImageByTable, ReplacesSamplesAndNothingElse) {
+  Random random(4);
+  Bytes table(256);
+  random.fill(std::span(table));
+  for (int width = 1; width <= 40; ++width) {
+    const Bytes samples = randomSamples(width, 3, random);
+    PlaneImage image(samples, width, 3, width + width % 4);
+    EXPECT_EQ(TLUX_AdjustImageByTable(&image.image, table.data()), 1u);
+    for (int y = 0; y < 3; ++y) {
+      for (int x = 0; x < image.image.pitch[0]; ++x) {
+        const auto at = static_cast<std::size_t>(y * width + x);
+        ASSERT_EQ(image.row(y)[x], x < width ? table[samples[at]] : 0xEE);
+      }
+    }
+  }
+}
+
+TEST(AdjustImageByTable, AnswersOneInEveryCase) {
+  PlaneImage image(uniform(16, 5), 4, 4, 4);
+  const Bytes table(256, 9);
+  TLUX_IMAGE none = image.image;
+  EXPECT_EQ(TLUX_AdjustImageByTable(nullptr, table.data()), 1u);
+  EXPECT_EQ(TLUX_AdjustImageByTable(&none, nullptr), 1u);
+  for (const auto& [width, height] : {std::pair{4, 0}, {0, 4}, {-4, 4}, {4, -1}}) {
+    none.width = width;
+    none.height = height;
+    EXPECT_EQ(TLUX_AdjustImageByTable(&none, table.data()), 1u);
+  }
+  EXPECT_EQ(Bytes(image.bytes().begin(), image.bytes().end()), uniform(16, 5));
+  none = {TLUX_FMT_GRAY, 4, 4, {}, {}};
+  EXPECT_EQ(TLUX_AdjustImageByTable(&none, table.data()), 1u);
+}
+
+} // namespace
+} // namespace tlux::test
