@@ -9,6 +9,7 @@
 #define TLUX_H
 
 #include "tlux/base.h"
+#include "tlux/box_blur.h"
 #include "tlux/copy.h"
 #include "tlux/engine.h"
 #include "tlux/equalization.h"

@@ -1,0 +1,153 @@
+#include "tlux/box_blur.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <span>
+#include <vector>
+
+#include "reference/box_blur.hpp"
+#include "support/fault_injection.hpp"
+#include "support/guarded_buffer.hpp"
+#include "support/random.hpp"
+#include "tlux/platform.h"
+
+namespace tlux::test {
+namespace {
+
+template <auto Blur, class SampleType>
+struct Member {
+  using Sample = SampleType;
+  static std::uint32_t blur(MMemMgr manager, Sample* plane, int width, int height, int pitch,
+                            int radius, int path = 0) {
+    return Blur(manager, plane, width, height, pitch, radius, path);
+  }
+};
+
+template <class T>
+class BoxBlur : public testing::Test {};
+
+using Members =
+    testing::Types<Member<TLUX_BoxBlur_Byte, std::uint8_t>, Member<TLUX_BoxBlur_Int8, std::int8_t>,
+                   Member<TLUX_BoxBlur_Int16, std::int16_t>,
+                   Member<TLUX_BoxBlur_Int32, std::int32_t>>;
+TYPED_TEST_SUITE(BoxBlur, Members);
+
+// Blurs a plane that ends at the last sample of its last row, with the rest of each pitch holding
+// values that must stay, and compares all of it with the formula.
+template <class M>
+void expectFormula(int width, int height, int pitch, int radius, std::int64_t low,
+                   std::int64_t high) {
+  using Sample = typename M::Sample;
+  SCOPED_TRACE(testing::Message() << width << "x" << height << " pitch " << pitch << " radius "
+                                  << radius << " range " << low << ".." << high);
+  const auto count = static_cast<std::size_t>((height - 1) * pitch + width);
+  std::vector<Sample> expected(count);
+  Random random(static_cast<std::uint32_t>(width * 1000 + height * 10 + radius));
+  random.fill(std::span(expected), low, high);
+  GuardedBuffer buffer(count * sizeof(Sample));
+  auto* plane = reinterpret_cast<Sample*>(buffer.data());
+  std::copy(expected.begin(), expected.end(), plane);
+
+  ASSERT_EQ(M::blur(nullptr, plane, width, height, pitch, radius), TLUX_OK);
+  reference::boxBlur(expected, width, height, pitch, radius);
+  EXPECT_TRUE(std::equal(expected.begin(), expected.end(), plane));
+  EXPECT_TRUE(buffer.isIntact());
+}
+
+TYPED_TEST(BoxBlur, EqualsTheFormulaForAllSmallSizesAndRadii) {
+  constexpr std::int64_t kMin = std::numeric_limits<typename TypeParam::Sample>::min();
+  constexpr std::int64_t kMax = std::numeric_limits<typename TypeParam::Sample>::max();
+  for (const int width : {1, 2, 3, 7, 8, 9, 16, 33}) {
+    for (const int height : {1, 2, 3, 5, 8, 17}) {
+      for (const int radius : {1, 2, 3, 4, 7, 8, 9, 16}) {
+        expectFormula<TypeParam>(width, height, width + radius % 3, radius, kMin, kMax);
+      }
+    }
+  }
+}
+
+// All but one of the window sums, means and clamps are at an end of their range here: the largest
+// radii of each sum width, the first one whose reciprocal is 0, and planes of extremes.
+TYPED_TEST(BoxBlur, EqualsTheFormulaAtTheLimits) {
+  constexpr std::int64_t kMin = std::numeric_limits<typename TypeParam::Sample>::min();
+  constexpr std::int64_t kMax = std::numeric_limits<typename TypeParam::Sample>::max();
+  for (const int radius : {1, 7, 8, 9, 126, 127, 128, 180, 181, 1 << 15, 1 << 30}) {
+    for (const auto& [low, high] : {std::pair{kMin, kMin}, {kMax, kMax}, {kMin, kMin + 1}}) {
+      expectFormula<TypeParam>(9, 3, 11, radius, low, high);
+    }
+    expectFormula<TypeParam>(3, 9, 3, radius, kMin, kMax);
+  }
+}
+
+// Every radius up to the first without a reciprocal, on uniform planes, where the mean is a
+// product.
+TYPED_TEST(BoxBlur, KeepsUniformPlanesUniformUpToTheRoundingOfTheReciprocal) {
+  using Sample = typename TypeParam::Sample;
+  constexpr std::int64_t kMin = std::numeric_limits<Sample>::min();
+  constexpr std::int64_t kMax = std::numeric_limits<Sample>::max();
+  for (int radius = 0; radius <= 182; ++radius) {
+    const std::int64_t area = std::int64_t{2 * radius + 1} * (2 * radius + 1);
+    const std::int64_t k = (area + 0x20000) / (2 * area);
+    for (const std::int64_t value : {std::max(kMin, -128l), 1l, 100l, std::min(kMax, 255l)}) {
+      std::vector<Sample> plane(12, static_cast<Sample>(value));
+      ASSERT_EQ(TypeParam::blur(nullptr, plane.data(), 4, 3, 4, radius), TLUX_OK);
+      const std::int64_t mean = std::clamp((value * area * k + 32768) >> 16, kMin, kMax);
+      EXPECT_EQ(plane, std::vector<Sample>(12, static_cast<Sample>(mean))) << radius;
+    }
+  }
+}
+
+TYPED_TEST(BoxBlur, LeavesThePlaneAloneWhenThereIsNothingToDo) {
+  using Sample = typename TypeParam::Sample;
+  std::vector<Sample> plane = {1, 2, 3, 4, 5, 6};
+  const auto original = plane;
+  EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), 3, 2, 3, 0), TLUX_OK);
+  EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), 3, 2, 3, -1), TLUX_OK);
+  EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), 0, 2, 3, 1), TLUX_OK);
+  EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), 3, -2, 3, 1), TLUX_OK);
+  EXPECT_EQ(TypeParam::blur(nullptr, nullptr, 3, 2, 3, 1), TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(plane, original);
+}
+
+TYPED_TEST(BoxBlur, PathSelectsNothing) {
+  using Sample = typename TypeParam::Sample;
+  std::vector<Sample> plane(90);
+  Random(7).fill(std::span(plane));
+  auto other = plane;
+  TypeParam::blur(nullptr, plane.data(), 10, 9, 10, 2, 0);
+  TypeParam::blur(nullptr, other.data(), 10, 9, 10, 2, 1);
+  EXPECT_EQ(plane, other);
+}
+
+TYPED_TEST(BoxBlur, WithoutMemoryLeavesThePlaneAloneAndReleasesWhatItHad) {
+  using Sample = typename TypeParam::Sample;
+  for (const int radius : {3, 20, 150}) {
+    std::vector<Sample> plane(90);
+    Random(8).fill(std::span(plane));
+    const auto original = plane;
+    const long live = liveAllocations();
+    const int faults = sweepFaults(failAllocation, [&] {
+      const bool done = TypeParam::blur(nullptr, plane.data(), 10, 9, 10, radius) == TLUX_OK;
+      EXPECT_EQ(done, !faultFired());
+      EXPECT_EQ(plane == original, faultFired());
+    });
+    EXPECT_EQ(faults, 1);
+    EXPECT_EQ(liveAllocations(), live);
+
+    std::vector<std::uint64_t> memory(512);
+    const MMemMgr pool = MMemMgrCreate(memory.data(), 4096);
+    const auto whole = GetMaxAllocMemSize(pool);
+    plane = original;
+    EXPECT_EQ(TypeParam::blur(pool, plane.data(), 10, 9, 10, radius), TLUX_OK);
+    EXPECT_EQ(GetMaxAllocMemSize(pool), whole);
+    MMemAlloc(pool, static_cast<std::uint64_t>(whole) - 64);
+    plane = original;
+    EXPECT_EQ(TypeParam::blur(pool, plane.data(), 10, 9, 10, radius), TLUX_ERR_NO_MEMORY);
+    EXPECT_EQ(plane, original);
+  }
+}
+
+} // namespace
+} // namespace tlux::test
