@@ -15,6 +15,7 @@
 #include "tlux/equalization.h"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/gain_lines.h"
+#include "tlux/guided_filter.h"
 #include "tlux/histogram_match.h"
 #include "tlux/image.h"
 #include "tlux/image_list.h"

@@ -108,8 +108,8 @@ requires(sizeof(Sample) == 1)
     [[gnu::noinline]] void writeMeans(const std::uint32_t* __restrict sums,
                                       const std::uint32_t* __restrict ends, std::uint16_t k,
                                       Sample* __restrict out, std::int32_t width) {
-  constexpr std::int16_t kMin = std::numeric_limits<Sample>::min();
-  constexpr std::int16_t kMax = std::numeric_limits<Sample>::max();
+  constexpr std::int16_t kMin{std::numeric_limits<Sample>::min()};
+  constexpr std::int16_t kMax{std::numeric_limits<Sample>::max()};
   for (std::int32_t x = 0; x < width; ++x) {
     const auto mean = static_cast<std::int16_t>(((ends[x] - sums[x]) * k + 0x8000u) >> 16);
     out[x] = static_cast<Sample>(std::clamp(mean, kMin, kMax));

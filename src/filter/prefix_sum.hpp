@@ -63,12 +63,17 @@ template <class T>
 T prefixSums(const T* __restrict values, std::int32_t count, T start, T* __restrict sums) {
   using Lanes = typename detail::Vector<T>::Type;
   constexpr std::int32_t kLanes = sizeof(Lanes) / sizeof(T);
+  constexpr int kVectors = 2; // a step, so that few additions wait for one another
   Lanes before = Lanes{} + start;
   std::int32_t x = 0;
-  for (; x <= count - kLanes; x += kLanes) {
-    const Lanes step = detail::runningSum(detail::load<Lanes>(values + x));
-    const Lanes result = step + before;
-    std::memcpy(sums + x, &result, sizeof result);
+  for (; x <= count - kVectors * kLanes; x += kVectors * kLanes) {
+    Lanes step{};
+    for (int i = 0; i < kVectors; ++i) {
+      step = detail::runningSum(detail::load<Lanes>(values + x + i * kLanes)) +
+             (i == 0 ? step : detail::lastLane(step));
+      const Lanes result = step + before;
+      std::memcpy(sums + x + i * kLanes, &result, sizeof result);
+    }
     before += detail::lastLane(step);
   }
   T sum = before[0];

@@ -1,0 +1,28 @@
+#include "filter/guided_filter.hpp"
+
+#include "tlux/guided_filter.h"
+
+namespace tlux {
+namespace {
+
+template <int Channels>
+void guidedFilter(MMemMgr manager, const img* guide, const img* input, img* output,
+                  std::int32_t radius) {
+  if (!areGuidedImages(guide, Channels, input, output, radius)) return;
+  const Windows windows(guide->width, guide->height, radius);
+  const GuidedFilter<Channels> filter(manager, windows);
+  if (!filter) return;
+  filter.run({rowsOf(guide), rowsOf(input), rowsOf(output)}, windows,
+             {0, 0, guide->width, guide->height});
+}
+
+} // namespace
+} // namespace tlux
+
+void guided_filter_1d(MMemMgr manager, const img* I, const img* p, img* q, int32_t r) noexcept {
+  tlux::guidedFilter<1>(manager, I, p, q, r);
+}
+
+void guided_filter_3d(MMemMgr manager, const img* I, const img* p, img* q, int32_t r) noexcept {
+  tlux::guidedFilter<3>(manager, I, p, q, r);
+}

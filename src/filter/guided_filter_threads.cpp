@@ -1,0 +1,71 @@
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "filter/guided_filter.hpp"
+#include "platform/workers.hpp"
+#include "tlux/guided_filter.h"
+
+namespace tlux {
+namespace {
+
+constexpr int kWorkers = 4;
+
+// Calls work(0) … work(kWorkers − 1) once each, on threads where they can be had.
+template <class Work>
+void runOnThreadsOrHere(Work&& work) {
+  std::array<bool, kWorkers> done{};
+  auto noted = [&](int index) {
+    work(index);
+    done[static_cast<std::size_t>(index)] = true;
+  };
+  if (runOnWorkers<kWorkers>(noted)) return;
+  for (int i = 0; i < kWorkers; ++i) {
+    if (!done[static_cast<std::size_t>(i)]) work(i);
+  }
+}
+
+// Each pass is split into bands of rows. The second one starts when the first has ended for the
+// whole image: a band needs the coefficients of its neighbours, and in place it overwrites the rows
+// that they are fitted to.
+void guidedFilterOnThreads(MMemMgr manager, const img* guide, const img* input, img* output,
+                           std::int32_t radius) {
+  if (!areGuidedImages(guide, 1, input, output, radius)) return;
+  using Fit = CoefficientFit<1>;
+  using Application = CoefficientApplication<1>;
+  using Rows = CoefficientRows<1>;
+  const Windows windows(guide->width, guide->height, radius);
+  const std::int64_t share =
+      std::max(Fit::doublesNeeded(windows), Application::doublesNeeded(windows));
+  const Scratch<double> sums(manager, kWorkers * share);
+  const Scratch<std::int32_t> coefficients(manager,
+                                           Rows::valuesNeeded(windows.width, windows.height));
+  if (!sums || !coefficients) return;
+
+  const Rows rows(coefficients.get(), windows.width, windows.height);
+  const auto firstRow = [&](int band) {
+    return static_cast<std::int32_t>(std::int64_t{windows.height} * band / kWorkers);
+  };
+  runOnThreadsOrHere([&](int band) {
+    Fit fit(rowsOf(guide), rowsOf(input), windows, rows, sums.get() + band * share);
+    fit.startAt(firstRow(band));
+    for (std::int32_t y = firstRow(band); y < firstRow(band + 1); ++y) {
+      fit.fit(y);
+    }
+  });
+  runOnThreadsOrHere([&](int band) {
+    Application application(rows, rowsOf(guide), windows, sums.get() + band * share);
+    application.startAt(firstRow(band));
+    for (std::int32_t y = firstRow(band); y < firstRow(band + 1); ++y) {
+      application.apply(y, 0, windows.width, rowsOf(output)[y]);
+    }
+  });
+}
+
+} // namespace
+} // namespace tlux
+
+void guided_filter_1dI(MMemMgr manager, const img* I, const img* p, img* q, int32_t r) noexcept {
+  tlux::guidedFilterOnThreads(manager, I, p, q, r);
+}

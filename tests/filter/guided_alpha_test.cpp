@@ -1,0 +1,118 @@
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <cstring>
+#include <span>
+#include <vector>
+
+#include "filter/test_image.hpp"
+#include "reference/guided_filter.hpp"
+#include "support/fault_injection.hpp"
+#include "support/random.hpp"
+#include "tlux/guided_filter.h"
+
+namespace tlux::test {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+using Values = std::vector<std::int32_t>;
+
+Values valuesOf(const TestImage& image) {
+  const Bytes bytes = image.pixels();
+  Values values(bytes.size() / sizeof(std::int32_t));
+  std::memcpy(values.data(), bytes.data(), bytes.size());
+  return values;
+}
+
+// The coefficient images have rows that are not aligned to their samples.
+TEST(GuidedAlpha, EqualsTheFormulaAtEveryPixelOrEverySecond) {
+  Random random(1);
+  for (const auto& [width, height] : {std::pair{1, 1}, {2, 3}, {7, 5}, {18, 11}}) {
+    for (const int radius : {0, 1, 4, 30}) {
+      SCOPED_TRACE(testing::Message() << width << "x" << height << " radius " << radius);
+      Bytes guide(static_cast<std::size_t>(width * height));
+      Bytes input(guide.size());
+      random.fill(std::span(guide));
+      random.fill(std::span(input));
+      TestImage I(width, height, 1, guide);
+      TestImage p(width, height, 1, input);
+      const auto whole = reference::guidedCoefficients(guide, input, {width, height}, radius);
+
+      TestImage a(width, height, 1, 32, 1);
+      TestImage b(width, height, 1, 32, 3);
+      guided_box_alpha(nullptr, &I.record, &p.record, &a.record, &b.record, radius);
+      EXPECT_EQ(valuesOf(a), whole[0]);
+      EXPECT_EQ(valuesOf(b), whole[1]);
+      EXPECT_TRUE(a.isIntact() && b.isIntact());
+
+      TestImage halfA((width + 1) / 2, (height + 1) / 2, 1, 32);
+      TestImage halfB((width + 1) / 2, (height + 1) / 2, 1, 32);
+      guided_box_alpha_half(nullptr, &I.record, &p.record, &halfA.record, &halfB.record, radius);
+      Values expectedA;
+      Values expectedB;
+      for (int y = 0; y < height; y += 2) {
+        for (int x = 0; x < width; x += 2) {
+          expectedA.push_back(whole[0][static_cast<std::size_t>(y * width + x)]);
+          expectedB.push_back(whole[1][static_cast<std::size_t>(y * width + x)]);
+        }
+      }
+      EXPECT_EQ(valuesOf(halfA), expectedA);
+      EXPECT_EQ(valuesOf(halfB), expectedB);
+    }
+  }
+}
+
+// The mean of p is truncated to 0 and that of I · p to 1: a covariance of 1 without any variance.
+TEST(GuidedAlpha, FlatGuideKeepsTheCovarianceOfTruncatedMeans) {
+  TestImage I(2, 1, 1, Bytes{3, 3});
+  TestImage p(2, 1, 1, Bytes{1, 0});
+  TestImage a(2, 1, 1, 32);
+  TestImage b(2, 1, 1, 32);
+  guided_box_alpha(nullptr, &I.record, &p.record, &a.record, &b.record, 1);
+  EXPECT_EQ(valuesOf(a), (Values{25, 25}));
+  EXPECT_EQ(valuesOf(b), (Values{-75, -75}));
+}
+
+TEST(GuidedAlpha, WritesNothingWithoutMemoryOrForImagesItDoesNotTake) {
+  for (const auto alpha : {guided_box_alpha, guided_box_alpha_half}) {
+    TestImage I(1, 1, 1, Bytes{200});
+    TestImage p(1, 1, 1, Bytes{100});
+    TestImage a(1, 1, 1, 32);
+    TestImage b(1, 1, 1, 32);
+    const Values before = valuesOf(a);
+    const auto expectUntouched = [&](int radius) {
+      alpha(nullptr, &I.record, &p.record, &a.record, &b.record, radius);
+      EXPECT_EQ(valuesOf(a), before);
+      EXPECT_EQ(valuesOf(b), before);
+    };
+    expectUntouched(-1);
+    for (TestImage* image : {&I, &p, &a, &b}) {
+      const img original = image->record;
+      for (int img::*field : {&img::width, &img::height, &img::channels, &img::depth}) {
+        image->record.*field += 16;
+        expectUntouched(1);
+        image->record = original;
+      }
+      image->record.rows = nullptr;
+      expectUntouched(1);
+      image->record = original;
+    }
+    alpha(nullptr, nullptr, &p.record, &a.record, &b.record, 1);
+    alpha(nullptr, &I.record, &p.record, nullptr, &b.record, 1);
+    alpha(nullptr, &I.record, &p.record, &a.record, nullptr, 1);
+    EXPECT_EQ(valuesOf(b), before);
+
+    const long live = liveAllocations();
+    for (const int n : {1, 2}) {
+      failAllocation(n);
+      expectUntouched(1);
+      failAllocation(0);
+    }
+    EXPECT_EQ(liveAllocations(), live);
+    alpha(nullptr, &I.record, &p.record, &a.record, &b.record, 1);
+    EXPECT_EQ(valuesOf(b), Values{25600});
+  }
+}
+
+} // namespace
+} // namespace tlux::test
