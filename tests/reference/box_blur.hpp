@@ -12,8 +12,8 @@ namespace tlux::reference {
 template <class Sample>
 void boxBlur(std::vector<Sample>& plane, int width, int height, int pitch, std::int64_t radius) {
   const std::vector<Sample> source = plane;
-  const std::int64_t d = 2 * radius + 1;
-  const std::int64_t k = (d * d + 0x20000) / (2 * d * d);
+  const auto d = static_cast<std::uint64_t>(2 * radius + 1);
+  const auto k = static_cast<std::int64_t>((d * d + 0x20000) / (2 * d * d));
   const auto sample = [&](std::int64_t x, std::int64_t y) {
     x = std::clamp<std::int64_t>(x, 0, width - 1);
     y = std::clamp<std::int64_t>(y, 0, height - 1);
