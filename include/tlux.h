@@ -19,6 +19,7 @@
 #include "tlux/histogram_match.h"
 #include "tlux/image.h"
 #include "tlux/image_list.h"
+#include "tlux/mark.h"
 #include "tlux/mask.h"
 #include "tlux/platform.h"
 #include "tlux/resample.h"

@@ -1,0 +1,169 @@
+#include "tlux/mark.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "base/fixed_point.hpp"
+
+namespace tlux {
+namespace {
+
+constexpr std::int32_t kMarkWidth = TLUX_MARK_WIDTH;
+constexpr std::int32_t kMarkHeight = TLUX_MARK_HEIGHT;
+constexpr std::int32_t kMaxFactor = 8;
+
+// Where the samples of one component lie: sample c of a row is byte `offset` + c·`step` of the row.
+struct Component {
+  std::int8_t plane;
+  std::int8_t offset;
+  std::int8_t step;
+};
+
+// A format that can be marked. Chroma has half the columns in all of them.
+struct MarkFormat {
+  std::uint32_t code;
+  std::int8_t chromaRows; // luma rows per chroma row
+  Component luma;
+  Component cb;
+  Component cr;
+};
+
+constexpr MarkFormat kFormats[] = {
+    {TLUX_FMT_YCBCR422_P, 1, {0, 0, 1}, {1, 0, 1}, {2, 0, 1}},
+    {TLUX_FMT_YCBCR420_P, 2, {0, 0, 1}, {1, 0, 1}, {2, 0, 1}},
+    {TLUX_FMT_YCBCR420_YPUV, 2, {0, 0, 1}, {1, 0, 2}, {1, 1, 2}},
+    {TLUX_FMT_YCBCR420_YPVU, 2, {0, 0, 1}, {1, 1, 2}, {1, 0, 2}},
+    {TLUX_FMT_CBYCRY, 1, {0, 1, 2}, {0, 0, 4}, {0, 2, 4}},
+};
+
+const MarkFormat* findMarkFormat(std::uint32_t code) {
+  const auto* found =
+      std::find_if(std::begin(kFormats), std::end(kFormats),
+                   [code](const MarkFormat& format) { return format.code == code; });
+  return found != std::end(kFormats) ? found : nullptr;
+}
+
+// Where the mark lies in the frame, in luma pixels.
+struct Placement {
+  std::int64_t factor;
+  std::int64_t top;
+  std::int64_t left; // even
+  bool fits;
+};
+
+Placement placeMark(std::int64_t width, std::int64_t height) {
+  const auto [shorter, longer] = std::minmax(width, height);
+  const std::int64_t factor = std::clamp(std::max((shorter + 225) / 450, (longer + 400) / 800),
+                                         std::int64_t{1}, std::int64_t{kMaxFactor});
+  const std::int64_t top = height - 42 * factor;
+  const std::int64_t left = width - 122 * factor;
+  return {factor, top, left / 2 * 2, top >= 0 && left >= 0};
+}
+
+bool hasRows(const TLUX_IMAGE& image, const Component& component, std::int64_t samples) {
+  return image.plane[component.plane] != nullptr &&
+         image.pitch[component.plane] >= component.step * samples;
+}
+
+// One row of the mark, enlarged to the frame's size.
+struct MarkRow {
+  using Samples = std::array<std::uint8_t, std::size_t{kMarkWidth} * kMaxFactor>;
+  Samples y, u, v, a;
+  std::int64_t held = -1; // row of the tables
+
+  // Consecutive rows of an enlarged mark are mostly the same row of the tables.
+  void load(std::int64_t row, std::int64_t factor) {
+    if (row == held) return;
+    held = row;
+    enlarge(gTolMarkDataY + row * kMarkWidth, factor, y);
+    enlarge(gTolMarkDataU + row * kMarkWidth, factor, u);
+    enlarge(gTolMarkDataV + row * kMarkWidth, factor, v);
+    enlarge(gTolMarkDataA + row * kMarkWidth, factor, a);
+  }
+
+  static void enlarge(const std::uint8_t* table, std::int64_t factor, Samples& row) {
+    std::uint8_t* out = row.data();
+    for (std::int32_t column = 0; column < kMarkWidth; ++column) {
+      out = std::fill_n(out, factor, table[column]);
+    }
+  }
+};
+
+// Truncated mean of the two columns, in both rows, that share each chroma sample. The two rows are
+// the same one where every row has its own chroma, which leaves the mean what it is.
+void shareChroma(const MarkRow::Samples& upper, const MarkRow::Samples& lower, std::int64_t count,
+                 MarkRow::Samples& out) {
+  for (std::int64_t c = 0; c < count; ++c) {
+    const auto sum =
+        static_cast<unsigned>(upper[2 * c] + upper[2 * c + 1] + lower[2 * c] + lower[2 * c + 1]);
+    out[c] = static_cast<std::uint8_t>(sum >> 2);
+  }
+}
+
+// ((255 − a)·frame + a·mark) / 255. With n = 255·q + r: n >> 8 is q where r ≥ q, else q − 1, so
+// that n + 1 + (n >> 8) is 256·q + r + 1 or 256·q + r, and its upper byte q. Everything fits 16
+// bits.
+std::uint8_t blend(std::uint8_t frame, std::uint8_t mark, std::uint8_t alpha) {
+  const auto n = static_cast<std::uint16_t>((255 - alpha) * frame + alpha * mark);
+  return static_cast<std::uint8_t>(static_cast<std::uint16_t>(n + 1 + (n >> 8)) >> 8);
+}
+
+void blendRow(std::uint8_t* __restrict frame, std::ptrdiff_t step,
+              const std::uint8_t* __restrict mark, const std::uint8_t* __restrict alpha,
+              std::int64_t count) {
+  for (std::int64_t i = 0; i < count; ++i) {
+    frame[i * step] = blend(frame[i * step], mark[i], alpha[i]);
+  }
+}
+
+// First sample, at column `column` of row `row` of its own grid, of one component.
+std::uint8_t* sampleAt(const TLUX_IMAGE& image, const Component& component, std::int64_t row,
+                       std::int64_t column) {
+  return image.plane[component.plane] + row * image.pitch[component.plane] + component.offset +
+         column * component.step;
+}
+
+void blendMark(const TLUX_IMAGE& image, const MarkFormat& format, const Placement& place) {
+  const std::int64_t width = kMarkWidth * place.factor;
+  const std::int64_t height = kMarkHeight * place.factor;
+  MarkRow rows[2];
+  MarkRow::Samples cb, cr, alpha;
+  for (std::int64_t i = 0; i < height; i += format.chromaRows) {
+    for (std::int64_t dy = 0; dy < format.chromaRows; ++dy) {
+      rows[dy].load((i + dy) / place.factor, place.factor);
+      blendRow(sampleAt(image, format.luma, place.top + i + dy, place.left), format.luma.step,
+               rows[dy].y.data(), rows[dy].a.data(), width);
+    }
+    const MarkRow& lower = rows[format.chromaRows - 1];
+    shareChroma(rows[0].u, lower.u, width / 2, cb);
+    shareChroma(rows[0].v, lower.v, width / 2, cr);
+    shareChroma(rows[0].a, lower.a, width / 2, alpha);
+    const std::int64_t row = place.top / format.chromaRows + i / format.chromaRows;
+    blendRow(sampleAt(image, format.cb, row, place.left / 2), format.cb.step, cb.data(),
+             alpha.data(), width / 2);
+    blendRow(sampleAt(image, format.cr, row, place.left / 2), format.cr.step, cr.data(),
+             alpha.data(), width / 2);
+  }
+}
+
+void embedMark(const TLUX_IMAGE& image) {
+  const MarkFormat* format = findMarkFormat(image.format);
+  if (format == nullptr) return;
+  const Placement place = placeMark(image.width, image.height);
+  if (!place.fits || !hasRows(image, format->luma, image.width) ||
+      !hasRows(image, format->cb, image.width / 2) ||
+      !hasRows(image, format->cr, image.width / 2)) {
+    return;
+  }
+  blendMark(image, *format, place);
+}
+
+} // namespace
+} // namespace tlux
+
+uint32_t TLUX_EmbeddedMark(TLUX_IMAGE* image) noexcept {
+  if (image != nullptr) tlux::embedMark(*image);
+  return TLUX_OK;
+}
