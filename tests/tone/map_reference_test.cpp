@@ -1,0 +1,60 @@
+#include "tone/map_reference.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <numeric>
+#include <vector>
+
+#include "reference/map.hpp"
+#include "support/guarded_buffer.hpp"
+#include "tlux/transfer.h"
+
+namespace tlux::test {
+namespace {
+
+// Every code under every gain: one row per code, one column per gain.
+TEST(MapReference, IsExactForEveryCodeAndGain) {
+  constexpr int kGains = 65536;
+  std::vector<std::uint16_t> gains(kGains);
+  std::iota(gains.begin(), gains.end(), 0);
+  const ToneTables tables{TLUX_Degamma_Table, TLUX_Gamma_Table8, gains.data()};
+  std::vector<std::uint8_t> mapped(kGains);
+  for (int code = 0; code < 256; ++code) {
+    const std::vector<std::uint8_t> row(kGains, static_cast<std::uint8_t>(code));
+    mapReference(packedPlane(row.data(), kGains, 1), gains.data(), tables,
+                 packedPlane(mapped.data(), kGains, 1));
+    for (int gain = 0; gain < kGains; ++gain) {
+      ASSERT_EQ(mapped[static_cast<std::size_t>(gain)], reference::mapLuma(code, gain))
+          << code << " under " << gain;
+    }
+  }
+}
+
+// Unity gain changes nothing.
+TEST(MapReference, WalksRowsByTheirPitchAndScoresPacked) {
+  constexpr int kWidth = 261;
+  constexpr int kHeight = 3;
+  GuardedPlane reference(kWidth, kHeight, 264);
+  GuardedPlane mapped(kWidth, kHeight, 270);
+  std::vector<std::uint16_t> scores(std::size_t{kWidth} * kHeight, 40000);
+  std::vector<std::uint16_t> gains(65536, 2048);
+  gains[40000] = 1024;
+  for (int y = 0; y < kHeight; ++y) {
+    for (int x = 0; x < kWidth; ++x) {
+      reference.data()[y * 264 + x] = static_cast<std::uint8_t>(x + 3 * y);
+    }
+  }
+  mapReference({reference.data(), kWidth, kHeight, 264}, scores.data(),
+               {TLUX_Degamma_Table, TLUX_Gamma_Table8, gains.data()},
+               {mapped.data(), kWidth, kHeight, 270});
+  EXPECT_TRUE(mapped.isIntact());
+  for (int y = 0; y < kHeight; ++y) {
+    for (int x = 0; x < kWidth; ++x) {
+      ASSERT_EQ(mapped.data()[y * 270 + x], static_cast<std::uint8_t>(x + 3 * y));
+    }
+  }
+}
+
+} // namespace
+} // namespace tlux::test
