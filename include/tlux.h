@@ -29,6 +29,7 @@
 #include "tlux/simple_image.h"
 #include "tlux/statistics.h"
 #include "tlux/tone.h"
+#include "tlux/tone_stage.h"
 #include "tlux/transfer.h"
 
 #endif /* TLUX_H */

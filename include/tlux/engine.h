@@ -1,6 +1,6 @@
 /**
  * @file engine.h
- * @brief The engine that optimizes the dynamic range of frames: lifecycle and version.
+ * @brief The engine that optimizes the dynamic range of frames: lifecycle, run and version.
  */
 #ifndef TLUX_ENGINE_H
 #define TLUX_ENGINE_H
@@ -14,8 +14,8 @@ TLUX_BEGIN_DECLS
  * @defgroup engine Engine
  *
  * One engine serves one stream of frames: create it once, run it on every frame, destroy it. The
- * same
- * ::MMemMgr handle goes to all three. An engine is used by one thread at a time.
+ * same ::MMemMgr handle goes to all three. An engine is used by one thread at a time; several
+ * engines, each with a pool of its own or on the heap, may run at once in as many threads.
  * @{
  */
 
@@ -38,7 +38,11 @@ typedef struct TLUX_ENGINE {
   const uint16_t* degammaTable; /**< ::TLUX_Degamma_Table. */
   const uint8_t* gammaTable;    /**< ::TLUX_Gamma_Table8. */
   uint16_t* gainLut;            /**< 65536 gains in Q10, indexed by a score's 16-bit pattern. */
-  uint64_t reserved2[4];
+  uint32_t gainLutStrength;     /**< Strength that gainLut was built for. */
+  int32_t logGainWidth;         /**< Columns of logGainMap. */
+  int32_t logGainHeight;        /**< Rows of logGainMap. */
+  uint32_t reserved2;
+  uint64_t reserved3[2];
 } TLUX_ENGINE;
 
 /** What TLUX_GetVersion() reports. */
@@ -66,6 +70,54 @@ TLUX_API uint32_t TLUX_Init(MMemMgr manager, TLUX_ENGINE** out) TLUX_NOEXCEPT;
  * @return ::TLUX_OK. Intended: a null engine answers ::TLUX_ERR_NO_MEMORY.
  */
 TLUX_API uint32_t TLUX_Uninit(MMemMgr manager, TLUX_ENGINE* engine) TLUX_NOEXCEPT;
+
+/**
+ * Optimizes the dynamic range of one frame: dark regions are lifted, bright ones compressed, local
+ * detail and colour kept.
+ *
+ * A reference frame of an eighth of the size decides, from each pixel's contrast with its
+ * surroundings (a Retinex score), how much it is lifted or darkened. A guided filter carries the
+ * result to full size along the edges of the source's luma; chroma follows the luma. A small mark
+ * ends the work: see TLUX_EmbeddedMark().
+ *
+ * The result depends on @p source, @p strength and the sizes only, not on earlier frames, as long
+ * as there is memory (see TLUX_Tonemapping()). Same input, same bytes, on every processor. Runs
+ * four worker threads, all joined on return.
+ *
+ * Memory comes from @p manager. The engine keeps at most 12 bytes per pixel of the reference frame
+ * and the gain table (128 KiB) for the next frame of the same size; beyond that a run needs at most
+ * 40 bytes per pixel of the reference frame and 1 MiB, which it gives back.
+ *
+ * @param manager the handle the engine was made with.
+ * @param engine from TLUX_Init(). Describes this frame on return, also after a failure, unless an
+ *        argument was rejected.
+ * @param source NV21 (YCBCR420_YPVU) or NV12 (YCBCR420_YPUV), full range, even width and height,
+ *        pitches of at least the width. Not changed; borrowed by the engine's `source` field.
+ * @param mode must be 1.
+ * @param output receives the result: memory of the caller's, of the same format and size as
+ *        @p source, not overlapping it. Whatever is not optimized is copied: the columns and rows
+ *        beyond the last multiple of 16, and a frame of fewer than 16 columns or rows as a whole.
+ *        Intended: an output of another format, or larger than the source, gets no copy; the rest
+ *        of the run goes on as if it had.
+ *        Intended: frames of equal pitches should have the pitch that TLUX_CreateImage_IMK() gives
+ *        them, the width rounded up to a multiple of 4. Chroma rows are walked by that width then,
+ *        and with a longer pitch part of the chroma follows the luma of other rows or keeps its
+ *        source value. Where the pitches of source and output differ, every row is walked by its
+ *        own pitch.
+ * @param strength how far to go: 0 keeps the tones but for a slight smoothing of fine noise, 20 is
+ *        moderate, 100 strong. Read once.
+ * @param reserved not used; pass 0.
+ * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a rejected argument (null, mode, odd or negative
+ *         size, format, pitch below the width, output smaller than the source or on the same luma
+ *         plane; nothing is written); ::TLUX_ERR_NO_MEMORY or ::TLUX_ERR_THREAD: the output then is
+ *         untouched, holds the copy, or part of the result, always without the mark, and the engine
+ *         can be used again.
+ */
+TLUX_API uint32_t TLUX_RunDynamicRangeOptimizationImage(MMemMgr manager, TLUX_ENGINE* engine,
+                                                        const TLUX_IMAGE* source, uint32_t mode,
+                                                        TLUX_IMAGE* output,
+                                                        const uint32_t* strength,
+                                                        uint64_t reserved) TLUX_NOEXCEPT;
 
 /** The version of this library. The record is static: neither release nor change it. */
 TLUX_API const TLUX_VERSION* TLUX_GetVersion(void) TLUX_NOEXCEPT;

@@ -50,7 +50,7 @@ TLUX_API uint32_t AME_GenerateRetinexLogGain(MMemMgr manager, void* workBuf, int
                                              uint16_t* scoreOut) TLUX_NOEXCEPT;
 
 /**
- * Makes the engine's gain table (TLUX_ENGINE::gainLut) for a strength.
+ * Makes the engine's gain table (TLUX_ENGINE::gainLut) for a strength, which it notes beside it.
  *
  * The curve is AME_GenerateFillLighrGainLUT() with unity 1024; entry 32768 (score −32768), which
  * the curve leaves out, takes the gain of score −32767. An engine that has a table already is given

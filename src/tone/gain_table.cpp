@@ -22,5 +22,6 @@ uint32_t TLUX_TonemapGainLUT(MMemMgr manager, TLUX_ENGINE* engine, uint32_t stre
     engine->gainLut = table.release();
   }
   tlux::fillGainTable(engine->gainLut, strength);
+  engine->gainLutStrength = strength;
   return TLUX_OK;
 }

@@ -1,0 +1,44 @@
+#include "engine/reference_frame.hpp"
+#include "tlux/copy.h"
+#include "tlux/engine.h"
+#include "tlux/mark.h"
+#include "tone/stage.hpp"
+
+namespace tlux {
+namespace {
+
+constexpr std::uint32_t kMode = 1;
+
+bool isEven(std::int32_t side) {
+  return side % 2 == 0;
+}
+
+std::uint32_t optimizeFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& source,
+                            TLUX_IMAGE& output, std::uint32_t strength) {
+  const std::uint32_t prepared = initReferenceFrame(manager, engine, source);
+  if (prepared != TLUX_OK) return prepared;
+  engine.mode = kMode;
+  // An output of another kind stays as it is where the stage writes nothing.
+  TLUX_CopyImage_IMK(&output, &source);
+  if (engine.images[0] != nullptr) {
+    const std::uint32_t mapped = toneMapFrame(manager, engine, source, output, strength);
+    if (mapped != TLUX_OK) return mapped;
+  }
+  TLUX_EmbeddedMark(&output);
+  return TLUX_OK;
+}
+
+} // namespace
+} // namespace tlux
+
+uint32_t TLUX_RunDynamicRangeOptimizationImage(MMemMgr manager, TLUX_ENGINE* engine,
+                                               const TLUX_IMAGE* source, uint32_t mode,
+                                               TLUX_IMAGE* output, const uint32_t* strength,
+                                               uint64_t /*reserved*/) noexcept {
+  if (mode != tlux::kMode || engine == nullptr || strength == nullptr ||
+      !tlux::isFramePair(source, output) || !tlux::isEven(source->width) ||
+      !tlux::isEven(source->height)) {
+    return TLUX_ERR_INVALID_PARAM;
+  }
+  return tlux::optimizeFrame(manager, *engine, *source, *output, *strength);
+}

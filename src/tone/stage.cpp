@@ -1,0 +1,134 @@
+#include "tone/stage.hpp"
+
+#include <cstddef>
+#include <utility>
+
+#include "image/format.hpp"
+#include "platform/scratch.hpp"
+#include "tlux/copy.h"
+#include "tlux/fast_guided_filter.h"
+#include "tlux/retinex.h"
+#include "tlux/tone_stage.h"
+#include "tone/chroma_rule.hpp"
+#include "tone/map_reference.hpp"
+#include "tone/score_reference.hpp"
+
+namespace tlux {
+namespace {
+
+constexpr std::int32_t kFilterRadius = 16;         // reference pixels
+constexpr std::int32_t kFilterRegularisation = 20; // squared codes
+
+Plane<const std::uint8_t> lumaOf(const TLUX_IMAGE& image) {
+  return {image.plane[0], image.width, image.height, image.pitch[0]};
+}
+
+void releaseScores(MMemMgr manager, TLUX_ENGINE& engine) {
+  MMemFree(manager, std::exchange(engine.logGainMap, nullptr));
+  engine.logGainWidth = 0;
+  engine.logGainHeight = 0;
+}
+
+bool allocateScores(MMemMgr manager, TLUX_ENGINE& engine) {
+  releaseScores(manager, engine);
+  Scratch<std::uint16_t> scores(manager, std::int64_t{engine.refWidth} * engine.refHeight);
+  if (!scores) return false;
+  engine.logGainMap = scores.release();
+  engine.logGainWidth = engine.refWidth;
+  engine.logGainHeight = engine.refHeight;
+  return true;
+}
+
+// False when the engine has no scores of this size. Those of an earlier frame will do: better a
+// picture whose tones lag behind than none.
+bool updateScores(MMemMgr manager, TLUX_ENGINE& engine) {
+  const bool hasScores = engine.logGainMap != nullptr && engine.logGainWidth == engine.refWidth &&
+                         engine.logGainHeight == engine.refHeight;
+  if (!hasScores && !allocateScores(manager, engine)) return false;
+  if (scoreReference(manager, lumaOf(*engine.images[0]), engine.degammaTable, engine.logGainMap)) {
+    return true;
+  }
+  if (!hasScores) releaseScores(manager, engine);
+  return hasScores;
+}
+
+bool updateGainTable(MMemMgr manager, TLUX_ENGINE& engine, std::uint32_t strength) {
+  if (engine.gainLut != nullptr && engine.gainLutStrength == strength) return true;
+  return TLUX_TonemapGainLUT(manager, &engine, strength) == TLUX_OK;
+}
+
+// The filter walks guide and output with one pitch. Where theirs differ, the copy of the source
+// that lies in the output guides; the filter needs each of its samples only until it writes that
+// sample.
+const std::uint8_t* guideFor(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                             Plane<const std::uint8_t> reference) {
+  if (source.pitch[0] == output.pitch[0]) return source.plane[0];
+  if (TLUX_IsImageEqual_IMK(&source, &output) == 0) {
+    // An output of another kind got no copy. Only what the filter will overwrite is filled in.
+    for (std::int32_t y = 0; y < reference.height * kReferenceReduction; ++y) {
+      MMemCpy(output.plane[0] + std::ptrdiff_t{y} * output.pitch[0],
+              source.plane[0] + std::ptrdiff_t{y} * source.pitch[0],
+              static_cast<std::uint64_t>(reference.width) * kReferenceReduction);
+    }
+  }
+  return output.plane[0];
+}
+
+// Whether the engine's reference frame is there and its blocks lie within the frame.
+bool isReferenceFor(const TLUX_ENGINE& engine, const TLUX_IMAGE& source) {
+  const TLUX_IMAGE* reference = engine.images[0];
+  return engine.degammaTable != nullptr && engine.gammaTable != nullptr && reference != nullptr &&
+         reference->plane[0] != nullptr && reference->width == engine.refWidth &&
+         reference->height == engine.refHeight && reference->width > 0 && reference->height > 0 &&
+         reference->pitch[0] >= reference->width &&
+         reference->width <= source.width / kReferenceReduction &&
+         reference->height <= source.height / kReferenceReduction;
+}
+
+bool isFrame(const TLUX_IMAGE& image) {
+  return image.width >= 0 && image.height >= 0 && planeCountOf(image.format) >= 2 &&
+         image.plane[0] != nullptr && image.plane[1] != nullptr && image.pitch[0] >= image.width &&
+         image.pitch[1] >= image.width;
+}
+
+} // namespace
+
+bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output) {
+  return source != nullptr && output != nullptr && isFrame(*source) && isFrame(*output) &&
+         (source->format == TLUX_FMT_YCBCR420_YPUV || source->format == TLUX_FMT_YCBCR420_YPVU) &&
+         output->width >= source->width && output->height >= source->height &&
+         output->plane[0] != source->plane[0];
+}
+
+std::uint32_t toneMapFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& source,
+                           const TLUX_IMAGE& output, std::uint32_t strength) {
+  if (!updateScores(manager, engine)) return TLUX_ERR_NO_MEMORY;
+  if (!updateGainTable(manager, engine, strength)) return TLUX_ERR_NO_MEMORY;
+
+  const Plane<const std::uint8_t> reference = lumaOf(*engine.images[0]);
+  const Scratch<std::uint8_t> mappedLuma(manager, std::int64_t{reference.height} * reference.pitch);
+  if (!mappedLuma) return TLUX_ERR_NO_MEMORY;
+  const Plane<std::uint8_t> mapped{mappedLuma.get(), reference.width, reference.height,
+                                   reference.pitch};
+  mapReference(reference, engine.logGainMap,
+               {engine.degammaTable, engine.gammaTable, engine.gainLut}, mapped);
+
+  const std::uint32_t filtered = FastGuideFilterMT(
+      manager, mapped.data, reference.data, guideFor(source, output, reference), output.plane[0],
+      reference.width, reference.height, static_cast<std::int32_t>(reference.pitch),
+      output.pitch[0], kFilterRadius, kFilterRegularisation);
+  scaleChromaByLumaRatio(source, output);
+  return filtered;
+}
+
+} // namespace tlux
+
+uint32_t TLUX_Tonemapping(MMemMgr manager, TLUX_ENGINE* engine, const TLUX_IMAGE* source,
+                          TLUX_IMAGE* output, uint64_t /*reserved*/,
+                          const uint32_t* strength) noexcept {
+  if (engine == nullptr || strength == nullptr || !tlux::isFramePair(source, output) ||
+      !tlux::isReferenceFor(*engine, *source)) {
+    return TLUX_ERR_INVALID_PARAM;
+  }
+  return tlux::toneMapFrame(manager, *engine, *source, *output, *strength);
+}

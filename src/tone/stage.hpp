@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+
+#include "tlux/engine.h"
+
+namespace tlux {
+
+// From a frame to its reference frame.
+inline constexpr std::int32_t kReferenceReduction = 8;
+
+// Whether a frame and the memory for its result are what a run can work on: both there, an NV12 or
+// NV21 frame, two planes each with rows of at least the width, room for the whole frame, and not
+// the same luma plane.
+bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output);
+
+// The stage behind TLUX_Tonemapping(), for arguments that fit each other.
+std::uint32_t toneMapFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& source,
+                           const TLUX_IMAGE& output, std::uint32_t strength);
+
+} // namespace tlux

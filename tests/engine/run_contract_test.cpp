@@ -1,0 +1,335 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <functional>
+#include <limits>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "engine/scoped_engine.hpp"
+#include "support/fault_injection.hpp"
+#include "tlux/mark.h"
+#include "tlux/platform.h"
+#include "tlux/tone_stage.h"
+
+namespace tlux::test {
+namespace {
+
+constexpr FrameShape kSmall{160, 96};
+constexpr std::uint32_t kStrength = 50;
+
+struct Call {
+  TLUX_ENGINE* engine;
+  const TLUX_IMAGE* source;
+  std::uint32_t mode;
+  TLUX_IMAGE* output;
+  const std::uint32_t* strength;
+};
+
+TEST(Run, RejectsUnfitArgumentsAndWritesNothing) {
+  using Damage = std::function<void(Call&, TLUX_IMAGE & source, TLUX_IMAGE & output)>;
+  const std::pair<const char*, Damage> kDamages[] = {
+      {"mode 0", [](Call& call, auto&, auto&) { call.mode = 0; }},
+      {"mode 2", [](Call& call, auto&, auto&) { call.mode = 2; }},
+      {"no engine", [](Call& call, auto&, auto&) { call.engine = nullptr; }},
+      {"no source", [](Call& call, auto&, auto&) { call.source = nullptr; }},
+      {"no output", [](Call& call, auto&, auto&) { call.output = nullptr; }},
+      {"no strength", [](Call& call, auto&, auto&) { call.strength = nullptr; }},
+      {"nothing but mode 2",
+       [](Call& call, auto&, auto&) {
+         call = {{}, {}, 2, {}, {}};
+       }},
+      {"odd width", [](Call&, auto& source, auto&) { source.width = 159; }},
+      {"odd height", [](Call&, auto& source, auto&) { source.height = 95; }},
+      {"negative width", [](Call&, auto& source, auto&) { source.width = -160; }},
+      {"negative height", [](Call&, auto& source, auto&) { source.height = -96; }},
+      {"source luma missing", [](Call&, auto& source, auto&) { source.plane[0] = nullptr; }},
+      {"source chroma missing", [](Call&, auto& source, auto&) { source.plane[1] = nullptr; }},
+      {"planar source", [](Call&, auto& source, auto&) { source.format = TLUX_FMT_YCBCR420_P; }},
+      {"4:2:2 source", [](Call&, auto& source, auto&) { source.format = TLUX_FMT_YCBCR422_YPUV; }},
+      {"source luma pitch", [](Call&, auto& source, auto&) { source.pitch[0] = 159; }},
+      {"source chroma pitch", [](Call&, auto& source, auto&) { source.pitch[1] = 159; }},
+      {"output luma missing", [](Call&, auto&, auto& output) { output.plane[0] = nullptr; }},
+      {"output chroma missing", [](Call&, auto&, auto& output) { output.plane[1] = nullptr; }},
+      {"grey output", [](Call&, auto&, auto& output) { output.format = TLUX_FMT_GRAY; }},
+      {"output luma pitch", [](Call&, auto&, auto& output) { output.pitch[0] = 150; }},
+      {"output chroma pitch", [](Call&, auto&, auto& output) { output.pitch[1] = -160; }},
+      {"narrow output", [](Call&, auto&, auto& output) { output.width = 158; }},
+      {"low output", [](Call&, auto&, auto& output) { output.height = 94; }},
+      {"in place", [](Call&, auto& s, auto& output) { output.plane[0] = s.plane[0]; }},
+  };
+  ScopedEngine engine;
+  const TLUX_ENGINE fresh = engine.state();
+  for (const auto& [name, damage] : kDamages) {
+    SCOPED_TRACE(name);
+    Frame source(kSmall, Scene::kWindow);
+    Frame original(kSmall, Scene::kWindow);
+    Frame output(kSmall);
+    Frame blank(kSmall);
+    TLUX_IMAGE sourceRecord = source.image();
+    TLUX_IMAGE outputRecord = output.image();
+    Call call{&engine.state(), &sourceRecord, 1, &outputRecord, &kStrength};
+    damage(call, sourceRecord, outputRecord);
+    EXPECT_EQ(TLUX_RunDynamicRangeOptimizationImage(nullptr, call.engine, call.source, call.mode,
+                                                    call.output, call.strength, 0),
+              TLUX_ERR_INVALID_PARAM);
+    EXPECT_TRUE(source == original && output == blank);
+    EXPECT_EQ(MMemCmp(&engine.state(), &fresh, sizeof fresh), 0);
+  }
+}
+
+TEST(Run, DescribesTheFrameInTheEngine) {
+  for (const auto& [width, height, refWidth, refHeight] :
+       {std::array{1920, 1080, 240, 134}, {1918, 1080, 238, 134}, {34, 46, 4, 4}, {14, 64, 0, 8}}) {
+    ScopedEngine engine;
+    Frame source({width, height}, Scene::kGrey);
+    Frame output({width, height});
+    ASSERT_EQ(engine.run(source, output, 7), TLUX_OK);
+    const TLUX_ENGINE& state = engine.state();
+    EXPECT_EQ(state.source, &source.image());
+    EXPECT_EQ(state.mode, 1U);
+    EXPECT_EQ(state.srcWidth, width);
+    EXPECT_EQ(state.srcHeight, height);
+    EXPECT_EQ(state.refWidth, refWidth);
+    EXPECT_EQ(state.refHeight, refHeight);
+    EXPECT_EQ(state.refScale, 8);
+    if (refWidth == 0) {
+      EXPECT_EQ(state.images[0], nullptr);
+      continue;
+    }
+    EXPECT_EQ(state.images[0]->format, TLUX_FMT_YCBCR444_P);
+    EXPECT_EQ(state.images[0]->plane[0][0], 89); // the nine-sample mean loses one level
+    EXPECT_EQ(state.logGainWidth, refWidth);
+    EXPECT_EQ(state.logGainHeight, refHeight);
+    EXPECT_EQ(state.gainLutStrength, 7U);
+  }
+}
+
+// Whatever an engine ran before, it gives what a fresh one gives.
+TEST(Run, DoesNotDependOnEarlierFrames) {
+  struct Step {
+    FrameShape shape;
+    Scene scene;
+    std::uint32_t strength;
+  };
+  const Step kSteps[] = {{{160, 96}, Scene::kWindow, 50},   {{160, 96}, Scene::kNoise, 50},
+                         {{96, 160}, Scene::kWindow, 50},   {{96, 160}, Scene::kWindow, 0},
+                         {{330, 250}, Scene::kGradient, 9}, {{12, 12}, Scene::kNoise, 9},
+                         {{160, 96}, Scene::kWindow, 50},   {{170, 106}, Scene::kWindow, 50}};
+  ScopedEngine veteran;
+  for (const Step& step : kSteps) {
+    ScopedEngine fresh;
+    Frame source(step.shape, step.scene);
+    Frame first(step.shape);
+    Frame second(step.shape);
+    ASSERT_EQ(veteran.run(source, first, step.strength), TLUX_OK);
+    ASSERT_EQ(fresh.run(source, second, step.strength), TLUX_OK);
+    EXPECT_TRUE(first == second) << step.shape.width << 'x' << step.shape.height;
+  }
+}
+
+TEST(Run, GivesTheSameBytesAHundredTimes) {
+  ScopedEngine engine;
+  Frame source({330, 250}, Scene::kWindow);
+  Frame first({330, 250});
+  ASSERT_EQ(engine.run(source, first, kStrength), TLUX_OK);
+  for (int i = 0; i < 100; ++i) {
+    Frame output({330, 250});
+    ASSERT_EQ(engine.run(source, output, kStrength), TLUX_OK);
+    ASSERT_TRUE(output == first);
+  }
+}
+
+struct Pool {
+  explicit Pool(std::size_t bytes)
+      : memory(bytes / 8), manager(MMemMgrCreate(memory.data(), memory.size() * 8)) {}
+  std::vector<std::uint64_t> memory;
+  MMemMgr manager;
+};
+
+// What the interface promises a run to need, beside the engine itself.
+std::size_t promisedBytes(const FrameShape& shape) {
+  const auto referencePixels = static_cast<std::size_t>(shape.width / 16 * 2) *
+                               static_cast<std::size_t>(shape.height / 16 * 2);
+  return sizeof(TLUX_ENGINE) + (128U << 10) + (12 + 40) * referencePixels + (1U << 20);
+}
+
+TEST(Run, NeedsNoMoreMemoryThanPromisedAndNoHeapBesideAPool) {
+  for (const FrameShape& shape : {FrameShape{640, 480}, {1920, 1080}, {2048, 16}, {16, 2048}}) {
+    SCOPED_TRACE(testing::Message() << shape.width << 'x' << shape.height);
+    Frame source(shape, Scene::kWindow);
+    Frame output(shape);
+    Frame heapOutput(shape);
+    Pool pool(promisedBytes(shape));
+    const auto whole = GetMaxAllocMemSize(pool.manager);
+    {
+      ScopedEngine engine(pool.manager);
+      const long heapCalls = allocationCount();
+      const std::uint32_t result = engine.run(source, output, kStrength);
+      EXPECT_EQ(allocationCount(), heapCalls);
+      ASSERT_EQ(result, TLUX_OK);
+    }
+    EXPECT_EQ(GetMaxAllocMemSize(pool.manager), whole);
+    ScopedEngine engine;
+    ASSERT_EQ(engine.run(source, heapOutput, kStrength), TLUX_OK);
+    EXPECT_TRUE(output == heapOutput);
+  }
+}
+
+TEST(Run, KeepsNoMoreForAStreamThanForAFrame) {
+  constexpr FrameShape kTiny{48, 32};
+  Frame source(kTiny, Scene::kWindow);
+  Frame output(kTiny);
+  Pool pool(promisedBytes(kTiny));
+  ScopedEngine pooled(pool.manager);
+  ScopedEngine heaped;
+  ASSERT_EQ(pooled.run(source, output, kStrength), TLUX_OK);
+  ASSERT_EQ(heaped.run(source, output, kStrength), TLUX_OK);
+  const auto free = GetMaxAllocMemSize(pool.manager);
+  const long live = liveAllocations();
+  const TLUX_ENGINE first = pooled.state();
+  for (int i = 0; i < 2000; ++i) {
+    ASSERT_EQ(pooled.run(source, output, kStrength), TLUX_OK);
+    ASSERT_EQ(GetMaxAllocMemSize(pool.manager), free);
+  }
+  for (int i = 0; i < 20; ++i) {
+    ASSERT_EQ(heaped.run(source, output, kStrength), TLUX_OK);
+    ASSERT_EQ(liveAllocations(), live);
+  }
+  EXPECT_EQ(MMemCmp(&pooled.state(), &first, sizeof first), 0);
+}
+
+// Runs three frames with a fault in one of them: that one reports it or does without, the others
+// are as if nothing had happened.
+void runThroughFault(Frame& source, Frame& expected, std::uint32_t code) {
+  const long live = liveAllocations();
+  TLUX_ENGINE* engine = nullptr;
+  if (TLUX_Init(nullptr, &engine) != TLUX_OK) {
+    EXPECT_TRUE(faultFired());
+    return;
+  }
+  int failures = 0;
+  for (int i = 0; i < 3; ++i) {
+    Frame output(kSmall);
+    const std::uint32_t result = TLUX_RunDynamicRangeOptimizationImage(
+        nullptr, engine, &source.image(), 1, &output.image(), &kStrength, 0);
+    if (result == TLUX_OK) {
+      EXPECT_TRUE(output == expected);
+    } else {
+      EXPECT_EQ(result, code);
+      EXPECT_TRUE(faultFired());
+      EXPECT_TRUE(output.luma().isIntact() && output.chroma().isIntact());
+      ++failures;
+    }
+  }
+  EXPECT_LE(failures, 1);
+  EXPECT_EQ(TLUX_Uninit(nullptr, engine), TLUX_OK);
+  EXPECT_EQ(liveAllocations(), live);
+}
+
+TEST(Run, SurvivesEveryFailedAllocationAndThreadStart) {
+  Frame source(kSmall, Scene::kWindow);
+  Frame original(kSmall, Scene::kWindow);
+  Frame expected(kSmall);
+  ScopedEngine engine;
+  ASSERT_EQ(engine.run(source, expected, kStrength), TLUX_OK);
+  const int allocations =
+      sweepFaults(failAllocation, [&] { runThroughFault(source, expected, TLUX_ERR_NO_MEMORY); });
+  EXPECT_GT(allocations, 10);
+  const int threads =
+      sweepFaults(failThreadStart, [&] { runThroughFault(source, expected, TLUX_ERR_THREAD); });
+  EXPECT_EQ(threads, 3 * 4);
+  EXPECT_TRUE(source == original);
+}
+
+TEST(Run, FailsCleanlyInEveryPoolThatIsTooSmall) {
+  Frame source(kSmall, Scene::kWindow);
+  Frame expected(kSmall);
+  ScopedEngine heaped;
+  ASSERT_EQ(heaped.run(source, expected, kStrength), TLUX_OK);
+  int failures = 0;
+  for (std::size_t bytes = 1024; bytes < promisedBytes(kSmall); bytes += 4096) {
+    Pool pool(bytes);
+    ScopedEngine engine(pool.manager);
+    Frame output(kSmall);
+    const std::uint32_t result = engine.run(source, output, kStrength);
+    if (result == TLUX_OK) {
+      EXPECT_TRUE(output == expected) << bytes;
+    } else {
+      EXPECT_EQ(result, TLUX_ERR_NO_MEMORY);
+      ++failures;
+    }
+  }
+  EXPECT_GT(failures, 10);
+}
+
+// Engines share nothing: frames of different sizes and strengths at the same time, marks included.
+TEST(Run, WorksInTwoThreadsAtOnce) {
+  const auto stream = [](int width, int height, std::uint32_t strength, int count) {
+    std::vector<std::uint64_t> hashes;
+    ScopedEngine engine;
+    for (int i = 0; i < count; ++i) {
+      const FrameShape shape{width, height};
+      Frame source(shape, Scene::kWindow, static_cast<std::uint32_t>(i));
+      Frame output(shape);
+      EXPECT_EQ(engine.run(source, output, strength), TLUX_OK);
+      hashes.push_back(output.hash());
+    }
+    return hashes;
+  };
+  const auto wide = stream(1280, 128, 50, 4);
+  const auto square = stream(400, 400, 100, 4);
+  std::vector<std::uint64_t> wideInParallel;
+  std::thread other([&] { wideInParallel = stream(1280, 128, 50, 4); });
+  EXPECT_EQ(stream(400, 400, 100, 4), square);
+  other.join();
+  EXPECT_EQ(wideInParallel, wide);
+}
+
+TEST(ToneStage, IsTheRunWithoutCopyAndMark) {
+  const FrameShape shape{170, 106};
+  ScopedEngine engine;
+  Frame source(shape, Scene::kWindow);
+  Frame marked(shape);
+  ASSERT_EQ(engine.run(source, marked, kStrength), TLUX_OK);
+  Frame output(shape, Scene::kWindow); // holds the copy
+  ASSERT_EQ(
+      TLUX_Tonemapping(nullptr, &engine.state(), &source.image(), &output.image(), 0, &kStrength),
+      TLUX_OK);
+  TLUX_EmbeddedMark(&output.image());
+  EXPECT_TRUE(output == marked);
+}
+
+TEST(ToneStage, RejectsAnEngineThatDoesNotFitTheFrame) {
+  Frame source(kSmall, Scene::kWindow);
+  Frame output(kSmall);
+  Frame blank(kSmall);
+  ScopedEngine engine;
+  const auto stage = [&](TLUX_ENGINE* state, const std::uint32_t* strength) {
+    return TLUX_Tonemapping(nullptr, state, &source.image(), &output.image(), 0, strength);
+  };
+  EXPECT_EQ(stage(&engine.state(), &kStrength), TLUX_ERR_INVALID_PARAM); // no reference frame yet
+  EXPECT_EQ(stage(nullptr, &kStrength), TLUX_ERR_INVALID_PARAM);
+  Frame larger({176, 112}, Scene::kGrey);
+  Frame largerOutput({176, 112});
+  ASSERT_EQ(engine.run(larger, largerOutput, kStrength), TLUX_OK);
+  EXPECT_EQ(stage(&engine.state(), &kStrength), TLUX_ERR_INVALID_PARAM); // of a larger frame
+  EXPECT_EQ(stage(&engine.state(), nullptr), TLUX_ERR_INVALID_PARAM);
+  EXPECT_TRUE(output == blank);
+}
+
+// Without memory for new scores, those of the frame before serve: its tones, this frame's picture.
+TEST(ToneStage, FallsBackOnTheScoresItHas) {
+  ScopedEngine engine;
+  Frame source(kSmall, Scene::kWindow);
+  Frame output(kSmall);
+  ASSERT_EQ(engine.run(source, output, kStrength), TLUX_OK);
+  failAllocation(1);
+  EXPECT_EQ(engine.run(source, output, kStrength), TLUX_OK);
+  EXPECT_TRUE(faultFired());
+  failAllocation(0);
+}
+
+} // namespace
+} // namespace tlux::test

@@ -1,0 +1,126 @@
+#include <gtest/gtest.h>
+
+#include <utility>
+
+#include "engine/scoped_engine.hpp"
+#include "reference/run.hpp"
+#include "support/frame.hpp"
+
+namespace tlux::test {
+namespace {
+
+// The output of a run that no other came before.
+std::uint64_t hashOfRun(const FrameShape& shape, Scene scene, std::uint32_t strength) {
+  ScopedEngine engine;
+  Frame source(shape, scene);
+  Frame output(shape);
+  EXPECT_EQ(engine.run(source, output, strength), TLUX_OK);
+  return output.hash();
+}
+
+testing::AssertionResult equalsReference(const FrameShape& sourceShape,
+                                         const FrameShape& outputShape, Scene scene,
+                                         std::uint32_t strength) {
+  ScopedEngine engine;
+  Frame source(sourceShape, scene);
+  Frame original(sourceShape, scene);
+  Frame output(outputShape);
+  Frame expected(outputShape);
+  const std::uint32_t result = engine.run(source, output, strength);
+  reference::optimizeFrame(source.image(), expected.image(), strength);
+  if (result == TLUX_OK && output == expected && source == original) {
+    return testing::AssertionSuccess();
+  }
+  return testing::AssertionFailure()
+         << "result " << result << " for " << sourceShape.width << 'x' << sourceShape.height
+         << " pitch " << sourceShape.lumaPitch << ',' << sourceShape.chromaPitch << " -> "
+         << outputShape.lumaPitch << ',' << outputShape.chromaPitch << " scene "
+         << static_cast<int>(scene) << " strength " << strength;
+}
+
+constexpr std::uint32_t kStrengths[] = {0, 1, 20, 50, 100, 400, 0xFFFFFFFF};
+
+TEST(Run, EqualsTheReferenceForEverySceneAndStrength) {
+  for (const FrameShape& shape : {FrameShape{240, 176}, FrameShape{318, 206}}) {
+    for (const Scene scene : kScenes) {
+      for (const std::uint32_t strength : kStrengths) {
+        EXPECT_TRUE(equalsReference(shape, shape, scene, strength));
+      }
+    }
+  }
+}
+
+// Sides that are and are not multiples of 16, long and narrow ones, heights below and above that at
+// which a band of the filter is as high as its radius.
+TEST(Run, EqualsTheReferenceForManySizes) {
+  constexpr FrameShape kShapes[] = {{16, 16},   {16, 480},  {640, 16},  {18, 30},    {34, 48},
+                                    {160, 120}, {176, 144}, {320, 240}, {366, 498},  {486, 528},
+                                    {640, 480}, {1918, 48}, {48, 1078}, {1022, 1034}};
+  for (FrameShape shape : kShapes) {
+    for (const std::uint32_t format : {TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_YCBCR420_YPUV}) {
+      shape.format = format;
+      EXPECT_TRUE(equalsReference(shape, shape, Scene::kWindow, 50));
+    }
+  }
+}
+
+// All small sizes. Planes end where memory ends, so that one byte too many is seen.
+TEST(Run, TakesEveryFrameSize) {
+  for (int height = 2; height <= 66; height += 2) {
+    for (int width = 2; width <= 66; width += 2) {
+      const FrameShape shape{width, height};
+      ASSERT_TRUE(equalsReference(shape, shape, Scene::kNoise, 60));
+    }
+  }
+}
+
+TEST(Run, TakesEveryPitch) {
+  struct Pitches {
+    int sourceLuma, sourceChroma, outputLuma, outputChroma;
+  };
+  constexpr Pitches kExtra[] = {{0, 0, 0, 0},   {2, 2, 2, 2},   {6, 6, 6, 6},   {64, 64, 64, 64},
+                                {10, 0, 10, 0}, {0, 12, 0, 12}, {0, 0, 32, 32}, {32, 32, 0, 0},
+                                {3, 5, 7, 9},   {1, 0, 0, 1},   {0, 8, 0, 0},   {8, 0, 8, 8}};
+  for (const auto& [width, height] : {std::pair{190, 62}, {192, 64}, {50, 34}, {1918, 32}}) {
+    for (const Pitches& extra : kExtra) {
+      const FrameShape source{width, height, width + extra.sourceLuma, width + extra.sourceChroma};
+      const FrameShape output{width, height, width + extra.outputLuma, width + extra.outputChroma};
+      EXPECT_TRUE(equalsReference(source, output, Scene::kWindow, 80));
+    }
+  }
+}
+
+// An output of another kind gets no copy: what the stage does not write stays.
+TEST(Run, GoesOnWithAnOutputOfAnotherKind) {
+  const FrameShape source{150, 84};
+  for (const FrameShape& output :
+       {FrameShape{150, 84, 0, 0, TLUX_FMT_YCBCR420_YPUV},
+        FrameShape{150, 84, 160, 160, TLUX_FMT_YCBCR420_YPUV}, FrameShape{170, 100},
+        FrameShape{154, 84, 154, 154, TLUX_FMT_YCBCR420_YPUV}}) {
+    EXPECT_TRUE(equalsReference(source, output, Scene::kWindow, 50));
+  }
+}
+
+// Large frames, pinned: the same bytes from every compiler and processor.
+TEST(Run, KeepsItsBytes) {
+  struct Pinned {
+    FrameShape shape;
+    Scene scene;
+    std::uint32_t strength;
+    std::uint64_t hash;
+  };
+  const Pinned kPinned[] = {
+      {{640, 480}, Scene::kWindow, 50, 0x8B6A48D5232D6B19},
+      {{640, 480}, Scene::kGradient, 400, 0x12C7F79C972D92D6},
+      {{640, 480, 0, 0, TLUX_FMT_YCBCR420_YPUV}, Scene::kNoise, 100, 0x4715A01D522ACA0D},
+      {{1920, 1080}, Scene::kWindow, 20, 0x68A1E21A56B9F76B},
+      {{1918, 1078, 1920, 1920}, Scene::kWindow, 100, 0x02C0E4947844996D},
+  };
+  for (const Pinned& pinned : kPinned) {
+    EXPECT_EQ(hashOfRun(pinned.shape, pinned.scene, pinned.strength), pinned.hash)
+        << pinned.shape.width << 'x' << pinned.shape.height << " strength " << pinned.strength;
+  }
+}
+
+} // namespace
+} // namespace tlux::test

@@ -1,0 +1,80 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <vector>
+
+#include "reference/chroma.hpp"
+#include "reference/guided_filter_fast.hpp"
+#include "reference/map.hpp"
+#include "reference/mark.hpp"
+#include "reference/retinex.hpp"
+#include "tlux/transfer.h"
+
+// A whole run, step by step from the formulas, in one thread.
+namespace tlux::reference {
+
+// Luma of the source reduced by 8: nine samples of each block, three columns and rows apart.
+inline std::vector<std::uint8_t> reducedLuma(const TLUX_IMAGE& source, int width, int height) {
+  std::vector<std::uint8_t> reduced;
+  for (int y = 0; y < height; ++y) {
+    for (int x = 0; x < width; ++x) {
+      std::uint32_t sum = 0;
+      for (const int dy : {0, 3, 6}) {
+        for (const int dx : {0, 3, 6}) {
+          sum += source.plane[0][std::ptrdiff_t{8 * y + dy} * source.pitch[0] + 8 * x + dx];
+        }
+      }
+      reduced.push_back(static_cast<std::uint8_t>(sum * 116508 >> 20));
+    }
+  }
+  return reduced;
+}
+
+inline std::vector<std::uint8_t> mappedLuma(const std::vector<std::uint8_t>& reference, int width,
+                                            int height, std::uint32_t strength) {
+  std::vector<std::int16_t> linear;
+  for (const std::uint8_t code : reference) {
+    linear.push_back(static_cast<std::int16_t>(TLUX_Degamma_Table[code]));
+  }
+  const auto scores = retinexScore(linear, width, height);
+  const auto gains = gainTable(strength);
+  std::vector<std::uint8_t> mapped;
+  for (std::size_t i = 0; i < reference.size(); ++i) {
+    mapped.push_back(mapLuma(reference[i], gains[static_cast<std::uint16_t>(scores[i])]));
+  }
+  return mapped;
+}
+
+inline void copyFrame(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
+  for (int plane = 0; plane < 2; ++plane) {
+    for (int y = 0; y < source.height >> plane; ++y) {
+      std::memcpy(output.plane[plane] + std::ptrdiff_t{y} * output.pitch[plane],
+                  source.plane[plane] + std::ptrdiff_t{y} * source.pitch[plane],
+                  static_cast<std::size_t>(source.width));
+    }
+  }
+}
+
+// For frames that a run accepts.
+inline void optimizeFrame(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                          std::uint32_t strength) {
+  if (source.format == output.format && source.width == output.width &&
+      source.height == output.height) {
+    copyFrame(source, output);
+  }
+  const int width = source.width / 16 * 2;
+  const int height = source.height / 16 * 2;
+  if (width > 0 && height > 0) {
+    const auto reference = reducedLuma(source, width, height);
+    const auto mapped = mappedLuma(reference, width, height, strength);
+    fastGuidedFilter(mapped.data(), reference.data(), source.plane[0], output.plane[0], width,
+                     height, width, source.pitch[0], output.pitch[0], 16, 20);
+    scaleChroma(source, output);
+  }
+  const int k = markFactor(output.width, output.height);
+  if (output.width >= 122 * k && output.height >= 42 * k) embedMark(output);
+}
+
+} // namespace tlux::reference
