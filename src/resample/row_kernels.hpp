@@ -11,10 +11,15 @@ namespace tlux {
 // The source rows that one output row is made of, each at its first sample.
 using SourceRows = std::array<const std::uint8_t*, 3>;
 
+// Bytes of a row that one call of a kernel covers at most; its sums stay in the nearest cache.
+inline constexpr int kStretch = 1024;
+// Bytes that a step may read from its start.
+inline constexpr int kMaxReach = 64;
+
 // Makes the outputs of a row in steps of one or two blocks.
 struct RowKernel {
-  // `second` receives the second component of interleaved pairs, otherwise it is unused. The
-  // outputs must not overlap the rows or each other.
+  // At least one step, at most kStretch bytes. `second` receives the second component of
+  // interleaved pairs, otherwise it is unused. The outputs must not overlap the rows or each other.
   void (*reduce)(const SourceRows& rows, std::uint8_t* first, std::uint8_t* second,
                  std::ptrdiff_t steps);
   int outputs;     // per step

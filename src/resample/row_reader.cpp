@@ -6,10 +6,8 @@
 namespace tlux {
 namespace {
 
-constexpr int kMaxReach = 64;
 constexpr int kMaxOutputs = 3; // of one step
 constexpr std::int64_t kCacheLine = 64;
-constexpr std::int64_t kStretch = 512; // bytes of a row between two looks ahead
 
 // A reduction skips rows, which hardware prefetchers do not follow from one group to the next.
 void prefetch(const SourceRows& rows, std::int64_t begin, std::int64_t end) {
@@ -71,7 +69,7 @@ void reduceRow(const RowKernel& kernel, const SourceRows& rows, const SourceRows
     return out == nullptr ? nullptr : out + step * kernel.outputs;
   };
   const std::int64_t steps = std::min(outputs / kernel.outputs, stepsInside(kernel, available));
-  const std::int64_t stretch = std::max<std::int64_t>(kStretch / kernel.step, 1);
+  const std::int64_t stretch = std::int64_t{kStretch} / kernel.step;
   for (std::int64_t step = 0; step < steps; step += stretch) {
     const std::int64_t end = std::min(step + stretch, steps);
     prefetch(next, step * kernel.step, end * kernel.step);

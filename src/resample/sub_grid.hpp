@@ -15,7 +15,15 @@ inline constexpr int kFourThirds = 0;
 // Offsets of the samples that one output takes, in one direction.
 struct Taps {
   int count;
-  std::array<int, 4> at;
+  std::array<int, 4> at; // ascending
+
+  constexpr int last() const { return at[static_cast<std::size_t>(count - 1)]; }
+  constexpr bool hasSameShapeAs(const Taps& other) const {
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+      if (at[i] - at[0] != other.at[i] - other.at[0]) return false;
+    }
+    return count == other.count;
+  }
 };
 
 // Which samples of a block make its outputs, and how.
