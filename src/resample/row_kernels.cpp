@@ -30,7 +30,7 @@ void writeThirds(const std::uint16_t* __restrict sumsOfFour,
 // Words of up to four bytes become outputs in one loop. Of longer ones the sums are stored first:
 // compilers would narrow the terms of the fold one by one instead of the sum.
 template <RowPattern kPattern>
-constexpr bool kInOneLoop = WordLanes<kPattern>::kFit&& WordLanes<kPattern>::kBytes <= 4;
+constexpr bool kInOneLoop = (WordLanes<kPattern>::kBytes <= 4) && WordLanes<kPattern>::kFit;
 
 template <RowPattern kPattern, int kRows, Mean kMean>
 void reduceRow(const SourceRows& rows, std::uint8_t* __restrict first,
