@@ -1,0 +1,37 @@
+#!/bin/sh
+# Installs the Debian packages that are missing. usage: scripts/install_deps.sh GROUP…
+#   build  compilers and build tools      test   tests of the library and the command
+#   app    libraries of the command       bench  benchmarks and the peers they measure
+#   lint   formatter and static checks
+set -eu
+
+packages_of() {
+  case $1 in
+    build) echo g++ cmake ninja-build pkg-config ;;
+    test) echo libgtest-dev python3 ffmpeg ;;
+    app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev ;;
+    bench) echo libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev ;;
+    lint) echo git clang clang-format clang-tidy ;;
+    *) echo "install_deps.sh: unknown group '$1' (build, test, app, bench, lint)" >&2; exit 1 ;;
+  esac
+}
+
+is_installed() {
+  [ "$(dpkg-query -W -f '${db:Status-Abbrev}' "$1" 2>/dev/null)" = 'ii ' ]
+}
+
+[ $# -gt 0 ] || { echo "usage: install_deps.sh build|test|app|bench|lint …" >&2; exit 1; }
+missing=
+for group; do
+  packages=$(packages_of "$group")
+  for package in $packages; do
+    is_installed "$package" || missing="$missing $package"
+  done
+done
+[ -n "$missing" ] || exit 0
+
+as_root=
+[ "$(id -u)" -eq 0 ] || as_root=sudo
+echo "installing:$missing"
+$as_root apt-get update -qq
+$as_root env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends $missing
