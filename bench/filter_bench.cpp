@@ -7,7 +7,7 @@
 #include "tlux/box_blur.h"
 #include "tlux/guided_filter.h"
 
-#if TLUX_BENCH_OPENCV
+#ifdef TLUX_BENCH_OPENCV
 #include <opencv2/imgproc.hpp>
 #include <opencv2/ximgproc.hpp>
 #endif
@@ -39,7 +39,7 @@ BENCHMARK(boxBlur<TLUX_BoxBlur_Int8, std::int8_t>)->Arg(1)->Arg(5)->Arg(16);
 BENCHMARK(boxBlur<TLUX_BoxBlur_Int16, std::int16_t>)->Arg(1)->Arg(5)->Arg(16);
 BENCHMARK(boxBlur<TLUX_BoxBlur_Int32, std::int32_t>)->Arg(1)->Arg(5)->Arg(16);
 
-#if TLUX_BENCH_OPENCV
+#ifdef TLUX_BENCH_OPENCV
 template <int Depth, class Sample>
 void cvBlur(benchmark::State& state) {
   cv::setNumThreads(1);
@@ -93,7 +93,7 @@ BENCHMARK(guidedFilter<guided_filter_1dI, 1>)
 BENCHMARK(guidedFilter<guided_filter_3d, 3>)->Arg(8)->UseRealTime();
 BENCHMARK(guidedFilter<guided_filter_bin_blocks3d, 3>)->Arg(8)->UseRealTime();
 
-#if TLUX_BENCH_OPENCV
+#ifdef TLUX_BENCH_OPENCV
 template <int Channels, int Threads>
 void cvGuidedFilter(benchmark::State& state) {
   cv::setNumThreads(Threads);

@@ -16,18 +16,19 @@ TLUX_BEGIN_DECLS
  * height of the record, w/2 and h/2 truncate toward zero (an odd size loses its last chroma column
  * or row), and align4(x) is x rounded up to a multiple of 4, the plane sizes are:
  *
- * | Formats                     | Plane 0 (pitch × rows) | Planes 1 and 2 (pitch × rows each) |
- * |-----------------------------|------------------------|------------------------------------------|
- * | BGR24, BGR24_B, PACKED24_x  | align4(3·w) × h        | none | | BGR32, BGR32_B              |
- * 4·w × h                | none                                     | | YCBYCR, CBYCRY and variants
- * | align4(2·w) × h        | none; 4:2:2, four bytes a pixel pair     | | YCBCR420_P | align4(w) ×
- * h          | align4(w/2) × h/2                        | | YCBCR440_P                  | align4(w)
- * × h          | align4(w) × h/2                          | | YCBCR422_P                  |
- * align4(w) × h          | align4(w/2) × h                          | | YCBCR444_P | align4(w) × h
- * | align4(w) × h                            | | GRAY                        | align4(w) × h | none
- * | | YCBCR420_YPUV, _YPVU        | align4(w) × h          | plane 1 only: align4(w) × h/2 | |
- * YCBCR422_YPUV               | align4(w) × h          | plane 1 only: align4(w) × h              |
- * | BAYER                       | align4(2·w) × h        | none; 16-bit samples |
+ * | Formats                    | Plane 0 (pitch × rows) | Planes 1, 2 (pitch × rows each)      |
+ * |----------------------------|------------------------|--------------------------------------|
+ * | BGR24, BGR24_B, PACKED24_x | align4(3·w) × h        | none                                 |
+ * | BGR32, BGR32_B             | 4·w × h                | none                                 |
+ * | YCBYCR, CBYCRY and kin     | align4(2·w) × h        | none; 4:2:2, four bytes a pixel pair |
+ * | YCBCR420_P                 | align4(w) × h          | align4(w/2) × h/2                    |
+ * | YCBCR440_P                 | align4(w) × h          | align4(w) × h/2                      |
+ * | YCBCR422_P                 | align4(w) × h          | align4(w/2) × h                      |
+ * | YCBCR444_P                 | align4(w) × h          | align4(w) × h                        |
+ * | GRAY                       | align4(w) × h          | none                                 |
+ * | YCBCR420_YPUV, _YPVU       | align4(w) × h          | plane 1 only: align4(w) × h/2        |
+ * | YCBCR422_YPUV              | align4(w) × h          | plane 1 only: align4(w) × h          |
+ * | BAYER                      | align4(2·w) × h        | none; 16-bit samples                 |
  *
  * These are the pitches of records that the library creates; records over memory of the caller's
  * may have any pitch.
