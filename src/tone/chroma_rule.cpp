@@ -17,10 +17,11 @@ constexpr int kNeutral = 128;
 constexpr std::ptrdiff_t kBlockPairs = 128;
 constexpr std::int32_t kUnity = 1024; // Q10
 
-// Q10 ratios of a block in 16-bit halves, each twice: once for either chroma sample of the pair.
+// Q10 ratios of a block: whole part (0 … 510) and fraction (Q15) as 16-bit numbers, each twice in a
+// word, once for either chroma sample of the pair.
 struct Ratios {
-  std::int16_t whole[2 * kBlockPairs];    // 0 … 510
-  std::int16_t fraction[2 * kBlockPairs]; // Q15
+  std::uint32_t whole[kBlockPairs];
+  std::uint32_t fraction[kBlockPairs];
 };
 
 // Sum of the two luma samples of pair k, whichever byte order the processor has.
@@ -30,6 +31,13 @@ std::int32_t pairSum(const std::uint8_t* luma, std::ptrdiff_t k) {
   return (pair & 0xFF) + (pair >> 8);
 }
 
+// The i-th 16-bit number of an array of words.
+std::int16_t halfWord(const std::uint32_t* words, std::ptrdiff_t i) {
+  std::int16_t half = 0;
+  std::memcpy(&half, reinterpret_cast<const std::byte*>(words) + 2 * i, sizeof half);
+  return half;
+}
+
 // newSum · 1024 / oldSum, truncated; unity for black.
 //
 // The float quotient truncates to the exact one: dividend a <= 510 · 1024 and divisor s are exact,
@@ -37,45 +45,41 @@ std::int32_t pairSum(const std::uint8_t* luma, std::ptrdiff_t k) {
 // next integer unless it is one.
 void computeRatios(const std::uint8_t* __restrict oldLuma, const std::uint8_t* __restrict newLuma,
                    std::ptrdiff_t pairs, Ratios& ratios) {
-  std::int32_t quotients[kBlockPairs];
   for (std::ptrdiff_t k = 0; k < pairs; ++k) {
     const std::int32_t oldSum = pairSum(oldLuma, k);
     const std::int32_t newSum = pairSum(newLuma, k);
     const std::int32_t dividend = oldSum == 0 ? kUnity : newSum * kUnity;
     const std::int32_t divisor = oldSum == 0 ? 1 : oldSum;
-    quotients[k] =
-        static_cast<std::int32_t>(static_cast<float>(dividend) / static_cast<float>(divisor));
-  }
-  for (std::ptrdiff_t k = 0; k < pairs; ++k) {
-    const auto whole = static_cast<std::int16_t>(quotients[k] >> 10);
-    const auto fraction = static_cast<std::int16_t>((quotients[k] & (kUnity - 1)) << 5);
-    ratios.whole[2 * k] = whole;
-    ratios.whole[2 * k + 1] = whole;
-    ratios.fraction[2 * k] = fraction;
-    ratios.fraction[2 * k + 1] = fraction;
+    const auto ratio = static_cast<std::uint32_t>(
+        static_cast<std::int32_t>(static_cast<float>(dividend) / static_cast<float>(divisor)));
+    const std::uint32_t whole = ratio >> 10;
+    const std::uint32_t fraction = (ratio & (kUnity - 1)) << 5;
+    ratios.whole[k] = whole | whole << 16;
+    ratios.fraction[k] = fraction | fraction << 16;
   }
 }
 
 // One sample at signed distance d from neutral and n = |d| moves to distance m = ratio · d, or
 // inside the zone to ((zone − n) · d + n · m) / zone, and is clamped to 0 … 255.
 //
-// 16-bit lanes carry it, because everything far out of range may be cut short: for n >= 8 a ratio
-// of 255 passes the range, and no |m| of the samples with n < 8 is above 4000. Where the sum is
-// negative it is clamped to black, so that the shift may stand for a truncating division.
+// 16-bit lanes carry it, because a whole part that takes the sample out of range may be cut short.
+// For n >= 8 that is 31 with the narrow zone, of which 8 · m still fits, and 255 with the wide one;
+// for n < 8 nothing is cut and |m| stays below 3600. Where the sum is negative it is clamped to
+// black, so that the shift may stand for a truncating division.
 template <int kZone>
 std::uint8_t scaleSample(std::uint8_t chroma, std::int16_t whole, std::int16_t fraction) {
+  constexpr bool kNarrow = kZone == kNeutralZone;
+  constexpr std::int16_t kFarWhole = kNarrow ? 31 : 255;
   // Products with the wide zone pass 16 bits.
-  using Blend = std::conditional_t<kZone == kNeutralZone, std::int16_t, std::int32_t>;
-  constexpr std::int16_t kFarthest = 4000;
+  using Blend = std::conditional_t<kNarrow, std::int16_t, std::int32_t>;
 
   const auto d = static_cast<std::int16_t>(chroma - kNeutral);
+  const auto twice = static_cast<std::int16_t>(2 * d);
   const auto n = static_cast<std::int16_t>(d < 0 ? -d : d);
-  const auto wholeLimit = static_cast<std::int16_t>(n < 8 ? 510 : 255);
-  const std::int16_t cut = whole < wholeLimit ? whole : wholeLimit;
-  const auto byFraction = static_cast<std::int16_t>((fraction * (2 * d)) >> 16); // floor
-  auto m = static_cast<std::int16_t>(cut * d + byFraction);
-  m = m < -kFarthest ? std::int16_t{-kFarthest} : m;
-  m = m > kFarthest ? kFarthest : m;
+  const auto limit = static_cast<std::int16_t>(n < 8 ? 510 : kFarWhole);
+  const std::int16_t cut = whole < limit ? whole : limit;
+  const auto byFraction = static_cast<std::int16_t>((fraction * twice) >> 16); // rounds down
+  const auto m = static_cast<std::int16_t>(cut * d + byFraction);
 
   const auto weight = static_cast<Blend>(n < kZone ? n : kZone);
   const auto sum = static_cast<Blend>((kZone - weight) * d + weight * m);
@@ -136,7 +140,8 @@ void scaleChromaRow(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
     computeRatios(oldLuma + 2 * first, newLuma + 2 * first, count, ratios);
     const std::uint8_t* chroma = chromaIn + 2 * first;
     for (std::ptrdiff_t i = 0; i < 2 * count; ++i) {
-      scaled[i] = scaleSample<kZone>(chroma[i], ratios.whole[i], ratios.fraction[i]);
+      scaled[i] =
+          scaleSample<kZone>(chroma[i], halfWord(ratios.whole, i), halfWord(ratios.fraction, i));
     }
     std::memcpy(chromaOut + 2 * first, scaled, static_cast<std::size_t>(2 * count));
   }
