@@ -1,0 +1,64 @@
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <memory>
+
+#include "commands/command.hpp"
+#include "commands/picture_options.hpp"
+#include "engine.hpp"
+#include "media/side_by_side.hpp"
+
+namespace tlux::app {
+
+namespace {
+
+struct CompareOptions {
+  std::filesystem::path input;
+  std::filesystem::path output;
+  PictureOptions picture;
+};
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  tlux compare photo.jpg -o both.png\n"
+    "  tlux compare photo.jpg -o both.jpg --strength 80";
+
+void compareFile(const CompareOptions& options) {
+  const std::optional<RawLayout> raw = rawInputLayout(options.picture);
+  const Output output = chooseOutput(options.output, options.picture);
+  checkKeepsInput(output, options.input);
+
+  Timings timings;
+  Stopwatch watch;
+  Picture picture = readInput(options.input, raw);
+  timings.decode = watch.lapMilliseconds();
+  Engine engine;
+  const FramePtr after = optimize(engine, picture, options.picture.strength);
+  timings.run = watch.lapMilliseconds();
+  picture.frame = placeSideBySide(*picture.frame, *after);
+  picture.alpha = nullptr; // two pictures on one sheet; shown as if opaque
+  writeOutput(picture, output, options.picture);
+  timings.encode = watch.lapMilliseconds();
+  if (options.picture.quiet) return;
+  printLine(fmt::format("{} -> {}, before and after at strength {}: {}",
+                        describeInput(options.input, picture), describeOutput(output, picture),
+                        options.picture.strength, describe(timings)));
+}
+
+} // namespace
+
+Command addCompare(CLI::App& app) {
+  const auto options = std::make_shared<CompareOptions>();
+  CLI::App* parser = app.add_subcommand("compare", "Show a picture before and after, side by side");
+  parser->add_option("input", options->input, "Picture to read")->required()->type_name("FILE");
+  parser->add_option("-o,--output", options->output, "Picture to write")
+      ->required()
+      ->type_name("FILE");
+  addPictureOptions(*parser, options->picture);
+  parser->footer(kExamples);
+  return {parser, [options] {
+            return reportFailures(options->input.string(), [&] { compareFile(*options); });
+          }};
+}
+
+} // namespace tlux::app

@@ -1,0 +1,70 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <exception>
+#include <string>
+
+#include "commands/command.hpp"
+#include "media/av.hpp"
+#include "output_file.hpp"
+#include "tlux.h"
+
+namespace {
+
+using tlux::app::Command;
+using tlux::app::ExitCode;
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  tlux enhance photo.jpg -o better.jpg        lift the shadows, hold the highlights\n"
+    "  tlux compare photo.jpg -o both.png          before and after, side by side\n"
+    "  tlux enhance *.jpg -d enhanced -s 80        several pictures, stronger\n"
+    "  tlux enhance --help                         all options, raw camera frames";
+
+std::string versionLine() {
+  const TLUX_VERSION& version = *TLUX_GetVersion();
+  return fmt::format("tlux {}.{}.{}.{}", version.major, version.minor, version.build,
+                     version.revision);
+}
+
+ExitCode runCommandLine(int argc, char** argv) {
+  CLI::App app("Makes pictures look right where the scene has too much contrast.", "tlux");
+  app.set_version_flag("--version", versionLine(), "Show the version and exit");
+  app.require_subcommand(0, 1);
+  app.footer(kExamples);
+  const std::array<Command, 3> commands = {tlux::app::addEnhance(app), tlux::app::addCompare(app),
+                                           tlux::app::addInfo(app)};
+
+  try {
+    app.parse(argc, argv);
+    if (app.get_subcommands().empty()) throw CLI::RequiredError("A command (see tlux --help)");
+  } catch (const CLI::Success& request) { // --help or --version
+    app.exit(request);
+    return ExitCode::kDone;
+  } catch (const CLI::ParseError& error) {
+    tlux::app::printError(error.what());
+    return ExitCode::kUsage;
+  }
+
+  const auto chosen = std::find_if(commands.begin(), commands.end(),
+                                   [](const Command& command) { return command.parser->parsed(); });
+  ExitCode code = ExitCode::kDone;
+  const ExitCode failure =
+      tlux::app::reportFailures(chosen->parser->get_name(), [&] { code = chosen->run(); });
+  return std::max(code, failure);
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+  try {
+    tlux::app::captureAvLog();
+    tlux::app::removeTemporaryOnSignals();
+    return static_cast<int>(runCommandLine(argc, argv));
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "tlux: %s\n", error.what());
+    return static_cast<int>(ExitCode::kFailed);
+  }
+}

@@ -1,0 +1,132 @@
+#include "media/convert.hpp"
+
+extern "C" {
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+}
+
+#include <fmt/format.h>
+
+#include <stdexcept>
+
+namespace tlux::app {
+
+namespace {
+
+constexpr int kFlags =
+    SWS_BICUBIC | SWS_ACCURATE_RND | SWS_FULL_CHR_H_INT | SWS_FULL_CHR_H_INP | SWS_BITEXACT;
+
+bool isRgb(const AVPixFmtDescriptor& layout) {
+  return (layout.flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0;
+}
+
+bool hasFullRangeName(int format) {
+  switch (format) {
+    case AV_PIX_FMT_YUVJ411P:
+    case AV_PIX_FMT_YUVJ420P:
+    case AV_PIX_FMT_YUVJ422P:
+    case AV_PIX_FMT_YUVJ440P:
+    case AV_PIX_FMT_YUVJ444P:
+      return true;
+    default:
+      return false;
+  }
+}
+
+const AVPixFmtDescriptor& layoutOf(const AVFrame& frame) {
+  const AVPixFmtDescriptor* layout = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
+  if (layout == nullptr) throw std::runtime_error("unknown pixel layout");
+  return *layout;
+}
+
+const int* coefficients(AVColorSpace matrix) {
+  switch (matrix) {
+    case AVCOL_SPC_BT709:
+    case AVCOL_SPC_FCC:
+    case AVCOL_SPC_BT470BG:
+    case AVCOL_SPC_SMPTE170M:
+    case AVCOL_SPC_SMPTE240M:
+    case AVCOL_SPC_BT2020_NCL:
+      return sws_getCoefficients(matrix);
+    default:
+      throw std::runtime_error(
+          fmt::format("colour matrix {} is not supported", av_color_space_name(matrix)));
+  }
+}
+
+/** Offset of the first chroma sample from the first luma sample, in 1/256 of a luma pixel. */
+int horizontalChromaPosition(const AVFrame& frame) {
+  return frame.chroma_location == AVCHROMA_LOC_LEFT ? 0 : 128;
+}
+
+void setOption(SwsContext* scaler, const char* name, int64_t value) {
+  check(av_opt_set_int(scaler, name, value, 0));
+}
+
+ScalerPtr makeScaler(const AVFrame& source, const AVFrame& target) {
+  const ColorEncoding from = colorEncodingOf(source);
+  const ColorEncoding to = colorEncodingOf(target);
+  const bool fromFull = from.range == AVCOL_RANGE_JPEG;
+  const bool toFull = to.range == AVCOL_RANGE_JPEG;
+
+  ScalerPtr scaler(checkAllocated(sws_alloc_context()));
+  setOption(scaler.get(), "srcw", source.width);
+  setOption(scaler.get(), "srch", source.height);
+  setOption(scaler.get(), "src_format", source.format);
+  setOption(scaler.get(), "dstw", source.width);
+  setOption(scaler.get(), "dsth", source.height);
+  setOption(scaler.get(), "dst_format", target.format);
+  setOption(scaler.get(), "sws_flags", kFlags);
+  // The ranges decide already here which conversion is chosen.
+  setOption(scaler.get(), "src_range", fromFull ? 1 : 0);
+  setOption(scaler.get(), "dst_range", toFull ? 1 : 0);
+  if (layoutOf(source).log2_chroma_w == 1) {
+    setOption(scaler.get(), "src_h_chr_pos", horizontalChromaPosition(source));
+  }
+  if (layoutOf(target).log2_chroma_w == 1) {
+    setOption(scaler.get(), "dst_h_chr_pos", horizontalChromaPosition(target));
+  }
+  check(sws_init_context(scaler.get(), nullptr, nullptr));
+  constexpr int kUnity = 1 << 16;
+  check(sws_setColorspaceDetails(scaler.get(), coefficients(from.matrix), fromFull ? 1 : 0,
+                                 coefficients(to.matrix), toFull ? 1 : 0, 0, kUnity, kUnity));
+  return scaler;
+}
+
+} // namespace
+
+ColorEncoding colorEncodingOf(const AVFrame& frame) {
+  const AVPixFmtDescriptor& layout = layoutOf(frame);
+  const bool isGray = layout.nb_components <= 2;
+  ColorEncoding encoding = {frame.color_range, frame.colorspace};
+  if (hasFullRangeName(frame.format) || isRgb(layout)) {
+    encoding.range = AVCOL_RANGE_JPEG;
+  } else if (encoding.range == AVCOL_RANGE_UNSPECIFIED) {
+    encoding.range = isGray ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
+  }
+  if (isRgb(layout) || isGray || encoding.matrix == AVCOL_SPC_UNSPECIFIED ||
+      encoding.matrix == AVCOL_SPC_RESERVED) {
+    encoding.matrix = AVCOL_SPC_BT470BG;
+  }
+  return encoding;
+}
+
+void convert(const AVFrame& source, AVFrame& target, ColorEncoding encoding) {
+  target.color_range = encoding.range;
+  target.colorspace = isRgb(layoutOf(target)) ? AVCOL_SPC_RGB : encoding.matrix;
+  if (sws_isSupportedInput(static_cast<AVPixelFormat>(source.format)) == 0) {
+    throw std::runtime_error(
+        fmt::format("pixel layout {} is not supported", layoutOf(source).name));
+  }
+  const ScalerPtr scaler = makeScaler(source, target);
+  check(sws_scale(scaler.get(), source.data, source.linesize, 0, source.height, target.data,
+                  target.linesize));
+}
+
+FramePtr convertTo(const AVFrame& source, AVPixelFormat format, ColorEncoding encoding) {
+  FramePtr target = makeFrame(format, source.width, source.height);
+  convert(source, *target, encoding);
+  return target;
+}
+
+} // namespace tlux::app

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "media/av.hpp"
+
+namespace tlux::app {
+
+/** How the samples of a frame stand for colour. Says nothing for RGB layouts. */
+struct ColorEncoding {
+  AVColorRange range = AVCOL_RANGE_JPEG;
+  AVColorSpace matrix = AVCOL_SPC_BT470BG; // BT.601
+};
+
+/** What the frame says of itself, with the defaults of still pictures where it is silent. */
+ColorEncoding colorEncodingOf(const AVFrame& frame);
+
+/**
+ * Fills @p target (allocated, at least as large as @p source in each direction) from @p source,
+ * with accurate rounding and interpolated chroma, and records the encoding in it. Alpha is ignored.
+ * Throws std::runtime_error for a layout or matrix that cannot be converted.
+ */
+void convert(const AVFrame& source, AVFrame& target, ColorEncoding encoding);
+
+/** A converted copy, without the properties and the crop of the source. */
+FramePtr convertTo(const AVFrame& source, AVPixelFormat format, ColorEncoding encoding);
+
+} // namespace tlux::app

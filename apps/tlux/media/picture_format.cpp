@@ -1,0 +1,71 @@
+#include "media/picture_format.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+
+#include "media/color_profile.hpp"
+
+namespace tlux::app {
+
+namespace {
+
+constexpr ColorEncoding kFullRange = {AVCOL_RANGE_JPEG, AVCOL_SPC_BT470BG};
+constexpr ColorEncoding kLimitedRange = {AVCOL_RANGE_MPEG, AVCOL_SPC_BT470BG};
+
+const std::vector<PictureFormat>& pictureFormats() {
+  static const std::vector<PictureFormat> formats = {
+      {"PNG", {"png"}, "png", AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, kFullRange, true},
+      {"JPEG", {"jpg", "jpeg"}, "mjpeg", AV_PIX_FMT_YUV420P, AV_PIX_FMT_NONE, kFullRange, true},
+      {"WebP", {"webp"}, "libwebp", AV_PIX_FMT_YUV420P, AV_PIX_FMT_BGRA, kLimitedRange, false},
+      {"TIFF", {"tiff", "tif"}, "tiff", AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, kFullRange, false},
+      {"BMP", {"bmp"}, "bmp", AV_PIX_FMT_BGR24, AV_PIX_FMT_NONE, kFullRange, false},
+  };
+  return formats;
+}
+
+bool isAvailable(const PictureFormat& format) {
+  return avcodec_find_encoder_by_name(format.encoder) != nullptr;
+}
+
+} // namespace
+
+std::string extensionOf(const std::filesystem::path& name) {
+  std::string extension = name.extension().string();
+  if (!extension.empty()) extension.erase(0, 1);
+  std::transform(extension.begin(), extension.end(), extension.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return extension;
+}
+
+const PictureFormat* findPictureFormat(const std::filesystem::path& name) {
+  const std::string extension = extensionOf(name);
+  for (const PictureFormat& format : pictureFormats()) {
+    const auto& known = format.extensions;
+    const bool matches = std::find(known.begin(), known.end(), extension) != known.end();
+    if (matches && isAvailable(format)) return &format;
+  }
+  return nullptr;
+}
+
+std::string writableExtensions() {
+  std::vector<std::string> extensions;
+  for (const PictureFormat& format : pictureFormats()) {
+    if (isAvailable(format)) extensions.emplace_back(format.extensions.front());
+  }
+  return fmt::format("{}", fmt::join(extensions, ", "));
+}
+
+std::vector<std::string> describeLosses(const Picture& picture, const PictureFormat& format) {
+  std::vector<std::string> losses;
+  if (picture.alpha != nullptr && format.alphaLayout == AV_PIX_FMT_NONE) {
+    losses.push_back(fmt::format("transparency is dropped, {} cannot hold it", format.name));
+  }
+  if (hasColorProfile(*picture.frame) && !format.keepsProfile) {
+    losses.push_back(fmt::format("the colour profile is not kept in {}", format.name));
+  }
+  return losses;
+}
+
+} // namespace tlux::app

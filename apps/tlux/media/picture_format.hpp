@@ -1,0 +1,36 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "media/convert.hpp"
+#include "media/picture.hpp"
+
+namespace tlux::app {
+
+/** A file format that pictures are written in. */
+struct PictureFormat {
+  const char* name;
+  std::vector<const char*> extensions; // lower case, without the dot
+  const char* encoder;
+  AVPixelFormat opaqueLayout;
+  AVPixelFormat alphaLayout; // AV_PIX_FMT_NONE where it cannot hold transparency
+  ColorEncoding encoding;
+  bool keepsProfile;
+};
+
+/** The format of a name by its extension, null when there is none or this build lacks its encoder.
+ */
+const PictureFormat* findPictureFormat(const std::filesystem::path& name);
+
+/** The extensions that can be written, for messages: "png, jpg, …". */
+std::string writableExtensions();
+
+/** What the format cannot keep of the picture, one remark each. */
+std::vector<std::string> describeLosses(const Picture& picture, const PictureFormat& format);
+
+/** Extension of a file name in lower case, without the dot. */
+std::string extensionOf(const std::filesystem::path& name);
+
+} // namespace tlux::app

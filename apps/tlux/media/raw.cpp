@@ -1,0 +1,76 @@
+#include "media/raw.hpp"
+
+#include <fmt/format.h>
+
+#include <cstring>
+#include <fstream>
+#include <vector>
+
+#include "errors.hpp"
+#include "media/reader.hpp"
+#include "media/semi_planar.hpp"
+#include "output_file.hpp"
+
+namespace tlux::app {
+
+namespace {
+
+/** Copies a row of chroma pairs, the two samples of each exchanged. */
+void copyExchanged(const uint8_t* from, uint8_t* to, int width) {
+  for (int x = 0; x < width; x += 2) {
+    to[x] = from[x + 1];
+    to[x + 1] = from[x];
+  }
+}
+
+} // namespace
+
+Picture readRaw(const std::filesystem::path& file, const RawLayout& layout) {
+  checkReadable(file);
+  const int64_t expected = semiPlanarBytes(layout.height, layout.pitch);
+  std::error_code error;
+  const std::uintmax_t actual = std::filesystem::file_size(file, error);
+  if (error || actual != static_cast<std::uintmax_t>(expected)) {
+    throw Error(
+        ExitCode::kUnreadableInput, file.string(),
+        fmt::format("holds {} bytes, but a raw frame of {}x{} with rows of {} bytes has {}",
+                    error ? 0 : actual, layout.width, layout.height, layout.pitch, expected));
+  }
+  Picture picture;
+  picture.isRaw = true;
+  picture.storedWidth = layout.width;
+  picture.storedHeight = layout.height;
+  picture.frame = makeSemiPlanar(layout.format, layout.width, layout.height, layout.pitch);
+  picture.frame->colorspace = AVCOL_SPC_BT470BG;
+  std::ifstream stream(file, std::ios::binary);
+  // Raw bytes into a byte buffer; streams know only char.
+  stream.read(reinterpret_cast<char*>(picture.frame->data[0]), expected);
+  if (!stream) throw Error(ExitCode::kUnreadableInput, file.string(), "cannot be read");
+  return picture;
+}
+
+void writeRaw(const AVFrame& frame, const std::filesystem::path& file, AVPixelFormat format,
+              int pitch) {
+  if (pitch == 0) pitch = frame.width;
+  if (pitch < frame.width) {
+    throw Error(ExitCode::kFailed, file.string(),
+                fmt::format("rows of {} bytes do not hold {} pixels", pitch, frame.width));
+  }
+  std::vector<uint8_t> content(static_cast<size_t>(semiPlanarBytes(frame.height, pitch)));
+  uint8_t* row = content.data();
+  for (int y = 0; y < frame.height; ++y, row += pitch) {
+    std::memcpy(row, frame.data[0] + ptrdiff_t{y} * frame.linesize[0],
+                static_cast<size_t>(frame.width));
+  }
+  for (int y = 0; y < frame.height / 2; ++y, row += pitch) {
+    const uint8_t* from = frame.data[1] + ptrdiff_t{y} * frame.linesize[1];
+    if (frame.format == format) {
+      std::memcpy(row, from, static_cast<size_t>(frame.width));
+    } else {
+      copyExchanged(from, row, frame.width);
+    }
+  }
+  writeFileAtomically(file, content);
+}
+
+} // namespace tlux::app

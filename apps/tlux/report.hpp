@@ -1,0 +1,39 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+#include <string_view>
+
+namespace tlux::app {
+
+/** Time since it was made or last asked, for the figures the command prints. */
+class Stopwatch {
+ public:
+  double lapMilliseconds() {
+    const Clock::time_point now = Clock::now();
+    const std::chrono::duration<double, std::milli> lap = now - start_;
+    start_ = now;
+    return lap.count();
+  }
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  Clock::time_point start_ = Clock::now();
+};
+
+struct Timings {
+  double decode = 0; // milliseconds, including the conversion to the library's layout
+  double run = 0;
+  double encode = 0; // including the conversion back and the writing
+};
+
+std::string describe(const Timings& timings);
+
+/** Prints exactly one line on standard error, whatever characters file names bring along. */
+void printError(std::string_view message);
+void printWarning(std::string_view message);
+
+/** Prints one line on standard output. */
+void printLine(std::string_view text);
+
+} // namespace tlux::app

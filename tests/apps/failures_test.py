@@ -1,0 +1,184 @@
+"""Whatever goes wrong is told in one line with the right exit code, and leaves no half file."""
+
+import os
+import resource
+import signal
+import subprocess
+import time
+import unittest
+
+from support import COMMAND, CommandTest, ffmpeg, scene, write_png
+
+USAGE, UNREADABLE, FAILED = 1, 2, 3
+
+
+class Usage(CommandTest):
+    def test_nonsense_is_refused(self):
+        write_png(self.path("in.png"), scene(20, 20))
+        os.symlink("in.png", self.path("same.png"))
+        raw = ["enhance", "in.png", "-o", "out.nv21"]
+        cases = [
+            ([], "--help"),
+            (["improve"], "improve"),
+            (["enhance"], "input"),
+            (["enhance", "in.png"], "-o FILE or -d FOLDER"),
+            (["enhance", "in.png", "-o", "out.png", "-d", "out"], "-o FILE or -d FOLDER"),
+            (["enhance", "in.png", "-o", "out.png", "--strong"], "--strong"),
+            (["enhance", "in.png", "-o", "out.png", "-s", "101"], "--strength"),
+            (["enhance", "in.png", "-o", "out.png", "-s", "-1"], "-1"),
+            (["enhance", "in.png", "-o", "out.png", "-s", "much"], "--strength"),
+            (["enhance", "in.png", "-o", "out.jpg", "--quality", "0"], "--quality"),
+            (["enhance", "in.png", "-o", "out"], "out: "),
+            (["enhance", "in.png", "-o", "out.xyz"], "out.xyz"),
+            (["enhance", "in.png", "-o", "out.raw"], "out.raw"),
+            (["enhance", "in.png", "-o", "in.png"], "in.png"),
+            (["enhance", "in.png", "-o", "./in.png"], "in.png"),
+            (["enhance", "in.png", "-o", "same.png"], "same.png"),
+            (["enhance", "in.png", "-d", "."], "in.png"),
+            (["enhance", "in.png", "same.png", "-o", "out.png"], "-d FOLDER"),
+            (["enhance", "in.png", "./in.png", "-d", "out"], "out/in.png"),
+            ([*raw, "--size", "20x20"], "--format"),
+            ([*raw, "--size", "20", "--format", "nv21"], "--size"),
+            ([*raw, "--size", "20x", "--format", "nv21"], "--size"),
+            ([*raw, "--size", "21x20", "--format", "nv21"], "--size"),
+            ([*raw, "--size", "20x20x20", "--format", "nv21"], "--size"),
+            ([*raw, "--size", "-2x20", "--format", "nv21"], "--size"),
+            ([*raw, "--size", "99999999999x20", "--format", "nv21"], "--size"),
+            ([*raw, "--size", "20x20", "--format", "yv12"], "--format"),
+            ([*raw, "--size", "20x20", "--format", "nv21", "--pitch", "18"], "--pitch"),
+            (["compare", "in.png"], "--output"),
+        ]
+        for arguments, mention in cases:
+            with self.subTest(arguments=arguments):
+                self.assert_fails(self.run_command(*arguments), USAGE, mention)
+                self.assert_only_files("in.png", "same.png")
+
+
+class Input(CommandTest):
+    def test_truncated_pictures_are_refused(self):
+        picture = write_png(self.path("picture.png"), scene(120, 80))
+        for kind in ("jpg", "png", "webp", "tiff", "bmp", "gif"):
+            whole = self.path("whole." + kind)
+            ffmpeg("-i", picture, whole)
+            content = whole.read_bytes()
+            for share in (0.02, 0.3, 0.6, 0.9):
+                with self.subTest(kind=kind, share=share):
+                    cut = self.path("cut." + kind)
+                    cut.write_bytes(content[:int(len(content) * share)])
+                    self.assert_fails(self.run_command("enhance", cut, "-o", "out.png"), UNREADABLE,
+                                      "cut." + kind)
+        self.assertFalse(self.path("out.png").exists())
+
+    def test_what_is_not_a_picture_is_refused(self):
+        self.path("empty.jpg").touch()
+        self.path("text.jpg").write_text("no picture at all\n" * 100)
+        self.path("folder.png").mkdir()
+        self.path("list.jpg").write_text("ffconcat version 1.0\nfile picture.png\n")
+        write_png(self.path("picture.png"), scene(40, 30))
+        ffmpeg("-loop", 1, "-t", 1, "-i", self.path("picture.png"), "-r", 5,
+               self.path("animation.gif"))
+        for name in ("empty.jpg", "text.jpg", "folder.png", "list.jpg", "missing.png",
+                     "two\nlines.png", "animation.gif", "http://localhost/a.jpg"):
+            with self.subTest(name=name):
+                self.assert_fails(self.run_command("enhance", name, "-o", "out.png"), UNREADABLE,
+                                  name.replace("\n", "?"))
+        self.assertFalse(self.path("out.png").exists())
+
+    def test_raw_file_of_another_size_is_refused(self):
+        for length in (0, 599, 601):
+            self.path("in.nv21").write_bytes(bytes(length))
+            result = self.run_command("enhance", "in.nv21", "-o", "out.nv21", "--size", "20x20",
+                                      "--format", "nv21")
+            self.assert_fails(result, UNREADABLE, "in.nv21")
+        self.assert_only_files("in.nv21")
+
+    def test_odd_names_are_names(self):
+        for name in ("a:b.png", "photo%03d.png", "[1].png", "with space.png"):
+            write_png(self.path(name), scene(20, 20))
+            with self.subTest(name=name):
+                result = self.run_command("enhance", name, "-d", "out")
+                self.assertEqual(0, result.returncode, result)
+                self.assertTrue(self.path("out").joinpath(name).exists())
+
+
+class Output(CommandTest):
+    def setUp(self):
+        super().setUp()
+        write_png(self.path("in.png"), scene(400, 300))
+
+    def test_what_cannot_be_written_is_reported(self):
+        self.path("folder.png").mkdir()
+        self.path("folder.png/full").touch()
+        locked = self.path("locked")
+        locked.mkdir(mode=0o555)
+        # Permissions do not stop the superuser; the kernel's own tree does.
+        locked = "/proc" if os.geteuid() == 0 else locked
+        for output in (f"{locked}/out.png", "missing/out.png", "in.png/out.png", "folder.png",
+                       "x" * 300 + ".png"):
+            with self.subTest(output=output):
+                self.assert_fails(self.run_command("enhance", "in.png", "-o", output), FAILED, output)
+        self.assert_fails(self.run_command("enhance", "in.png", "-d", "in.png/deep"), FAILED,
+                          "in.png/deep")
+        self.assert_only_files("in.png", "folder.png", "locked")
+
+    def test_full_disk_leaves_the_old_file(self):
+        self.path("out.bmp").write_text("before")
+
+        def limit_file_size():
+            resource.setrlimit(resource.RLIMIT_FSIZE, (10000, 10000))
+
+        # Restoring no signals keeps SIGXFSZ ignored, so that the write fails instead.
+        result = self.run_command("enhance", "in.png", "-o", "out.bmp", preexec_fn=limit_file_size,
+                                  restore_signals=False)
+        self.assert_fails(result, FAILED, "out.bmp")
+        self.assertEqual("before", self.path("out.bmp").read_text())
+        self.assert_only_files("in.png", "out.bmp")
+
+    def test_interruption_leaves_all_or_nothing(self):
+        self.assertEqual(0, self.run_command("enhance", "in.png", "-o", "out.bmp").returncode)
+        whole = self.path("out.bmp").read_bytes()
+        for step in range(30):
+            self.path("out.bmp").unlink(missing_ok=True)
+            with subprocess.Popen([COMMAND, "enhance", "-q", "in.png", "-o", "out.bmp"],
+                                  cwd=self.folder) as process:
+                time.sleep(step * 0.002)
+                process.send_signal(signal.SIGINT if step % 2 else signal.SIGTERM)
+            if self.path("out.bmp").exists():
+                self.assertEqual(whole, self.path("out.bmp").read_bytes())
+                self.assert_only_files("in.png", "out.bmp")
+            else:
+                self.assert_only_files("in.png")
+
+    def test_new_files_get_the_usual_permissions(self):
+        self.run_command("enhance", "in.png", "-o", "out.png", umask=0o027)
+        self.assertEqual(0o640, self.path("out.png").stat().st_mode & 0o777)
+
+
+class SeveralFiles(CommandTest):
+    def test_a_failed_one_does_not_stop_the_others(self):
+        for name in ("a.png", "z.png"):
+            write_png(self.path(name), scene(20, 20))
+        self.path("bad.png").write_bytes(self.path("a.png").read_bytes()[:60])
+        result = self.run_command("enhance", "a.png", "missing.png", "bad.png", "z.png", "-d", "out")
+        self.assertEqual(UNREADABLE, result.returncode)
+        self.assertEqual(2, result.stderr.count("\n"), result)
+        self.assertEqual({"a.png", "z.png"}, {path.name for path in self.path("out").iterdir()})
+
+    def test_the_worst_outcome_is_told(self):
+        write_png(self.path("a.png"), scene(20, 20))
+        self.path("out").mkdir()
+        self.path("out/a.png").mkdir()
+        self.path("out/a.png/full").touch()
+        result = self.run_command("enhance", "a.png", "missing.png", "-d", "out")
+        self.assertEqual(FAILED, result.returncode)
+        self.assertEqual(2, result.stderr.count("\n"), result)
+
+    def test_kinds_that_cannot_be_written_become_png(self):
+        write_png(self.path("a.png"), scene(20, 20))
+        ffmpeg("-i", self.path("a.png"), self.path("b.gif"))
+        self.assertEqual(0, self.run_command("enhance", "a.png", "b.gif", "-d", "out").returncode)
+        self.assertEqual({"a.png", "b.png"}, {path.name for path in self.path("out").iterdir()})
+
+
+if __name__ == "__main__":
+    unittest.main()

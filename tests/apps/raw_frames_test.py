@@ -1,0 +1,100 @@
+"""Raw frames leave the command exactly as the library leaves them."""
+
+import os
+import random
+import subprocess
+import unittest
+
+from support import CommandTest, ffmpeg, largest_difference, pixels, scene, write_png
+
+LIBRARY_RUN = os.environ["TLUX_LIBRARY_RUN"]
+
+
+def raw_frame(width, height, pitch):
+    """Smooth brightness with noise, coloured; whatever lies behind the width is noise too."""
+    noise = random.Random(width * height + pitch)
+    frame = bytearray()
+    for y in range(height):
+        frame += bytes(min(255, 20 + 200 * x * y // (width * height) + noise.randrange(12))
+                       for x in range(pitch))
+    for _ in range(height // 2):
+        frame += bytes(100 + noise.randrange(56) for _ in range(pitch))
+    return bytes(frame)
+
+
+def drop_padding(frame, width, pitch):
+    return b"".join(frame[row:row + width] for row in range(0, len(frame), pitch))
+
+
+def exchange_chroma(frame, luma_bytes):
+    exchanged = bytearray(frame)
+    exchanged[luma_bytes::2] = frame[luma_bytes + 1::2]
+    exchanged[luma_bytes + 1::2] = frame[luma_bytes::2]
+    return bytes(exchanged)
+
+
+class RawFrames(CommandTest):
+    def library_output(self, name, width, height, pitch, strength, source):
+        output = self.path("library.raw")
+        subprocess.run([LIBRARY_RUN, name, str(width), str(height), str(pitch), str(strength),
+                        source, output], check=True, timeout=120)
+        return drop_padding(output.read_bytes(), width, pitch)
+
+    def test_equals_the_library_to_the_byte(self):
+        frames = [("nv21", 320, 240, 320, 50), ("nv12", 320, 240, 384, 80), ("nv21", 66, 50, 67, 100),
+                  ("nv12", 18, 16, 18, 30), ("nv21", 2, 2, 2, 50), ("nv21", 640, 360, 704, 0)]
+        for name, width, height, pitch, strength in frames:
+            with self.subTest(name=name, size=(width, height), pitch=pitch, strength=strength):
+                source = self.path("in.raw")
+                source.write_bytes(raw_frame(width, height, pitch))
+                result = self.run_command("enhance", source, "-o", "out." + name, "-s", strength,
+                                          "--size", f"{width}x{height}", "--format", name,
+                                          "--pitch", pitch)
+                self.assert_done(result)
+                actual = self.path("out." + name).read_bytes()
+                self.assertEqual(pitch * height * 3 // 2, len(actual))
+                expected = self.library_output(name, width, height, pitch, strength, source)
+                self.assertEqual(expected, drop_padding(actual, width, pitch))
+
+    def test_extension_chooses_the_order_of_chroma(self):
+        width, height = 64, 48
+        source = self.path("in.yuv")
+        source.write_bytes(raw_frame(width, height, width))
+        raw = ["--size", f"{width}x{height}", "--format", "nv21"]
+        for output in ["out.nv21", "out.nv12", "out.raw"]:
+            self.assert_done(self.run_command("enhance", source, "-o", output, *raw))
+        nv21 = self.path("out.nv21").read_bytes()
+        self.assertEqual(nv21, self.path("out.raw").read_bytes())
+        self.assertEqual(exchange_chroma(nv21, width * height), self.path("out.nv12").read_bytes())
+
+    def test_raw_and_picture_show_the_same(self):
+        width, height = 64, 48
+        source = self.path("in.nv12")
+        source.write_bytes(raw_frame(width, height, width))
+        raw = ["--size", f"{width}x{height}", "--format", "nv12"]
+        for output in ["out.png", "out.nv12"]:
+            self.assert_done(self.run_command("enhance", source, "-o", output, *raw))
+        shown = ffmpeg("-f", "rawvideo", "-pix_fmt", "nv12", "-s", f"{width}x{height}",
+                       "-color_range", "pc", "-colorspace", "smpte170m", "-i", self.path("out.nv12"),
+                       "-vf", "scale=in_range=pc:in_color_matrix=bt601:"
+                       "flags=bicubic+accurate_rnd+full_chroma_int",
+                       "-f", "rawvideo", "-pix_fmt", "rgb24", "-")
+        self.assertLessEqual(largest_difference(shown, pixels(self.path("out.png"))), 2)
+
+    def test_odd_pictures_leave_as_even_frames(self):
+        source = write_png(self.path("in.png"), scene(33, 21))
+        result = self.run_command("enhance", source, "-o", "out.nv21")
+        self.assert_done(result)
+        self.assertIn("out.nv21 34x22", result.stdout)
+        self.assertEqual(34 * 22 * 3 // 2, self.path("out.nv21").stat().st_size)
+
+    def test_folder_gets_the_raw_extension(self):
+        for name in ("a.raw", "b.raw"):
+            self.path(name).write_bytes(raw_frame(32, 32, 32))
+        self.assert_done(self.run_command("enhance", "a.raw", "b.raw", "-d", "done", "--size", "32x32",
+                                          "--format", "nv21"))
+        self.assertEqual({"a.nv21", "b.nv21"}, {path.name for path in self.path("done").iterdir()})
+
+
+if __name__ == "__main__":
+    unittest.main()
