@@ -1,8 +1,8 @@
 #!/bin/sh
 # Installs the Debian packages that are missing. usage: scripts/install_deps.sh GROUP…
-#   build  compilers and build tools      test   tests of the library and the command
+#   build  GCC and the build tools        test   tests of the library and the command
 #   app    libraries of the command       bench  benchmarks and the peers they measure
-#   lint   formatter and static checks
+#   clang  Clang and its sanitizers       lint   formatter and static checks
 set -eu
 
 packages_of() {
@@ -11,8 +11,9 @@ packages_of() {
     test) echo libgtest-dev python3 ffmpeg ;;
     app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev ;;
     bench) echo libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev ;;
-    lint) echo git clang clang-format clang-tidy ;;
-    *) echo "install_deps.sh: unknown group '$1' (build, test, app, bench, lint)" >&2; exit 1 ;;
+    clang) echo clang libclang-rt-dev ;;
+    lint) echo git clang-format clang-tidy ;;
+    *) echo "install_deps.sh: unknown group '$1' (build, test, app, bench, clang, lint)" >&2; exit 1 ;;
   esac
 }
 
@@ -20,7 +21,7 @@ is_installed() {
   [ "$(dpkg-query -W -f '${db:Status-Abbrev}' "$1" 2>/dev/null)" = 'ii ' ]
 }
 
-[ $# -gt 0 ] || { echo "usage: install_deps.sh build|test|app|bench|lint …" >&2; exit 1; }
+[ $# -gt 0 ] || { echo "usage: install_deps.sh build|test|app|bench|clang|lint …" >&2; exit 1; }
 missing=
 for group; do
   packages=$(packages_of "$group")

@@ -2,6 +2,7 @@
 # Checks formatting and runs clang-tidy over the library and the command. usage: scripts/lint.sh [--fix]
 set -eu
 cd "$(dirname "$0")/.."
+scripts/install_deps.sh build app lint
 sources=$(git ls-files '*.c' '*.h' '*.cpp' '*.hpp')
 if [ "${1:-}" = --fix ]; then
   clang-format -i $sources

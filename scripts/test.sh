@@ -1,10 +1,12 @@
 #!/bin/sh
-# Installs what is missing, builds and runs the tests. usage: scripts/test.sh [PRESET…]   (default: release)
+# Installs what is missing, builds and runs the tests. usage: scripts/test.sh [PRESET]   (default: release)
 set -eu
 cd "$(dirname "$0")/.."
-scripts/install_deps.sh build test app
-for preset in "${@:-release}"; do
-  cmake --preset "$preset"
-  cmake --build --preset "$preset"
-  ctest --preset "$preset"
-done
+preset=${1:-release}
+case $preset in
+  *clang) scripts/install_deps.sh build test app clang ;;
+  *) scripts/install_deps.sh build test app ;;
+esac
+cmake --preset "$preset"
+cmake --build --preset "$preset"
+ctest --preset "$preset"
