@@ -22,6 +22,7 @@
 #include "tlux/mark.h"
 #include "tlux/mask.h"
 #include "tlux/platform.h"
+#include "tlux/region.h"
 #include "tlux/resample.h"
 #include "tlux/resize.h"
 #include "tlux/retinex.h"

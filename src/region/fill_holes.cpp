@@ -1,0 +1,57 @@
+#include <algorithm>
+#include <cstdint>
+
+#include "region/mask_plane.hpp"
+#include "region/packed_mask.hpp"
+#include "region/run_table.hpp"
+#include "tlux/region.h"
+
+namespace tlux {
+namespace {
+
+// Notes which regions of clear pixels touch the border: those are no holes.
+void findOpen(const RunTable& table, const Plane<std::uint8_t>& mask, bool* isOpen) {
+  const auto width = static_cast<std::uint32_t>(mask.width);
+  table.forEach([&](std::int32_t y, const Run& run, std::uint32_t region) {
+    const bool isInEndRow = y == 0 || y == mask.height - 1;
+    if (isInEndRow || run.begin == 0 || run.end == width) isOpen[region] = true;
+  });
+}
+
+std::uint32_t fillClosed(const RunTable& table, const bool* isOpen,
+                         const Plane<std::uint8_t>& mask) {
+  std::uint32_t filled = 0;
+  table.forEach([&](std::int32_t y, const Run& run, std::uint32_t region) {
+    if (isOpen[region]) return;
+    std::fill(mask.row(y) + run.begin, mask.row(y) + run.end, std::uint8_t{255});
+    filled += run.length();
+  });
+  return filled;
+}
+
+std::uint32_t fillHoles(MMemMgr manager, const Plane<std::uint8_t>& mask, Connectivity connectivity,
+                        std::uint32_t* filled) {
+  const PackedMask packed(manager, mask, Pixels::kClear);
+  if (!packed) return TLUX_ERR_NO_MEMORY;
+  RunTable table(manager, packed);
+  if (!table) return TLUX_ERR_NO_MEMORY;
+  const std::int64_t regions = table.join(dual(connectivity));
+  const Scratch<bool> isOpen(manager, regions + 1);
+  if (!isOpen) return TLUX_ERR_NO_MEMORY;
+  std::fill_n(isOpen.get(), regions + 1, false);
+  findOpen(table, mask, isOpen.get());
+  const std::uint32_t pixels = fillClosed(table, isOpen.get(), mask);
+  if (filled != nullptr) *filled = pixels;
+  return TLUX_OK;
+}
+
+} // namespace
+} // namespace tlux
+
+uint32_t TLUX_TRegionLabel_FillHoles(MMemMgr manager, uint8_t* mask, int32_t pitch, uint32_t width,
+                                     uint32_t height, uint32_t connectivity,
+                                     uint32_t* filled) noexcept {
+  const auto plane = tlux::describePlane(mask, pitch, width, height);
+  if (!tlux::isValid(plane) || !tlux::isConnectivity(connectivity)) return TLUX_ERR_INVALID_PARAM;
+  return tlux::fillHoles(manager, plane, static_cast<tlux::Connectivity>(connectivity), filled);
+}

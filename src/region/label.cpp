@@ -1,0 +1,71 @@
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "region/mask_plane.hpp"
+#include "region/packed_mask.hpp"
+#include "region/run_table.hpp"
+#include "tlux/region.h"
+
+namespace tlux {
+namespace {
+
+// Fills [begin, end). Most runs of a noisy mask are shorter than a step, so that a loop of exact
+// length would be mispredicted for every one of them: where the row has room, whole steps are
+// stored, and what they spill behind `end` is overwritten by the next run.
+void fill(std::uint32_t* row, std::uint32_t width, std::uint32_t begin, std::uint32_t end,
+          std::uint32_t value) {
+  constexpr std::uint32_t kStep = 4;
+  if (end + kStep > width) {
+    std::fill(row + begin, row + end, value);
+    return;
+  }
+  for (std::uint32_t x = begin; x < end; x += kStep) {
+    std::fill_n(row + x, kStep, value);
+  }
+}
+
+void paintRow(const RunTable& table, std::int32_t y, std::uint32_t* row, std::uint32_t width) {
+  std::uint32_t x = 0;
+  for (std::uint32_t i = table.rowBegin(y); i < table.rowEnd(y); ++i) {
+    const Run run = table.run(i);
+    fill(row, width, x, run.begin, 0);
+    fill(row, width, run.begin, run.end, table.region(i));
+    x = run.end;
+  }
+  std::fill(row + x, row + width, 0);
+}
+
+std::uint32_t labelRegions(MMemMgr manager, const Plane<const std::uint8_t>& mask,
+                           const Plane<std::uint32_t>& labels, std::uint32_t* count,
+                           Connectivity connectivity) {
+  if (!isValid(mask) || !isValid(labels) || count == nullptr) return TLUX_ERR_INVALID_PARAM;
+  const PackedMask packed(manager, mask, Pixels::kSet);
+  if (!packed) return TLUX_ERR_NO_MEMORY;
+  RunTable table(manager, packed);
+  if (!table) return TLUX_ERR_NO_MEMORY;
+  *count = table.join(connectivity);
+  for (std::int32_t y = 0; y < labels.height; ++y) {
+    paintRow(table, y, labels.row(y), static_cast<std::uint32_t>(labels.width));
+  }
+  return TLUX_OK;
+}
+
+} // namespace
+} // namespace tlux
+
+uint32_t TRegionLabel_RegionLabel4(MMemMgr manager, const uint8_t* mask, int32_t pitch,
+                                   uint32_t width, uint32_t height, uint32_t* labels,
+                                   int32_t labelPitch, uint32_t* count) noexcept {
+  return tlux::labelRegions(manager, tlux::describePlane(mask, pitch, width, height),
+                            tlux::describePlane(labels, labelPitch, width, height), count,
+                            tlux::Connectivity::kFour);
+}
+
+uint32_t TRegionLabel_RegionLabel8(MMemMgr manager, const uint8_t* mask, int32_t pitch,
+                                   uint32_t width, uint32_t height, uint32_t* labels,
+                                   int32_t labelPitch, uint32_t* count) noexcept {
+  return tlux::labelRegions(manager, tlux::describePlane(mask, pitch, width, height),
+                            tlux::describePlane(labels, labelPitch, width, height), count,
+                            tlux::Connectivity::kEight);
+}

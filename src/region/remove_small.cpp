@@ -1,0 +1,51 @@
+#include <algorithm>
+#include <cstdint>
+
+#include "region/mask_plane.hpp"
+#include "region/packed_mask.hpp"
+#include "region/run_table.hpp"
+#include "tlux/region.h"
+
+namespace tlux {
+namespace {
+
+std::uint32_t clearSmall(const RunTable& table, const std::uint32_t* areas,
+                         std::uint32_t minimumArea, const Plane<std::uint8_t>& mask) {
+  std::uint32_t cleared = 0;
+  table.forEach([&](std::int32_t y, const Run& run, std::uint32_t region) {
+    if (areas[region] >= minimumArea) return;
+    std::fill(mask.row(y) + run.begin, mask.row(y) + run.end, std::uint8_t{0});
+    cleared += run.length();
+  });
+  return cleared;
+}
+
+std::uint32_t removeSmall(MMemMgr manager, const Plane<std::uint8_t>& mask,
+                          Connectivity connectivity, std::uint32_t minimumArea,
+                          std::uint32_t* removed) {
+  const PackedMask packed(manager, mask, Pixels::kSet);
+  if (!packed) return TLUX_ERR_NO_MEMORY;
+  RunTable table(manager, packed);
+  if (!table) return TLUX_ERR_NO_MEMORY;
+  const std::int64_t regions = table.join(connectivity);
+  const Scratch<std::uint32_t> areas(manager, regions + 1);
+  if (!areas) return TLUX_ERR_NO_MEMORY;
+  std::fill_n(areas.get(), regions + 1, 0);
+  table.forEach(
+      [&](std::int32_t, const Run& run, std::uint32_t region) { areas[region] += run.length(); });
+  const std::uint32_t cleared = clearSmall(table, areas.get(), minimumArea, mask);
+  if (removed != nullptr) *removed = cleared;
+  return TLUX_OK;
+}
+
+} // namespace
+} // namespace tlux
+
+uint32_t TLUX_TRegionLabel_RemoveSmall(MMemMgr manager, uint8_t* mask, int32_t pitch,
+                                       uint32_t width, uint32_t height, uint32_t connectivity,
+                                       uint32_t minimumArea, uint32_t* removed) noexcept {
+  const auto plane = tlux::describePlane(mask, pitch, width, height);
+  if (!tlux::isValid(plane) || !tlux::isConnectivity(connectivity)) return TLUX_ERR_INVALID_PARAM;
+  return tlux::removeSmall(manager, plane, static_cast<tlux::Connectivity>(connectivity),
+                           minimumArea, removed);
+}
