@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
-#include <limits>
+#include <utility>
 #include <vector>
 
 #include "reference/labels.hpp"
@@ -109,7 +109,7 @@ TEST(FillHoles, ConnectsHolesTheOtherWay) {
   }
 }
 
-TEST(Boundary, MarksPixelsBesideClearOnes) {
+TEST(RegionBoundary, MarksPixelsBesideClearOnes) {
   forMasks([](const MaskGrid& mask) {
     for (const int connectivity : kConnectivities) {
       PaddedMask in(mask);
@@ -126,7 +126,7 @@ TEST(Boundary, MarksPixelsBesideClearOnes) {
   });
 }
 
-TEST(Statistics, EqualsTheListOfPixelsOfEachRegion) {
+TEST(RegionStatistics, EqualsTheListOfPixelsOfEachRegion) {
   forMasks([](const MaskGrid& mask) {
     if (mask.values.size() > 2000) return; // the list is slow
     const reference::Labelling regions = reference::floodLabels(mask, 8);
@@ -169,7 +169,7 @@ TEST(Statistics, EqualsTheListOfPixelsOfEachRegion) {
 }
 
 // The labels are the host's by then: any value may stand in the plane.
-TEST(Statistics, IgnoresLabelsWithoutARecord) {
+TEST(RegionStatistics, IgnoresLabelsWithoutARecord) {
   std::vector<std::uint32_t> labels = {0, 3, 3, 0xFFFFFFFF, 2, 2, 2, 3, 0x80000000, 0, 4, 3};
   TLUX_REGION regions[4] = {};
   regions[3].area = kNever;
@@ -182,7 +182,7 @@ TEST(Statistics, IgnoresLabelsWithoutARecord) {
   EXPECT_EQ(TLUX_TRegionLabel_Statistics(labels.data(), 16, 4, 3, nullptr, 0), TLUX_OK);
 }
 
-TEST(Compare, CountsPixelByPixel) {
+TEST(MaskCompare, CountsPixelByPixel) {
   Random random(12);
   for (const int width : {1, 2, 17, 239, 240, 241, 255, 256, 257, 600}) {
     for (const int density : {0, 10, 500, 1000}) {
@@ -208,7 +208,7 @@ TEST(Compare, CountsPixelByPixel) {
   }
 }
 
-TEST(Compare, TakesOneMaskTwice) {
+TEST(MaskCompare, TakesOneMaskTwice) {
   const MaskGrid mask = drawMask(10, 4, [](int x, int) { return x < 3; });
   const std::uint8_t* data = mask.values.data();
   TLUX_MASK_AGREEMENT same;
