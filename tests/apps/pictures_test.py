@@ -127,7 +127,7 @@ class Geometry(CommandTest):
         for value, corners in upright.items():
             turned = self.path("turned.jpg")
             turned.write_bytes(with_exif_orientation(self.path("stored.jpg").read_bytes(), value))
-            for output in ["out.png", "out.jpg"]:
+            for output in ["out.png", "out.jpg", "out.webp"]:
                 with self.subTest(orientation=value, output=output):
                     self.assert_done(self.run_command("enhance", turned, "-o", output))
                     w, h = (height, width) if value > 4 else (width, height)
@@ -183,6 +183,7 @@ class Content(CommandTest):
         result = self.run_command("enhance", source, "-o", "out.jpg")
         self.assert_done(result, warnings=1)
         self.assertIn("out.jpg: transparency", result.stderr)
+        self.assert_done(self.run_command("compare", source, "-o", "out.png"), warnings=1)
 
     def test_color_profile_is_handed_on(self):
         header = bytearray(128)

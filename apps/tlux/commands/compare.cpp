@@ -36,7 +36,10 @@ void compareFile(const CompareOptions& options) {
   const FramePtr after = optimize(engine, picture, options.picture.strength);
   timings.run = watch.lapMilliseconds();
   picture.frame = placeSideBySide(*picture.frame, *after);
-  picture.alpha = nullptr; // two pictures on one sheet; shown as if opaque
+  if (picture.alpha != nullptr) {
+    printWarning(output.file.string() + ": transparency is dropped in a comparison");
+    picture.alpha = nullptr;
+  }
   writeOutput(picture, output, options.picture);
   timings.encode = watch.lapMilliseconds();
   if (options.picture.quiet) return;

@@ -11,12 +11,11 @@ namespace {
 std::mutex logMutex;
 std::string lastLogged;
 
-void rememberError(void* context, int level, const char* format, va_list arguments) {
+void rememberError(void* /*context*/, int level, const char* format, va_list arguments) {
   if (level > AV_LOG_ERROR) return;
   char line[256] = "";
   int printPrefix = 0;
   // A null context leaves the address of the component out of the text.
-  static_cast<void>(context);
   av_log_format_line2(nullptr, level, format, arguments, line, sizeof line, &printPrefix);
   std::string text(line);
   while (!text.empty() && (text.back() == '\n' || text.back() == '.')) {

@@ -42,7 +42,6 @@ using PacketPtr = std::unique_ptr<AVPacket, Release<av_packet_free>>;
 using CodecPtr = std::unique_ptr<AVCodecContext, ReleaseCodec>;
 using FormatPtr = std::unique_ptr<AVFormatContext, Release<avformat_close_input>>;
 using IoPtr = std::unique_ptr<AVIOContext, Release<avio_closep>>;
-using DictionaryPtr = std::unique_ptr<AVDictionary, Release<av_dict_free>>;
 using ScalerPtr = std::unique_ptr<SwsContext, ReleaseScaler>;
 
 /** A failure reported by FFmpeg, with what its log said last. */

@@ -14,13 +14,21 @@ namespace {
 constexpr ColorEncoding kFullRange = {AVCOL_RANGE_JPEG, AVCOL_SPC_BT470BG};
 constexpr ColorEncoding kLimitedRange = {AVCOL_RANGE_MPEG, AVCOL_SPC_BT470BG};
 
+constexpr AVPixelFormat kNone = AV_PIX_FMT_NONE;
+constexpr AVPixelFormat kRgb = AV_PIX_FMT_RGB24;
+constexpr AVPixelFormat kRgba = AV_PIX_FMT_RGBA;
+constexpr AVPixelFormat kBgr = AV_PIX_FMT_BGR24;
+constexpr AVPixelFormat kBgra = AV_PIX_FMT_BGRA;
+constexpr AVPixelFormat k420 = AV_PIX_FMT_YUV420P;
+constexpr AVPixelFormat k444 = AV_PIX_FMT_YUV444P;
+
 const std::vector<PictureFormat>& pictureFormats() {
   static const std::vector<PictureFormat> formats = {
-      {"PNG", {"png"}, "png", AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, kFullRange, true},
-      {"JPEG", {"jpg", "jpeg"}, "mjpeg", AV_PIX_FMT_YUV420P, AV_PIX_FMT_NONE, kFullRange, true},
-      {"WebP", {"webp"}, "libwebp", AV_PIX_FMT_YUV420P, AV_PIX_FMT_BGRA, kLimitedRange, false},
-      {"TIFF", {"tiff", "tif"}, "tiff", AV_PIX_FMT_RGB24, AV_PIX_FMT_RGBA, kFullRange, false},
-      {"BMP", {"bmp"}, "bmp", AV_PIX_FMT_BGR24, AV_PIX_FMT_NONE, kFullRange, false},
+      {"PNG", {"png"}, "png", kRgb, kRgb, kRgba, kFullRange, true},
+      {"JPEG", {"jpg", "jpeg"}, "mjpeg", k420, k444, kNone, kFullRange, true},
+      {"WebP", {"webp"}, "libwebp", k420, kBgra, kBgra, kLimitedRange, false},
+      {"TIFF", {"tiff", "tif"}, "tiff", kRgb, kRgb, kRgba, kFullRange, false},
+      {"BMP", {"bmp"}, "bmp", kBgr, kBgr, kNone, kFullRange, false},
   };
   return formats;
 }

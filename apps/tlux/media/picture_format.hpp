@@ -15,7 +15,8 @@ struct PictureFormat {
   std::vector<const char*> extensions; // lower case, without the dot
   const char* encoder;
   AVPixelFormat opaqueLayout;
-  AVPixelFormat alphaLayout; // AV_PIX_FMT_NONE where it cannot hold transparency
+  AVPixelFormat fullChromaLayout; // the opaque one, or a substitute where that halves chroma
+  AVPixelFormat alphaLayout;      // AV_PIX_FMT_NONE where it cannot hold transparency
   ColorEncoding encoding;
   bool keepsProfile;
 };

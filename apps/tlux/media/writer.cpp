@@ -4,9 +4,8 @@ extern "C" {
 #include <libavutil/opt.h>
 }
 
-#include <cstring>
 #include <span>
-#include <string_view>
+#include <string>
 
 #include "errors.hpp"
 #include "media/alpha.hpp"
@@ -18,14 +17,15 @@ namespace tlux::app {
 
 namespace {
 
+bool keepsAlpha(const Picture& picture, const PictureFormat& format) {
+  return picture.alpha != nullptr && format.alphaLayout != AV_PIX_FMT_NONE;
+}
+
 AVPixelFormat chooseLayout(const Picture& picture, const PictureFormat& format) {
-  const bool keepsAlpha = picture.alpha != nullptr && format.alphaLayout != AV_PIX_FMT_NONE;
-  if (keepsAlpha) return format.alphaLayout;
+  if (keepsAlpha(picture, format)) return format.alphaLayout;
   // Cutting off an odd margin would shift halved chroma by half a sample.
   const bool oddMargin = ((picture.frame->crop_left | picture.frame->crop_top) & 1) != 0;
-  const bool halved = format.opaqueLayout == AV_PIX_FMT_YUV420P;
-  const bool hasFullChroma = std::string_view(format.encoder) == "mjpeg";
-  return oddMargin && halved && hasFullChroma ? AV_PIX_FMT_YUV444P : format.opaqueLayout;
+  return oddMargin ? format.fullChromaLayout : format.opaqueLayout;
 }
 
 /** Cuts the margins off; a copy, because encoders want their rows aligned. */
@@ -45,7 +45,7 @@ FramePtr crop(FramePtr frame, const Picture& picture) {
 FramePtr toEncoderLayout(const Picture& picture, const PictureFormat& format) {
   FramePtr frame =
       crop(convertTo(*picture.frame, chooseLayout(picture, format), format.encoding), picture);
-  if (frame->format == format.alphaLayout) insertAlpha(*picture.alpha, *frame);
+  if (keepsAlpha(picture, format)) insertAlpha(*picture.alpha, *frame);
   frame->color_primaries = picture.frame->color_primaries;
   frame->color_trc = picture.frame->color_trc;
   copyColorProfile(*picture.frame, *frame);
