@@ -28,6 +28,7 @@
 #include "tlux/retinex.h"
 #include "tlux/selection.h"
 #include "tlux/simple_image.h"
+#include "tlux/smoothing.h"
 #include "tlux/statistics.h"
 #include "tlux/tone.h"
 #include "tlux/tone_stage.h"

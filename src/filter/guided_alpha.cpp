@@ -25,13 +25,15 @@ void guidedAlpha(MMemMgr manager, const img* guide, const img* input, img* a, im
   const std::int32_t height = (guide->height + step - 1) / step;
   if (!isCoefficientImage(a, width, height) || !isCoefficientImage(b, width, height)) return;
 
+  using Fit = CoefficientFit<TruncatingModel>;
+  using Rows = CoefficientRows<TruncatingModel::kCoefficients>;
   const Windows windows(guide->width, guide->height, radius);
-  const Scratch<double> sums(manager, CoefficientFit<1>::doublesNeeded(windows));
-  const Scratch<std::int32_t> row(manager, CoefficientRows<1>::valuesNeeded(guide->width, 1));
+  const Scratch<double> sums(manager, Fit::doublesNeeded(windows));
+  const Scratch<std::int32_t> row(manager, Rows::valuesNeeded(guide->width, 1));
   if (!sums || !row) return;
 
-  const CoefficientRows<1> rows(row.get(), guide->width, 1);
-  CoefficientFit<1> fit(rowsOf(guide), rowsOf(input), windows, rows, sums.get());
+  const Rows rows(row.get(), guide->width, 1);
+  Fit fit(rowsOf(guide), rowsOf(input), windows, rows, sums.get());
   fit.startAt(0);
   for (std::int32_t y = 0; y < guide->height; ++y) {
     fit.fit(y);

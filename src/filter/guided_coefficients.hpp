@@ -4,9 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <type_traits>
 
 #include "filter/guided_image.hpp"
+#include "filter/guided_models.hpp"
 #include "filter/window_means.hpp"
 
 // The two passes of the guided filter (K. He, J. Sun, X. Tang: Guided Image Filtering, IEEE TPAMI
@@ -14,16 +14,16 @@
 // a · I + b; the output is the mean of the functions of all windows that hold the pixel.
 namespace tlux {
 
-// Rows of coefficients, Q8: those of the channels, then b, each as wide as the image. Row y lies in
-// slot y modulo the number of slots; behind the slots is one row of zeros for rows outside.
-template <int Channels>
+// Rows of coefficients, each as wide as the image. Row y lies in slot y modulo the number of slots;
+// behind the slots is one row of zeros for rows outside.
+template <int Coefficients>
 struct CoefficientRows {
   std::int32_t* data;
   std::int32_t width;
   std::int32_t slots;
 
   static std::int64_t valuesNeeded(std::int32_t width, std::int32_t slots) {
-    return (std::int64_t{Channels + 1} * slots + 1) * width;
+    return (std::int64_t{Coefficients} * slots + 1) * width;
   }
   CoefficientRows(std::int32_t* memory, std::int32_t rowWidth, std::int32_t slotCount)
       : data(memory), width(rowWidth), slots(slotCount) {
@@ -39,42 +39,18 @@ struct CoefficientRows {
 
  private:
   std::int32_t* slot(std::int32_t index) const {
-    return data + std::int64_t{index} * (Channels + 1) * width;
+    return data + std::int64_t{index} * Coefficients * width;
   }
 };
 
-// The means that the fit needs: of each guide channel and the input (numbered behind the channels),
-// of the products of two channels, and of each channel and the input.
-template <int Channels>
-struct Moments {
-  struct Product {
-    int left;
-    int right;
-  };
-  static constexpr int kLinear = Channels + 1;
-  static constexpr int kProducts = Channels * (Channels + 1) / 2 + Channels;
-  static constexpr int kCount = kLinear + kProducts;
-
-  // Rows of the upper triangle with the input as last column: 00 01 02 0p 11 12 1p 22 2p.
-  static constexpr std::array<Product, kProducts> kProductsOf = [] {
-    std::array<Product, kProducts> products{};
-    std::size_t next = 0;
-    for (int left = 0; left < Channels; ++left) {
-      for (int right = left; right <= Channels; ++right) {
-        products[next++] = {left, right};
-      }
-    }
-    return products;
-  }();
-};
-
-// First pass. One channel: integer means, each truncated. Three channels: doubles.
-template <int Channels>
+// First pass.
+template <class Model>
 class CoefficientFit {
-  using Mean = std::conditional_t<Channels == 1, std::int32_t, double>;
-  using Means = WindowMeans<Moments<Channels>::kCount, Mean>;
-  // The channels and the input of two rows, apart, with a stride of whole doubles.
-  static constexpr int kPlanes = 2 * Moments<Channels>::kLinear;
+  using Mean = typename Model::Mean;
+  using Means = WindowMeans<Model::kMoments, Mean>;
+  using Rows = CoefficientRows<Model::kCoefficients>;
+  // The channels of two rows, apart, with a stride of whole doubles.
+  static constexpr int kPlanes = 2 * Model::kChannels;
   static std::int64_t planeStride(const Windows& windows) { return windows.width / 4 + 1; }
 
  public:
@@ -82,15 +58,16 @@ class CoefficientFit {
     return Means::doublesNeeded(windows) + kPlanes * planeStride(windows);
   }
 
-  CoefficientFit(ByteRows guide, ByteRows input, const Windows& windows,
-                 CoefficientRows<Channels> out, double* memory)
+  CoefficientFit(ByteRows guide, ByteRows input, const Windows& windows, Rows out, double* memory,
+                 const Model& model = {})
       : guide_(guide),
         input_(input),
         width_(windows.width),
         stride_(planeStride(windows)),
         planes_(memory),
         out_(out),
-        means_(windows, memory + kPlanes * stride_) {}
+        means_(windows, memory + kPlanes * stride_),
+        model_(model) {}
 
   // Prepares for fit(y), to be followed by y + 1 and so on.
   void startAt(std::int32_t y);
@@ -109,42 +86,69 @@ class CoefficientFit {
   std::int32_t width_;
   std::int64_t stride_;
   double* planes_;
-  CoefficientRows<Channels> out_;
+  Rows out_;
   Means means_;
+  Model model_;
 };
 
-// Second pass: the means of the coefficients, applied to the guide.
-template <int Channels>
-class CoefficientApplication {
-  using Means = WindowMeans<Channels + 1, std::int32_t>;
+// Second pass: the means of the coefficients.
+template <int Coefficients>
+class CoefficientMeans {
+  using Means = WindowMeans<Coefficients, std::int32_t>;
+  using Rows = CoefficientRows<Coefficients>;
 
  public:
+  using RowsOfMeans = std::array<const std::int32_t*, Coefficients>;
+
   static std::int64_t doublesNeeded(const Windows& windows) {
     return Means::doublesNeeded(windows);
   }
 
-  CoefficientApplication(CoefficientRows<Channels> coefficients, ByteRows guide,
-                         const Windows& windows, double* memory)
-      : coefficients_(coefficients), guide_(guide), means_(windows, memory) {}
+  CoefficientMeans(Rows coefficients, const Windows& windows, double* memory)
+      : coefficients_(coefficients), means_(windows, memory) {}
 
-  // Prepares for apply(y), to be followed by y + 1 and so on. Reads the coefficients up to row y +
-  // r.
+  // Takes the means of row y. Reads the coefficients up to row y + r.
   void startAt(std::int32_t y);
-  // Writes the pixels of row y; the guide's row may be the same memory. Reads the coefficients up
-  // to row y + r + 1.
-  void apply(std::int32_t y, std::int32_t first, std::int32_t end, std::uint8_t* out);
+  // Goes on to the next row, if there is one.
+  void advance();
+  // Of the row, from pixel `first` on.
+  RowsOfMeans from(std::int32_t first) const;
 
  private:
   auto differences();
 
-  CoefficientRows<Channels> coefficients_;
-  ByteRows guide_;
+  Rows coefficients_;
   Means means_;
 };
 
-extern template class CoefficientFit<1>;
-extern template class CoefficientFit<3>;
-extern template class CoefficientApplication<1>;
-extern template class CoefficientApplication<3>;
+// Applies mean coefficients to `count` pixels of the guide. The output may be the guide or the
+// input.
+template <class Model>
+void applyCoefficients(typename CoefficientMeans<Model::kCoefficients>::RowsOfMeans means,
+                       const std::uint8_t* guide, std::int32_t count, std::uint8_t* out);
+
+extern template class CoefficientFit<TruncatingModel>;
+extern template class CoefficientFit<ColourModel>;
+extern template class CoefficientFit<PlaneModel<1, 1>>;
+extern template class CoefficientFit<PlaneModel<1, 3>>;
+extern template class CoefficientFit<PlaneModel<3, 1>>;
+extern template class CoefficientMeans<2>;
+extern template class CoefficientMeans<4>;
+extern template class CoefficientMeans<6>;
+extern template void applyCoefficients<TruncatingModel>(
+    CoefficientMeans<TruncatingModel::kCoefficients>::RowsOfMeans, const std::uint8_t*,
+    std::int32_t, std::uint8_t*);
+extern template void applyCoefficients<ColourModel>(
+    CoefficientMeans<ColourModel::kCoefficients>::RowsOfMeans, const std::uint8_t*, std::int32_t,
+    std::uint8_t*);
+extern template void applyCoefficients<PlaneModel<1, 1>>(
+    CoefficientMeans<PlaneModel<1, 1>::kCoefficients>::RowsOfMeans, const std::uint8_t*,
+    std::int32_t, std::uint8_t*);
+extern template void applyCoefficients<PlaneModel<1, 3>>(
+    CoefficientMeans<PlaneModel<1, 3>::kCoefficients>::RowsOfMeans, const std::uint8_t*,
+    std::int32_t, std::uint8_t*);
+extern template void applyCoefficients<PlaneModel<3, 1>>(
+    CoefficientMeans<PlaneModel<3, 1>::kCoefficients>::RowsOfMeans, const std::uint8_t*,
+    std::int32_t, std::uint8_t*);
 
 } // namespace tlux

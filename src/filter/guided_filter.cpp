@@ -5,14 +5,14 @@
 namespace tlux {
 namespace {
 
-template <int Channels>
+template <class Model>
 void guidedFilter(MMemMgr manager, const img* guide, const img* input, img* output,
                   std::int32_t radius) {
-  if (!areGuidedImages(guide, Channels, input, output, radius)) return;
+  if (!areGuidedImages(guide, Model::kGuides, input, output, radius)) return;
   const Windows windows(guide->width, guide->height, radius);
-  const GuidedFilter<Channels> filter(manager, windows);
+  const GuidedFilter<Model> filter(manager, windows);
   if (!filter) return;
-  filter.run({rowsOf(guide), rowsOf(input), rowsOf(output)}, windows,
+  filter.run({rowsOf(guide), rowsOf(input), outputRowsOf(output)}, windows,
              {0, 0, guide->width, guide->height});
 }
 
@@ -20,9 +20,9 @@ void guidedFilter(MMemMgr manager, const img* guide, const img* input, img* outp
 } // namespace tlux
 
 void guided_filter_1d(MMemMgr manager, const img* I, const img* p, img* q, int32_t r) noexcept {
-  tlux::guidedFilter<1>(manager, I, p, q, r);
+  tlux::guidedFilter<tlux::TruncatingModel>(manager, I, p, q, r);
 }
 
 void guided_filter_3d(MMemMgr manager, const img* I, const img* p, img* q, int32_t r) noexcept {
-  tlux::guidedFilter<3>(manager, I, p, q, r);
+  tlux::guidedFilter<tlux::ColourModel>(manager, I, p, q, r);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "base/bands.hpp"
 #include "filter/guided_coefficients.hpp"
 #include "filter/guided_image.hpp"
 #include "platform/scratch.hpp"
@@ -12,7 +13,7 @@ namespace tlux {
 struct GuidedImages {
   ByteRows guide;
   ByteRows input;
-  ByteRows output;
+  OutputRows output;
 };
 
 // The images of a filter, when they are what it takes.
@@ -31,39 +32,56 @@ struct PixelRect {
 
 // The guided filter with both passes going down the image together: the second one follows r rows
 // behind the first, so only the coefficients of 2r + 2 rows are held. Test it before use.
-template <int Channels>
+template <class Model>
 class GuidedFilter {
-  using Fit = CoefficientFit<Channels>;
-  using Application = CoefficientApplication<Channels>;
-  using Rows = CoefficientRows<Channels>;
+  using Fit = CoefficientFit<Model>;
+  using Means = CoefficientMeans<Model::kCoefficients>;
+  using Rows = CoefficientRows<Model::kCoefficients>;
 
  public:
   // `largest` bounds the sizes that are filtered with this memory.
   GuidedFilter(MMemMgr manager, const Windows& largest)
-      : sums_(manager, Fit::doublesNeeded(largest) + Application::doublesNeeded(largest)),
+      : sums_(manager, Fit::doublesNeeded(largest) + Means::doublesNeeded(largest)),
         coefficients_(manager, Rows::valuesNeeded(largest.width, heldRows(largest))) {}
 
   explicit operator bool() const { return sums_ && coefficients_; }
 
   // Filters images of the size of `windows` and writes the pixels of `region`.
-  void run(const GuidedImages& images, const Windows& windows, const PixelRect& region) const {
+  void run(const GuidedImages& images, const Windows& windows, const PixelRect& region,
+           const Model& model = {}) const {
+    const auto applyTo = [&](std::int32_t y, const Means& means) {
+      const std::int64_t left = region.left;
+      applyCoefficients<Model>(means.from(region.left), images.guide[y] + left * Model::kGuides,
+                               region.right - region.left,
+                               images.output[y] + left * Model::kInputs);
+    };
+    forMeansOfRows(images.guide, images.input, windows, {region.top, region.bottom}, model,
+                   applyTo);
+  }
+
+  // Calls visit(y, CoefficientMeans) for the rows of a band. Guide and input may be overwritten up
+  // to the row of the call.
+  template <class Visit>
+  void forMeansOfRows(ByteRows guide, ByteRows input, const Windows& windows, Band band,
+                      const Model& model, Visit visit) const {
     const Rows rows(coefficients_.get(), windows.width, heldRows(windows));
     double* behindFit = sums_.get() + Fit::doublesNeeded(windows);
-    Fit first(images.guide, images.input, windows, rows, sums_.get());
-    Application second(rows, images.guide, windows, behindFit);
+    Fit first(guide, input, windows, rows, sums_.get(), model);
+    Means second(rows, windows, behindFit);
 
-    std::int32_t next = windows.firstRow(region.top);
+    std::int32_t next = windows.firstRow(band.first);
     const auto fitUpTo = [&](std::int32_t end) {
       for (; next < std::min(end, windows.height); ++next) {
         first.fit(next);
       }
     };
     first.startAt(next);
-    fitUpTo(region.top + windows.radiusY + 1);
-    second.startAt(region.top);
-    for (std::int32_t y = region.top; y < region.bottom; ++y) {
+    fitUpTo(band.first + windows.radiusY + 1);
+    second.startAt(band.first);
+    for (std::int32_t y = band.first; y < band.end; ++y) {
       fitUpTo(y + windows.radiusY + 2);
-      second.apply(y, region.left, region.right, images.output[y] + region.left);
+      visit(y, second);
+      second.advance();
     }
   }
 

@@ -7,7 +7,7 @@
 namespace tlux {
 namespace {
 
-constexpr std::int32_t kChannels = 3;
+constexpr std::int32_t kChannels = ColourModel::kGuides;
 constexpr std::int32_t kSmallestBlock = 256;
 
 // One side of a block, and of what is filtered for it: the windows of its pixels' windows.
@@ -46,7 +46,7 @@ void guidedFilterInBlocks(MMemMgr manager, const img* guide, const img* input, i
   const std::int32_t side = std::min(std::max(kSmallestBlock, 4 * radius), largestSide);
   const Windows largest(std::min(side + 4 * radius, width), std::min(side + 4 * radius, height),
                         radius);
-  const GuidedFilter<kChannels> filter(manager, largest);
+  const GuidedFilter<ColourModel> filter(manager, largest);
   if (!filter) return;
 
   for (std::int32_t top = 0; top < height; top += side) {
@@ -57,7 +57,7 @@ void guidedFilterInBlocks(MMemMgr manager, const img* guide, const img* input, i
       const GuidedImages block = {
           rowsOf(guide).from(haloLeft * kChannels, rows.haloBegin),
           rowsOf(input).from(haloLeft, rows.haloBegin),
-          rowsOf(output).from(haloLeft, rows.haloBegin),
+          outputRowsOf(output).from(haloLeft, rows.haloBegin),
       };
       filter.run(block, Windows(columns.haloSize(), rows.haloSize(), radius),
                  {columns.begin - columns.haloBegin, rows.begin - rows.haloBegin,

@@ -32,12 +32,12 @@ void runOnThreadsOrHere(Work&& work) {
 void guidedFilterOnThreads(MMemMgr manager, const img* guide, const img* input, img* output,
                            std::int32_t radius) {
   if (!areGuidedImages(guide, 1, input, output, radius)) return;
-  using Fit = CoefficientFit<1>;
-  using Application = CoefficientApplication<1>;
-  using Rows = CoefficientRows<1>;
+  using Model = TruncatingModel;
+  using Fit = CoefficientFit<Model>;
+  using Means = CoefficientMeans<Model::kCoefficients>;
+  using Rows = CoefficientRows<Model::kCoefficients>;
   const Windows windows(guide->width, guide->height, radius);
-  const std::int64_t share =
-      std::max(Fit::doublesNeeded(windows), Application::doublesNeeded(windows));
+  const std::int64_t share = std::max(Fit::doublesNeeded(windows), Means::doublesNeeded(windows));
   const Scratch<double> sums(manager, kWorkers * share);
   const Scratch<std::int32_t> coefficients(manager,
                                            Rows::valuesNeeded(windows.width, windows.height));
@@ -55,10 +55,11 @@ void guidedFilterOnThreads(MMemMgr manager, const img* guide, const img* input, 
     }
   });
   runOnThreadsOrHere([&](int band) {
-    Application application(rows, rowsOf(guide), windows, sums.get() + band * share);
-    application.startAt(firstRow(band));
+    Means means(rows, windows, sums.get() + band * share);
+    means.startAt(firstRow(band));
     for (std::int32_t y = firstRow(band); y < firstRow(band + 1); ++y) {
-      application.apply(y, 0, windows.width, rowsOf(output)[y]);
+      applyCoefficients<Model>(means.from(0), guide->rows[y], windows.width, output->rows[y]);
+      means.advance();
     }
   });
 }

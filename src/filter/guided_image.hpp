@@ -7,26 +7,42 @@
 
 namespace tlux {
 
-// The rows of a simple image of bytes, or of a rectangle in it.
-struct ByteRows {
-  std::uint8_t* const* rows = nullptr;
+// Rows of bytes: those of a table of pointers, as simple images have, or those of a plane, `pitch`
+// bytes apart.
+template <class Byte>
+struct BasicRows {
+  Byte* const* table = nullptr; // null for a plane
+  Byte* plane = nullptr;
+  std::ptrdiff_t pitch = 0;
   std::ptrdiff_t left = 0; // bytes
 
-  std::uint8_t* operator[](std::int32_t y) const { return rows[y] + left; }
-  ByteRows from(std::ptrdiff_t leftBytes, std::int32_t top) const {
-    return {rows + top, left + leftBytes};
+  Byte* operator[](std::int32_t y) const {
+    return (table != nullptr ? table[y] : plane + y * pitch) + left;
+  }
+  // The rows of a rectangle in these, which must be those of a table.
+  BasicRows from(std::ptrdiff_t leftBytes, std::int32_t top) const {
+    return {table + top, nullptr, 0, left + leftBytes};
   }
 };
+using ByteRows = BasicRows<const std::uint8_t>;
+using OutputRows = BasicRows<std::uint8_t>;
 
 inline ByteRows rowsOf(const img* image) {
-  return {image->rows, 0};
+  return {image->rows};
+}
+inline OutputRows outputRowsOf(const img* image) {
+  return {image->rows};
 }
 
 // The window means are exact for images of up to 2²⁸ pixels.
-inline bool isFilterable(const img* image) {
+inline bool isFilterableSize(std::int32_t width, std::int32_t height) {
   constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
-  return image != nullptr && image->rows != nullptr && image->width > 0 && image->height > 0 &&
-         std::int64_t{image->width} * image->height <= kMostPixels;
+  return width > 0 && height > 0 && std::int64_t{width} * height <= kMostPixels;
+}
+
+inline bool isFilterable(const img* image) {
+  return image != nullptr && image->rows != nullptr &&
+         isFilterableSize(image->width, image->height);
 }
 
 inline bool hasSamples(const img* image, std::int32_t channels, std::int32_t depth) {

@@ -1,0 +1,73 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/plane.hpp"
+#include "filter/guided_filter.hpp"
+
+// Guided filters on bare planes.
+namespace tlux {
+
+inline ByteRows rowsOf(Plane<const std::uint8_t> plane) {
+  return {nullptr, plane.data, plane.pitch};
+}
+inline OutputRows outputRowsOf(Plane<std::uint8_t> plane) {
+  return {nullptr, plane.data, plane.pitch};
+}
+
+// Whether a plane is one of `samples` bytes a pixel that can be filtered; an empty one is.
+template <class T>
+bool isPlane(Plane<T> plane, int samples = 1) {
+  const std::int64_t rowBytes =
+      std::int64_t{plane.width} * samples * static_cast<std::int64_t>(sizeof(T));
+  return plane.data != nullptr && plane.pitch >= rowBytes &&
+         (plane.width < 1 || plane.height < 1 || isFilterableSize(plane.width, plane.height));
+}
+
+inline bool isEmpty(std::int32_t width, std::int32_t height) {
+  return width < 1 || height < 1;
+}
+
+struct Smoothing {
+  std::int32_t radius;
+  std::int32_t epsilon;
+
+  bool isValid() const { return radius >= 0 && epsilon >= 1; }
+};
+
+// Planes of one size, whose pixels have as many samples as the model has guides and inputs.
+struct GuidedPlanes {
+  Plane<const std::uint8_t> guide;
+  Plane<const std::uint8_t> input;
+  Plane<std::uint8_t> output;
+};
+
+template <class Model>
+bool isFilterable(const GuidedPlanes& planes, Smoothing smoothing) {
+  return isPlane(planes.guide, Model::kGuides) && isPlane(planes.input, Model::kInputs) &&
+         isPlane(planes.output, Model::kInputs) && smoothing.isValid();
+}
+
+template <class Model>
+Model modelOf(Smoothing smoothing) {
+  Model model;
+  model.epsilon = smoothing.epsilon;
+  return model;
+}
+
+// Returns a result code; see TLUX_GuidedFilter1D().
+template <class Model>
+std::uint32_t filterGuided(MMemMgr manager, const GuidedPlanes& planes, Smoothing smoothing) {
+  if (!isFilterable<Model>(planes, smoothing)) return TLUX_ERR_INVALID_PARAM;
+  const std::int32_t width = planes.output.width;
+  const std::int32_t height = planes.output.height;
+  if (isEmpty(width, height)) return TLUX_OK;
+  const Windows windows(width, height, smoothing.radius);
+  const GuidedFilter<Model> filter(manager, windows);
+  if (!filter) return TLUX_ERR_NO_MEMORY;
+  filter.run({rowsOf(planes.guide), rowsOf(planes.input), outputRowsOf(planes.output)}, windows,
+             {0, 0, width, height}, modelOf<Model>(smoothing));
+  return TLUX_OK;
+}
+
+} // namespace tlux

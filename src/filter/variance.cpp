@@ -1,0 +1,33 @@
+#include "filter/guided_planes.hpp"
+#include "filter/local_moments.hpp"
+#include "tlux/smoothing.h"
+
+namespace tlux {
+namespace {
+
+[[gnu::noinline]] void roundVariances(const double* __restrict means,
+                                      const double* __restrict meanSquares, std::int32_t width,
+                                      std::uint16_t* __restrict out) {
+  for (std::int32_t x = 0; x < width; ++x) {
+    const double rounded = varianceOf(means[x], meanSquares[x]) + 0.5; // at most 16256.75
+    out[x] = static_cast<std::uint16_t>(static_cast<std::int32_t>(rounded));
+  }
+}
+
+} // namespace
+} // namespace tlux
+
+uint32_t TLUX_CalculateVairance(MMemMgr manager, const uint8_t* input, int32_t inputPitch,
+                                uint16_t* variance, int32_t variancePitch, int32_t width,
+                                int32_t height, int32_t radius) noexcept {
+  const tlux::Plane<const uint8_t> in{input, width, height, inputPitch};
+  const tlux::Plane<uint16_t> out{variance, width, height, variancePitch};
+  if (!tlux::isPlane(in) || !tlux::isPlane(out) || variancePitch % 2 != 0 || radius < 0) {
+    return TLUX_ERR_INVALID_PARAM;
+  }
+  if (tlux::isEmpty(width, height)) return TLUX_OK;
+  const auto writeRow = [&](int32_t y, const tlux::MomentRow<2>& row) {
+    tlux::roundVariances(row.means, row.meanSquares, width, out.row(y));
+  };
+  return tlux::forMomentsOfRows<2>(manager, in, radius, writeRow) ? TLUX_OK : TLUX_ERR_NO_MEMORY;
+}
