@@ -11,6 +11,7 @@
 #include "tlux/base.h"
 #include "tlux/box_blur.h"
 #include "tlux/copy.h"
+#include "tlux/detail.h"
 #include "tlux/engine.h"
 #include "tlux/equalization.h"
 #include "tlux/fast_guided_filter.h"

@@ -1,0 +1,166 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <cstdio>
+
+#include "base/fixed_point.hpp"
+#include "filter/guided_planes.hpp"
+#include "platform/scratch.hpp"
+#include "tlux/detail.h"
+#include "tlux/fast_guided_filter.h"
+#include "tlux/transfer.h"
+#include "tone/window_sums.hpp"
+
+// Light is the decimal logarithm of linear light, 12 bits and 1 to keep it above 0: log10 of
+// 1 / 4096 for black to 0 for white.
+namespace tlux {
+namespace {
+
+constexpr double kWhite = 4096.0;
+constexpr std::int32_t kStepsPerDecade = 4096;
+constexpr std::int32_t kEncodingSteps = 14798; // log10(4096) · kStepsPerDecade and 1
+
+std::array<float, 256> lightOfCodes() {
+  std::array<float, 256> light{};
+  for (std::size_t code = 0; code < light.size(); ++code) {
+    light[code] = static_cast<float>(std::log10((TLUX_Degamma_Table[code] + 1) / kWhite));
+  }
+  return light;
+}
+
+// Code i is that of the light −i / kStepsPerDecade. The steps are finer than those of codes.
+void fillEncoding(std::uint8_t* codes) {
+  for (std::int32_t i = 0; i < kEncodingSteps; ++i) {
+    const double linear =
+        kWhite * std::pow(10.0, -static_cast<double>(i) / kStepsPerDecade) - 0.5; // −1, rounded
+    codes[i] = TLUX_Gamma_Table8[clampTo(saturatingTrunc<std::int32_t>(linear), 0, 4095)];
+  }
+}
+
+std::uint8_t encode(float light, const std::uint8_t* codes) {
+  const float step = -light * kStepsPerDecade + 0.5f;
+  return codes[static_cast<std::int32_t>(
+      std::clamp(step, 0.0f, static_cast<float>(kEncodingSteps - 1)))];
+}
+
+struct Range {
+  float least;
+  float most;
+};
+
+// The planes of floats that the split works in, each of the size of the picture.
+struct WorkPlanes {
+  WorkPlanes(MMemMgr manager, std::int64_t pixels)
+      : light(manager, pixels),
+        slope(manager, pixels),
+        offset(manager, pixels),
+        unused(manager, pixels) {}
+  explicit operator bool() const { return light && slope && offset && unused; }
+
+  Scratch<float> light;
+  Scratch<float> slope;
+  Scratch<float> offset;
+  Scratch<float> unused;
+};
+
+struct BaseFilter {
+  std::int32_t radius;
+  float epsilon;
+};
+
+void writeLight(Plane<const std::uint8_t> in, const std::array<float, 256>& lightOf, float* out) {
+  for (std::int32_t y = 0; y < in.height; ++y) {
+    const std::uint8_t* row = in.row(y);
+    out =
+        std::transform(row, row + in.width, out, [&](std::uint8_t code) { return lightOf[code]; });
+  }
+}
+
+// Leaves the base layer, mean(a) · light + mean(b), in `offset`.
+std::uint32_t splitBase(MMemMgr manager, Plane<const std::uint8_t> in,
+                        const std::array<float, 256>& lightOf, const BaseFilter& filter,
+                        const WorkPlanes& work) {
+  const auto [data, width, height, pitch] = in;
+  writeLight(in, lightOf, work.light.get());
+  std::uint32_t result =
+      GuideBlock(manager, work.light.get(), work.light.get(), height, width, width,
+                 work.slope.get(), work.offset.get(), filter.radius, filter.epsilon);
+  if (result != TLUX_OK) return result;
+  float* meanSlope = work.light.get(); // the light is known from the codes
+  result = BlockMeanVar(manager, work.slope.get(), height, width, width, meanSlope,
+                        work.unused.get(), filter.radius);
+  if (result != TLUX_OK) return result;
+  float* meanOffset = work.slope.get();
+  result = BlockMeanVar(manager, work.offset.get(), height, width, width, meanOffset,
+                        work.unused.get(), filter.radius);
+  if (result != TLUX_OK) return result;
+  std::ptrdiff_t i = 0;
+  for (std::int32_t y = 0; y < height; ++y) {
+    for (std::int32_t x = 0; x < width; ++x, ++i) {
+      work.offset[i] = meanSlope[i] * lightOf[in.row(y)[x]] + meanOffset[i];
+    }
+  }
+  return TLUX_OK;
+}
+
+Range rangeOf(const float* values, std::int64_t count) {
+  Range range = {values[0], values[0]};
+  for (std::int64_t i = 1; i < count; ++i) {
+    range.least = std::min(range.least, values[i]);
+    range.most = std::max(range.most, values[i]);
+  }
+  return range;
+}
+
+// The factor that brings the range to `decades`, 1 for a range that is not larger.
+float scaleFactor(const Range& range, double decades) {
+  const auto present = static_cast<double>(range.most - range.least);
+  return present > decades ? static_cast<float>(decades / present) : 1.0f;
+}
+
+std::uint32_t compressBase(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::uint8_t> out,
+                           const BaseFilter& filter, double decades) {
+  const std::int64_t pixels = std::int64_t{in.width} * in.height;
+  const WorkPlanes work(manager, pixels);
+  const Scratch<std::uint8_t> codes(manager, kEncodingSteps);
+  if (!work || !codes) return TLUX_ERR_NO_MEMORY;
+  const std::array<float, 256> lightOf = lightOfCodes();
+  const std::uint32_t result = splitBase(manager, in, lightOf, filter, work);
+  if (result != TLUX_OK) return result;
+
+  const float* base = work.offset.get();
+  const Range range = rangeOf(base, pixels);
+  const float scale = scaleFactor(range, decades);
+  std::printf("maxBaseLayer = %f, minBaseLayer = %f", static_cast<double>(range.most),
+              static_cast<double>(range.least));
+  std::printf("ScaleFactor= %f\n", static_cast<double>(scale));
+
+  fillEncoding(codes.get());
+  for (std::int32_t y = 0; y < in.height; ++y) {
+    const std::uint8_t* inRow = in.row(y);
+    std::uint8_t* outRow = out.row(y);
+    for (std::int32_t x = 0; x < in.width; ++x, ++base) {
+      const float detail = lightOf[inRow[x]] - *base;
+      outRow[x] = encode(range.most + scale * (*base - range.most) + detail, codes.get());
+    }
+  }
+  return TLUX_OK;
+}
+
+} // namespace
+} // namespace tlux
+
+uint32_t BaseDetail(MMemMgr manager, const uint8_t* input, int32_t inputPitch, uint8_t* output,
+                    int32_t outputPitch, int32_t width, int32_t height, int32_t radius, float eps,
+                    float contrast) noexcept {
+  const tlux::Plane<const uint8_t> in{input, width, height, inputPitch};
+  const tlux::Plane<uint8_t> out{output, width, height, outputPitch};
+  if (!tlux::isPlane(in) || !tlux::isPlane(out) || !tlux::isWindowRadius(radius) || !(eps > 0) ||
+      !(contrast > 1)) {
+    return TLUX_ERR_INVALID_PARAM;
+  }
+  if (tlux::isEmpty(width, height)) return TLUX_OK;
+  return tlux::compressBase(manager, in, out, {radius, eps},
+                            std::log10(static_cast<double>(contrast)));
+}

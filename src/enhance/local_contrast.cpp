@@ -1,0 +1,85 @@
+#include <algorithm>
+#include <cmath>
+
+#include "filter/guided_planes.hpp"
+#include "filter/local_moments.hpp"
+#include "tlux/detail.h"
+
+// Contrast about the local mean: every pixel moves away from the mean of its window, or towards it,
+// by a gain.
+namespace tlux {
+namespace {
+
+constexpr std::int32_t kLargestGain = 16384; // Q10
+constexpr std::int32_t kLargestDeviation = 127;
+
+std::uint8_t roundToByte(double value) {
+  return static_cast<std::uint8_t>(static_cast<std::int32_t>(std::clamp(value + 0.5, 0.0, 255.0)));
+}
+
+double fromQ10(std::int32_t gain) {
+  return gain / 1024.0;
+}
+
+[[gnu::noinline]] void applyGain(const std::uint8_t* __restrict samples,
+                                 const double* __restrict means, double gain, std::int32_t width,
+                                 std::uint8_t* __restrict out) {
+  for (std::int32_t x = 0; x < width; ++x) {
+    out[x] = roundToByte(means[x] + gain * (samples[x] - means[x]));
+  }
+}
+
+// gain = deviation / σ, from 1 to the largest.
+[[gnu::noinline]] void applyAdaptiveGain(const std::uint8_t* __restrict samples,
+                                         const double* __restrict means,
+                                         const double* __restrict meanSquares, double deviation,
+                                         double largestGain, std::int32_t width,
+                                         std::uint8_t* __restrict out) {
+  const double smallest = deviation / largestGain;
+  for (std::int32_t x = 0; x < width; ++x) {
+    const double sigma = std::sqrt(varianceOf(means[x], meanSquares[x]));
+    const double gain = deviation / std::clamp(sigma, smallest, deviation);
+    out[x] = roundToByte(means[x] + gain * (samples[x] - means[x]));
+  }
+}
+
+// Checks what the filters have in common and calls writeRow(row, out) for all rows.
+template <int Moments, class WriteRow>
+std::uint32_t enhance(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::uint8_t> out,
+                      std::int32_t radius, WriteRow writeRow) {
+  if (!isPlane(in) || !isPlane(out) || radius < 0) return TLUX_ERR_INVALID_PARAM;
+  if (isEmpty(in.width, in.height)) return TLUX_OK;
+  const auto visit = [&](std::int32_t y, const MomentRow<Moments>& row) {
+    writeRow(row, out.row(y));
+  };
+  return forMomentsOfRows<Moments>(manager, in, radius, visit) ? TLUX_OK : TLUX_ERR_NO_MEMORY;
+}
+
+} // namespace
+} // namespace tlux
+
+uint32_t LeeFilterEnhancement(MMemMgr manager, const uint8_t* input, int32_t inputPitch,
+                              uint8_t* output, int32_t outputPitch, int32_t width, int32_t height,
+                              int32_t radius, int32_t gain) noexcept {
+  if (gain < 0 || gain > tlux::kLargestGain) return TLUX_ERR_INVALID_PARAM;
+  return tlux::enhance<1>(
+      manager, {input, width, height, inputPitch}, {output, width, height, outputPitch}, radius,
+      [=](const tlux::MomentRow<1>& row, uint8_t* out) {
+        tlux::applyGain(row.samples, row.means, tlux::fromQ10(gain), width, out);
+      });
+}
+
+uint32_t ImgEnhancement(MMemMgr manager, const uint8_t* input, int32_t inputPitch, uint8_t* output,
+                        int32_t outputPitch, int32_t width, int32_t height, int32_t radius,
+                        int32_t deviation, int32_t largestGain) noexcept {
+  if (deviation < 1 || deviation > tlux::kLargestDeviation || largestGain < 1024 ||
+      largestGain > tlux::kLargestGain) {
+    return TLUX_ERR_INVALID_PARAM;
+  }
+  return tlux::enhance<2>(
+      manager, {input, width, height, inputPitch}, {output, width, height, outputPitch}, radius,
+      [=](const tlux::MomentRow<2>& row, uint8_t* out) {
+        tlux::applyAdaptiveGain(row.samples, row.means, row.meanSquares, deviation,
+                                tlux::fromQ10(largestGain), width, out);
+      });
+}
