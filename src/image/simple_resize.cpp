@@ -10,8 +10,12 @@ void resizeSimple(const img* source, const img* target) {
   const std::int64_t channels = source->channels;
   if (!holds(source, source->height, source->width * channels)) return;
   if (!holds(target, target->height, target->width * channels)) return;
-  resizeBilinear<CornerAligned>(
-      {source->width, source->height}, {target->width, target->height}, channels,
+  if (source->width <= 0 || source->height <= 0 || target->width <= 0 || target->height <= 0)
+    return;
+  interpolate<CornerAligned>(
+      {{source->width, target->width}, source->width},
+      {{source->height, target->height}, source->height}, {channels, 1},
+      {target->width * channels, 0, target->height},
       [source](std::int64_t y) { return source->rows[y]; },
       [target](std::int64_t y) { return target->rows[y]; });
 }

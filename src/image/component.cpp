@@ -1,0 +1,77 @@
+#include "image/component.hpp"
+
+namespace tlux {
+namespace {
+
+// Packed 4:2:2: luma on every second byte, Cb and Cr in turn on the others.
+Components packed422(std::uint8_t lumaOffset) {
+  const auto chromaOffset = static_cast<std::uint8_t>(1 - lumaOffset);
+  return {{{{0, lumaOffset, 2, 1, 0, 0, false}, {0, chromaOffset, 2, 2, 1, 0, true}}}, 2};
+}
+
+std::int64_t halved(std::int32_t size, int shift) {
+  return size >> shift;
+}
+
+} // namespace
+
+Components componentsOf(const Format& format) {
+  switch (format.code) {
+    case TLUX_FMT_YCBYCR:
+    case TLUX_FMT_YCBYCR_2:
+      return packed422(0);
+    case TLUX_FMT_CBYCRY:
+    case TLUX_FMT_YCBYCR_4:
+      return packed422(1);
+    case TLUX_FMT_YCBYCR_5:
+    case TLUX_FMT_YCBYCR_6:
+    case TLUX_FMT_YCBYCR_7:
+    case TLUX_FMT_YCBYCR_8:
+    case TLUX_FMT_BAYER:
+      return {};
+    default:
+      break;
+  }
+  Components components{};
+  components.list[0] = {0, 0, 1, format.pixelBytes, 0, 0, false};
+  components.count = format.planes;
+  const auto chromaChannels = static_cast<std::uint8_t>(format.planes == 2 ? 2 : 1);
+  for (int plane = 1; plane < format.planes; ++plane) {
+    components.list[static_cast<std::size_t>(plane)] = {static_cast<std::uint8_t>(plane),
+                                                        0,
+                                                        1,
+                                                        chromaChannels,
+                                                        format.chromaShiftX,
+                                                        format.chromaShiftY,
+                                                        true};
+  }
+  return components;
+}
+
+ComponentPlane planeOf(const TLUX_IMAGE& image, const Component& component) {
+  const std::int64_t width = halved(image.width, component.shiftX);
+  const std::int64_t height = halved(image.height, component.shiftY);
+  const bool isPackedChroma = component.isChroma && component.step == 2;
+  const std::int64_t rowSamples = isPackedChroma ? image.width : width * component.channels;
+  std::uint8_t* plane = image.plane[component.plane];
+  return {plane == nullptr ? nullptr : plane + component.offset, image.pitch[component.plane],
+          width, height, rowSamples};
+}
+
+std::int64_t rowBytesOf(const Format& format, int plane, std::int32_t width) {
+  if (plane == 0) return std::int64_t{format.pixelBytes} * width;
+  return halved(width, format.chromaShiftX) * (format.planes == 2 ? 2 : 1);
+}
+
+bool isComplete(const TLUX_IMAGE& image, const Format& format) {
+  if (image.width <= 0 || image.height <= 0) return false;
+  for (int plane = 0; plane < format.planes; ++plane) {
+    const std::int64_t rowBytes = rowBytesOf(format, plane, image.width);
+    const std::int64_t rows = plane == 0 ? image.height : halved(image.height, format.chromaShiftY);
+    if (rowBytes == 0 || rows == 0) continue;
+    if (image.plane[plane] == nullptr || image.pitch[plane] < rowBytes) return false;
+  }
+  return true;
+}
+
+} // namespace tlux

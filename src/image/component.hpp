@@ -1,0 +1,55 @@
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "image/format.hpp"
+
+namespace tlux {
+
+// Samples of a format that are treated together, at one resolution: a component, the pair of an
+// interleaved chroma plane, or all bytes of a colour pixel.
+struct Component {
+  std::uint8_t plane;
+  std::uint8_t offset;   // bytes before the first sample of a row
+  std::uint8_t step;     // bytes from one sample to the next
+  std::uint8_t channels; // samples of a pixel
+  std::uint8_t shiftX;   // log2 of luma columns per pixel of the component
+  std::uint8_t shiftY;   // log2 of luma rows per row of the component
+  bool isChroma;
+};
+
+struct Components {
+  std::array<Component, 3> list;
+  int count; // 0 for formats whose samples are not bytes, or lie in an unknown order
+
+  const Component* begin() const { return list.data(); }
+  const Component* end() const { return list.data() + count; }
+};
+
+Components componentsOf(const Format& format);
+
+// One component of an image. The last pixel of a packed row may be cut: an image of odd width has
+// one chroma sample behind its last pair.
+struct ComponentPlane {
+  std::uint8_t* data; // null when the image has no such plane, or nothing in it
+  std::int64_t pitch;
+  std::int64_t width;      // whole pixels
+  std::int64_t height;     // rows
+  std::int64_t rowSamples; // including those of a cut pixel
+
+  std::uint8_t* row(std::int64_t y) const { return data + y * pitch; }
+  bool isEmpty() const { return rowSamples == 0 || height == 0; }
+};
+
+ComponentPlane planeOf(const TLUX_IMAGE& image, const Component& component);
+
+// Bytes of a row of a plane that hold samples.
+std::int64_t rowBytesOf(const Format& format, int plane, std::int32_t width);
+
+// Whether the image has a size, and every plane that holds samples is there with rows that do not
+// overlap.
+bool isComplete(const TLUX_IMAGE& image, const Format& format);
+
+} // namespace tlux

@@ -1,0 +1,189 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "reference/resize.hpp"
+#include "reference/simple_tools.hpp"
+#include "support/guarded_buffer.hpp"
+#include "support/random.hpp"
+#include "tlux/resize.h"
+
+namespace tlux::test {
+namespace {
+
+using ResizePlane = uint32_t(const std::uint8_t*, std::int32_t, std::int32_t, std::int32_t,
+                             std::uint8_t*, std::int32_t, std::int32_t, std::int32_t);
+
+struct Resize {
+  int sourceWidth, sourceHeight, width, height;
+};
+
+constexpr Resize kResizes[] = {
+    {1, 1, 1, 1},     {1, 1, 9, 5},     {9, 5, 1, 1},    {2, 3, 7, 8},    {3, 2, 4, 1},
+    {8, 8, 4, 4},     {4, 4, 8, 8},     {7, 9, 530, 3},  {1100, 3, 7, 9}, {33, 21, 34, 20},
+    {640, 5, 641, 6}, {3, 700, 700, 3}, {513, 4, 512, 4}};
+
+std::vector<std::int16_t> cubicTable(int a) {
+  std::vector<std::int16_t> table(TLUX_CUBIC_TABLE_SIZE);
+  EXPECT_EQ(InitCubicCoeffTab(table.data(), a), TLUX_OK);
+  return table;
+}
+
+class Resized {
+ public:
+  Resized(Random& random, const Resize& r, int low, int high, ResizePlane* resize)
+      : source_(
+            static_cast<std::size_t>((r.sourceWidth + 3) * (r.sourceHeight - 1) + r.sourceWidth)),
+        target_(r.width, r.height, r.width + 5),
+        channel_{source_.data(), r.sourceWidth, r.sourceHeight, r.sourceWidth + 3} {
+    random.fill(source_.bytes(), low, high);
+    EXPECT_EQ(resize(source_.data(), r.sourceWidth, r.sourceHeight, r.sourceWidth + 3,
+                     target_.data(), r.width, r.height, r.width + 5),
+              TLUX_OK);
+    EXPECT_TRUE(target_.isIntact());
+    EXPECT_TRUE(source_.isIntact());
+  }
+
+  int at(int x, int y) const { return target_.data()[y * target_.pitch() + x]; }
+  const reference::Channel& source() const { return channel_; }
+
+ private:
+  GuardedBuffer source_;
+  GuardedPlane target_;
+  reference::Channel channel_;
+};
+
+// Calls check(resized, resize, x, y) for every output sample of every resize.
+template <class Check>
+void forEachSample(ResizePlane* resize, int low, int high, Check check) {
+  Random random(1);
+  for (const Resize& r : kResizes) {
+    SCOPED_TRACE(testing::Message()
+                 << r.sourceWidth << "x" << r.sourceHeight << " to " << r.width << "x" << r.height);
+    const Resized resized(random, r, low, high, resize);
+    for (int y = 0; y < r.height; ++y) {
+      for (int x = 0; x < r.width; ++x) {
+        ASSERT_NO_FATAL_FAILURE(check(resized, r, x, y)) << x << "," << y;
+      }
+    }
+  }
+}
+
+// Truncations within 1.25 of 1/128 of the rounded value, and weights of 1/65536.
+TEST(ResizeBilinear, IsTheRoundedInterpolationAtAlignedCentres) {
+  constexpr double kTolerance = 0.5 + 1.25 / 128 + 2 * 255 / 65536.0;
+  forEachSample(asfImageResize_BL_C1, 0, 255,
+                [&](const Resized& resized, const Resize& r, int x, int y) {
+                  const reference::Channel& in = resized.source();
+                  ASSERT_EQ(resized.at(x, y), reference::bilinear(in, r.width, r.height, x, y));
+                  const double exact = reference::centreAligned(
+                      {in.data, in.width, in.height, in.pitch, 1}, r.width, r.height, x, y);
+                  ASSERT_NEAR(resized.at(x, y), exact, kTolerance);
+                });
+}
+
+TEST(ResizeBicubic, IsTheClampedCubicConvolution) {
+  const auto table = cubicTable(TLUX_CUBIC_SHARP);
+  forEachSample(
+      ImageResize_Cubic_C1, 0, 255, [&](const Resized& resized, const Resize& r, int x, int y) {
+        const reference::Channel& in = resized.source();
+        ASSERT_EQ(resized.at(x, y), reference::bicubic(in, r.width, r.height, x, y, table.data()));
+        const double exact = reference::bicubicExact(in, r.width, r.height, x, y, -0.75);
+        ASSERT_NEAR(resized.at(x, y), exact, 1.0); // positions of 1/1024, slopes of up to 255·1.3
+      });
+}
+
+TEST(ResizeBicubic, TakesTheTableOfTheCaller) {
+  static const auto table = cubicTable(TLUX_CUBIC_SMOOTH);
+  const auto resize = [](const std::uint8_t* source, std::int32_t w, std::int32_t h, std::int32_t s,
+                         std::uint8_t* target, std::int32_t tw, std::int32_t th, std::int32_t ts) {
+    return Resize_Bicubic_8u_C1(source, w, h, s, target, tw, th, ts, table.data());
+  };
+  forEachSample(resize, 0, 255, [&](const Resized& resized, const Resize& r, int x, int y) {
+    const double exact = reference::bicubicExact(resized.source(), r.width, r.height, x, y, -0.5);
+    ASSERT_NEAR(resized.at(x, y), exact, 1.0);
+  });
+  // Whatever the table holds, the call stays in its planes and defined.
+  const std::vector<std::int16_t> wild(TLUX_CUBIC_TABLE_SIZE, -32768);
+  std::vector<std::uint8_t> source(64, 255);
+  std::vector<std::uint8_t> target(100);
+  EXPECT_EQ(Resize_Bicubic_8u_C1(source.data(), 8, 8, 8, target.data(), 10, 10, 10, wild.data()),
+            TLUX_OK);
+}
+
+TEST(CubicTable, HoldsKeysWeights) {
+  for (const int a : {-256, TLUX_CUBIC_SHARP, TLUX_CUBIC_SMOOTH, -1, 0}) {
+    const auto table = cubicTable(a);
+    for (int phase = 0; phase < TLUX_CUBIC_PHASES; ++phase) {
+      const std::int16_t* weights = table.data() + 4 * phase;
+      ASSERT_EQ(weights[0] + weights[1] + weights[2] + weights[3], 16384);
+      for (int tap = 0; tap < 4; ++tap) {
+        const double exact = 16384 * reference::keys(a / 256.0, tap - 1 - phase / 1024.0);
+        ASSERT_NEAR(weights[tap], exact, tap == 1 || tap == 2 ? 2.0 : 0.5) << phase;
+      }
+    }
+  }
+  std::int16_t entry = 7;
+  EXPECT_EQ(InitCubicCoeffTab(nullptr, -128), TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(InitCubicCoeffTab(&entry, -257), TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(InitCubicCoeffTab(&entry, 1), TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(entry, 7);
+}
+
+class PlaneResizers : public testing::TestWithParam<ResizePlane*> {};
+INSTANTIATE_TEST_SUITE_P(All, PlaneResizers,
+                         testing::Values(asfImageResize_BL_C1, ImageResize_Cubic_C1));
+
+TEST_P(PlaneResizers, KeepFlatPlanesAndEqualSizes) {
+  for (const int level : {0, 1, 128, 255}) {
+    forEachSample(GetParam(), level, level, [&](const Resized& flat, const Resize&, int x, int y) {
+      ASSERT_EQ(flat.at(x, y), level);
+    });
+  }
+  Random random(2);
+  for (const Resize& r : kResizes) {
+    const Resized copy(random, {r.width, r.height, r.width, r.height}, 0, 255, GetParam());
+    for (int y = 0; y < r.height; ++y) {
+      for (int x = 0; x < r.width; ++x) {
+        ASSERT_EQ(copy.at(x, y), copy.source().at(x, y));
+      }
+    }
+    // The columns of equal width are copied too while the rows change.
+    const Resized stretched(random, {r.width, 1, r.width, r.height}, 0, 255, GetParam());
+    for (int x = 0; x < r.width; ++x) {
+      ASSERT_EQ(stretched.at(x, r.height - 1), stretched.source().at(x, 0));
+    }
+  }
+}
+
+TEST_P(PlaneResizers, RefuseBadPlanes) {
+  std::uint8_t source[64] = {};
+  std::uint8_t target[64];
+  std::fill(std::begin(target), std::end(target), std::uint8_t{9});
+  struct Case {
+    const std::uint8_t* source;
+    int sourceWidth, sourceHeight, sourceStride;
+    std::uint8_t* target;
+    int width, height, stride;
+  };
+  for (const Case& c : {Case{nullptr, 4, 4, 4, target, 4, 4, 4},
+                        {source, 4, 4, 4, nullptr, 4, 4, 4},
+                        {source, 0, 4, 4, target, 4, 4, 4},
+                        {source, 4, -1, 4, target, 4, 4, 4},
+                        {source, 4, 4, 3, target, 4, 4, 4},
+                        {source, 4, 4, 4, target, 0, 4, 4},
+                        {source, 4, 4, 4, target, 4, -4, 4},
+                        {source, 4, 4, 4, target, 4, 4, -4}}) {
+    EXPECT_EQ(GetParam()(c.source, c.sourceWidth, c.sourceHeight, c.sourceStride, c.target, c.width,
+                         c.height, c.stride),
+              TLUX_ERR_INVALID_PARAM);
+  }
+  EXPECT_TRUE(std::all_of(std::begin(target), std::end(target), [](auto v) { return v == 9; }));
+  EXPECT_EQ(Resize_Bicubic_8u_C1(source, 4, 4, 4, target, 4, 4, 4, nullptr),
+            TLUX_ERR_INVALID_PARAM);
+}
+
+} // namespace
+} // namespace tlux::test
