@@ -34,5 +34,6 @@
 #include "tlux/tone.h"
 #include "tlux/tone_stage.h"
 #include "tlux/transfer.h"
+#include "tlux/upscale.h"
 
 #endif /* TLUX_H */
