@@ -22,6 +22,7 @@
 #include "tlux/image_list.h"
 #include "tlux/mark.h"
 #include "tlux/mask.h"
+#include "tlux/nv21_tools.h"
 #include "tlux/platform.h"
 #include "tlux/region.h"
 #include "tlux/resample.h"
