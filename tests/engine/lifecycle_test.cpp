@@ -1,10 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "support/fault_injection.hpp"
+#include "support/pool.hpp"
 #include "tlux/engine.h"
-#include "tlux/platform.h"
 #include "tlux/transfer.h"
 
 namespace tlux::test {
@@ -23,9 +21,7 @@ TEST(Engine, StartsEmptyWithItsTables) {
 }
 
 TEST(Engine, ReleasesEverythingItHolds) {
-  std::vector<std::uint64_t> memory(2048);
-  MMemMgr pool = MMemMgrCreate(memory.data(), memory.size() * 8);
-  const auto whole = GetMaxAllocMemSize(pool);
+  const Pool pool(16384);
   TLUX_ENGINE* engine = nullptr;
   ASSERT_EQ(TLUX_Init(pool, &engine), TLUX_OK);
   engine->gainLut = static_cast<uint16_t*>(MMemAlloc(pool, 100));
@@ -34,16 +30,14 @@ TEST(Engine, ReleasesEverythingItHolds) {
     ASSERT_EQ(TLUX_CreateImage_IMK(&image, 8, 8, TLUX_FMT_GRAY, pool), TLUX_OK);
   }
   EXPECT_EQ(TLUX_Uninit(pool, engine), TLUX_OK);
-  EXPECT_EQ(GetMaxAllocMemSize(pool), whole);
+  EXPECT_TRUE(pool.isWhole());
 }
 
 TEST(Engine, RefusesWhatItCannotDo) {
-  std::uint64_t memory[8];
-  MMemMgr tooSmall = MMemMgrCreate(memory, sizeof memory);
-  TLUX_ENGINE* const untouched = reinterpret_cast<TLUX_ENGINE*>(memory);
-  TLUX_ENGINE* engine = untouched;
-  EXPECT_EQ(TLUX_Init(tooSmall, &engine), TLUX_ERR_NO_MEMORY);
-  EXPECT_EQ(engine, untouched);
+  TLUX_ENGINE other{};
+  TLUX_ENGINE* engine = &other;
+  EXPECT_EQ(TLUX_Init(Pool(64), &engine), TLUX_ERR_NO_MEMORY);
+  EXPECT_EQ(engine, &other);
   EXPECT_EQ(TLUX_Init(nullptr, nullptr), TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(TLUX_Uninit(nullptr, nullptr), TLUX_ERR_NO_MEMORY);
 }

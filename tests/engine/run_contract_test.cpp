@@ -1,16 +1,14 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <functional>
-#include <limits>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "engine/scoped_engine.hpp"
 #include "support/fault_injection.hpp"
+#include "support/pool.hpp"
 #include "tlux/mark.h"
-#include "tlux/platform.h"
 #include "tlux/tone_stage.h"
 
 namespace tlux::test {
@@ -28,45 +26,47 @@ struct Call {
 };
 
 TEST(Run, RejectsUnfitArgumentsAndWritesNothing) {
-  using Damage = std::function<void(Call&, TLUX_IMAGE & source, TLUX_IMAGE & output)>;
+  using Damage = void (*)(Call & call, TLUX_IMAGE & source, TLUX_IMAGE & output);
+#define DAMAGE(CHANGE)                                  \
+  {                                                     \
+#CHANGE, [](auto& call, auto& source, auto& output) { \
+    static_cast<void>(call), static_cast<void>(source), static_cast<void>(output); CHANGE; } \
+  }
   const std::pair<const char*, Damage> kDamages[] = {
-      {"mode 0", [](Call& call, auto&, auto&) { call.mode = 0; }},
-      {"mode 2", [](Call& call, auto&, auto&) { call.mode = 2; }},
-      {"no engine", [](Call& call, auto&, auto&) { call.engine = nullptr; }},
-      {"no source", [](Call& call, auto&, auto&) { call.source = nullptr; }},
-      {"no output", [](Call& call, auto&, auto&) { call.output = nullptr; }},
-      {"no strength", [](Call& call, auto&, auto&) { call.strength = nullptr; }},
-      {"nothing but mode 2",
-       [](Call& call, auto&, auto&) {
-         call = {{}, {}, 2, {}, {}};
-       }},
-      {"odd width", [](Call&, auto& source, auto&) { source.width = 159; }},
-      {"odd height", [](Call&, auto& source, auto&) { source.height = 95; }},
-      {"negative width", [](Call&, auto& source, auto&) { source.width = -160; }},
-      {"negative height", [](Call&, auto& source, auto&) { source.height = -96; }},
-      {"source luma missing", [](Call&, auto& source, auto&) { source.plane[0] = nullptr; }},
-      {"source chroma missing", [](Call&, auto& source, auto&) { source.plane[1] = nullptr; }},
-      {"planar source", [](Call&, auto& source, auto&) { source.format = TLUX_FMT_YCBCR420_P; }},
-      {"4:2:2 source", [](Call&, auto& source, auto&) { source.format = TLUX_FMT_YCBCR422_YPUV; }},
-      {"source luma pitch", [](Call&, auto& source, auto&) { source.pitch[0] = 159; }},
-      {"source chroma pitch", [](Call&, auto& source, auto&) { source.pitch[1] = 159; }},
-      {"output luma missing", [](Call&, auto&, auto& output) { output.plane[0] = nullptr; }},
-      {"output chroma missing", [](Call&, auto&, auto& output) { output.plane[1] = nullptr; }},
-      {"grey output", [](Call&, auto&, auto& output) { output.format = TLUX_FMT_GRAY; }},
-      {"output luma pitch", [](Call&, auto&, auto& output) { output.pitch[0] = 150; }},
-      {"output chroma pitch", [](Call&, auto&, auto& output) { output.pitch[1] = -160; }},
-      {"narrow output", [](Call&, auto&, auto& output) { output.width = 158; }},
-      {"low output", [](Call&, auto&, auto& output) { output.height = 94; }},
-      {"in place", [](Call&, auto& s, auto& output) { output.plane[0] = s.plane[0]; }},
+      DAMAGE(call.mode = 0),
+      DAMAGE(call.mode = 2),
+      DAMAGE(call.engine = nullptr),
+      DAMAGE(call.source = nullptr),
+      DAMAGE(call.output = nullptr),
+      DAMAGE(call.strength = nullptr),
+      DAMAGE(call = Call{}),
+      DAMAGE(source.width = 159),
+      DAMAGE(source.height = 95),
+      DAMAGE(source.width = -160),
+      DAMAGE(source.height = -96),
+      DAMAGE(source.plane[0] = nullptr),
+      DAMAGE(source.plane[1] = nullptr),
+      DAMAGE(source.format = TLUX_FMT_YCBCR420_P),
+      DAMAGE(source.format = TLUX_FMT_YCBCR422_YPUV),
+      DAMAGE(source.pitch[0] = 159),
+      DAMAGE(source.pitch[1] = 159),
+      DAMAGE(output.plane[0] = nullptr),
+      DAMAGE(output.plane[1] = nullptr),
+      DAMAGE(output.format = TLUX_FMT_GRAY),
+      DAMAGE(output.pitch[0] = 150),
+      DAMAGE(output.pitch[1] = -160),
+      DAMAGE(output.width = 158),
+      DAMAGE(output.height = 94),
+      DAMAGE(output.plane[0] = source.plane[0]), // in place
   };
+#undef DAMAGE
   ScopedEngine engine;
   const TLUX_ENGINE fresh = engine.state();
+  Frame source(kSmall, Scene::kWindow);
+  const Frame original(kSmall, Scene::kWindow);
+  Frame output(kSmall);
   for (const auto& [name, damage] : kDamages) {
     SCOPED_TRACE(name);
-    Frame source(kSmall, Scene::kWindow);
-    Frame original(kSmall, Scene::kWindow);
-    Frame output(kSmall);
-    Frame blank(kSmall);
     TLUX_IMAGE sourceRecord = source.image();
     TLUX_IMAGE outputRecord = output.image();
     Call call{&engine.state(), &sourceRecord, 1, &outputRecord, &kStrength};
@@ -74,7 +74,7 @@ TEST(Run, RejectsUnfitArgumentsAndWritesNothing) {
     EXPECT_EQ(TLUX_RunDynamicRangeOptimizationImage(nullptr, call.engine, call.source, call.mode,
                                                     call.output, call.strength, 0),
               TLUX_ERR_INVALID_PARAM);
-    EXPECT_TRUE(source == original && output == blank);
+    EXPECT_TRUE(source == original && output == Frame(kSmall));
     EXPECT_EQ(MMemCmp(&engine.state(), &fresh, sizeof fresh), 0);
   }
 }
@@ -129,25 +129,6 @@ TEST(Run, DoesNotDependOnEarlierFrames) {
   }
 }
 
-TEST(Run, GivesTheSameBytesAHundredTimes) {
-  ScopedEngine engine;
-  Frame source({330, 250}, Scene::kWindow);
-  Frame first({330, 250});
-  ASSERT_EQ(engine.run(source, first, kStrength), TLUX_OK);
-  for (int i = 0; i < 100; ++i) {
-    Frame output({330, 250});
-    ASSERT_EQ(engine.run(source, output, kStrength), TLUX_OK);
-    ASSERT_TRUE(output == first);
-  }
-}
-
-struct Pool {
-  explicit Pool(std::size_t bytes)
-      : memory(bytes / 8), manager(MMemMgrCreate(memory.data(), memory.size() * 8)) {}
-  std::vector<std::uint64_t> memory;
-  MMemMgr manager;
-};
-
 // What the interface promises a run to need, beside the engine itself.
 std::size_t promisedBytes(const FrameShape& shape) {
   const auto referencePixels = static_cast<std::size_t>(shape.width / 16 * 2) *
@@ -162,41 +143,41 @@ TEST(Run, NeedsNoMoreMemoryThanPromisedAndNoHeapBesideAPool) {
     Frame output(shape);
     Frame heapOutput(shape);
     Pool pool(promisedBytes(shape));
-    const auto whole = GetMaxAllocMemSize(pool.manager);
     {
-      ScopedEngine engine(pool.manager);
+      ScopedEngine engine(pool);
       const long heapCalls = allocationCount();
       const std::uint32_t result = engine.run(source, output, kStrength);
       EXPECT_EQ(allocationCount(), heapCalls);
       ASSERT_EQ(result, TLUX_OK);
     }
-    EXPECT_EQ(GetMaxAllocMemSize(pool.manager), whole);
+    EXPECT_TRUE(pool.isWhole());
     ScopedEngine engine;
     ASSERT_EQ(engine.run(source, heapOutput, kStrength), TLUX_OK);
     EXPECT_TRUE(output == heapOutput);
   }
 }
 
-TEST(Run, KeepsNoMoreForAStreamThanForAFrame) {
+TEST(Run, GivesTheSameBytesAndKeepsNoMoreForAStreamThanForAFrame) {
   constexpr FrameShape kTiny{48, 32};
   Frame source(kTiny, Scene::kWindow);
   Frame output(kTiny);
   Pool pool(promisedBytes(kTiny));
-  ScopedEngine pooled(pool.manager);
+  ScopedEngine pooled(pool);
   ScopedEngine heaped;
   ASSERT_EQ(pooled.run(source, output, kStrength), TLUX_OK);
   ASSERT_EQ(heaped.run(source, output, kStrength), TLUX_OK);
-  const auto free = GetMaxAllocMemSize(pool.manager);
+  const auto free = pool.largestFree();
   const long live = liveAllocations();
   const TLUX_ENGINE first = pooled.state();
+  Frame latest(kTiny);
   for (int i = 0; i < 2000; ++i) {
-    ASSERT_EQ(pooled.run(source, output, kStrength), TLUX_OK);
-    ASSERT_EQ(GetMaxAllocMemSize(pool.manager), free);
+    ASSERT_EQ(pooled.run(source, latest, kStrength), TLUX_OK);
+    ASSERT_TRUE(latest == output);
+    ASSERT_EQ(pool.largestFree(), free);
   }
-  for (int i = 0; i < 20; ++i) {
+  for (int i = 0; i < 20; ++i)
     ASSERT_EQ(heaped.run(source, output, kStrength), TLUX_OK);
-    ASSERT_EQ(liveAllocations(), live);
-  }
+  EXPECT_EQ(liveAllocations(), live);
   EXPECT_EQ(MMemCmp(&pooled.state(), &first, sizeof first), 0);
 }
 
@@ -219,7 +200,7 @@ void runThroughFault(Frame& source, Frame& expected, std::uint32_t code) {
     } else {
       EXPECT_EQ(result, code);
       EXPECT_TRUE(faultFired());
-      EXPECT_TRUE(output.luma().isIntact() && output.chroma().isIntact());
+      EXPECT_TRUE(output.isIntact());
       ++failures;
     }
   }
@@ -251,7 +232,7 @@ TEST(Run, FailsCleanlyInEveryPoolThatIsTooSmall) {
   int failures = 0;
   for (std::size_t bytes = 1024; bytes < promisedBytes(kSmall); bytes += 4096) {
     Pool pool(bytes);
-    ScopedEngine engine(pool.manager);
+    ScopedEngine engine(pool);
     Frame output(kSmall);
     const std::uint32_t result = engine.run(source, output, kStrength);
     if (result == TLUX_OK) {

@@ -11,10 +11,10 @@
 #include <utility>
 #include <vector>
 
-#include "filter/test_image.hpp"
 #include "reference/guided_filter.hpp"
 #include "support/fault_injection.hpp"
 #include "support/random.hpp"
+#include "support/simple_image.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/platform.h"
 #include "tlux/smoothing.h"

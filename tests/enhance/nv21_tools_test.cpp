@@ -51,8 +51,8 @@ TEST(GuideFilterNv21, FiltersEachChannelWithItself) {
       for (const int radius : {0, 1, 4, 2147483647}) {
         const Picture source = randomPicture(random, format, size.width, size.height, 5);
         Picture expected = randomPicture(random, format, size.width, size.height, 5);
-        Frame in(source);
-        Frame out(expected);
+        Frame in = frameOf(source);
+        Frame out = frameOf(expected);
         ASSERT_EQ(GuideFilterNV21(nullptr, in.get(), out.get(), radius), TLUX_OK);
         ASSERT_EQ(GuideFilterNV21(nullptr, in.get(), in.get(), radius), TLUX_OK);
         Picture inPlace = source;
@@ -69,8 +69,9 @@ TEST(GuideFilterNv21, FiltersEachChannelWithItself) {
             channel.at(inPlace, x, y) = filtered[static_cast<std::size_t>(i)];
           }
         }
-        ASSERT_TRUE(out.holds(expected)) << size.width << "x" << size.height << " r " << radius;
-        ASSERT_TRUE(in.holds(inPlace));
+        ASSERT_TRUE(out == frameOf(expected))
+            << size.width << "x" << size.height << " r " << radius;
+        ASSERT_TRUE(in == frameOf(inPlace));
       }
     }
   }
@@ -111,15 +112,15 @@ TEST(GuideFilterNv21, FiltersAChannelByAnyGuide) {
 TEST(GuideFilterNv21, ReleasesEverythingWhenMemoryIsShort) {
   Random random(3);
   const Picture source = randomPicture(random, TLUX_FMT_YCBCR420_YPVU, 20, 10, 0);
-  Frame in(source);
+  Frame in = frameOf(source);
   const Picture before = randomPicture(random, TLUX_FMT_YCBCR420_YPVU, 20, 10, 0);
   const int faults = sweepFaults(failAllocation, [&] {
-    Frame out(before);
+    Frame out = frameOf(before);
     const long live = liveAllocations();
     const std::uint32_t outcome = GuideFilterNV21(nullptr, in.get(), out.get(), 2);
     EXPECT_EQ(liveAllocations(), live);
     EXPECT_EQ(outcome, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
-    EXPECT_EQ(out.holds(before), faultFired());
+    EXPECT_EQ(out == frameOf(before), faultFired());
   });
   EXPECT_GE(faults, 3);
   std::uint8_t plane[16] = {};
@@ -134,13 +135,13 @@ TEST(ChromaPlanes, ComeApartAndTogether) {
   for (const std::uint32_t format : kSemiPlanar) {
     for (const Size& size : kSizes) {
       const Picture source = randomPicture(random, format, size.width, size.height, 5);
-      Frame frame(source);
+      Frame frame = frameOf(source);
       const auto chroma = channelsOf(format, size.width, size.height)[1];
       const int pitch = chroma.width + 3;
       GuardedPlane u(chroma.width, chroma.height, pitch);
       GuardedPlane v(chroma.width, chroma.height, pitch);
       ASSERT_EQ(ExtractUVchannel(frame.get(), u.data(), v.data(), pitch), TLUX_OK);
-      EXPECT_TRUE(u.isIntact() && v.isIntact() && frame.holds(source));
+      EXPECT_TRUE(u.isIntact() && v.isIntact() && frame == frameOf(source));
       const bool isCrFirst = format == TLUX_FMT_YCBCR420_YPVU;
       const Plane cb = channelOf(source, isCrFirst ? 2 : 1);
       const Plane cr = channelOf(source, isCrFirst ? 1 : 2);
@@ -150,7 +151,7 @@ TEST(ChromaPlanes, ComeApartAndTogether) {
         ASSERT_EQ(v.data()[at], cr[static_cast<std::size_t>(i)]);
       }
       Picture other = randomPicture(random, format, size.width, size.height, 5);
-      Frame target(other);
+      Frame target = frameOf(other);
       ASSERT_EQ(PushUVchannel(u.data(), v.data(), pitch, target.get()), TLUX_OK);
       for (int y = 0; y < chroma.height; ++y) {
         for (int x = 0; x < chroma.width; ++x) {
@@ -160,7 +161,7 @@ TEST(ChromaPlanes, ComeApartAndTogether) {
           }
         }
       }
-      ASSERT_TRUE(target.holds(other));
+      ASSERT_TRUE(target == frameOf(other));
     }
   }
 }
@@ -171,8 +172,8 @@ TEST(FormatI444ToNv21, TakesMeansOfBlocks) {
     const Picture source = randomPicture(random, TLUX_FMT_YCBCR444_P, size.width, size.height, 5);
     const Picture before =
         randomPicture(random, TLUX_FMT_YCBCR420_YPVU, size.width, size.height, 5);
-    Frame in(source);
-    Frame out(before);
+    Frame in = frameOf(source);
+    Frame out = frameOf(before);
     ASSERT_EQ(FormatI444TONV21(in.get(), out.get()), TLUX_OK);
     Picture expected = before;
     const auto from = channelsOf(source.format, size.width, size.height);
@@ -188,7 +189,7 @@ TEST(FormatI444ToNv21, TakesMeansOfBlocks) {
         }
       }
     }
-    ASSERT_TRUE(out.holds(expected)) << size.width << "x" << size.height;
+    ASSERT_TRUE(out == frameOf(expected)) << size.width << "x" << size.height;
   }
 }
 
@@ -199,8 +200,8 @@ TEST(GaussSmoothI444, SmoothsTheChosenPlanes) {
       const std::uint32_t format = TLUX_FMT_YCBCR444_P;
       const Picture source = randomPicture(random, format, size.width, size.height, 5);
       const Picture before = randomPicture(random, format, size.width, size.height, 5);
-      Frame in(source);
-      Frame out(before);
+      Frame in = frameOf(source);
+      Frame out = frameOf(before);
       ASSERT_EQ(GaussSmoothI444(in.get(), out.get(), planes), TLUX_OK);
       const Picture expected =
           mapped(source, before,
@@ -214,7 +215,7 @@ TEST(GaussSmoothI444, SmoothsTheChosenPlanes) {
                    }
                    return sum / 16;
                  });
-      ASSERT_TRUE(out.holds(expected)) << size.width << "x" << size.height << " " << planes;
+      ASSERT_TRUE(out == frameOf(expected)) << size.width << "x" << size.height << " " << planes;
     }
   }
 }
@@ -226,8 +227,8 @@ TEST(ImageRollOver, TurnsEveryComponent) {
       for (std::uint32_t flags = 0; flags < 4; ++flags) {
         const Picture source = randomPicture(random, format, size.width, size.height, 5);
         const Picture before = randomPicture(random, format, size.width, size.height, 5);
-        Frame in(source);
-        Frame out(before);
+        Frame in = frameOf(source);
+        Frame out = frameOf(before);
         const std::uint32_t outcome = ImageRollOver(in.get(), out.get(), flags);
         if ((format >> 8) == 5) {
           ASSERT_EQ(outcome, TLUX_ERR_UNSUPPORTED);
@@ -239,7 +240,7 @@ TEST(ImageRollOver, TurnsEveryComponent) {
               return p.at((flags & TLUX_ROLL_COLUMNS) != 0 ? p.width - 1 - x : x,
                           (flags & TLUX_ROLL_ROWS) != 0 ? p.height - 1 - y : y);
             });
-        ASSERT_TRUE(out.holds(expected)) << std::hex << format << " " << flags;
+        ASSERT_TRUE(out == frameOf(expected)) << std::hex << format << " " << flags;
       }
     }
   }
@@ -268,11 +269,11 @@ TEST(Nv21Tools, RefuseBadFrames) {
     const Picture source = randomPicture(random, tool.from, 8, 6, 0);
     const Picture before = randomPicture(random, tool.to, 8, 6, 0);
     const auto outcomeOf = [&](auto change) {
-      Frame in(source);
-      Frame out(before);
+      Frame in = frameOf(source);
+      Frame out = frameOf(before);
       change(*in.get(), *out.get());
       const std::uint32_t outcome = tool.run(in.get(), out.get());
-      EXPECT_TRUE(outcome == TLUX_OK || out.holds(before));
+      EXPECT_TRUE(outcome == TLUX_OK || out == frameOf(before));
       return outcome;
     };
     EXPECT_EQ(outcomeOf([](Image&, Image&) {}), TLUX_OK);
@@ -283,13 +284,13 @@ TEST(Nv21Tools, RefuseBadFrames) {
     EXPECT_EQ(outcomeOf([](Image&, Image& out) { out.height = 0; }), TLUX_ERR_INVALID_PARAM);
     EXPECT_EQ(outcomeOf([](Image& in, Image& out) { in.format = out.format = 0x300; }),
               TLUX_ERR_UNSUPPORTED);
-    Frame out(before);
+    Frame out = frameOf(before);
     EXPECT_EQ(tool.run(nullptr, out.get()), TLUX_ERR_INVALID_PARAM);
-    Frame in(source);
+    Frame in = frameOf(source);
     EXPECT_EQ(tool.run(in.get(), nullptr), TLUX_ERR_INVALID_PARAM);
   }
-  Frame frame(randomPicture(random, kNv21, 8, 6, 0));
-  Frame other(randomPicture(random, kNv21, 8, 6, 0));
+  Frame frame = frameOf(randomPicture(random, kNv21, 8, 6, 0));
+  Frame other = frameOf(randomPicture(random, kNv21, 8, 6, 0));
   EXPECT_EQ(ExtractUVchannel(frame.get(), nullptr, planes[1], 4), TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(ExtractUVchannel(frame.get(), planes[0], planes[1], 3), TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(PushUVchannel(planes[0], nullptr, 4, frame.get()), TLUX_ERR_INVALID_PARAM);

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "reference/loops.hpp"
 #include "support/random.hpp"
 #include "tlux/statistics.h"
 
@@ -46,7 +47,7 @@ TEST(ReduceBlock, ReplacesSpecksOrNothing) {
   for (const auto& [width, height] : {std::pair{5, 5}, {4, 9}, {9, 4}, {37, 21}, {200, 40}}) {
     for (const int rarity : {2, 10, 30, 60, 400}) {
       for (const std::int64_t level : {-1000ll, 0ll, 60ll, 215ll, 216ll, 1ll << 62, -1ll << 63}) {
-        Bytes source(static_cast<std::size_t>(width * height));
+        Bytes source(width * height);
         for (auto& v : source) {
           const bool isSpeck = random.bits() % static_cast<unsigned>(rarity) == 0;
           v = static_cast<std::uint8_t>(isSpeck ? random.intBetween(180, 255)
@@ -69,8 +70,7 @@ TEST(ReduceBlock, ReplacesSpecksOrNothing) {
 TEST(ReduceBlock, FollowsTheRuleOnAnyContent) {
   Random random(2);
   for (const auto& [low, high] : {std::pair{0, 255}, {180, 255}, {250, 255}, {255, 255}}) {
-    Bytes source(64 * 48);
-    random.fill(std::span(source), low, high);
+    const Bytes source = random.values<std::uint8_t>(64 * 48, low, high);
     Bytes actual(source.size());
     AME_ReduceBlock(source.data(), actual.data(), 64, 48, 20);
     EXPECT_EQ(actual, despeckled(source, 64, 48, 20));
@@ -78,21 +78,18 @@ TEST(ReduceBlock, FollowsTheRuleOnAnyContent) {
 }
 
 TEST(ConvertTo8Bit, RepeatsTheBorder) {
-  Bytes table(256);
   Random random(3);
-  random.fill(std::span(table));
+  const Bytes table = random.values<std::uint8_t>(256);
   for (const auto& [width, height] : {std::pair{1, 1}, {1, 4}, {5, 1}, {7, 3}}) {
-    std::vector<std::int64_t> source(static_cast<std::size_t>(width * height));
-    random.fill(std::span(source), 0, 255);
-    Bytes actual(static_cast<std::size_t>((width + 2) * (height + 2)));
+    const auto source = random.values<std::int64_t>(width * height, 0, 255);
+    Bytes actual((width + 2) * (height + 2));
     EXPECT_EQ(AME_ConvertTo8Bit(actual.data(), source.data(), width, height, table.data()), 0);
-    for (int y = 0; y < height + 2; ++y) {
-      for (int x = 0; x < width + 2; ++x) {
-        const int sx = std::clamp(x - 1, 0, width - 1);
-        const int sy = std::clamp(y - 1, 0, height - 1);
-        EXPECT_EQ(actual[y * (width + 2) + x], table[source[sy * width + sx]]);
-      }
-    }
+    EXPECT_EQ(actual,
+              reference::mapPixels(width + 2, height + 2, [&, w = width, h = height](int x, int y) {
+                const int sx = std::clamp(x - 1, 0, w - 1);
+                const int sy = std::clamp(y - 1, 0, h - 1);
+                return table[source[sy * w + sx]];
+              }));
   }
 }
 

@@ -39,17 +39,5 @@ TEST(FillLightCurve, IsFlatWithoutStrength) {
   AME_GenerateFillLighrGainLUT(nullptr, 50, 1024);
 }
 
-// Gains rise towards e^1.33 and fall symmetrically.
-TEST(FillLightCurve, RisesAndFallsMonotonically) {
-  const auto curve = curveOf(50, 1024);
-  EXPECT_EQ(curve[0], 1024);
-  for (int k = 1; k < 32768; ++k) {
-    ASSERT_GE(curve[k], k == 1 ? 1024 : curve[k - 1]);
-    ASSERT_NEAR(curve[k] * curve[65536 - k], 1 << 20, 2600);
-  }
-  EXPECT_EQ(curve[32767], 3871);
-  EXPECT_EQ(curve[32768], kBefore);
-}
-
 } // namespace
 } // namespace tlux::test

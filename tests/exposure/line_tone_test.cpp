@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <numeric>
 #include <vector>
 
 #include "reference/gain_lines.hpp"
@@ -25,12 +26,10 @@ TEST(LineTone, LumaMatchesTheFormulaForEveryCodeAndGain) {
   Bytes chroma(256);
   for (int gain = 0; gain < 65536; gain += gain < 5000 ? 1 : 61) {
     const std::vector<std::uint16_t> gains(256, static_cast<std::uint16_t>(gain));
-    for (int code = 0; code < 256; ++code) {
-      luma[code] = static_cast<std::uint8_t>(code);
-    }
+    std::iota(luma.begin(), luma.end(), std::uint8_t{0});
     toneLine(1, luma, chroma, 256, gains);
     for (int code = 0; code < 256; ++code) {
-      ASSERT_EQ(luma[code], reference::tonedLuma(static_cast<std::uint8_t>(code), gain)) << gain;
+      ASSERT_EQ(luma[code], reference::mapLuma(code, gain)) << gain;
     }
   }
 }
@@ -48,9 +47,7 @@ TEST(LineTone, LumaRatioIsTheTruncatedQuotient) {
 TEST(LineTone, ChromaMatchesTheFormulaForEveryCode) {
   const std::vector<std::uint16_t> degamma(256, 4);
   Bytes gamma(4096);
-  for (int i = 0; i < 4096; ++i) {
-    gamma[i] = static_cast<std::uint8_t>(i);
-  }
+  std::iota(gamma.begin(), gamma.end(), std::uint8_t{0});
   const int width = 512;
   Bytes chroma(width);
   Bytes luma(width);
@@ -80,17 +77,14 @@ TEST(LineTone, WorksInGroupsOfFourAndLeavesOddRowsTheirChroma) {
   Random random(2);
   for (const int width : {1, 2, 3, 4, 5, 63, 64, 129, 254, 300}) {
     for (const int row : {0, 1, 2, 7}) {
-      Bytes luma(static_cast<std::size_t>(width) + 8);
-      Bytes chroma(luma.size());
-      std::vector<std::uint16_t> gains(luma.size());
-      random.fill(std::span(luma));
-      random.fill(std::span(chroma));
-      random.fill(std::span(gains), 0, 4096);
+      Bytes luma = random.values<std::uint8_t>(width + 8);
+      Bytes chroma = random.values<std::uint8_t>(width + 8);
+      const auto gains = random.values<std::uint16_t>(width + 8, 0, 4096);
       Bytes expectedLuma = luma;
       Bytes expectedChroma = chroma;
       const int touched = (width + 3) / 4 * 4;
       for (int x = 0; x < touched; ++x) {
-        expectedLuma[x] = reference::tonedLuma(luma[x], gains[x]);
+        expectedLuma[x] = reference::mapLuma(luma[x], gains[x]);
       }
       for (int x = 0; row % 2 == 0 && x < touched; ++x) {
         const int k = x / 2 * 2;
@@ -104,21 +98,6 @@ TEST(LineTone, WorksInGroupsOfFourAndLeavesOddRowsTheirChroma) {
   }
 }
 
-// Below neutral the change is eased in, above it is not; unity and black pairs change nothing.
-TEST(LineTone, EasesTheLowerSideOfNeutralOnly) {
-  Bytes luma = {40, 40, 0, 0};
-  Bytes chroma = {110, 146, 110, 146};
-  toneLine(0, luma, chroma, 4, {4096, 4096, 1024, 1024});
-  EXPECT_EQ(luma[0], luma[1]);
-  EXPECT_GT(luma[0], 70);
-  const int ratio = luma[0] * 1024 / 40;
-  EXPECT_EQ(chroma[1], (18 * ratio >> 10) + 128);
-  EXPECT_GT(110 - chroma[0], 0);
-  EXPECT_LT(110 - chroma[0], chroma[1] - 146);
-  EXPECT_EQ(chroma[2], 110);
-  EXPECT_EQ(chroma[3], 146);
-}
-
 TEST(LineTone, TakesNullAndEmptyRows) {
   Bytes luma(4, 50);
   Bytes chroma(4, 60);
@@ -129,11 +108,12 @@ TEST(LineTone, TakesNullAndEmptyRows) {
     toneLine(0, luma, chroma, width, gains);
     toneLine(1, luma, chroma, width, gains);
   }
-  AME_NV21NV12_LineTone(0, nullptr, chroma.data(), 4, gains.data(), degamma, gamma);
-  AME_NV21NV12_LineTone(0, luma.data(), nullptr, 4, gains.data(), degamma, gamma);
-  AME_NV21NV12_LineTone(0, luma.data(), chroma.data(), 4, nullptr, degamma, gamma);
-  AME_NV21NV12_LineTone(0, luma.data(), chroma.data(), 4, gains.data(), nullptr, gamma);
-  AME_NV21NV12_LineTone(0, luma.data(), chroma.data(), 4, gains.data(), degamma, nullptr);
+  for (int missing = 0; missing < 5; ++missing) {
+    AME_NV21NV12_LineTone(0, missing == 0 ? nullptr : luma.data(),
+                          missing == 1 ? nullptr : chroma.data(), 4,
+                          missing == 2 ? nullptr : gains.data(), missing == 3 ? nullptr : degamma,
+                          missing == 4 ? nullptr : gamma);
+  }
   EXPECT_EQ(luma, Bytes(4, 50));
   EXPECT_EQ(chroma, Bytes(4, 60));
   AME_NV21NV12_LineTone(1, luma.data(), nullptr, 4, gains.data(), degamma, gamma);

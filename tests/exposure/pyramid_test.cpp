@@ -8,7 +8,6 @@
 #include "exposure/contents.hpp"
 #include "support/fault_injection.hpp"
 #include "support/guarded_buffer.hpp"
-#include "tlux/platform.h"
 #include "tlux/statistics.h"
 
 namespace tlux::test {
@@ -108,20 +107,12 @@ TEST(PyramidFilter, MatchesTheFormula) {
 }
 
 TEST(PyramidFilter, WorksInPlaceAndWithoutStatistics) {
-  const LogPlane source = makePlane(Content::kNoise, 75, 50, 0, 30000);
-  LogPlane inPlace = source;
+  LogPlane plane = makePlane(Content::kNoise, 75, 50, 0, 30000);
+  const auto expected = reference::pyramidBase(plane, 4000);
   Samples scratch(4000);
-  AME_PyramidFilter(nullptr, nullptr, inPlace.samples.data(), 75, 50, inPlace.samples.data(), 75,
-                    50, scratch.data(), 4000);
-  EXPECT_EQ(inPlace.samples, reference::pyramidBase(source, 4000)->samples);
-}
-
-// The mean of a re-centred plane is negative; a uniform plane is its own base all the same.
-TEST(PyramidFilter, KeepsAUniformPlane) {
-  for (const int value : {-4000, -1, 1, 2500}) {
-    const LogPlane source = makePlane(Content::kUniform, 120, 67, value, value);
-    EXPECT_EQ(filter(source, 120 * 67 / 2).output.samples, source.samples);
-  }
+  AME_PyramidFilter(nullptr, nullptr, plane.samples.data(), 75, 50, plane.samples.data(), 75, 50,
+                    scratch.data(), 4000);
+  EXPECT_EQ(plane.samples, expected->samples);
 }
 
 // With any shortage the output and the statistics stay as they were; the least scratch that the

@@ -108,26 +108,24 @@ TEST(Downscale, WritesNoMoreThanItCan) {
 }
 
 TEST(Conversions, ReplaceEverySampleAndReturnTheMean) {
-  std::vector<std::uint32_t> table(16384);
-  Random(3).fill(std::span(table));
+  const auto table = Random(3).values<std::uint32_t>(16384);
   for (const auto& [width, height] : {std::pair{1, 1}, {31, 7}, {130, 2}}) {
     const LogPlane source = makePlane(Content::kNoise, width, height, 0, 16383);
     LogPlane expected = source;
     for (std::int16_t& v : expected.samples) {
       v = static_cast<std::int16_t>(table[static_cast<std::size_t>(v)]);
     }
-    LogPlane apart(width, height);
     LogPlane inPlace = source;
-    for (auto& [from, to] :
-         {std::pair{&source.samples, &apart.samples},
-          {static_cast<const std::vector<std::int16_t>*>(&inPlace.samples), &inPlace.samples}}) {
-      EXPECT_EQ(AME_LogTable_mageMean(from->data(), to->data(), table.data(), width, height),
+    LogPlane apart(width, height);
+    for (LogPlane* to : {&apart, &inPlace}) {
+      const LogPlane& from = to == &apart ? source : inPlace;
+      EXPECT_EQ(AME_LogTable_mageMean(from.samples.data(), to->samples.data(), table.data(), width,
+                                      height),
                 reference::mean(expected));
-      EXPECT_EQ(*to, expected.samples);
+      EXPECT_EQ(to->samples, expected.samples);
     }
 
-    std::vector<std::uint32_t> roots(32832);
-    Random(4).fill(std::span(roots));
+    const auto roots = Random(4).values<std::uint32_t>(32832);
     LogPlane energy = makePlane(Content::kNoise, width, height, -32768, 32767);
     energy.samples.back() = 32767;
     expected = energy;
@@ -157,8 +155,7 @@ TEST(Conversions, ShiftWrapsIn16Bits) {
 
 // Over the whole range of its inputs, products that leave 32 bits included, and in place.
 TEST(Score, MatchesTheFormula) {
-  std::vector<std::uint32_t> reciprocals(65536);
-  Random(5).fill(std::span(reciprocals));
+  auto reciprocals = Random(5).values<std::uint32_t>(65536);
   for (int d = 1; d < 6000; ++d) {
     reciprocals[static_cast<std::size_t>(d)] = 524288u / static_cast<unsigned>(d);
   }

@@ -10,8 +10,8 @@
 #include "reference/box_blur.hpp"
 #include "support/fault_injection.hpp"
 #include "support/guarded_buffer.hpp"
+#include "support/pool.hpp"
 #include "support/random.hpp"
-#include "tlux/platform.h"
 
 namespace tlux::test {
 namespace {
@@ -23,6 +23,8 @@ struct Member {
                             int radius, int path = 0) {
     return Blur(manager, plane, width, height, pitch, radius, path);
   }
+  static constexpr std::int64_t kMin = std::numeric_limits<Sample>::min();
+  static constexpr std::int64_t kMax = std::numeric_limits<Sample>::max();
 };
 
 template <class T>
@@ -42,11 +44,9 @@ void expectFormula(int width, int height, int pitch, int radius, std::int64_t lo
   using Sample = typename M::Sample;
   SCOPED_TRACE(testing::Message() << width << "x" << height << " pitch " << pitch << " radius "
                                   << radius << " range " << low << ".." << high);
-  const auto count = static_cast<std::size_t>((height - 1) * pitch + width);
-  std::vector<Sample> expected(count);
   Random random(static_cast<std::uint32_t>(width * 1000 + height * 10 + radius));
-  random.fill(std::span(expected), low, high);
-  GuardedBuffer buffer(count * sizeof(Sample));
+  auto expected = random.values<Sample>((height - 1) * pitch + width, low, high);
+  GuardedBuffer buffer(expected.size() * sizeof(Sample));
   auto* plane = reinterpret_cast<Sample*>(buffer.data());
   std::copy(expected.begin(), expected.end(), plane);
 
@@ -57,8 +57,8 @@ void expectFormula(int width, int height, int pitch, int radius, std::int64_t lo
 }
 
 TYPED_TEST(BoxBlur, EqualsTheFormulaForAllSmallSizesAndRadii) {
-  constexpr std::int64_t kMin = std::numeric_limits<typename TypeParam::Sample>::min();
-  constexpr std::int64_t kMax = std::numeric_limits<typename TypeParam::Sample>::max();
+  constexpr auto kMin = TypeParam::kMin;
+  constexpr auto kMax = TypeParam::kMax;
   for (const int width : {1, 2, 3, 7, 8, 9, 16, 33}) {
     for (const int height : {1, 2, 3, 5, 8, 17}) {
       for (const int radius : {1, 2, 3, 4, 7, 8, 9, 16}) {
@@ -71,8 +71,8 @@ TYPED_TEST(BoxBlur, EqualsTheFormulaForAllSmallSizesAndRadii) {
 // All but one of the window sums, means and clamps are at an end of their range here: the largest
 // radii of each sum width, the first one whose reciprocal is 0, and planes of extremes.
 TYPED_TEST(BoxBlur, EqualsTheFormulaAtTheLimits) {
-  constexpr std::int64_t kMin = std::numeric_limits<typename TypeParam::Sample>::min();
-  constexpr std::int64_t kMax = std::numeric_limits<typename TypeParam::Sample>::max();
+  constexpr auto kMin = TypeParam::kMin;
+  constexpr auto kMax = TypeParam::kMax;
   for (const int radius : {1, 7, 8, 9, 126, 127, 128, 180, 181, 1 << 15, 1 << 30}) {
     for (const auto& [low, high] : {std::pair{kMin, kMin}, {kMax, kMax}, {kMin, kMin + 1}}) {
       expectFormula<TypeParam>(9, 3, 11, radius, low, high);
@@ -85,67 +85,50 @@ TYPED_TEST(BoxBlur, EqualsTheFormulaAtTheLimits) {
 // product.
 TYPED_TEST(BoxBlur, KeepsUniformPlanesUniformUpToTheRoundingOfTheReciprocal) {
   using Sample = typename TypeParam::Sample;
-  constexpr std::int64_t kMin = std::numeric_limits<Sample>::min();
-  constexpr std::int64_t kMax = std::numeric_limits<Sample>::max();
   for (int radius = 0; radius <= 182; ++radius) {
     const std::int64_t area = std::int64_t{2 * radius + 1} * (2 * radius + 1);
     const std::int64_t k = (area + 0x20000) / (2 * area);
-    for (const std::int64_t value : {std::max(kMin, -128l), 1l, 100l, std::min(kMax, 255l)}) {
+    for (const std::int64_t value :
+         {std::max(TypeParam::kMin, -128l), 1l, 100l, std::min(TypeParam::kMax, 255l)}) {
       std::vector<Sample> plane(12, static_cast<Sample>(value));
       ASSERT_EQ(TypeParam::blur(nullptr, plane.data(), 4, 3, 4, radius), TLUX_OK);
-      const std::int64_t mean = std::clamp((value * area * k + 32768) >> 16, kMin, kMax);
+      const std::int64_t mean =
+          std::clamp((value * area * k + 32768) >> 16, TypeParam::kMin, TypeParam::kMax);
       EXPECT_EQ(plane, std::vector<Sample>(12, static_cast<Sample>(mean))) << radius;
     }
   }
 }
 
 TYPED_TEST(BoxBlur, LeavesThePlaneAloneWhenThereIsNothingToDo) {
-  using Sample = typename TypeParam::Sample;
-  std::vector<Sample> plane = {1, 2, 3, 4, 5, 6};
+  std::vector<typename TypeParam::Sample> plane = {1, 2, 3, 4, 5, 6};
   const auto original = plane;
-  EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), 3, 2, 3, 0), TLUX_OK);
-  EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), 3, 2, 3, -1), TLUX_OK);
-  EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), 0, 2, 3, 1), TLUX_OK);
-  EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), 3, -2, 3, 1), TLUX_OK);
+  for (const auto& [width, height, radius] :
+       {std::tuple{3, 2, 0}, {3, 2, -1}, {0, 2, 1}, {3, -2, 1}}) {
+    EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), width, height, 3, radius), TLUX_OK);
+  }
   EXPECT_EQ(TypeParam::blur(nullptr, nullptr, 3, 2, 3, 1), TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(plane, original);
 }
 
-TYPED_TEST(BoxBlur, PathSelectsNothing) {
-  using Sample = typename TypeParam::Sample;
-  std::vector<Sample> plane(90);
-  Random(7).fill(std::span(plane));
-  auto other = plane;
-  TypeParam::blur(nullptr, plane.data(), 10, 9, 10, 2, 0);
-  TypeParam::blur(nullptr, other.data(), 10, 9, 10, 2, 1);
-  EXPECT_EQ(plane, other);
-}
-
+// The path selects nothing, whichever memory is used.
 TYPED_TEST(BoxBlur, WithoutMemoryLeavesThePlaneAloneAndReleasesWhatItHad) {
-  using Sample = typename TypeParam::Sample;
   for (const int radius : {3, 20, 150}) {
-    std::vector<Sample> plane(90);
-    Random(8).fill(std::span(plane));
-    const auto original = plane;
-    const long live = liveAllocations();
-    const int faults = sweepFaults(failAllocation, [&] {
-      const bool done = TypeParam::blur(nullptr, plane.data(), 10, 9, 10, radius) == TLUX_OK;
-      EXPECT_EQ(done, !faultFired());
-      EXPECT_EQ(plane == original, faultFired());
-    });
-    EXPECT_EQ(faults, 1);
-    EXPECT_EQ(liveAllocations(), live);
-
-    std::vector<std::uint64_t> memory(512);
-    const MMemMgr pool = MMemMgrCreate(memory.data(), 4096);
-    const auto whole = GetMaxAllocMemSize(pool);
-    plane = original;
-    EXPECT_EQ(TypeParam::blur(pool, plane.data(), 10, 9, 10, radius), TLUX_OK);
-    EXPECT_EQ(GetMaxAllocMemSize(pool), whole);
-    MMemAlloc(pool, static_cast<std::uint64_t>(whole) - 64);
-    plane = original;
-    EXPECT_EQ(TypeParam::blur(pool, plane.data(), 10, 9, 10, radius), TLUX_ERR_NO_MEMORY);
-    EXPECT_EQ(plane, original);
+    const auto original = Random(8).values<typename TypeParam::Sample>(90);
+    auto plane = original;
+    EXPECT_EQ(sweepAllocations([&] {
+                std::ranges::copy(original, plane.begin());
+                const auto result = TypeParam::blur(nullptr, plane.data(), 10, 9, 10, radius);
+                EXPECT_EQ(plane == original, faultFired());
+                return result;
+              }),
+              1);
+    const Pool pool(4096);
+    auto other = original;
+    EXPECT_EQ(TypeParam::blur(pool, other.data(), 10, 9, 10, radius, 1), TLUX_OK);
+    EXPECT_EQ(other, plane);
+    EXPECT_TRUE(pool.isWhole());
+    EXPECT_EQ(TypeParam::blur(Pool(64), other.data(), 10, 9, 10, radius), TLUX_ERR_NO_MEMORY);
+    EXPECT_EQ(other, plane);
   }
 }
 

@@ -9,10 +9,10 @@
 #include <utility>
 #include <vector>
 
-#include "filter/test_image.hpp"
 #include "reference/smoothing.hpp"
 #include "support/fault_injection.hpp"
 #include "support/random.hpp"
+#include "support/simple_image.hpp"
 #include "tlux/guided_filter.h"
 #include "tlux/platform.h"
 

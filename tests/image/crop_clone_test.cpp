@@ -4,11 +4,21 @@
 
 #include "image/picture.hpp"
 #include "support/fault_injection.hpp"
+#include "support/pool.hpp"
 #include "tlux/copy.h"
-#include "tlux/platform.h"
 
 namespace tlux::test {
 namespace {
+
+// What a copy of the rectangle into a new image of its size, of these pitches, would hold.
+Picture expectedPart(const TLUX_IMAGE& created, const Picture& picture, const TLUX_RECT& rect) {
+  Picture expected{picture.format, created.width, created.height, {}};
+  const auto extents = extentsOf(picture.format, created.width, created.height);
+  for (std::size_t i = 0; i < extents.size(); ++i)
+    expected.planes[i] = {Bytes(created.pitch[i] * extents[i].rows), created.pitch[i]};
+  PictureCopy(expected, {0, 0, created.width, created.height}, picture, rect).plain();
+  return expected;
+}
 
 TEST(Crop, RepacksTheRectangleInPlace) {
   Random random(5);
@@ -17,12 +27,11 @@ TEST(Crop, RepacksTheRectangleInPlace) {
       const int width = random.intBetween(4, 40);
       const int height = random.intBetween(2, 12);
       Picture picture = randomPicture(random, format, width, height, 0);
-      for (auto& plane : picture.planes) { // pitches of a created image, or a little more
-        if (plane.pitch == 0) continue;
-        const auto rows = plane.bytes.size() / static_cast<unsigned>(plane.pitch);
-        plane.pitch = (plane.pitch + 3) / 4 * 4 + (trial % 2) * 8;
-        plane.bytes.resize(rows * static_cast<unsigned>(plane.pitch));
-        random.fill(std::span(plane.bytes));
+      for (auto& [bytes, pitch] : picture.planes) { // pitches of a created image, or a little more
+        if (pitch == 0) continue;
+        const std::size_t rows = bytes.size() / pitch;
+        pitch = (pitch + 3) / 4 * 4 + (trial % 2) * 8;
+        bytes = random.values<std::uint8_t>(rows * pitch);
       }
       const TLUX_RECT rect = randomRect(random, picture, random.intBetween(0, width),
                                         random.intBetween(0, height) & ~1);
@@ -30,21 +39,12 @@ TEST(Crop, RepacksTheRectangleInPlace) {
       SCOPED_TRACE(testing::Message() << std::hex << format << std::dec << " " << width << "x"
                                       << height << " {" << rect.left << "," << rect.top << ","
                                       << rect.right << "," << rect.bottom << "}");
-
       TLUX_IMAGE* created = nullptr; // tells the pitches of the cropped image
       ASSERT_EQ(TLUX_CreateImage_IMK(&created, rect.right - rect.left, rect.bottom - rect.top,
                                      format, nullptr),
                 TLUX_OK);
-      Picture expected = picture;
-      expected.width = created->width;
-      expected.height = created->height;
-      for (int i = 0; i < 3; ++i) {
-        expected.planes[i].pitch = created->pitch[i];
-      }
-      PictureCopy(expected, {0, 0, created->width, created->height}, picture, rect).plain();
-
-      Frame frame(picture);
-      const TLUX_IMAGE before = *frame.get();
+      Frame frame = frameOf(picture);
+      const TLUX_IMAGE before = frame.image();
       ASSERT_EQ(TLUX_CropImage_IMK(frame.get(), &rect), TLUX_OK);
       EXPECT_EQ(TLUX_IsImageEqual_IMK(frame.get(), created), 1);
       for (int i = 0; i < 3; ++i) {
@@ -52,18 +52,11 @@ TEST(Crop, RepacksTheRectangleInPlace) {
         EXPECT_EQ(frame->plane[i], before.plane[i]);
       }
       // Overlapping rows leave other bytes behind the cropped ones: compare what was copied.
-      for (int i = 0; i < 3; ++i) {
-        const auto extents = extentsOf(format, created->width, created->height);
-        if (i >= static_cast<int>(extents.size())) break;
-        for (int y = 0; y < extents[static_cast<unsigned>(i)].rows; ++y) {
-          const int copied = (format == TLUX_FMT_BGR32 || format == TLUX_FMT_BGR32_B)
-                                 ? 3 * created->width
-                                 : extents[static_cast<unsigned>(i)].bytes;
-          const std::ptrdiff_t start = std::ptrdiff_t{y} * created->pitch[i];
-          EXPECT_TRUE(std::equal(frame->plane[i] + start, frame->plane[i] + start + copied,
-                                 expected.planes[i].bytes.begin() + start));
-        }
+      auto extents = extentsOf(format, created->width, created->height);
+      if (format == TLUX_FMT_BGR32 || format == TLUX_FMT_BGR32_B) {
+        extents[0].bytes = 3 * created->width;
       }
+      EXPECT_TRUE(hasRowsOf(frame.image(), expectedPart(*created, picture, rect), extents));
       TLUX_FreeImage_IMK(&created, nullptr);
       if (HasFailure()) return;
     }
@@ -73,54 +66,52 @@ TEST(Crop, RepacksTheRectangleInPlace) {
 // Rows of 5 bytes that become rows of 8 are moved from the top down, over rows not yet moved.
 TEST(Crop, WidensPitchesFromTheTop) {
   Random random(9);
-  Picture picture = randomPicture(random, TLUX_FMT_GRAY, 5, 8, 0);
-  Frame frame(picture);
+  Frame frame({5, 8, 0, 0, TLUX_FMT_GRAY}, random);
+  Bytes bytes = frame.bytes(0);
   const TLUX_RECT rect{0, 0, 5, 5};
   EXPECT_EQ(TLUX_CropImage_IMK(frame.get(), &rect), TLUX_OK);
   EXPECT_EQ(frame->pitch[0], 8);
-  auto& bytes = picture.planes[0].bytes;
   for (int y = 0; y < 5; ++y) {
-    std::copy_n(std::vector(bytes.begin() + 5 * y, bytes.begin() + 5 * y + 5).begin(), 5,
-                bytes.begin() + 8 * y);
+    const Bytes row(bytes.begin() + 5 * y, bytes.begin() + 5 * y + 5);
+    std::ranges::copy(row, bytes.begin() + 8 * y);
   }
-  EXPECT_TRUE(frame.holds(picture));
+  EXPECT_EQ(frame.bytes(0), bytes);
 }
 
 TEST(Crop, LeavesTheImageAloneWhenItCannotCrop) {
-  Random random(6);
-  const auto expectRefused = [&](Picture picture, const TLUX_RECT& rect, std::uint32_t code) {
-    Frame frame(picture);
-    const TLUX_IMAGE before = *frame.get();
-    EXPECT_EQ(TLUX_CropImage_IMK(frame.get(), &rect), code);
-    EXPECT_EQ(MMemCmp(frame.get(), &before, sizeof before), 0);
-    EXPECT_TRUE(frame.holds(picture));
+  struct Refused {
+    FrameShape shape;
+    TLUX_RECT rect;
+    std::uint32_t code;
   };
-  // Rows of 5 bytes become rows of 8, which do not all fit.
-  expectRefused(randomPicture(random, TLUX_FMT_GRAY, 5, 4, 0), {0, 0, 5, 4},
-                TLUX_ERR_INVALID_PARAM);
-  expectRefused(randomPicture(random, TLUX_FMT_GRAY, 5, 8, 0), {0, 0, 5, 6},
-                TLUX_ERR_INVALID_PARAM);
-  expectRefused(randomPicture(random, TLUX_FMT_GRAY, 8, 4, 0), {0, 0, 9, 4},
-                TLUX_ERR_INVALID_PARAM);
-  expectRefused(randomPicture(random, TLUX_FMT_BAYER, 8, 4, 0), {0, 0, 4, 4}, TLUX_ERR_UNSUPPORTED);
-  expectRefused(randomPicture(random, 0x609, 8, 4, 0), {0, 0, 4, 4}, TLUX_ERR_UNSUPPORTED);
-
-  Frame frame(randomPicture(random, TLUX_FMT_GRAY, 8, 4, 0));
-  const TLUX_RECT rect{0, 0, 4, 4};
-  EXPECT_EQ(TLUX_CropImage_IMK(nullptr, &rect), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_CropImage_IMK(frame.get(), nullptr), TLUX_ERR_INVALID_PARAM);
-  frame->plane[0] = nullptr;
-  EXPECT_EQ(TLUX_CropImage_IMK(frame.get(), &rect), TLUX_ERR_INVALID_PARAM);
+  Random random(6);
+  for (const auto& [shape, rect, code] :
+       {// Rows of 5 bytes become rows of 8, which do not all fit.
+        Refused{{5, 4, 0, 0, TLUX_FMT_GRAY}, {0, 0, 5, 4}, TLUX_ERR_INVALID_PARAM},
+        {{5, 8, 0, 0, TLUX_FMT_GRAY}, {0, 0, 5, 6}, TLUX_ERR_INVALID_PARAM},
+        {{8, 4, 0, 0, TLUX_FMT_GRAY}, {0, 0, 9, 4}, TLUX_ERR_INVALID_PARAM},
+        {{8, 4, 0, 0, TLUX_FMT_BAYER}, {0, 0, 4, 4}, TLUX_ERR_UNSUPPORTED},
+        {{8, 4, 0, 0, 0x609}, {0, 0, 4, 4}, TLUX_ERR_UNSUPPORTED}}) {
+    Frame frame(shape, random);
+    const TLUX_IMAGE before = frame.image();
+    const Bytes bytes = frame.bytes(0);
+    EXPECT_EQ(TLUX_CropImage_IMK(frame.get(), &rect), code);
+    EXPECT_EQ(TLUX_CropImage_IMK(frame.get(), nullptr), TLUX_ERR_INVALID_PARAM);
+    EXPECT_EQ(MMemCmp(frame.get(), &before, sizeof before), 0);
+    EXPECT_EQ(frame.bytes(0), bytes);
+    frame->plane[0] = nullptr;
+    const TLUX_RECT part{0, 0, 4, 4};
+    EXPECT_NE(TLUX_CropImage_IMK(frame.get(), &part), TLUX_OK);
+    EXPECT_EQ(TLUX_CropImage_IMK(nullptr, &part), TLUX_ERR_INVALID_PARAM);
+  }
 }
 
 TEST(Clone, CopiesPixelsAndClearsWhatCopiesLeaveOut) {
   Random random(7);
-  std::vector<std::uint64_t> memory(1024, ~std::uint64_t{0});
-  MMemMgr pool = MMemMgrCreate(memory.data(), memory.size() * 8);
-  const auto unused = GetMaxAllocMemSize(pool);
+  const Pool pool(8192);
   for (const std::uint32_t format : kCopied) {
     const Picture picture = randomPicture(random, format, 22, 10, 3);
-    Frame source(picture);
+    Frame source = frameOf(picture);
     const TLUX_RECT whole{0, 0, 22, 10};
     const TLUX_RECT part{2, 4, 13, 10};
     for (const TLUX_RECT* rect : {&whole, &part}) {
@@ -128,45 +119,28 @@ TEST(Clone, CopiesPixelsAndClearsWhatCopiesLeaveOut) {
       ASSERT_EQ(rect == &whole ? TLUX_CloneImage_IMK(&clone, source.get(), pool)
                                : TLUX_CloneImageROI_IMK(&clone, source.get(), rect, pool),
                 TLUX_OK);
-      const int width = rect->right - rect->left;
-      const int height = rect->bottom - rect->top;
-      EXPECT_EQ(clone->width, width);
-      EXPECT_EQ(clone->height, height);
-      Picture expected{format, width, height, {}};
-      const auto extents = extentsOf(format, width, height);
-      for (std::size_t i = 0; i < extents.size(); ++i) {
-        expected.planes[i].pitch = clone->pitch[i];
-        expected.planes[i].bytes.resize(
-            static_cast<std::size_t>(clone->pitch[i] * extents[i].rows));
-      }
-      PictureCopy(expected, {0, 0, width, height}, picture, *rect).plain();
-      for (std::size_t i = 0; i < extents.size(); ++i) {
-        for (int y = 0; y < extents[i].rows; ++y) {
-          const std::ptrdiff_t start = std::ptrdiff_t{y} * clone->pitch[i];
-          EXPECT_TRUE(std::equal(clone->plane[i] + start,
-                                 clone->plane[i] + start + extents[i].bytes,
-                                 expected.planes[i].bytes.begin() + start))
-              << std::hex << format;
-        }
-      }
+      EXPECT_EQ(clone->width, rect->right - rect->left);
+      EXPECT_EQ(clone->height, rect->bottom - rect->top);
+      EXPECT_TRUE(hasRowsOf(*clone, expectedPart(*clone, picture, *rect),
+                            extentsOf(format, clone->width, clone->height)))
+          << std::hex << format;
       TLUX_FreeImage_IMK(&clone, pool);
     }
   }
-  EXPECT_EQ(GetMaxAllocMemSize(pool), unused);
+  EXPECT_TRUE(pool.isWhole());
 }
 
 TEST(Clone, ReportsWhatFails) {
   Random random(8);
-  Frame source(randomPicture(random, TLUX_FMT_YCBCR420_YPVU, 16, 8, 0));
-  const long live = liveAllocations();
-  const int faults = sweepFaults(failAllocation, [&] {
-    TLUX_IMAGE* clone = nullptr;
-    const std::uint32_t result = TLUX_CloneImage_IMK(&clone, source.get(), nullptr);
-    EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
-    EXPECT_EQ(clone == nullptr, faultFired());
-    TLUX_FreeImage_IMK(&clone, nullptr);
-  });
-  EXPECT_EQ(faults, 2);
+  Frame source({16, 8}, random);
+  EXPECT_EQ(sweepAllocations([&] {
+              TLUX_IMAGE* clone = nullptr;
+              const std::uint32_t result = TLUX_CloneImage_IMK(&clone, source.get(), nullptr);
+              EXPECT_EQ(clone == nullptr, faultFired());
+              TLUX_FreeImage_IMK(&clone, nullptr);
+              return result;
+            }),
+            2);
 
   TLUX_IMAGE* const mark = source.get();
   TLUX_IMAGE* clone = mark;
@@ -176,24 +150,25 @@ TEST(Clone, ReportsWhatFails) {
   EXPECT_EQ(clone, mark);
 
   constexpr int kMax = std::numeric_limits<int>::max();
-  for (const TLUX_RECT& rect : {TLUX_RECT{4, 0, 2, 8}, {0, 9, 4, 8}, {-kMax, 0, kMax, 1}}) {
-    EXPECT_EQ(TLUX_CloneImageROI_IMK(&clone, source.get(), &rect, nullptr), TLUX_ERR_NO_MEMORY);
-    EXPECT_EQ(clone, nullptr);
+  struct Case {
+    std::uint32_t format;
+    TLUX_RECT rect;
+    std::uint32_t result;
+    bool isMade; // what is wrong is found by the copy, after the image was made
+  };
+  for (const Case& c : {Case{TLUX_FMT_YCBCR420_YPVU, {4, 0, 2, 8}, TLUX_ERR_NO_MEMORY, false},
+                        {TLUX_FMT_YCBCR420_YPVU, {0, 9, 4, 8}, TLUX_ERR_NO_MEMORY, false},
+                        {TLUX_FMT_YCBCR420_YPVU, {-kMax, 0, kMax, 1}, TLUX_ERR_NO_MEMORY, false},
+                        {TLUX_FMT_YCBCR420_YPVU, {0, 0, 17, 8}, TLUX_ERR_INVALID_PARAM, true},
+                        {TLUX_FMT_BAYER, {0, 0, 16, 8}, TLUX_ERR_UNSUPPORTED, true},
+                        {0x804, {0, 0, 16, 8}, TLUX_ERR_UNSUPPORTED, false}}) {
+    const long live = liveAllocations();
+    source->format = c.format;
+    EXPECT_EQ(TLUX_CloneImageROI_IMK(&clone, source.get(), &c.rect, nullptr), c.result);
+    EXPECT_EQ(clone != nullptr, c.isMade);
+    TLUX_FreeImage_IMK(&clone, nullptr);
+    EXPECT_EQ(liveAllocations(), live);
   }
-  // Too wide for the source: found by the copy, after the image was made.
-  const TLUX_RECT wide{0, 0, 17, 8};
-  EXPECT_EQ(TLUX_CloneImageROI_IMK(&clone, source.get(), &wide, nullptr), TLUX_ERR_INVALID_PARAM);
-  ASSERT_NE(clone, nullptr);
-  TLUX_FreeImage_IMK(&clone, nullptr);
-
-  source->format = TLUX_FMT_BAYER;
-  EXPECT_EQ(TLUX_CloneImage_IMK(&clone, source.get(), nullptr), TLUX_ERR_UNSUPPORTED);
-  ASSERT_NE(clone, nullptr);
-  TLUX_FreeImage_IMK(&clone, nullptr);
-  source->format = 0x804;
-  EXPECT_EQ(TLUX_CloneImage_IMK(&clone, source.get(), nullptr), TLUX_ERR_UNSUPPORTED);
-  EXPECT_EQ(clone, nullptr);
-  EXPECT_EQ(liveAllocations(), live);
 }
 
 } // namespace

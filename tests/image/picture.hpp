@@ -1,11 +1,9 @@
 #pragma once
 
 #include <algorithm>
-#include <memory>
-#include <vector>
 
 #include "reference/image_copy.hpp"
-#include "support/guarded_buffer.hpp"
+#include "support/frame.hpp"
 #include "support/random.hpp"
 
 namespace tlux::test {
@@ -23,97 +21,41 @@ inline const std::uint32_t kCopied[] = {
     TLUX_FMT_GRAY,         TLUX_FMT_YCBCR420_YPUV, TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_YCBCR422_YPUV,
 };
 
-// Bytes a row and rows of each plane, as far as samples go.
-struct PlaneExtent {
-  int bytes;
-  int rows;
-};
-
-inline std::vector<PlaneExtent> extentsOf(std::uint32_t format, int w, int h) {
-  switch (format & ~4u) {
-    case TLUX_FMT_YCBCR420_P:
-      return {{w, h}, {w / 2, h / 2}, {w / 2, h / 2}};
-    case TLUX_FMT_YCBCR440_P:
-      return {{w, h}, {w, h / 2}, {w, h / 2}};
-    case TLUX_FMT_YCBCR422_P:
-      return {{w, h}, {w / 2, h}, {w / 2, h}};
-    default:
-      break;
-  }
-  switch (format) {
-    case TLUX_FMT_YCBCR444_P:
-    case TLUX_FMT_YCBCR444_P_B:
-      return {{w, h}, {w, h}, {w, h}};
-    case TLUX_FMT_YCBCR420_YPUV:
-    case TLUX_FMT_YCBCR420_YPVU:
-      return {{w, h}, {w, h / 2}};
-    case TLUX_FMT_YCBCR422_YPUV:
-      return {{w, h}, {w, h}};
-    case TLUX_FMT_BGR32:
-    case TLUX_FMT_BGR32_B:
-      return {{4 * w, h}};
-    default:
-      break;
-  }
-  switch (format >> 8) {
-    case 3:
-    case 4:
-      return {{3 * w, h}};
-    case 5:
-    case 0xA:
-      return {{2 * w, h}};
-    default:
-      return {{w, h}};
-  }
-}
-
 inline Picture randomPicture(Random& random, std::uint32_t format, int width, int height,
                              int maxExtra) {
   Picture picture{format, width, height, {}};
   int plane = 0;
   for (const PlaneExtent& extent : extentsOf(format, width, height)) {
-    auto& p = picture.planes[plane++];
-    p.pitch = extent.bytes + random.intBetween(0, maxExtra);
-    p.bytes.resize(static_cast<std::size_t>(p.pitch * extent.rows));
-    random.fill(std::span(p.bytes));
+    const int pitch = extent.bytes + random.intBetween(0, maxExtra);
+    picture.planes[plane++] = {random.values<std::uint8_t>(pitch * extent.rows), pitch};
   }
   return picture;
 }
 
-// The picture in memory that ends at a page that cannot be touched.
-class Frame {
- public:
-  explicit Frame(const Picture& picture) {
-    image_.format = picture.format;
-    image_.width = picture.width;
-    image_.height = picture.height;
-    for (int i = 0; i < 3; ++i) {
-      const auto& p = picture.planes[i];
-      if (p.pitch == 0) continue;
-      buffers_[i] = std::make_unique<GuardedBuffer>(p.bytes.size());
-      std::copy(p.bytes.begin(), p.bytes.end(), buffers_[i]->data());
-      image_.plane[i] = buffers_[i]->data();
-      image_.pitch[i] = p.pitch;
+inline Frame frameOf(const Picture& picture) {
+  Frame frame(picture.format, picture.width, picture.height, Frame::NoPlanes());
+  for (const auto& [bytes, pitch] : picture.planes) {
+    if (pitch == 0) break;
+    frame.addPlane(pitch, bytes.size());
+    std::ranges::copy(bytes, frame.plane(frame.planeCount() - 1).data());
+  }
+  return frame;
+}
+
+// Whether the rows of the picture that `extents` tells are those of the image.
+inline bool hasRowsOf(const TLUX_IMAGE& image, const Picture& picture,
+                      const std::vector<PlaneExtent>& extents) {
+  for (std::size_t i = 0; i < extents.size(); ++i) {
+    for (int y = 0; y < extents[i].rows; ++y) {
+      const std::ptrdiff_t start = std::ptrdiff_t{y} * image.pitch[i];
+      if (!std::equal(image.plane[i] + start, image.plane[i] + start + extents[i].bytes,
+                      picture.planes[i].bytes.begin() + start)) {
+        return false;
+      }
     }
   }
-
-  TLUX_IMAGE* get() { return &image_; }
-  TLUX_IMAGE* operator->() { return &image_; }
-
-  bool holds(const Picture& picture) {
-    for (int i = 0; i < 3; ++i) {
-      const auto& p = picture.planes[i];
-      if (p.pitch == 0) continue;
-      if (!buffers_[i]->isIntact()) return false;
-      if (!std::equal(p.bytes.begin(), p.bytes.end(), buffers_[i]->data())) return false;
-    }
-    return true;
-  }
-
- private:
-  TLUX_IMAGE image_{};
-  std::unique_ptr<GuardedBuffer> buffers_[3];
-};
+  return true;
+}
 
 inline TLUX_RECT randomRect(Random& random, const Picture& picture, int width, int height) {
   const int left = random.intBetween(0, picture.width - width);

@@ -5,10 +5,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <limits>
-#include <vector>
 
 #include "support/fault_injection.hpp"
-#include "tlux/platform.h"
+#include "support/pool.hpp"
 
 namespace tlux::test {
 namespace {
@@ -110,21 +109,20 @@ TEST(SimpleImage, PseudoImageLeavesItsPixelsAlone) {
 TEST(SimpleImage, ClonesAndPseudoImagesReleaseEverythingOnFailure) {
   std::uint8_t pixels[32] = {};
   img* source = createimg_pesudo(nullptr, pixels, 8, 4, 8, 1, 8);
-  const long live = liveAllocations();
-  const int cloneFaults = sweepFaults(failAllocation, [&] {
-    img* clone = cloneimg(nullptr, source);
-    EXPECT_EQ(clone == nullptr, faultFired());
-    release_img(nullptr, &clone);
-    EXPECT_EQ(liveAllocations(), live);
-  });
-  EXPECT_EQ(cloneFaults, 3);
-  const int pseudoFaults = sweepFaults(failAllocation, [&] {
-    img* image = createimg_pesudo(nullptr, pixels, 8, 4, 8, 1, 8);
-    EXPECT_EQ(image == nullptr, faultFired());
-    release_img_pesudo(nullptr, &image);
-    EXPECT_EQ(liveAllocations(), live);
-  });
-  EXPECT_EQ(pseudoFaults, 2);
+  EXPECT_EQ(sweepAllocations([&] {
+              img* clone = cloneimg(nullptr, source);
+              const bool isMade = clone != nullptr;
+              release_img(nullptr, &clone);
+              return isMade ? TLUX_OK : TLUX_ERR_NO_MEMORY;
+            }),
+            3);
+  EXPECT_EQ(sweepAllocations([&] {
+              img* image = createimg_pesudo(nullptr, pixels, 8, 4, 8, 1, 8);
+              const bool isMade = image != nullptr;
+              release_img_pesudo(nullptr, &image);
+              return isMade ? TLUX_OK : TLUX_ERR_NO_MEMORY;
+            }),
+            2);
   release_img_pesudo(nullptr, &source);
 }
 
@@ -139,25 +137,18 @@ TEST(SimpleImage, CreationKeepsTheOneOfTwoBlocks) {
     int payload; // of a pool that is one free block
     int left;    // largest free block after the failure
   };
-  const Case cases[] = {
-      {kRecord - 8, kRecord - 8},                                     // no record
-      {kRecord + kHeader + kRows, kRecord},                           // no pixels, but rows
-      {kRecord + kHeader + kPixels + kHeader + kRows - 8, kRows - 8}, // pixels, but no rows
-  };
-  for (const Case& c : cases) {
-    std::vector<std::uint64_t> memory(1024);
-    MMemMgr pool =
-        MMemMgrCreate(memory.data(), static_cast<std::uint64_t>(c.payload) + 2 * kHeader);
+  for (const Case& c : {Case{kRecord - 8, kRecord - 8},       // no record
+                        {kRecord + kHeader + kRows, kRecord}, // no pixels, but rows
+                        {kRecord + kHeader + kPixels + kHeader + kRows - 8, kRows - 8}}) {
+    const Pool pool(c.payload + 2 * kHeader);
     EXPECT_EQ(createimg(pool, 64, 16, 8, 1), nullptr);
-    EXPECT_EQ(GetMaxAllocMemSize(pool), c.left) << c.payload;
+    EXPECT_EQ(pool.largestFree(), c.left) << c.payload;
   }
-  std::vector<std::uint64_t> memory(1024);
-  MMemMgr pool = MMemMgrCreate(memory.data(), memory.size() * 8);
-  const auto whole = GetMaxAllocMemSize(pool);
+  const Pool pool(8192);
   img* image = createimg(pool, 64, 16, 8, 1);
   ASSERT_NE(image, nullptr);
   release_img(pool, &image);
-  EXPECT_EQ(GetMaxAllocMemSize(pool), whole);
+  EXPECT_TRUE(pool.isWhole());
 }
 
 } // namespace

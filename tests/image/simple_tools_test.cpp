@@ -2,14 +2,12 @@
 
 #include <cmath>
 #include <cstring>
-#include <functional>
-#include <vector>
 
 #include "image/lab_tables.hpp"
-#include "image/simple_picture.hpp"
 #include "reference/simple_tools.hpp"
+#include "support/frame.hpp"
+#include "support/simple_image.hpp"
 #include "tlux/resize.h"
-#include "tlux/simple_image.h"
 
 namespace tlux::test {
 namespace {
@@ -17,62 +15,68 @@ namespace {
 // Sizes around the run length of the kernels, and single pixels.
 constexpr std::pair<int, int> kSizes[] = {{1, 1}, {7, 3}, {255, 2}, {256, 2}, {259, 3}, {600, 1}};
 
+Bytes topLeft(const img* image, int rowBytes, int rows) {
+  return mapPixels(rowBytes, rows, [&](int x, int y) { return image->rows[y][x]; });
+}
+
+const struct Conversion {
+  void (*convert)(const img*, img*);
+  int channels; // of the output
+  Bytes (*formula)(int b, int g, int r);
+} kConversions[] = {
+    {to_gray, 1, [](int b, int g, int r) { return Bytes{reference::gray(b, g, r)}; }},
+    {to_maxgray, 1,
+     [](int b, int g, int r) {
+       return Bytes{static_cast<std::uint8_t>(std::max({b, g, r}))};
+     }},
+    {img_lab, 3,
+     [](int b, int g, int r) {
+       const reference::Lab lab = reference::lab(b, g, r);
+       return Bytes{lab.l, lab.a, lab.b};
+     }},
+};
+
+// Into a larger image and in place.
 TEST(SimpleTools, ConvertColoursPixelByPixel) {
   Random random(1);
-  for (const int channels : {3, 4, 5}) {
-    for (const auto& [width, height] : kSizes) {
-      SimplePicture source(random, width, height, channels, 8, 3);
-      SimplePicture gray(random, width, height, 1, 8, 2);
-      SimplePicture largest(random, width + 1, height + 1, 1);
-      SimplePicture lab(random, width, height, 3, 8, 1);
-      to_gray(source, gray);
-      to_maxgray(source, largest);
-      img_lab(source, lab);
-      for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-          const int b = source.at(x, y, 0);
-          const int g = source.at(x, y, 1);
-          const int r = source.at(x, y, 2);
-          ASSERT_EQ(gray.at(x, y), reference::gray(b, g, r));
-          ASSERT_EQ(largest.at(x, y), std::max({b, g, r}));
-          const reference::Lab expected = reference::lab(b, g, r);
-          ASSERT_EQ(lab.at(x, y, 0), expected.l);
-          ASSERT_EQ(lab.at(x, y, 1), expected.a);
-          ASSERT_EQ(lab.at(x, y, 2), expected.b);
-        }
+  for (const auto& [convert, outputs, formula] : kConversions) {
+    for (const int channels : {3, 4, 5}) {
+      for (const auto& [width, height] : kSizes) {
+        TestImage source(random, width, height, channels, 8, 3);
+        TestImage target(random, width + 1, height + 1, outputs, 8, 2);
+        TestImage same(width, height, channels, source.given());
+        Bytes expected;
+        forEachPixel(width, height, [&, f = formula](int x, int y) {
+          const Bytes pixel = f(source.at(x, y, 0), source.at(x, y, 1), source.at(x, y, 2));
+          expected.insert(expected.end(), pixel.begin(), pixel.end());
+        });
+        convert(source, target);
+        convert(same, same);
+        EXPECT_EQ(topLeft(target, outputs * width, height), expected);
+        EXPECT_EQ(topLeft(same, outputs * width, height), expected);
+        EXPECT_EQ(target.at(width, height - 1), target.was(width, height - 1));
+        EXPECT_TRUE(source.isUnchanged());
+        EXPECT_TRUE(target.isIntact());
       }
-      EXPECT_TRUE(source.isUnchanged());
-      EXPECT_TRUE(gray.isIntactAround());
-      EXPECT_TRUE(lab.isIntactAround());
-      EXPECT_EQ(largest.at(width, height - 1), largest.was(width, height - 1));
     }
   }
 }
 
 // Every colour there is, so that the division by 100 is seen at every value.
 TEST(SimpleTools, GrayIsExactForEveryColour) {
-  img* source = createimg(nullptr, 256, 256, 8, 3);
-  img* gray = createimg(nullptr, 256, 256, 8, 1);
+  TestImage source(256, 256, 3, 8);
+  TestImage gray(256, 256, 1, 8);
   for (int b = 0; b < 256; ++b) {
-    for (int g = 0; g < 256; ++g) {
-      for (int r = 0; r < 256; ++r) {
-        std::uint8_t* pixel = source->rows[g] + 3 * r;
-        pixel[0] = static_cast<std::uint8_t>(b);
-        pixel[1] = static_cast<std::uint8_t>(g);
-        pixel[2] = static_cast<std::uint8_t>(r);
-      }
-    }
+    forEachPixel(256, 256, [&](int r, int g) {
+      const std::uint8_t pixel[] = {static_cast<std::uint8_t>(b), static_cast<std::uint8_t>(g),
+                                    static_cast<std::uint8_t>(r)};
+      std::copy_n(pixel, 3, source->rows[g] + 3 * r);
+    });
     to_gray(source, gray);
-    bool exact = true;
-    for (int g = 0; g < 256; ++g) {
-      for (int r = 0; r < 256; ++r) {
-        exact &= gray->rows[g][r] == reference::gray(b, g, r);
-      }
-    }
-    ASSERT_TRUE(exact) << b;
+    ASSERT_TRUE(gray.pixels() ==
+                mapPixels(256, 256, [&](int r, int g) { return reference::gray(b, g, r); }))
+        << b;
   }
-  release_img(nullptr, &source);
-  release_img(nullptr, &gray);
 }
 
 TEST(SimpleTools, LabTablesAreTheCurvesTheyStandFor) {
@@ -100,97 +104,67 @@ TEST(SimpleTools, LabTablesAreTheCurvesTheyStandFor) {
 TEST(SimpleTools, CompareImagesPixelByPixel) {
   Random random(2);
   for (const auto& [width, height] : kSizes) {
-    SimplePicture a(random, width, height, 1, 8, 3);
-    SimplePicture b(random, width, height, 1);
-    SimplePicture c(random, width, height, 1, 8, 1);
-    SimplePicture d(random, width + 2, height + 1, 1);
-    SimplePicture e(random, width, height, 1, 8, 5);
-    SimplePicture out(random, width, height, 1, 8, 2);
-    for (int y = 0; y < height; ++y) { // masks with many zeros
-      for (int x = 0; x < width; ++x) {
-        b->rows[y][x] &= static_cast<std::uint8_t>(-(b->rows[y][x] & 1));
-      }
-    }
-    const auto expectEverywhere = [&](const std::function<int(int, int)>& expected) {
-      for (int y = 0; y < a->height; ++y) {
-        for (int x = 0; x < a->width; ++x) {
-          ASSERT_EQ(out.at(x, y), expected(x, y)) << x << "," << y;
-        }
-      }
-      EXPECT_TRUE(out.isIntactAround());
+    TestImage a(random, width, height, 1, 8, 3);
+    TestImage b(random, width, height, 1);
+    TestImage c(random, width, height, 1, 8, 1);
+    TestImage d(random, width + 2, height + 1, 1);
+    TestImage e(random, width, height, 1, 8, 5);
+    TestImage out(random, width, height, 1, 8, 2);
+    Bytes mask = b.given(); // with many zeros
+    std::ranges::replace_if(
+        mask, [](std::uint8_t v) { return v % 2 == 0; }, 0);
+    b.setPixels(mask);
+    const auto expectEverywhere = [&, w = width, h = height](auto&& formula) {
+      ASSERT_EQ(out.pixels(), mapPixels(w, h, [&](int x, int y) {
+                  return static_cast<std::uint8_t>(formula(x, y));
+                }));
+      EXPECT_TRUE(out.isIntact());
     };
-    img_subnorm(a, b, out);
-    expectEverywhere(
-        [&](int x, int y) { return reference::largestDifference(a.at(x, y), {b.at(x, y)}); });
+    const auto differsFrom = [&](std::initializer_list<const TestImage*> others) {
+      expectEverywhere([&](int x, int y) {
+        int largest = 0;
+        for (const TestImage* other : others)
+          largest = std::max(largest, std::abs(a.at(x, y) - other->at(x, y)));
+        return largest;
+      });
+    };
     img_subnorm3(a, b, c, out);
-    expectEverywhere([&](int x, int y) {
-      return reference::largestDifference(a.at(x, y), {b.at(x, y), c.at(x, y)});
-    });
+    differsFrom({&b, &c});
     img_subnorm2(a, b, c, d, e, out);
-    expectEverywhere([&](int x, int y) {
-      return reference::largestDifference(a.at(x, y),
-                                          {b.at(x, y), c.at(x, y), d.at(x, y), e.at(x, y)});
-    });
+    differsFrom({&b, &c, &d, &e});
     img_or(b, b, out);
     expectEverywhere([&](int x, int y) { return b.at(x, y) != 0 ? 255 : 0; });
     img_or(b, c, out);
-    expectEverywhere([&](int x, int y) { return (b.at(x, y) != 0 || c.at(x, y) != 0) ? 255 : 0; });
+    expectEverywhere([&](int x, int y) { return b.at(x, y) != 0 || c.at(x, y) != 0 ? 255 : 0; });
+    img_subnorm(a, b, out);
+    differsFrom({&b});
     EXPECT_TRUE(a.isUnchanged());
-  }
-}
-
-TEST(SimpleTools, WorkInPlace) {
-  Random random(3);
-  for (const int channels : {3, 4}) {
-    SimplePicture gray(random, 700, 2, channels);
-    SimplePicture largest(random, 700, 2, channels);
-    SimplePicture lab(random, 700, 2, channels);
-    to_gray(gray, gray);
-    to_maxgray(largest, largest);
-    img_lab(lab, lab);
-    for (int y = 0; y < 2; ++y) {
-      for (int x = 0; x < 700; ++x) {
-        ASSERT_EQ(gray->rows[y][x],
-                  reference::gray(gray.was(x, y, 0), gray.was(x, y, 1), gray.was(x, y, 2)));
-        ASSERT_EQ(largest->rows[y][x],
-                  std::max({largest.was(x, y, 0), largest.was(x, y, 1), largest.was(x, y, 2)}));
-        const auto expected = reference::lab(lab.was(x, y, 0), lab.was(x, y, 1), lab.was(x, y, 2));
-        ASSERT_EQ(lab->rows[y][3 * x], expected.l);
-        ASSERT_EQ(lab->rows[y][3 * x + 2], expected.b);
-      }
-    }
-  }
-  SimplePicture a(random, 700, 2, 1);
-  SimplePicture b(random, 700, 2, 1);
-  img_subnorm(a, b, a);
-  img_subnorm3(a, b, b, b);
-  for (int y = 0; y < 2; ++y) {
-    for (int x = 0; x < 700; ++x) {
-      ASSERT_EQ(a.at(x, y), reference::largestDifference(a.was(x, y), {b.was(x, y)}));
-      ASSERT_EQ(b.at(x, y), reference::largestDifference(a.at(x, y), {b.was(x, y)}));
-    }
+    // In place.
+    img_subnorm3(a, b, b, b);
+    EXPECT_EQ(b.pixels(), out.pixels());
+    b.setPixels(mask);
+    img_subnorm(a, b, a);
+    EXPECT_EQ(a.pixels(), out.pixels());
   }
 }
 
 TEST(SimpleTools, NarrowAndWidenSamplesOnAnyAddress) {
   Random random(4);
   for (const auto& [width, height] : kSizes) {
-    SimplePicture samples(random, width, height, 1, 32, 3);
-    GuardedBuffer bytes(static_cast<std::size_t>(width * height));
+    TestImage samples(random, width, height, 1, 32, 3);
+    TestImage widened(random, width, height, 1, 32, 1);
+    GuardedBuffer bytes(width * height);
     int2byte(samples, bytes.data());
-    SimplePicture widened(random, width, height, 1, 32, 1);
     byte2int(bytes.data(), -1, widened);
-    for (int y = 0; y < height; ++y) {
-      for (int x = 0; x < width; ++x) {
-        std::uint32_t sample = 0;
-        std::memcpy(&sample, samples->rows[y] + 4 * x, 4);
-        ASSERT_EQ(bytes.data()[y * width + x], sample & 255);
-        std::memcpy(&sample, widened->rows[y] + 4 * x, 4);
-        ASSERT_EQ(sample, bytes.data()[y * width + x]);
-      }
-    }
+    forEachPixel(width, height, [&, w = width](int x, int y) {
+      std::uint32_t words[2] = {};
+      std::memcpy(&words[0], samples->rows[y] + 4 * x, 4);
+      std::memcpy(&words[1], widened->rows[y] + 4 * x, 4);
+      ASSERT_EQ(bytes.data()[y * w + x], words[0] & 255);
+      ASSERT_EQ(words[1], words[0] & 255);
+    });
     EXPECT_TRUE(samples.isUnchanged());
-    EXPECT_TRUE(widened.isIntactAround());
+    EXPECT_TRUE(widened.isIntact());
     EXPECT_TRUE(bytes.isIntact());
   }
 }
@@ -203,20 +177,16 @@ TEST(SimpleTools, ResizeFromTheCorner) {
     for (const int channels : {1, 3, 4}) {
       for (const auto& [sourceWidth, sourceHeight] : kResizes) {
         for (const auto& [width, height] : kResizes) {
-          SimplePicture source(random, sourceWidth, sourceHeight, channels, 8, 3);
-          SimplePicture target(random, width, height, channels, 8, 2);
+          TestImage source(random, sourceWidth, sourceHeight, channels, 8, 3);
+          TestImage target(random, width, height, channels, 8, 2);
           resize(source, target);
-          for (int c = 0; c < channels; ++c) {
-            const reference::Samples samples{source.before() + c, sourceWidth, sourceHeight,
-                                             source->stride, channels};
-            for (int y = 0; y < height; ++y) {
-              for (int x = 0; x < width; ++x) {
-                ASSERT_EQ(target.at(x, y, c),
-                          reference::cornerAligned(samples, width, height, x, y));
-              }
-            }
-          }
-          EXPECT_TRUE(target.isIntactAround());
+          ASSERT_EQ(target.pixels(),
+                    mapPixels(channels * width, height, [&, w = width, h = height](int at, int y) {
+                      const reference::Samples samples{source->data + at % channels, source->width,
+                                                       source->height, source->stride, channels};
+                      return reference::cornerAligned(samples, w, h, at / channels, y);
+                    }));
+          EXPECT_TRUE(target.isIntact());
         }
       }
     }
@@ -227,13 +197,13 @@ TEST(SimpleTools, ResizeFromTheCorner) {
 // Every tool, given an image that is missing, too small or has too few channels, does nothing.
 TEST(SimpleTools, DoNothingWithImagesThatDoNotFit) {
   Random random(6);
-  SimplePicture colour(random, 8, 4, 3);
-  SimplePicture plane(random, 8, 4, 1);
-  SimplePicture samples(random, 8, 4, 1, 32);
-  SimplePicture low(random, 24, 3, 1);
-  SimplePicture narrow(random, 7, 9, 1);
-  std::vector<std::uint8_t> bytes(32, 9);
-  for (img* bad : {static_cast<img*>(nullptr), static_cast<img*>(low), static_cast<img*>(narrow)}) {
+  TestImage colour(random, 8, 4, 3);
+  TestImage plane(random, 8, 4, 1);
+  TestImage samples(random, 8, 4, 1, 32);
+  TestImage low(random, 24, 3, 1);
+  TestImage narrow(random, 7, 9, 1);
+  Bytes bytes(32, 9);
+  for (img* bad : {static_cast<img*>(nullptr), &low.record, &narrow.record}) {
     for (const auto toOne : {to_gray, to_maxgray, img_lab}) {
       toOne(colour, bad);
       toOne(bad, plane);
@@ -258,25 +228,23 @@ TEST(SimpleTools, DoNothingWithImagesThatDoNotFit) {
   samples->height = 4;
   samples->width = -8;
   byte2int(bytes.data(), 0, samples);
-  for (SimplePicture* picture : {&colour, &plane, &samples, &low, &narrow}) {
+  for (TestImage* picture : {&colour, &plane, &samples, &low, &narrow}) {
     EXPECT_TRUE(picture->isUnchanged());
   }
-  EXPECT_EQ(bytes, std::vector<std::uint8_t>(32, 9));
+  EXPECT_EQ(bytes, Bytes(32, 9));
   EXPECT_EQ(resize_C1(nullptr, nullptr, plane), TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(resize_C1(nullptr, plane, nullptr), TLUX_ERR_INVALID_PARAM);
 }
 
 TEST(SimpleTools, ResizeOneChannelGoesToTheExportedResizer) {
   Random random(7);
-  SimplePicture source(random, 31, 17, 1, 8, 2);
-  SimplePicture a(random, 50, 11, 1, 8, 3);
-  std::vector<std::uint8_t> b(50 * 11);
+  TestImage source(random, 31, 17, 1, 8, 2);
+  TestImage a(random, 50, 11, 1, 8, 3);
+  Bytes b(50 * 11);
   EXPECT_EQ(resize_C1(nullptr, source, a), TLUX_OK);
   EXPECT_EQ(asfImageResize_BL_C1(source->data, 31, 17, 33, b.data(), 50, 11, 50), TLUX_OK);
-  for (int y = 0; y < 11; ++y) {
-    EXPECT_TRUE(std::equal(a->rows[y], a->rows[y] + 50, b.begin() + 50 * y));
-  }
-  EXPECT_TRUE(a.isIntactAround());
+  EXPECT_EQ(a.pixels(), b);
+  EXPECT_TRUE(a.isIntact());
   a->width = 0;
   EXPECT_EQ(resize_C1(nullptr, source, a), TLUX_ERR_INVALID_PARAM);
 }

@@ -5,6 +5,8 @@
 #include <limits>
 #include <vector>
 
+#include "reference/loops.hpp"
+
 namespace tlux::reference {
 
 // The box blur as a plain formula: the sum of the window, of 32 bits, times the rounded reciprocal
@@ -19,21 +21,16 @@ void boxBlur(std::vector<Sample>& plane, int width, int height, int pitch, std::
     y = std::clamp<std::int64_t>(y, 0, height - 1);
     return static_cast<std::uint32_t>(source[static_cast<std::size_t>(y * pitch + x)]);
   };
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      std::uint32_t sum = 0;
-      for (std::int64_t j = -radius; k != 0 && j <= radius; ++j) {
-        for (std::int64_t i = -radius; i <= radius; ++i) {
-          sum += sample(x + i, y + j);
-        }
-      }
-      const std::int64_t mean = (static_cast<std::int32_t>(sum) * k + 32768) >> 16;
-      plane[static_cast<std::size_t>(y) * static_cast<std::size_t>(pitch) +
-            static_cast<std::size_t>(x)] =
-          static_cast<Sample>(std::clamp<std::int64_t>(mean, std::numeric_limits<Sample>::min(),
-                                                       std::numeric_limits<Sample>::max()));
+  forEachPixel(width, height, [&](int x, int y) {
+    std::uint32_t sum = 0;
+    for (std::int64_t j = -radius; k != 0 && j <= radius; ++j) {
+      for (std::int64_t i = -radius; i <= radius; ++i)
+        sum += sample(x + i, y + j);
     }
-  }
+    const std::int64_t mean = (static_cast<std::int32_t>(sum) * k + 32768) >> 16;
+    plane[std::ptrdiff_t{y} * pitch + x] = static_cast<Sample>(std::clamp<std::int64_t>(
+        mean, std::numeric_limits<Sample>::min(), std::numeric_limits<Sample>::max()));
+  });
 }
 
 } // namespace tlux::reference

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "reference/loops.hpp"
+
 // Planes here are rows end to end.
 namespace tlux::reference {
 
@@ -15,11 +17,8 @@ using Levels = std::array<std::uint32_t, 256>;
 inline Levels countLevels(const Bytes& plane, int width, int height, int x0, int y0, int x1,
                           int y1) {
   Levels counts{};
-  for (int y = y0; y < std::min(y1, height); ++y) {
-    for (int x = x0; x < std::min(x1, width); ++x) {
-      ++counts[plane[static_cast<std::size_t>(y * width + x)]];
-    }
-  }
+  forEachIn(x0, y0, std::min(x1, width), std::min(y1, height),
+            [&](int x, int y) { ++counts[plane[y * width + x]]; });
   return counts;
 }
 
@@ -47,26 +46,23 @@ inline Bytes equalizeTiles(const Bytes& plane, int width, int height) {
   }
   Bytes out(plane.size());
   for (int t = 0; t < count; ++t) {
-    const auto tableOf = [&](int n) { return tables[static_cast<std::size_t>(n)]; };
-    const Levels own = tableOf(t);
-    const Levels left = t != 0 ? tableOf(t - 1) : own;
-    const Levels right = t < count - 1 ? tableOf(t + 1) : own;
-    const Levels upper = t >= tilesX ? tableOf(t - tilesX) : own;
-    const Levels lower = t < count - 1 - tilesX ? tableOf(t + tilesX) : own;
+    const Levels& own = tables[t];
+    const Levels& left = t != 0 ? tables[t - 1] : own;
+    const Levels& right = t < count - 1 ? tables[t + 1] : own;
+    const Levels& upper = t >= tilesX ? tables[t - tilesX] : own;
+    const Levels& lower = t < count - 1 - tilesX ? tables[t + tilesX] : own;
     const int x0 = t % tilesX * 16;
     const int y0 = t / tilesX * 16;
     const int tw = std::min(width - x0, 16);
     const int th = std::min(height - y0, 16);
-    for (int r = 0; r < th; ++r) {
-      for (int c = 0; c < tw; ++c) {
-        const auto at = static_cast<std::size_t>((y0 + r) * width + x0 + c);
-        const std::uint8_t v = plane[at];
-        const double h = static_cast<int>(right[v]) * c + static_cast<int>(left[v]) * (tw - c);
-        const double s = static_cast<int>(lower[v]) * r + static_cast<int>(upper[v]) * (th - r);
-        const double blended = (own[v] + h / tw + s / th) / 3.0;
-        out[at] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(blended));
-      }
-    }
+    forEachPixel(tw, th, [&](int c, int r) {
+      const int at = (y0 + r) * width + x0 + c;
+      const std::uint8_t v = plane[at];
+      const double h = static_cast<int>(right[v]) * c + static_cast<int>(left[v]) * (tw - c);
+      const double s = static_cast<int>(lower[v]) * r + static_cast<int>(upper[v]) * (th - r);
+      const double blended = (own[v] + h / tw + s / th) / 3.0;
+      out[at] = static_cast<std::uint8_t>(static_cast<std::uint32_t>(blended));
+    });
   }
   return out;
 }

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <vector>
 
+#include "reference/loops.hpp"
+
 // The fast guided filter from its formulas: every window is summed anew, every full-resolution
 // sample interpolated on its own.
 namespace tlux::reference {
@@ -15,12 +17,10 @@ template <class Sample>
 std::int32_t windowSum(int x, int y, int radius, int width, int firstRow, int endRow,
                        Sample sample) {
   std::uint32_t sum = 0;
-  for (int v = y - radius; v < y + radius; ++v) {
-    for (int u = x - radius; u < x + radius; ++u) {
-      sum += static_cast<std::uint32_t>(
-          sample(std::clamp(u, 0, width - 1), std::clamp(v, firstRow, endRow - 1)));
-    }
-  }
+  forEachIn(x - radius, y - radius, x + radius, y + radius, [&](int u, int v) {
+    sum += static_cast<std::uint32_t>(
+        sample(std::clamp(u, 0, width - 1), std::clamp(v, firstRow, endRow - 1)));
+  });
   return static_cast<std::int32_t>(sum);
 }
 
@@ -64,24 +64,7 @@ inline std::int32_t smoothedInBand(const std::int32_t* map, int x, int y, int wi
 
 // The value j/8 of the way from m to n, rounded down.
 inline std::int32_t interpolateEighths(std::int32_t m, std::int32_t n, int j) {
-  switch (j) {
-    case 0:
-      return m;
-    case 1:
-      return (7 * m + n) >> 3;
-    case 2:
-      return (3 * m + n) >> 2;
-    case 3:
-      return (5 * m + 3 * n) >> 3;
-    case 4:
-      return (m + n) >> 1;
-    case 5:
-      return (3 * m + 5 * n) >> 3;
-    case 6:
-      return (m + 3 * n) >> 2;
-    default:
-      return (m + 7 * n) >> 3;
-  }
+  return static_cast<std::int32_t>((std::int64_t{8 - j} * m + std::int64_t{j} * n) >> 3);
 }
 
 // Sample (x, y) of a packed map enlarged ×8; the row below lastRow is lastRow itself.
@@ -106,31 +89,24 @@ void guidedUpsampling(const std::uint8_t* input, const std::uint8_t* guide,
     const int end = std::min(first + bandRows, height);
     std::vector<std::int32_t> maps[2] = {std::vector<std::int32_t>(samples),
                                          std::vector<std::int32_t>(samples)};
-    for (int y = first; y < end; ++y) {
-      for (int x = 0; x < width; ++x) {
-        const auto at = static_cast<std::size_t>(y * width + x);
-        const Coefficients raw =
-            guideCoefficients(input, guide, x, y, width, height, lowPitch, radius, eps);
-        maps[0][at] = raw.a;
-        maps[1][at] = raw.b;
-      }
-    }
+    forEachIn(0, first, width, end, [&](int x, int y) {
+      const Coefficients raw =
+          guideCoefficients(input, guide, x, y, width, height, lowPitch, radius, eps);
+      maps[0][y * width + x] = raw.a;
+      maps[1][y * width + x] = raw.b;
+    });
     for (std::vector<std::int32_t>& map : maps) {
       const std::vector<std::int32_t> raw = map;
-      for (int y = first; y < end; ++y) {
-        for (int x = 0; x < width; ++x) {
-          map[static_cast<std::size_t>(y * width + x)] =
-              smoothedInBand(raw.data(), x, y, width, height, width, first, bandRows, radius);
-        }
-      }
+      forEachIn(0, first, width, end, [&](int x, int y) {
+        map[y * width + x] =
+            smoothedInBand(raw.data(), x, y, width, height, width, first, bandRows, radius);
+      });
     }
-    for (int y = 8 * first; y < 8 * end; ++y) {
-      for (int x = 0; x < 8 * width; ++x) {
-        const std::int32_t a = enlarged(maps[0].data(), width, end - 1, x, y);
-        const std::int32_t b = enlarged(maps[1].data(), width, end - 1, x, y);
-        emit(x, y, (b + fullGuide[std::ptrdiff_t{y} * fullGuidePitch + x] * a) >> 10);
-      }
-    }
+    forEachIn(0, 8 * first, 8 * width, 8 * end, [&](int x, int y) {
+      const std::int32_t a = enlarged(maps[0].data(), width, end - 1, x, y);
+      const std::int32_t b = enlarged(maps[1].data(), width, end - 1, x, y);
+      emit(x, y, (b + fullGuide[std::ptrdiff_t{y} * fullGuidePitch + x] * a) >> 10);
+    });
   }
 }
 

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
-#include <cstring>
 #include <vector>
 
+#include "reference/loops.hpp"
 #include "tlux/resample.h"
 
 // The reductions sample by sample, one output at a time.
@@ -67,27 +67,9 @@ struct Source {
 };
 
 inline std::vector<int> columnsOf(int factor) {
-  switch (factor) {
-    case 2:
-      return {0, 1};
-    case 3:
-    case 4:
-      return {0, 2};
-    case 5:
-    case 6:
-      return {0, 2, 4};
-    case 7:
-    case 8:
-      return {0, 3, 6};
-    case 9:
-    case 10:
-      return {0, 4, 8};
-    case 11:
-    case 12:
-      return {0, 3, 6, 9};
-    default:
-      return {0, 4, 8, 12};
-  }
+  static const std::vector<int> kColumns[] = {{0, 1},    {0, 2},       {0, 2, 4},    {0, 3, 6},
+                                              {0, 4, 8}, {0, 3, 6, 9}, {0, 4, 8, 12}};
+  return kColumns[std::min((factor - 1) / 2, 6)];
 }
 
 inline std::vector<int> rowsOf(int factor) {
@@ -111,9 +93,8 @@ std::uint8_t meanOver(const std::vector<int>& rows, const std::vector<int>& colu
                       Sample sample) {
   std::uint32_t sum = 0;
   for (const int y : rows) {
-    for (const int x : columns) {
+    for (const int x : columns)
       sum += static_cast<std::uint32_t>(sample(x, y));
-    }
   }
   return truncatedMean(sum, rows.size() * columns.size());
 }
@@ -133,74 +114,66 @@ inline Reduced reduce(const Source& source, int factor) {
     }
     return meanOver(rows, columns, sample);
   };
-  for (int j = 0; j < out.height; ++j) {
-    for (int i = 0; i < out.width; ++i) {
-      const int x0 = factor * i;
-      const int y0 = factor * j;
-      out.at(0, i, j) = mean([&](int x, int y) { return source.luma(x0 + x, y0 + y); });
-      for (int component = 0; component < 2; ++component) {
-        if (eighthOf420Pairs) {
-          // The second byte of each pair goes to plane 1, whatever it is.
-          out.at(1 + component, i, j) = meanOver({0, 3, 6}, {0, 1, 3}, [&](int pair, int y) {
-            return source.byte(1, (source.crop.top + y0 + y) / 2,
-                               source.crop.left / 2 * 2 + 8 * i + 2 * pair + 1 - component);
-          });
-        } else if (factor == 2) {
-          // One chroma column, and in 4:2:0 one row, at the corner of the block.
-          const int top = source.chromaAt(component, x0, y0);
-          const int bottom = source.is420() ? top : source.chromaAt(component, x0, y0 + 1);
-          out.at(1 + component, i, j) = static_cast<std::uint8_t>((top + bottom) / 2);
-        } else {
-          out.at(1 + component, i, j) =
-              mean([&](int x, int y) { return source.chromaAt(component, x0 + x, y0 + y); });
-        }
+  forEachPixel(out.width, out.height, [&](int i, int j) {
+    const int x0 = factor * i;
+    const int y0 = factor * j;
+    out.at(0, i, j) = mean([&](int x, int y) { return source.luma(x0 + x, y0 + y); });
+    for (int component = 0; component < 2; ++component) {
+      if (eighthOf420Pairs) {
+        // The second byte of each pair goes to plane 1, whatever it is.
+        out.at(1 + component, i, j) = meanOver({0, 3, 6}, {0, 1, 3}, [&](int pair, int y) {
+          return source.byte(1, (source.crop.top + y0 + y) / 2,
+                             source.crop.left / 2 * 2 + 8 * i + 2 * pair + 1 - component);
+        });
+      } else if (factor == 2) {
+        // One chroma column, and in 4:2:0 one row, at the corner of the block.
+        const int top = source.chromaAt(component, x0, y0);
+        const int bottom = source.is420() ? top : source.chromaAt(component, x0, y0 + 1);
+        out.at(1 + component, i, j) = static_cast<std::uint8_t>((top + bottom) / 2);
+      } else {
+        out.at(1 + component, i, j) =
+            mean([&](int x, int y) { return source.chromaAt(component, x0 + x, y0 + y); });
       }
     }
-  }
+  });
   return out;
 }
 
 inline Reduced widen(const Source& source) {
   const TLUX_CROP_RECT& crop = source.crop;
   Reduced out((crop.right - crop.left + 1) / 2 * 2, (crop.bottom - crop.top + 1) / 2 * 2);
-  for (int j = 0; j < out.height; ++j) {
-    for (int i = 0; i < out.width; ++i) {
-      const auto pair = [&](int component, int k) {
-        if (source.isPacked()) {
-          const int group = 2 * crop.left + 4 * (crop.left < 2 ? std::max(k, 0) : k);
-          return source.byte(0, crop.top + j, group + 1 + 2 * component);
-        }
-        const int row = source.is420() ? crop.top / 2 + j / 2 : crop.top + j;
-        return source.chroma(component, crop.left / 2 + k, row);
-      };
-      const auto between = [&](int component) {
-        return (pair(component, i / 2) + pair(component, i / 2 - 1)) / 2;
-      };
-      const bool odd = i % 2 != 0;
-      out.at(0, i, j) = static_cast<std::uint8_t>(source.luma(i, j));
-      out.at(1, i, j) = static_cast<std::uint8_t>(odd ? between(0) : pair(0, i / 2));
-      out.at(2, i, j) = static_cast<std::uint8_t>(odd ? pair(1, i / 2) : between(1));
-    }
-  }
+  forEachPixel(out.width, out.height, [&](int i, int j) {
+    const auto pair = [&](int component, int k) {
+      if (source.isPacked()) {
+        const int group = 2 * crop.left + 4 * (crop.left < 2 ? std::max(k, 0) : k);
+        return source.byte(0, crop.top + j, group + 1 + 2 * component);
+      }
+      const int row = source.is420() ? crop.top / 2 + j / 2 : crop.top + j;
+      return source.chroma(component, crop.left / 2 + k, row);
+    };
+    const auto between = [&](int component) {
+      return (pair(component, i / 2) + pair(component, i / 2 - 1)) / 2;
+    };
+    const bool odd = i % 2 != 0;
+    out.at(0, i, j) = static_cast<std::uint8_t>(source.luma(i, j));
+    out.at(1, i, j) = static_cast<std::uint8_t>(odd ? between(0) : pair(0, i / 2));
+    out.at(2, i, j) = static_cast<std::uint8_t>(odd ? pair(1, i / 2) : between(1));
+  });
   return out;
 }
 
 inline Reduced reduceByFourThirds(const Source& source) {
   Reduced out((source.crop.right - source.crop.left + 1) / 4 * 3,
               (source.crop.bottom - source.crop.top + 1) / 4 * 3);
-  for (int j = 0; j < out.height; ++j) {
-    for (int i = 0; i < out.width; ++i) {
-      const int x0 = i / 3 * 4 + i % 3;
-      const int y0 = j / 3 * 4 + j % 3;
-      out.at(0, i, j) =
-          meanOver({0, 1}, {0, 1}, [&](int x, int y) { return source.luma(x0 + x, y0 + y); });
-      for (int component = 0; component < 2; ++component) {
-        out.at(1 + component, i, j) = meanOver({0, 1}, {0, 1}, [&](int x, int y) {
-          return source.chromaAt(component, x0 + x, y0 + y);
-        });
-      }
+  forEachPixel(out.width, out.height, [&](int i, int j) {
+    for (int plane = 0; plane < 3; ++plane) {
+      out.at(plane, i, j) = meanOver({0, 1}, {0, 1}, [&](int dx, int dy) {
+        const int x = i / 3 * 4 + i % 3 + dx;
+        const int y = j / 3 * 4 + j % 3 + dy;
+        return plane == 0 ? source.luma(x, y) : source.chromaAt(plane - 1, x, y);
+      });
     }
-  }
+  });
   return out;
 }
 
@@ -208,33 +181,23 @@ inline Reduced reduceByFourThirds(const Source& source) {
 inline Reduced reduceRawByEight(const Source& source, const char (&pattern)[5]) {
   const TLUX_CROP_RECT& crop = source.crop;
   Reduced out((crop.right - crop.left + 1) / 8, (crop.bottom - crop.top + 1) / 8);
-  const auto colourAt = [&](int x, int y) { return pattern[(y & 1) * 2 + (x & 1)]; };
   // The first green of a cell is that of its first pattern row.
   const auto isWanted = [&](int x, int y, char colour) {
-    return colourAt(x, y) == colour && (colour != 'G' || y % 2 == 0);
+    return pattern[(y & 1) * 2 + (x & 1)] == colour && (colour != 'G' || y % 2 == 0);
   };
-  for (int plane = 0; plane < 3; ++plane) {
-    for (int j = 0; j < out.height; ++j) {
-      for (int i = 0; i < out.width; ++i) {
-        std::uint64_t sum = 0;
-        for (int y = 0; y < 8; ++y) {
-          for (int x = 0; x < 8; ++x) {
-            const bool inCells = x / 2 != 2 && y / 2 != 2;
-            const int px = crop.left + 8 * i + x;
-            const int py = crop.top + 8 * j + y;
-            if (!inCells || !isWanted(px, py, "GBR"[plane])) continue;
-            std::uint16_t sample = 0;
-            std::memcpy(&sample,
-                        source.image.plane[0] +
-                            static_cast<std::ptrdiff_t>(py) * source.image.pitch[0] + 2 * px,
-                        2);
-            sum += sample;
-          }
-        }
-        out.at(plane, i, j) = static_cast<std::uint8_t>((sum * 116508 >> 20) >> 8);
-      }
-    }
-  }
+  forEachPixel(out.width, out.height, [&](int i, int j) {
+    std::uint64_t sums[3] = {};
+    forEachPixel(8, 8, [&](int dx, int dy) {
+      if (dx / 2 == 2 || dy / 2 == 2) return; // cells that are skipped
+      const int x = crop.left + 8 * i + dx;
+      const int y = crop.top + 8 * j + dy;
+      const int sample = source.byte(0, y, 2 * x) | source.byte(0, y, 2 * x + 1) << 8;
+      for (int plane = 0; plane < 3; ++plane)
+        sums[plane] += isWanted(x, y, "GBR"[plane]) ? sample : 0;
+    });
+    for (int plane = 0; plane < 3; ++plane)
+      out.at(plane, i, j) = static_cast<std::uint8_t>((sums[plane] * 116508 >> 20) >> 8);
+  });
   return out;
 }
 

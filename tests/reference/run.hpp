@@ -9,6 +9,7 @@
 #include "reference/guided_filter_fast.hpp"
 #include "reference/map.hpp"
 #include "reference/mark.hpp"
+#include "reference/resample.hpp"
 #include "reference/retinex.hpp"
 #include "tlux/transfer.h"
 
@@ -17,19 +18,11 @@ namespace tlux::reference {
 
 // Luma of the source reduced by 8: nine samples of each block, three columns and rows apart.
 inline std::vector<std::uint8_t> reducedLuma(const TLUX_IMAGE& source, int width, int height) {
-  std::vector<std::uint8_t> reduced;
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      std::uint32_t sum = 0;
-      for (const int dy : {0, 3, 6}) {
-        for (const int dx : {0, 3, 6}) {
-          sum += source.plane[0][std::ptrdiff_t{8 * y + dy} * source.pitch[0] + 8 * x + dx];
-        }
-      }
-      reduced.push_back(static_cast<std::uint8_t>(sum * 116508 >> 20));
-    }
-  }
-  return reduced;
+  return mapPixels(width, height, [&](int x, int y) {
+    return meanOver({0, 3, 6}, {0, 3, 6}, [&](int dx, int dy) {
+      return source.plane[0][std::ptrdiff_t{8 * y + dy} * source.pitch[0] + 8 * x + dx];
+    });
+  });
 }
 
 inline std::vector<std::uint8_t> mappedLuma(const std::vector<std::uint8_t>& reference, int width,

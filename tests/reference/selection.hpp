@@ -1,8 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <vector>
+
+#include "reference/loops.hpp"
 
 namespace tlux::reference {
 
@@ -23,18 +26,8 @@ inline double exposureValue(double ratio) {
     q = 1 / ratio;
     negative = true;
   }
-  int octave = 0;
-  double mantissa = q;
-  if (q >= 8) {
-    octave = 3;
-    mantissa = q / 8;
-  } else if (q >= 4) {
-    octave = 2;
-    mantissa = q / 4;
-  } else if (q >= 2) {
-    octave = 1;
-    mantissa = q / 2;
-  }
+  const int octave = q >= 8 ? 3 : (q >= 4 ? 2 : (q >= 2 ? 1 : 0));
+  const double mantissa = q / (1 << octave);
   const double ev = octave + roundedLog2(static_cast<int>((mantissa - 1) * 255 + 0.5));
   return negative ? -ev : ev;
 }
@@ -58,24 +51,17 @@ inline int selectionIndex(double ev, int levels, double minimum, double middle, 
 inline std::vector<std::uint8_t> smoothSelection(const std::vector<std::uint8_t>& map, int width,
                                                  int height) {
   constexpr std::uint32_t kKernel[] = {35, 155, 256, 155, 35};
-  std::vector<std::uint8_t> out(map.size());
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      std::uint32_t sum = 0;
-      std::uint32_t weight = 0;
-      for (int v = -2; v <= 2; ++v) {
-        for (int u = -2; u <= 2; ++u) {
-          if (x + u < 0 || x + u >= width || y + v < 0 || y + v >= height) continue;
-          const std::uint32_t k = kKernel[u + 2] * kKernel[v + 2];
-          sum += k * map[static_cast<std::size_t>((y + v) * width + x + u)];
-          weight += k;
-        }
-      }
-      out[static_cast<std::size_t>(y * width + x)] =
-          static_cast<std::uint8_t>((weight + 2 * sum) / (2 * weight));
-    }
-  }
-  return out;
+  return mapPixels(width, height, [&](int x, int y) {
+    std::uint32_t sum = 0;
+    std::uint32_t weight = 0;
+    forEachIn(std::max(x - 2, 0), std::max(y - 2, 0), std::min(x + 3, width),
+              std::min(y + 3, height), [&](int u, int v) {
+                const std::uint32_t k = kKernel[u - x + 2] * kKernel[v - y + 2];
+                sum += k * map[v * width + u];
+                weight += k;
+              });
+    return static_cast<std::uint8_t>((weight + 2 * sum) / (2 * weight));
+  });
 }
 
 } // namespace tlux::reference

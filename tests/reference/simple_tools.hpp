@@ -3,22 +3,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
-#include <initializer_list>
 
 // The per-pixel tools and resizers, one pixel at a time.
 namespace tlux::reference {
 
 inline std::uint8_t gray(int b, int g, int r) {
   return static_cast<std::uint8_t>((11 * b + 59 * g + 30 * r) / 100);
-}
-
-inline std::uint8_t largestDifference(int a, std::initializer_list<int> others) {
-  int largest = 0;
-  for (const int other : others) {
-    largest = std::max(largest, std::abs(a - other));
-  }
-  return static_cast<std::uint8_t>(largest);
 }
 
 // The companding curve of CIE L*a*b*.

@@ -7,6 +7,8 @@
 #include <optional>
 #include <vector>
 
+#include "reference/loops.hpp"
+
 // The exposure statistics as formulas over whole planes: no buffers that are reused, no rows
 // carried over, 64-bit arithmetic that is narrowed where a result is stored.
 namespace tlux::reference {
@@ -58,16 +60,14 @@ inline std::int32_t mean(const LogPlane& plane) {
 inline LogPlane halved(const LogPlane& plane, double& average) {
   LogPlane out((plane.width + 1) / 2, (plane.height + 1) / 2);
   double total = 0;
-  for (int y = 0; y < out.height; ++y) {
-    for (int x = 0; x < out.width; ++x) {
-      // The last column of an odd width averages the last two.
-      const int left = 2 * x == plane.width - 1 ? 2 * x - 1 : 2 * x;
-      const int sum = plane.at(left, 2 * y) + plane.at(left + 1, 2 * y) +
-                      plane.at(left, 2 * y + 1) + plane.at(left + 1, 2 * y + 1);
-      out.at(x, y) = low16(static_cast<std::int64_t>(std::floor(sum / 4.0)));
-      total += out.at(x, y);
-    }
-  }
+  forEachPixel(out.width, out.height, [&](int x, int y) {
+    // The last column of an odd width averages the last two.
+    const int left = 2 * x == plane.width - 1 ? 2 * x - 1 : 2 * x;
+    const int sum = plane.at(left, 2 * y) + plane.at(left + 1, 2 * y) + plane.at(left, 2 * y + 1) +
+                    plane.at(left + 1, 2 * y + 1);
+    out.at(x, y) = low16(static_cast<std::int64_t>(std::floor(sum / 4.0)));
+    total += out.at(x, y);
+  });
   average = total / (static_cast<double>(out.width) * out.height);
   return out;
 }
@@ -76,18 +76,13 @@ inline LogPlane smoothed(const LogPlane& plane) {
   LogPlane down(plane.width, plane.height);
   LogPlane across(plane.width, plane.height);
   const auto& in = plane;
-  for (int y = 0; y < plane.height; ++y) {
-    for (int x = 0; x < plane.width; ++x) {
-      down.at(x, y) = low16((in.at(x, y - 1) + 2 * in.at(x, y) + in.at(x, y + 1)) >> 2);
-    }
-  }
+  forEachPixel(plane.width, plane.height, [&](int x, int y) {
+    down.at(x, y) = low16((in.at(x, y - 1) + 2 * in.at(x, y) + in.at(x, y + 1)) >> 2);
+  });
   const auto& middle = down;
-  for (int y = 0; y < plane.height; ++y) {
-    for (int x = 0; x < plane.width; ++x) {
-      across.at(x, y) =
-          low16((middle.at(x - 1, y) + 2 * middle.at(x, y) + middle.at(x + 1, y)) >> 2);
-    }
-  }
+  forEachPixel(plane.width, plane.height, [&](int x, int y) {
+    across.at(x, y) = low16((middle.at(x - 1, y) + 2 * middle.at(x, y) + middle.at(x + 1, y)) >> 2);
+  });
   return across;
 }
 
@@ -103,23 +98,19 @@ inline LogPlane smoothDoubleBlend(const LogPlane& small, const LogPlane& large,
                                   double enlargedWeight, double largeWeight) {
   const LogPlane smooth = smoothed(small);
   LogPlane tall(small.width, large.height);
-  for (int y = 0; y < tall.height; ++y) {
-    for (int x = 0; x < tall.width; ++x) {
-      tall.at(x, y) = low16(doubledAt(y, [&](int k) { return smooth.at(x, k); }));
-    }
-  }
+  forEachPixel(tall.width, tall.height, [&](int x, int y) {
+    tall.at(x, y) = low16(doubledAt(y, [&](int k) { return smooth.at(x, k); }));
+  });
   const LogPlane& columns = tall;
   const std::int64_t a = truncate32(enlargedWeight * 256 + 0.5);
   const std::int64_t b = truncate32(largeWeight * 256 + 0.5);
   const int computed = std::min(2 * small.width, large.width);
   LogPlane out(large.width, large.height);
-  for (int y = 0; y < out.height; ++y) {
-    for (int x = 0; x < out.width; ++x) {
-      const int column = std::min(x, computed - 1);
-      const int enlarged = doubledAt(column, [&](int k) { return columns.at(k, y); });
-      out.at(x, y) = low16(low32(low32(large.at(column, y) * b) + enlarged * a) >> 8);
-    }
-  }
+  forEachPixel(out.width, out.height, [&](int x, int y) {
+    const int column = std::min(x, computed - 1);
+    const int enlarged = doubledAt(column, [&](int k) { return columns.at(k, y); });
+    out.at(x, y) = low16(low32(low32(large.at(column, y) * b) + enlarged * a) >> 8);
+  });
   return out;
 }
 

@@ -29,8 +29,8 @@ void comparesWithSamples(ResizeImage* resize, SampleOf* sampleOf) {
       for (const Size& to : kSizes) {
         const Picture source = randomPicture(random, format, from.width, from.height, 5);
         const Picture before = randomPicture(random, format, to.width, to.height, 5);
-        Frame in(source);
-        Frame out(before);
+        Frame in = frameOf(source);
+        Frame out = frameOf(before);
         ASSERT_EQ(resize(in.get(), out.get()), TLUX_OK);
         const bool isCopy = from.width == to.width && from.height == to.height;
         const Picture expected = mapped(
@@ -40,7 +40,7 @@ void comparesWithSamples(ResizeImage* resize, SampleOf* sampleOf) {
               return sampleOf(channel, std::max(target.width, 1), target.height, x, y);
             });
         if (isCopy && from.width == 1) continue; // the lone chroma byte of packed rows, see below
-        ASSERT_TRUE(out.holds(expected))
+        ASSERT_TRUE(out == frameOf(expected))
             << std::hex << format << std::dec << " " << from.width << "x" << from.height << " to "
             << to.width << "x" << to.height;
       }
@@ -62,17 +62,17 @@ TEST(ResizeImage, CopiesEveryByteOfEqualSizes) {
     if (!isResized(format)) continue;
     for (const Size& size : kSizes) {
       const Picture source = randomPicture(random, format, size.width, size.height, 0);
-      Frame in(source);
+      Frame in = frameOf(source);
       for (ResizeImage* resize : {asfImageResize_NN, asfImageResize_BL}) {
         Picture before = source;
         for (auto& plane : before.planes) {
           std::fill(plane.bytes.begin(), plane.bytes.end(), std::uint8_t{0x5A});
         }
-        Frame out(before);
+        Frame out = frameOf(before);
         ASSERT_EQ(resize(in.get(), out.get()), TLUX_OK);
         // Interleaved chroma of odd width has a byte behind its last pair.
         if ((format >> 8) == 8 && size.width % 2 != 0) continue;
-        ASSERT_TRUE(out.holds(source)) << std::hex << format;
+        ASSERT_TRUE(out == frameOf(source)) << std::hex << format;
       }
     }
   }
@@ -83,10 +83,10 @@ TEST(ResizeImage, PiecesMakeTheWholeOnThreadsOfTheHost) {
   for (const std::uint32_t format :
        {TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_YCBCR440_P, TLUX_FMT_YCBYCR}) {
     for (const Size& to : {Size{40, 31}, Size{33, 1}, Size{5, 24}, Size{9, 14}}) {
-      Frame in(randomPicture(random, format, 33, 24, 5));
+      Frame in = frameOf(randomPicture(random, format, 33, 24, 5));
       const Picture before = randomPicture(random, format, to.width, to.height, 5);
-      Frame whole(before);
-      Frame pieces(before);
+      Frame whole = frameOf(before);
+      Frame pieces = frameOf(before);
       ASSERT_EQ(asfImageResize_BL(in.get(), whole.get()), TLUX_OK);
       const int middle = random.intBetween(0, to.height);
       const auto piece = [&](int first, int end) {
@@ -109,13 +109,13 @@ TEST(ResizeImage, RefusesWhatItCannotResize) {
   const Picture small = randomPicture(random, TLUX_FMT_YCBCR420_YPVU, 8, 6, 0);
   const Picture large = randomPicture(random, TLUX_FMT_YCBCR420_YPVU, 12, 10, 0);
   const auto outcomeOf = [&](auto change) {
-    Frame in(small);
-    Frame out(large);
+    Frame in = frameOf(small);
+    Frame out = frameOf(large);
     change(*in.get(), *out.get());
     const std::uint32_t outcome = asfImageResize_BL(in.get(), out.get());
     EXPECT_EQ(asfImageResize_NN(in.get(), out.get()), outcome);
     EXPECT_EQ(asfImageResize_BL_Piece(in.get(), out.get(), 0, 0), outcome);
-    EXPECT_EQ(outcome == TLUX_OK, !out.holds(large));
+    EXPECT_EQ(outcome == TLUX_OK, !(out == frameOf(large)));
     return outcome;
   };
   using Image = TLUX_IMAGE;
@@ -131,14 +131,14 @@ TEST(ResizeImage, RefusesWhatItCannotResize) {
     EXPECT_EQ(outcomeOf([&](Image& in, Image& out) { in.format = out.format = format; }),
               TLUX_ERR_UNSUPPORTED);
   }
-  Frame in(small);
-  Frame out(large);
+  Frame in = frameOf(small);
+  Frame out = frameOf(large);
   EXPECT_EQ(asfImageResize_NN(nullptr, out.get()), TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(asfImageResize_BL(in.get(), nullptr), TLUX_ERR_INVALID_PARAM);
   for (const auto& [first, end] : {std::pair(-1, 2), {3, 2}, {0, 11}}) {
     EXPECT_EQ(asfImageResize_BL_Piece(in.get(), out.get(), first, end), TLUX_ERR_INVALID_PARAM);
   }
-  EXPECT_TRUE(out.holds(large));
+  EXPECT_TRUE(out == frameOf(large));
 }
 
 } // namespace

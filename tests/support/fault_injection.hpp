@@ -1,5 +1,11 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+#include "tlux/base.h"
+
 namespace tlux::test {
 
 // Makes the n-th call from now on fail (1 is the next one, 0 is none). Sees the malloc, realloc and
@@ -26,6 +32,25 @@ int sweepFaults(void (*failNth)(int), Attempt&& attempt) {
     failNth(0);
     if (!fired) return n - 1;
   }
+}
+
+// Sweeps call(): with a fault it answers `code`, without one TLUX_OK, and nothing stays allocated.
+template <class Call>
+int sweepResults(void (*failNth)(int), std::uint32_t code, Call&& call) {
+  const long live = liveAllocations();
+  return sweepFaults(failNth, [&] {
+    const std::uint32_t result = call();
+    EXPECT_EQ(result, faultFired() ? code : TLUX_OK);
+    EXPECT_EQ(liveAllocations(), live);
+  });
+}
+template <class Call>
+int sweepAllocations(Call&& call) {
+  return sweepResults(failAllocation, TLUX_ERR_NO_MEMORY, call);
+}
+template <class Call>
+int sweepThreads(Call&& call) {
+  return sweepResults(failThreadStart, TLUX_ERR_THREAD, call);
 }
 
 } // namespace tlux::test

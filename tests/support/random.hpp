@@ -4,6 +4,7 @@
 #include <limits>
 #include <random>
 #include <span>
+#include <vector>
 
 namespace tlux::test {
 
@@ -30,6 +31,14 @@ class Random {
     for (T& value : values) {
       value = static_cast<T>(between(low, high));
     }
+  }
+
+  template <class T>
+  std::vector<T> values(std::size_t count, std::int64_t low = std::numeric_limits<T>::min(),
+                        std::int64_t high = std::numeric_limits<T>::max()) {
+    std::vector<T> out(count);
+    fill(std::span(out), low, high);
+    return out;
   }
 
  private:

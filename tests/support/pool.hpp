@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "tlux/platform.h"
+
+namespace tlux::test {
+
+// A memory pool of so many bytes, which hold no zeros at first.
+class Pool {
+ public:
+  explicit Pool(std::size_t bytes)
+      : memory_(bytes / 8 + 1, ~std::uint64_t{0}),
+        manager_(MMemMgrCreate(memory_.data(), bytes)),
+        whole_(largestFree()) {}
+
+  operator MMemMgr() const { return manager_; }
+  std::uint8_t* data() { return reinterpret_cast<std::uint8_t*>(memory_.data()); }
+  std::int64_t largestFree() const { return GetMaxAllocMemSize(manager_); }
+  // Whether all of it is free again.
+  bool isWhole() const { return largestFree() == whole_; }
+
+ private:
+  std::vector<std::uint64_t> memory_;
+  MMemMgr manager_;
+  std::int64_t whole_;
+};
+
+} // namespace tlux::test
