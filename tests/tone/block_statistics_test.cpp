@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <functional>
 #include <vector>
 
 #include "reference/guided_filter_fast.hpp"
 #include "support/fault_injection.hpp"
-#include "support/guarded_buffer.hpp"
-#include "support/random.hpp"
+#include "support/frame.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tone/window_sums.hpp"
 
@@ -15,67 +15,45 @@ namespace {
 
 constexpr std::int32_t kUntouched = 0x5A5A5A5A;
 
-// What the planes of a case hold.
-enum class Content { kNoise, kUniform, kEdge, kNearlyFlat };
-constexpr Content kContents[] = {Content::kNoise, Content::kUniform, Content::kEdge,
-                                 Content::kNearlyFlat};
+// Noise, a uniform plane, an edge, and one nearly flat near white.
+constexpr int kContents = 4;
 
-void fillWith(Content content, std::span<std::uint8_t> bytes, Random& random) {
-  const auto level = static_cast<std::uint8_t>(random.bits());
+void fillWith(int content, std::span<std::uint8_t> bytes, Random& random) {
+  const auto level = static_cast<int>(random.bits() & 255);
   for (std::size_t i = 0; i < bytes.size(); ++i) {
-    switch (content) {
-      case Content::kNoise:
-        bytes[i] = static_cast<std::uint8_t>(random.bits());
-        break;
-      case Content::kUniform:
-        bytes[i] = level;
-        break;
-      case Content::kEdge:
-        bytes[i] = i * 3 < bytes.size() ? 0 : 255;
-        break;
-      case Content::kNearlyFlat:
-        bytes[i] = static_cast<std::uint8_t>(251 + i % 5);
-        break;
-    }
+    const int values[kContents] = {static_cast<int>(random.bits() & 255), level,
+                                   i * 3 < bytes.size() ? 0 : 255, static_cast<int>(251 + i % 5)};
+    bytes[i] = static_cast<std::uint8_t>(values[content]);
   }
 }
-
-struct Band {
-  int first;
-  int rows;
-};
 
 TEST(GuideBlock, IntegerFormIsTheFormula) {
   Random random(1);
   for (const auto [width, height, padding] :
        {std::array{1, 1, 0}, {2, 5, 3}, {7, 4, 0}, {33, 9, 5}, {20, 21, 1}}) {
     for (const int radius : {1, 2, 5, 16, 40}) {
-      for (const Content content : kContents) {
+      for (int content = 0; content < kContents; ++content) {
         const int pitch = width + padding;
         // The last row ends with the last sample.
         const auto bytes = static_cast<std::size_t>((height - 1) * pitch + width);
         GuardedBuffer input(bytes);
         GuardedBuffer guide(bytes);
-        fillWith(Content::kNoise, input.bytes(), random);
+        fillWith(0, input.bytes(), random);
         fillWith(content, guide.bytes(), random);
         const int eps = random.intBetween(1, 40);
-        const Band band = {random.intBetween(0, height - 1), random.intBetween(1, height)};
-        std::vector<std::int32_t> a(static_cast<std::size_t>(width * height), kUntouched);
+        const int first = random.intBetween(0, height - 1);
+        const int rows = random.intBetween(1, height);
+        std::vector<std::int32_t> a(width * height, kUntouched);
         std::vector<std::int32_t> b = a;
-        ASSERT_EQ(GuideBlockIntMT(nullptr, band.first, band.rows, input.data(), guide.data(),
-                                  height, width, pitch, a.data(), b.data(), radius, eps),
+        ASSERT_EQ(GuideBlockIntMT(nullptr, first, rows, input.data(), guide.data(), height, width,
+                                  pitch, a.data(), b.data(), radius, eps),
                   TLUX_OK);
-        for (int y = 0; y < height; ++y) {
-          for (int x = 0; x < width; ++x) {
-            reference::Coefficients expected = {kUntouched, kUntouched, true};
-            if (y >= band.first && y < band.first + band.rows) {
-              expected = reference::guideCoefficients(input.data(), guide.data(), x, y, width,
-                                                      height, pitch, radius, eps);
-            }
-            const auto at = static_cast<std::size_t>(y * width + x);
-            ASSERT_EQ(a[at], expected.a) << x << "," << y << " radius " << radius;
-            ASSERT_EQ(b[at], expected.b) << x << "," << y << " radius " << radius;
-          }
+        for (int i = 0; i < width * height; ++i) {
+          const bool written = i / width >= first && i / width < first + rows;
+          const auto expected = reference::guideCoefficients(
+              input.data(), guide.data(), i % width, i / width, width, height, pitch, radius, eps);
+          ASSERT_EQ(a[i], written ? expected.a : kUntouched) << i << " radius " << radius;
+          ASSERT_EQ(b[i], written ? expected.b : kUntouched) << i << " radius " << radius;
         }
       }
     }
@@ -89,7 +67,7 @@ TEST(GuideBlock, IntegerFormStopsAtTheFirstZeroDenominator) {
   std::vector<std::uint8_t> guide(kSize * kSize);
   for (int i = 0; i < kSize * kSize; ++i) {
     const bool flat = i / kSize >= 3 && i % kSize >= 5;
-    guide[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(flat ? 70 : 255 * (i % 2));
+    guide[i] = static_cast<std::uint8_t>(flat ? 70 : 255 * (i % 2));
   }
   std::vector<std::int32_t> a(kSize * kSize, kUntouched);
   std::vector<std::int32_t> b = a;
@@ -101,8 +79,8 @@ TEST(GuideBlock, IntegerFormStopsAtTheFirstZeroDenominator) {
     const auto expected = reference::guideCoefficients(guide.data(), guide.data(), i % kSize,
                                                        i / kSize, kSize, kSize, kSize, kRadius, 0);
     stopped = stopped || !expected.solvable;
-    EXPECT_EQ(a[static_cast<std::size_t>(i)], stopped ? kUntouched : expected.a) << i;
-    EXPECT_EQ(b[static_cast<std::size_t>(i)], stopped ? kUntouched : expected.b) << i;
+    EXPECT_EQ(a[i], stopped ? kUntouched : expected.a) << i;
+    EXPECT_EQ(b[i], stopped ? kUntouched : expected.b) << i;
   }
   EXPECT_NE(a[4 * kSize], kUntouched);
 }
@@ -154,9 +132,8 @@ TEST(BlockMean, BandFormsAreTheFormula) {
     SCOPED_TRACE(testing::Message() << c.width << "x" << c.height << " rows " << c.first << "+"
                                     << c.rows << " radius " << c.radius);
     const int stride = c.width + c.padding;
-    std::vector<std::int32_t> source(static_cast<std::size_t>(stride * c.height));
-    random.fill(std::span(source), -400000, 300000);
-    std::vector<std::int32_t> inBand(static_cast<std::size_t>(c.width * c.height), kUntouched);
+    const auto source = random.values<std::int32_t>(stride * c.height, -400000, 300000);
+    std::vector<std::int32_t> inBand(c.width * c.height, kUntouched);
     std::vector<std::int32_t> whole = inBand;
     ASSERT_EQ(BlockMeanVarIntMTBorder(nullptr, c.first, c.rows, source.data(), c.height, c.width,
                                       stride, inBand.data(), c.radius),
@@ -165,24 +142,20 @@ TEST(BlockMean, BandFormsAreTheFormula) {
                                 whole.data(), c.radius),
               TLUX_OK);
     const int end = std::min(c.first + c.rows, c.height);
-    for (int y = 0; y < c.height; ++y) {
+    forEachPixel(c.width, c.height, [&](int x, int y) {
       const bool inside = y >= c.first && y < end;
       // The three-tap groups of a short band reach over its edges.
       const bool written = inside || (y >= c.first && y < c.first + c.radius) ||
                            (y >= c.first + c.rows - c.radius && y < end);
-      for (int x = 0; x < c.width; ++x) {
-        const auto at = static_cast<std::size_t>(y * c.width + x);
-        const auto banded = reference::smoothedInBand(source.data(), x, y, c.width, c.height,
-                                                      stride, c.first, c.rows, c.radius);
-        const auto mean =
-            reference::windowSum(
-                x, y, c.radius, c.width, 0, c.height,
-                [&](int u, int v) { return source[static_cast<std::size_t>(v * stride + u)]; }) /
-            (4 * c.radius * c.radius);
-        ASSERT_EQ(inBand[at], written ? banded : kUntouched) << x << "," << y;
-        ASSERT_EQ(whole[at], inside ? mean : kUntouched) << x << "," << y;
-      }
-    }
+      const int at = y * c.width + x;
+      const auto banded = reference::smoothedInBand(source.data(), x, y, c.width, c.height, stride,
+                                                    c.first, c.rows, c.radius);
+      const auto mean = reference::windowSum(x, y, c.radius, c.width, 0, c.height,
+                                             [&](int u, int v) { return source[v * stride + u]; }) /
+                        (4 * c.radius * c.radius);
+      ASSERT_EQ(inBand[at], written ? banded : kUntouched) << x << "," << y;
+      ASSERT_EQ(whole[at], inside ? mean : kUntouched) << x << "," << y;
+    });
   }
 }
 
@@ -209,33 +182,24 @@ TEST(BlockMean, FloatFormsMatchDirectSums) {
     ASSERT_EQ(GuideBlock(nullptr, input.data(), guide.data(), kHeight, kWidth, kStride, a.data(),
                          b.data(), radius, kEps),
               TLUX_OK);
-    for (int y = 0; y < kHeight; ++y) {
-      for (int x = 0; x < kWidth; ++x) {
-        double sums[4] = {};
-        for (int v = y - radius; v < y + radius; ++v) {
-          for (int u = x - radius; u < x + radius; ++u) {
-            const auto at = static_cast<std::size_t>(std::clamp(v, 0, kHeight - 1) * kStride +
-                                                     std::clamp(u, 0, kWidth - 1));
-            const double i = static_cast<double>(guide[at]);
-            const double p = static_cast<double>(input[at]);
-            sums[0] += i;
-            sums[1] += p;
-            sums[2] += i * i;
-            sums[3] += i * p;
-          }
-        }
-        for (double& sum : sums) {
-          sum /= 4.0 * radius * radius;
-        }
-        const double var = sums[2] - sums[0] * sums[0];
-        const double slope = (sums[3] - sums[0] * sums[1]) / (var + static_cast<double>(kEps));
-        const auto at = static_cast<std::size_t>(y * kWidth + x);
-        EXPECT_NEAR(mean[at], sums[0], 1e-4);
-        EXPECT_NEAR(variance[at], var, 1e-3);
-        EXPECT_NEAR(a[at], slope, 1e-5);
-        EXPECT_NEAR(b[at], sums[1] - slope * sums[0], 1e-3);
-      }
-    }
+    forEachPixel(kWidth, kHeight, [&](int x, int y) {
+      double sums[4] = {};
+      reference::forEachIn(x - radius, y - radius, x + radius, y + radius, [&](int u, int v) {
+        const int at = std::clamp(v, 0, kHeight - 1) * kStride + std::clamp(u, 0, kWidth - 1);
+        const double i = static_cast<double>(guide[at]);
+        const double p = static_cast<double>(input[at]);
+        const double terms[] = {i, p, i * i, i * p};
+        for (int k = 0; k < 4; ++k)
+          sums[k] += terms[k] / (4.0 * radius * radius);
+      });
+      const double var = sums[2] - sums[0] * sums[0];
+      const double slope = (sums[3] - sums[0] * sums[1]) / (var + static_cast<double>(kEps));
+      const int at = y * kWidth + x;
+      EXPECT_NEAR(mean[at], sums[0], 1e-4);
+      EXPECT_NEAR(variance[at], var, 1e-3);
+      EXPECT_NEAR(a[at], slope, 1e-5);
+      EXPECT_NEAR(b[at], sums[1] - slope * sums[0], 1e-3);
+    });
   }
 }
 
@@ -255,18 +219,16 @@ TEST(BlockMean, FloatFormsOfAConstantPlane) {
 TEST(UpsampleLine, DeliversTheLinesOfABandInOrder) {
   Random random(5);
   for (const auto [width, rows] : {std::array{1, 1}, {1, 3}, {2, 2}, {9, 4}, {37, 3}}) {
-    std::vector<std::int32_t> map(static_cast<std::size_t>(width * rows));
-    random.fill(std::span(map), -(1 << 27), 1 << 27);
+    const auto map = random.values<std::int32_t>(width * rows, -(1 << 27), 1 << 27);
     const int fullWidth = 8 * width;
     GuardedBuffer memory(static_cast<std::size_t>(3 * fullWidth) * sizeof(std::int32_t));
     auto* lines = reinterpret_cast<std::int32_t*>(memory.data());
     for (int k = 0; k < 8 * rows; ++k) {
       // Only lines 0, 1, 9, 17, … may read the low row.
       const int row = k % 8 == 0 ? k / 8 : std::min(k / 8 + 1, rows - 1);
-      std::int32_t unreadable = 0;
+      const std::int32_t unreadable = 0;
       const bool isRead = k == 0 || k % 8 == 1;
-      UPSampleLine8Int(k, fullWidth,
-                       isRead ? &map[static_cast<std::size_t>(row * width)] : &unreadable, lines);
+      UPSampleLine8Int(k, fullWidth, isRead ? &map[row * width] : &unreadable, lines);
       for (int x = 0; x < fullWidth; ++x) {
         ASSERT_EQ(lines[x], reference::enlarged(map.data(), width, rows - 1, x, k))
             << x << "," << k << " width " << width;
@@ -310,24 +272,14 @@ TEST(BlockStatistics, RefuseBadArgumentsAndReportMissingMemory) {
   UPSampleLine8Int(0, 8, nullptr, ints);
   UPSampleLine8Int(-1, 8, ints, out);
 
-  const long live = liveAllocations();
-  const auto sweep = [](auto call) {
-    return sweepFaults(failAllocation, [&] {
-      const std::uint32_t result = call();
-      EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
-    });
-  };
-  EXPECT_GE(sweep([&] {
-              return GuideBlockIntMT(nullptr, 0, 4, bytes, bytes, 4, 4, 4, ints, out, 1, 20);
-            }),
-            1);
-  EXPECT_GE(
-      sweep([&] { return GuideBlock(nullptr, floats, floats, 4, 4, 4, mean, mean, 1, 1.0F); }), 1);
-  EXPECT_GE(sweep([&] { return BlockMeanVarIntMTBorder(nullptr, 0, 4, ints, 4, 4, 4, out, 1); }),
-            1);
-  EXPECT_GE(sweep([&] { return BlockMeanVarIntMT(nullptr, 0, 4, ints, 4, 4, 4, out, 1); }), 1);
-  EXPECT_GE(sweep([&] { return BlockMeanVar(nullptr, floats, 4, 4, 4, mean, mean, 1); }), 1);
-  EXPECT_EQ(liveAllocations(), live);
+  const std::function<std::uint32_t()> calls[] = {
+      [&] { return GuideBlockIntMT(nullptr, 0, 4, bytes, bytes, 4, 4, 4, ints, out, 1, 20); },
+      [&] { return GuideBlock(nullptr, floats, floats, 4, 4, 4, mean, mean, 1, 1.0F); },
+      [&] { return BlockMeanVarIntMTBorder(nullptr, 0, 4, ints, 4, 4, 4, out, 1); },
+      [&] { return BlockMeanVarIntMT(nullptr, 0, 4, ints, 4, 4, 4, out, 1); },
+      [&] { return BlockMeanVar(nullptr, floats, 4, 4, 4, mean, mean, 1); }};
+  for (const auto& call : calls)
+    EXPECT_GE(sweepAllocations(call), 1);
 }
 
 } // namespace

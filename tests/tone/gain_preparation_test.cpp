@@ -4,8 +4,7 @@
 
 #include "reference/retinex.hpp"
 #include "support/fault_injection.hpp"
-#include "support/guarded_buffer.hpp"
-#include "support/random.hpp"
+#include "support/frame.hpp"
 #include "tlux/platform.h"
 #include "tlux/retinex.h"
 #include "tlux/transfer.h"
@@ -20,34 +19,24 @@ constexpr int kWidth = 61;
 constexpr int kHeight = 40;
 constexpr int kPitch = 67;
 
-// A frame of one plane whose last row ends at a page that cannot be touched.
-struct Frame {
-  Frame() : bytes(kPitch * kHeight) {
-    Random(1).fill(bytes.bytes());
-    image = {TLUX_FMT_GRAY, kWidth, kHeight, {bytes.data()}, {kPitch}};
-    context = {&image, kWidth, kHeight, TLUX_Degamma_Table, nullptr, nullptr};
+struct Context {
+  Context() { Random(1).fill(frame.plane(0).bytes()); }
+  // The first rows of `pitch` bytes through a function.
+  template <class ToLinear>
+  Samples linear(int pitch, ToLinear&& toLinear) {
+    return mapPixels(kWidth, kHeight, [&](int x, int y) {
+      return static_cast<std::int16_t>(toLinear(frame.row(0, 0)[y * pitch + x]));
+    });
   }
 
-  GuardedBuffer bytes;
-  TLUX_IMAGE image{};
-  TLUX_TONEMAP_CONTEXT context{};
+  Frame frame{{kWidth, kHeight, kPitch, 0, TLUX_FMT_GRAY}};
+  TLUX_TONEMAP_CONTEXT context{frame.get(), kWidth, kHeight, TLUX_Degamma_Table, nullptr, nullptr};
 };
 
-template <class ToLinear>
-Samples linearOf(Frame& frame, int pitch, ToLinear&& toLinear) {
-  Samples linear;
-  for (int y = 0; y < kHeight; ++y) {
-    for (int x = 0; x < kWidth; ++x) {
-      linear.push_back(static_cast<std::int16_t>(toLinear(frame.bytes.data()[y * pitch + x])));
-    }
-  }
-  return linear;
-}
-
 TEST(GenerateTonemapping, ScoresPackedRowsIn10Bits) {
-  Frame frame;
+  Context frame;
   const Samples linear =
-      linearOf(frame, kWidth, [](int code) { return (TLUX_Degamma_Table[code] + 2) >> 2; });
+      frame.linear(kWidth, [](int code) { return (TLUX_Degamma_Table[code] + 2) >> 2; });
   Samples expectedLog;
   const Scores expected = reference::retinexScore(linear, kWidth, kHeight, &expectedLog);
   const long live = liveAllocations();
@@ -67,8 +56,8 @@ TEST(GenerateTonemapping, ScoresPackedRowsIn10Bits) {
 
 // Without memory for the score itself, every score is 0.
 TEST(GenerateTonemappingBayer, ScoresTheMosaicTimes16) {
-  Frame frame;
-  const Samples linear = linearOf(frame, kPitch, [](int sample) { return sample * 16; });
+  Context frame;
+  const Samples linear = frame.linear(kPitch, [](int sample) { return sample * 16; });
   const Scores expected = reference::retinexScore(linear, kWidth, kHeight);
   const long live = liveAllocations();
   int attempt = 0;
@@ -92,11 +81,11 @@ TEST(GainPreparation, RefusesWhatPassesTheImage) {
   for (const auto call : {GenerateTonemapping, TLUX_GenerateTonemappingBayer}) {
     const long live = liveAllocations();
     for (const auto& spoil :
-         {+[](Frame& f) { f.context.source = nullptr; },
-          +[](Frame& f) { f.image.plane[0] = nullptr; }, +[](Frame& f) { f.context.width = 0; },
-          +[](Frame& f) { f.context.height = -1; }, +[](Frame& f) { f.context.width = 68; },
-          +[](Frame& f) { f.image.height = 20; }}) {
-      Frame frame;
+         {+[](Context& f) { f.context.source = nullptr; },
+          +[](Context& f) { f.frame->plane[0] = nullptr; },
+          +[](Context& f) { f.context.width = 0; }, +[](Context& f) { f.context.height = -1; },
+          +[](Context& f) { f.context.width = 68; }, +[](Context& f) { f.frame->height = 20; }}) {
+      Context frame;
       spoil(frame);
       EXPECT_EQ(call(nullptr, &frame.context), TLUX_ERR_INVALID_PARAM);
       EXPECT_EQ(frame.context.gains, nullptr);
@@ -104,7 +93,7 @@ TEST(GainPreparation, RefusesWhatPassesTheImage) {
     EXPECT_EQ(call(nullptr, nullptr), TLUX_ERR_INVALID_PARAM);
     EXPECT_EQ(liveAllocations(), live);
   }
-  Frame frame;
+  Context frame;
   frame.context.codeToLinear = nullptr;
   EXPECT_EQ(GenerateTonemapping(nullptr, &frame.context), TLUX_ERR_INVALID_PARAM);
 }

@@ -5,43 +5,20 @@
 #include <vector>
 
 #include "support/fault_injection.hpp"
-#include "support/random.hpp"
+#include "support/frame.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/resample.h"
 
 namespace tlux::test {
 namespace {
 
-constexpr std::uint8_t kHeld = 0x77;
-
-struct Frame {
-  Frame(int width, int height, int pitch)
-      : pixels(static_cast<std::size_t>(pitch) * static_cast<std::size_t>(height + height / 2),
-               kHeld),
-        image{TLUX_FMT_YCBCR420_YPVU,
-              width,
-              height,
-              {pixels.data(), pixels.data() + std::ptrdiff_t{pitch} * height},
-              {pitch, pitch}} {}
-  Frame(const Frame&) = delete;
-  Frame& operator=(const Frame&) = delete;
-
-  std::vector<std::uint8_t> pixels;
-  TLUX_IMAGE image;
-};
-
 // Row-major small luma of the part of the source that the filter works on.
-std::vector<float> smallLuma(const Frame& source, int width, int height) {
-  std::vector<std::uint8_t> planes(static_cast<std::size_t>(3 * width * height));
-  TLUX_IMAGE small = {
-      TLUX_FMT_YCBCR444_P,
-      width,
-      height,
-      {planes.data(), planes.data() + width * height, planes.data() + 2 * width * height},
-      {width, width, width}};
+std::vector<float> smallLuma(Frame& source, int width, int height) {
+  Frame small({width, height, 0, 0, TLUX_FMT_YCBCR444_P});
   const TLUX_CROP_RECT part = {0, 0, 8 * width - 1, 8 * height - 1};
-  EXPECT_EQ(TLUX_ScaleCropImage(&source.image, &small, &part, 8), TLUX_OK);
-  return {planes.begin(), planes.begin() + width * height};
+  EXPECT_EQ(TLUX_ScaleCropImage(source.get(), small.get(), &part, 8), TLUX_OK);
+  const Bytes luma = small.bytes(0);
+  return {luma.begin(), luma.end()};
 }
 
 float between(float m, float n, int eighths) {
@@ -61,11 +38,9 @@ TEST(FloatGuidedFilter, IsTheFormulaAndKeepsUncoveredStrips) {
   constexpr float kEps = 12.5F;
   constexpr int kRadius = 2;
   for (const auto [width, height] : {std::array{16, 16}, {53, 38}, {64, 96}}) {
-    Frame source(width + 2, height + 4, width + 5);
-    Frame guide(width, height, width);
-    Frame output(width, height, width + 3);
-    random.fill(std::span(source.pixels));
-    random.fill(std::span(guide.pixels));
+    Frame source({width + 2, height + 4, width + 5}, random);
+    Frame guide({width, height}, random);
+    Frame output({width, height, width + 3});
     const int lowW = width / 16 * 2;
     const int lowH = height / 16 * 2;
     const std::vector<float> luma = smallLuma(source, lowW, lowH);
@@ -74,60 +49,56 @@ TEST(FloatGuidedFilter, IsTheFormulaAndKeepsUncoveredStrips) {
     ASSERT_EQ(GuideBlock(nullptr, luma.data(), luma.data(), lowH, lowW, lowW, a.data(), b.data(),
                          kRadius, kEps),
               TLUX_OK);
-    std::vector<std::uint8_t> expected = output.pixels;
-    for (int y = 0; y < 8 * lowH; ++y) {
-      for (int x = 0; x < 8 * lowW; ++x) {
-        const float value = std::fma(enlarged(a, lowW, lowH, x, y),
-                                     static_cast<float>(guide.image.plane[0][y * width + x]),
-                                     enlarged(b, lowW, lowH, x, y));
-        expected[static_cast<std::size_t>(y * (width + 3) + x)] =
-            static_cast<std::uint8_t>(std::clamp(std::trunc(value), 0.0F, 255.0F));
-      }
-    }
-    ASSERT_EQ(FastGuidedFilter(nullptr, &source.image, &guide.image, &output.image, kRadius, kEps),
+    Frame expected = output.copy();
+    forEachPixel(8 * lowW, 8 * lowH, [&](int x, int y) {
+      const float value =
+          std::fma(enlarged(a, lowW, lowH, x, y), static_cast<float>(guide.row(0, y)[x]),
+                   enlarged(b, lowW, lowH, x, y));
+      expected.row(0, y)[x] =
+          static_cast<std::uint8_t>(std::clamp(std::trunc(value), 0.0F, 255.0F));
+    });
+    ASSERT_EQ(FastGuidedFilter(nullptr, source.get(), guide.get(), output.get(), kRadius, kEps),
               TLUX_OK);
-    EXPECT_EQ(output.pixels, expected) << width << "x" << height;
+    EXPECT_TRUE(output == expected) << width << "x" << height;
   }
 }
 
 // A reduction by 8 gives v − 1 for a uniform v.
 TEST(FloatGuidedFilter, UniformSourceGivesItsReducedLevel) {
-  Frame frame(48, 32, 48);
-  ASSERT_EQ(FastGuidedFilter(nullptr, &frame.image, &frame.image, &frame.image, 4, 1.0F), TLUX_OK);
-  EXPECT_EQ(std::count(frame.pixels.begin(), frame.pixels.begin() + 48 * 32, kHeld - 1), 48 * 32);
+  Frame frame({48, 32});
+  ASSERT_EQ(FastGuidedFilter(nullptr, frame.get(), frame.get(), frame.get(), 4, 1.0F), TLUX_OK);
+  EXPECT_EQ(frame.bytes(0), Bytes(48 * 32, Frame::kBlank - 1));
 }
 
 TEST(FloatGuidedFilter, AnswersBadArgumentsAndMissingMemory) {
-  Frame source(32, 32, 32);
-  Frame output(32, 32, 32);
-  Frame tiny(15, 40, 16);
-  TLUX_IMAGE* dst = &output.image;
-  const auto filter = [&](const TLUX_IMAGE* src, const TLUX_IMAGE* guide, int radius, float eps) {
-    return FastGuidedFilter(nullptr, src, guide, dst, radius, eps);
+  Frame source({32, 32});
+  Frame output({32, 32});
+  Frame tiny({15, 40, 16});
+  Frame gray({32, 32});
+  gray->format = TLUX_FMT_GRAY;
+  struct Case {
+    const TLUX_IMAGE* source;
+    const TLUX_IMAGE* guide;
+    TLUX_IMAGE* output;
+    int radius;
+    float eps;
+    std::uint32_t result;
   };
-  const TLUX_IMAGE* const good = &source.image;
-  TLUX_IMAGE gray = source.image;
-  gray.format = TLUX_FMT_GRAY;
-  EXPECT_EQ(filter(nullptr, good, 2, 1.0F), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(filter(good, nullptr, 2, 1.0F), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(filter(good, &tiny.image, 2, 1.0F), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(filter(&tiny.image, good, 2, 1.0F), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(filter(good, good, 0, 1.0F), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(filter(&gray, good, 2, 1.0F), TLUX_ERR_UNSUPPORTED);
-  EXPECT_EQ(filter(good, good, 2, 0.0F), TLUX_GUIDE_UNSOLVABLE);
-  EXPECT_EQ(FastGuidedFilter(nullptr, good, good, &tiny.image, 2, 1.0F), TLUX_ERR_INVALID_PARAM);
-  Frame tinySource(15, 40, 16);
-  EXPECT_EQ(FastGuidedFilter(nullptr, &tinySource.image, &tiny.image, &tiny.image, 2, 1.0F),
-            TLUX_OK);
-  EXPECT_EQ(std::ranges::count(output.pixels, kHeld), std::ssize(output.pixels));
-
-  const long live = liveAllocations();
-  EXPECT_GE(sweepFaults(failAllocation,
-                        [&] {
-                          const std::uint32_t result = filter(good, good, 2, 1.0F);
-                          EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
-                          EXPECT_EQ(liveAllocations(), live);
-                        }),
+  const TLUX_IMAGE* const good = source.get();
+  TLUX_IMAGE* const out = output.get();
+  for (const Case& c : {Case{nullptr, good, out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
+                        {good, nullptr, out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
+                        {good, tiny.get(), out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
+                        {tiny.get(), good, out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
+                        {good, good, out, 0, 1.0F, TLUX_ERR_INVALID_PARAM},
+                        {gray.get(), good, out, 2, 1.0F, TLUX_ERR_UNSUPPORTED},
+                        {good, good, out, 2, 0.0F, TLUX_GUIDE_UNSOLVABLE},
+                        {good, good, tiny.get(), 2, 1.0F, TLUX_ERR_INVALID_PARAM},
+                        {tiny.get(), tiny.get(), tiny.get(), 2, 1.0F, TLUX_OK}}) {
+    EXPECT_EQ(FastGuidedFilter(nullptr, c.source, c.guide, c.output, c.radius, c.eps), c.result);
+  }
+  EXPECT_TRUE(output == Frame({32, 32}));
+  EXPECT_GE(sweepAllocations([&] { return FastGuidedFilter(nullptr, good, good, out, 2, 1.0F); }),
             6);
 }
 

@@ -6,7 +6,7 @@
 #include "reference/retinex.hpp"
 #include "support/fault_injection.hpp"
 #include "support/guarded_buffer.hpp"
-#include "tlux/platform.h"
+#include "support/pool.hpp"
 #include "tlux/retinex.h"
 
 namespace tlux::test {
@@ -87,13 +87,9 @@ TEST(RetinexScore, ReportsEveryFailedAllocationAndReleasesAll) {
   Scores scores(linear.samples.size());
   std::vector<std::int16_t> log(linear.samples.size());
   for (void* workBuffer : {static_cast<void*>(nullptr), static_cast<void*>(work.data())}) {
-    const long live = liveAllocations();
-    const int faults = sweepFaults(failAllocation, [&] {
+    const int faults = sweepAllocations([&] {
       log = linear.samples;
-      const auto result =
-          AME_GenerateRetinexLogGain(nullptr, workBuffer, log.data(), 60, 34, scores.data());
-      EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
-      EXPECT_EQ(liveAllocations(), live);
+      return AME_GenerateRetinexLogGain(nullptr, workBuffer, log.data(), 60, 34, scores.data());
     });
     EXPECT_GE(faults, 12);
     EXPECT_EQ(scores, expected);
@@ -102,19 +98,15 @@ TEST(RetinexScore, ReportsEveryFailedAllocationAndReleasesAll) {
 
 TEST(RetinexScore, LivesInAPoolAndLeavesItAsItWas) {
   const LogPlane linear = makePlane(Content::kGradient, 60, 34, 0, 4095);
-  std::vector<std::uint64_t> memory(2048);
-  MMemMgr pool = MMemMgrCreate(memory.data(), memory.size() * 8);
-  const auto whole = GetMaxAllocMemSize(pool);
+  const Pool pool(16384);
   std::vector<std::int16_t> log = linear.samples;
   Scores scores(log.size());
-  const long before = allocationCount();
+  const long asked = allocationCount();
   EXPECT_EQ(AME_GenerateRetinexLogGain(pool, nullptr, log.data(), 60, 34, scores.data()), TLUX_OK);
-  EXPECT_EQ(allocationCount(), before);
-  EXPECT_EQ(GetMaxAllocMemSize(pool), whole);
+  EXPECT_EQ(allocationCount(), asked);
+  EXPECT_TRUE(pool.isWhole());
   EXPECT_EQ(scores, reference::retinexScore(linear.samples, 60, 34));
-
-  pool = MMemMgrCreate(memory.data(), 4096);
-  EXPECT_EQ(AME_GenerateRetinexLogGain(pool, nullptr, log.data(), 60, 34, scores.data()),
+  EXPECT_EQ(AME_GenerateRetinexLogGain(Pool(4096), nullptr, log.data(), 60, 34, scores.data()),
             TLUX_ERR_NO_MEMORY);
 }
 
