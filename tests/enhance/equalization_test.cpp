@@ -4,11 +4,10 @@
 #include <numeric>
 
 #include "enhance/adaptive_equalizer.hpp"
-#include "enhance/plane_image.hpp"
+#include "enhance/gray_frame.hpp"
 #include "reference/chroma.hpp"
 #include "support/fault_injection.hpp"
 #include "tlux/equalization.h"
-#include "tlux/platform.h"
 
 namespace tlux::test {
 namespace {
@@ -21,7 +20,7 @@ TEST(CalHistogram, CountsAnyRectangleOnTopOfWhatIsThere) {
     const int width = random.intBetween(1, 60);
     const int height = random.intBetween(1, 12);
     const Bytes samples = randomSamples(width, height, random);
-    PlaneImage image(samples, width, height, width + i % 5);
+    Frame image = grayFrame(samples, width, height, width + i % 5);
     TLUX_RECT rect{random.intBetween(0, width), random.intBetween(0, height), 0, 0};
     rect.right = random.intBetween(0, width);
     rect.bottom = random.intBetween(0, height);
@@ -30,10 +29,10 @@ TEST(CalHistogram, CountsAnyRectangleOnTopOfWhatIsThere) {
     Levels counts{};
     counts[7] = 1000;
     expected[7] += 1000;
-    CalHistogram(&image.image, counts.data(), &rect);
+    CalHistogram(image.get(), counts.data(), &rect);
     ASSERT_EQ(counts, expected);
     const Levels whole = reference::countLevels(samples, width, height, 0, 0, width, height);
-    CalHistogram(&image.image, counts.data(), nullptr);
+    CalHistogram(image.get(), counts.data(), nullptr);
     for (std::size_t level = 0; level < 256; ++level) {
       ASSERT_EQ(counts[level], expected[level] + whole[level]);
     }
@@ -74,14 +73,14 @@ TEST(HistogramMap, BuildsTheTableOfTheClippedRectangle) {
     const int width = random.intBetween(1, 70);
     const int height = random.intBetween(1, 30);
     const Bytes samples = randomSamples(width, height, random);
-    PlaneImage image(samples, width, height, width);
+    Frame image = grayFrame(samples, width, height, width);
     const int left = random.intBetween(0, width - 1);
     const int top = random.intBetween(0, height - 1);
     const TLUX_RECT rect{left, top, left + random.intBetween(1, 90),
                          top + random.intBetween(1, 40)};
     const int pixels = (std::min(rect.right, width) - left) * (std::min(rect.bottom, height) - top);
     Levels table{};
-    HistogramMap(&image.image, table.data(), &rect);
+    HistogramMap(image.get(), table.data(), &rect);
     ASSERT_EQ(table,
               reference::equalizationTable(reference::countLevels(samples, width, height, left, top,
                                                                   rect.right, rect.bottom),
@@ -89,23 +88,13 @@ TEST(HistogramMap, BuildsTheTableOfTheClippedRectangle) {
   }
 }
 
-TEST(HistogramMap, StepsAtTheLevelOfAUniformImage) {
-  PlaneImage image(Bytes(256, 100), 16, 16, 16);
-  Levels table{};
-  HistogramMap(&image.image, table.data(), nullptr);
-  for (std::size_t level = 0; level < 256; ++level) {
-    EXPECT_EQ(table[level], level < 100 ? 0u : 255u);
-  }
-}
-
 TEST(HistogramMap, SaturatesWithoutPixels) {
-  PlaneImage image(Bytes(256, 100), 16, 16, 16);
+  Frame image = grayFrame(Bytes(256, 100), 16, 16, 16);
   const int kMax = std::numeric_limits<int>::max();
-  const TLUX_RECT empty[] = {{16, 0, 20, 16}, {3, 5, 3, 9}, {0, 16, 16, 17}};
-  for (const TLUX_RECT& rect : empty) {
+  for (const TLUX_RECT& rect : {TLUX_RECT{16, 0, 20, 16}, {3, 5, 3, 9}, {0, 16, 16, 17}}) {
     Levels table{};
     table[40] = 2;
-    HistogramMap(&image.image, table.data(), &rect);
+    HistogramMap(image.get(), table.data(), &rect);
     EXPECT_EQ(table[39], 0u);
     EXPECT_EQ(table[40], 0x7FFFFFFFu);
     EXPECT_EQ(table[255], 0x7FFFFFFFu);
@@ -115,23 +104,23 @@ TEST(HistogramMap, SaturatesWithoutPixels) {
   for (const TLUX_RECT& rect : {TLUX_RECT{kMax, kMax, kMax, kMax},
                                 {kMax, 0, -kMax - 1, -kMax},
                                 {-kMax - 1, kMax, kMax, -kMax - 1}}) {
-    HistogramMap(&image.image, table.data(), &rect);
+    HistogramMap(image.get(), table.data(), &rect);
   }
 }
 
 TEST(HistogramEqualization, LeavesNoTrace) {
   Random random(3);
   const Bytes samples = randomSamples(33, 9, random);
-  PlaneImage image(samples, 33, 9, 40);
-  const Bytes before(image.bytes().begin(), image.bytes().end());
+  Frame image = grayFrame(samples, 33, 9, 40);
+  const Frame before = image.copy();
   const long live = liveAllocations();
   const int faults =
-      sweepFaults(failAllocation, [&] { HistogramEqualization(nullptr, &image.image); });
+      sweepFaults(failAllocation, [&] { HistogramEqualization(nullptr, image.get()); });
   EXPECT_EQ(faults, 1);
   EXPECT_EQ(liveAllocations(), live);
-  EXPECT_EQ(Bytes(image.bytes().begin(), image.bytes().end()), before);
+  EXPECT_TRUE(image == before);
   HistogramEqualization(nullptr, nullptr);
-  TLUX_IMAGE bad = image.image;
+  TLUX_IMAGE bad = image.image();
   for (const auto& [width, height] : {std::pair{41, 9}, {0, 9}, {33, -9}, {-1, -1}}) {
     bad.width = width;
     bad.height = height;
@@ -139,26 +128,20 @@ TEST(HistogramEqualization, LeavesNoTrace) {
   }
 }
 
+Plane<std::uint8_t> view(Frame& image) {
+  return {image.row(0, 0), image->width, image->height, image->pitch[0]};
+}
+
 void expectEqualizedLikeFormula(int width, int height, Random& random) {
   SCOPED_TRACE(testing::Message() << width << "x" << height);
   const Bytes samples = randomSamples(width, height, random);
   const Bytes expected = reference::equalizeTiles(samples, width, height);
-  PlaneImage in(samples, width, height, width + height % 3);
-  PlaneImage out(width, height, width + height % 3);
-  const auto view = [](PlaneImage& image) {
-    return Plane<std::uint8_t>{image.row(0), image.image.width, image.image.height,
-                               image.image.pitch[0]};
-  };
-  const auto expectRows = [&](PlaneImage& image) {
-    for (int y = 0; y < height; ++y) {
-      ASSERT_TRUE(std::equal(image.row(y), image.row(y) + width, expected.begin() + y * width))
-          << "row " << y;
-    }
-  };
+  Frame in = grayFrame(samples, width, height, width + height % 3);
+  Frame out({width, height, width + height % 3, 0, TLUX_FMT_GRAY});
   ASSERT_TRUE(equalizeByTiles(nullptr, view(in), view(out)));
-  expectRows(out);
+  ASSERT_EQ(out.samples(0), expected);
   ASSERT_TRUE(equalizeByTiles(nullptr, view(in), view(in)));
-  expectRows(in);
+  ASSERT_EQ(in.samples(0), expected);
 }
 
 TEST(AdaptiveEqualization, EqualsTheFormulaForEveryEdgeTile) {
@@ -174,118 +157,70 @@ TEST(AdaptiveEqualization, EqualsTheFormulaForEveryEdgeTile) {
   }
 }
 
-TEST(AdaptiveEqualization, KeepsTheTableOfASingleTile) {
-  Random random(5);
-  const Bytes samples = randomSamples(16, 16, random);
-  const Levels table =
-      reference::equalizationTable(reference::countLevels(samples, 16, 16, 0, 0, 16, 16), 256);
-  PlaneImage image(samples, 16, 16, 16);
-  const Plane<std::uint8_t> plane{image.row(0), 16, 16, 16};
-  ASSERT_TRUE(equalizeByTiles(nullptr, plane, plane));
-  for (std::size_t i = 0; i < 256; ++i) {
-    EXPECT_EQ(image.bytes()[i], table[samples[i]]);
-  }
-}
-
-// An NV21 frame in one block, the chroma plane behind the luma plane.
-struct Frame {
-  Frame(int width, int height, int pitch, Random& random)
-      : buffer(static_cast<std::size_t>(pitch * (height + height / 2))) {
-    random.fill(buffer.bytes());
-    image = {TLUX_FMT_YCBCR420_YPVU,
-             width,
-             height,
-             {buffer.data(), buffer.data() + pitch * height},
-             {pitch, pitch}};
-  }
-
-  Bytes copy() { return {buffer.bytes().begin(), buffer.bytes().end()}; }
-
-  GuardedBuffer buffer;
-  TLUX_IMAGE image{};
-};
-
 TEST(AdaptiveEqualization, WritesLumaPaddingAndChroma) {
   Random random(6);
   for (const auto& [width, height, pitch] :
        {std::tuple{32, 32, 32}, {48, 20, 48}, {36, 18, 40}, {30, 17, 37}, {2, 2, 4}, {18, 1, 20}}) {
     SCOPED_TRACE(testing::Message() << width << "x" << height << " pitch " << pitch);
-    Frame source(width, height, pitch, random);
-    Frame output(width, height, pitch, random);
-    Frame expected(width, height, pitch, random);
-    std::copy(output.buffer.bytes().begin(), output.buffer.bytes().end(), expected.buffer.data());
-    const Bytes original = source.copy();
-    Bytes samples;
-    for (int y = 0; y < height; ++y) {
-      const auto row = original.begin() + y * pitch;
-      samples.insert(samples.end(), row, row + width);
-      std::copy(row, row + pitch, expected.buffer.data() + y * pitch);
-    }
-    const Bytes equalized = reference::equalizeTiles(samples, width, height);
-    for (int y = 0; y < height; ++y) {
-      std::copy_n(equalized.begin() + y * width, width, expected.buffer.data() + y * pitch);
-    }
-    reference::scaleChroma(source.image, expected.image);
+    Frame source({width, height, pitch}, random);
+    Frame output({width, height, pitch}, random);
+    const Frame original = source.copy();
+    Frame expected = source.copy();
+    std::ranges::copy(output.plane(1).bytes(), expected.plane(1).data());
+    const Bytes equalized = reference::equalizeTiles(source.samples(0), width, height);
+    for (int y = 0; y < height; ++y)
+      std::copy_n(equalized.begin() + y * width, width, expected.row(0, y));
+    reference::scaleChroma(source.image(), expected.image());
 
-    AdaptiveHistogramEqualization(nullptr, &source.image, &output.image);
-    EXPECT_EQ(output.copy(), expected.copy());
-    EXPECT_EQ(source.copy(), original);
+    AdaptiveHistogramEqualization(nullptr, source.get(), output.get());
+    EXPECT_TRUE(output == expected);
+    EXPECT_TRUE(source == original);
 
     // In place the old luma is gone when chroma is scaled, so chroma stays.
-    AdaptiveHistogramEqualization(nullptr, &source.image, &source.image);
-    const Bytes inPlace = source.copy();
-    const auto chroma = static_cast<std::ptrdiff_t>(pitch) * height;
-    EXPECT_TRUE(std::equal(inPlace.begin(), inPlace.begin() + chroma, output.copy().begin()));
-    EXPECT_TRUE(std::equal(inPlace.begin() + chroma, inPlace.end(), original.begin() + chroma));
+    AdaptiveHistogramEqualization(nullptr, source.get(), source.get());
+    EXPECT_EQ(source.bytes(0), output.bytes(0));
+    EXPECT_EQ(source.bytes(1), original.bytes(1));
   }
 }
 
 TEST(AdaptiveEqualization, WritesNothingWhenItCannotWork) {
   Random random(7);
-  Frame source(32, 20, 40, random);
-  Frame output(32, 20, 40, random);
-  const Bytes before = output.copy();
+  Frame source({32, 20, 40}, random);
+  Frame output({32, 20, 40}, random);
+  const Frame before = output.copy();
   const long live = liveAllocations();
   const auto expectUntouched = [&](const TLUX_IMAGE* in, TLUX_IMAGE* out) {
     AdaptiveHistogramEqualization(nullptr, in, out);
-    EXPECT_EQ(output.copy(), before);
+    EXPECT_TRUE(output == before);
   };
-  const auto with = [&](const TLUX_IMAGE& image, auto&& change) {
-    TLUX_IMAGE changed = image;
-    change(changed);
-    return changed;
-  };
-  TLUX_IMAGE bad[] = {
-      with(output.image, [](TLUX_IMAGE& i) { i.width = 30; }),
-      with(output.image, [](TLUX_IMAGE& i) { i.height = 18; }),
-      with(output.image, [](TLUX_IMAGE& i) { i.pitch[0] = 36; }),
-      with(output.image, [](TLUX_IMAGE& i) { i.plane[0] = nullptr; }),
-      with(output.image, [](TLUX_IMAGE& i) { i.plane[1] = nullptr; }),
-      with(output.image, [](TLUX_IMAGE& i) { i.format = TLUX_FMT_YCBCR420_P; }),
-  };
-  for (TLUX_IMAGE& image : bad) {
-    expectUntouched(&source.image, &image);
-    expectUntouched(&image, &output.image);
+  for (const auto& damage :
+       {+[](TLUX_IMAGE& i) { i.width = 30; }, +[](TLUX_IMAGE& i) { i.height = 18; },
+        +[](TLUX_IMAGE& i) { i.pitch[0] = 36; }, +[](TLUX_IMAGE& i) { i.plane[0] = nullptr; },
+        +[](TLUX_IMAGE& i) { i.plane[1] = nullptr; },
+        +[](TLUX_IMAGE& i) { i.format = TLUX_FMT_YCBCR420_P; }}) {
+    TLUX_IMAGE bad = output.image();
+    damage(bad);
+    expectUntouched(source.get(), &bad);
+    expectUntouched(&bad, output.get());
   }
-  expectUntouched(nullptr, &output.image);
-  expectUntouched(&source.image, nullptr);
+  expectUntouched(nullptr, output.get());
+  expectUntouched(source.get(), nullptr);
   for (const auto& [width, height, pitch] :
        {std::tuple{41, 20, 40}, {32, 0, 40}, {32, -4, 40}, {-2, 20, 40}, {32, 20, -40}}) {
-    const auto resize = [w = width, h = height, p = pitch](TLUX_IMAGE& i) {
-      i.width = w;
-      i.height = h;
-      i.pitch[0] = p;
-    };
-    const TLUX_IMAGE in = with(source.image, resize);
-    TLUX_IMAGE out = with(output.image, resize);
-    expectUntouched(&in, &out);
+    TLUX_IMAGE images[] = {source.image(), output.image()};
+    for (TLUX_IMAGE& image : images) {
+      image.width = width;
+      image.height = height;
+      image.pitch[0] = pitch;
+    }
+    expectUntouched(&images[0], &images[1]);
   }
   failAllocation(1);
-  expectUntouched(&source.image, &output.image);
+  expectUntouched(source.get(), output.get());
   EXPECT_TRUE(faultFired());
   failAllocation(0);
-  AdaptiveHistogramEqualization(nullptr, &source.image, &output.image);
-  EXPECT_NE(output.copy(), before);
+  AdaptiveHistogramEqualization(nullptr, source.get(), output.get());
+  EXPECT_FALSE(output == before);
   EXPECT_EQ(liveAllocations(), live);
 }
 

@@ -1,18 +1,17 @@
 #include <gtest/gtest.h>
 
-#include "enhance/plane_image.hpp"
+#include "enhance/gray_frame.hpp"
 #include "support/fault_injection.hpp"
 #include "tlux/histogram_match.h"
-#include "tlux/platform.h"
 
 namespace tlux::test {
 namespace {
 
 using reference::Levels;
 
-Bytes tableFor(PlaneImage& target, PlaneImage& source) {
+Bytes tableFor(Frame& target, Frame& source) {
   Bytes table(256, 0xEE);
-  EXPECT_EQ(TLUX_GetMatchTable(nullptr, &target.image, &source.image, table.data()), TLUX_OK);
+  EXPECT_EQ(TLUX_GetMatchTable(nullptr, target.get(), source.get(), table.data()), TLUX_OK);
   return table;
 }
 
@@ -30,8 +29,8 @@ TEST(MatchTable, EqualsTheFormulaForHistogramsOfAllShapes) {
     const int high = i % 4 == 0 ? 6 : 255; // every fourth source is nearly black
     const Bytes source = randomSamples(width, height, random, 0, high);
     const Bytes target = randomSamples(width, height, random);
-    PlaneImage sourceImage(source, width, height, width + i % 3);
-    PlaneImage targetImage(target, width, height, width + i % 2);
+    Frame sourceImage = grayFrame(source, width, height, width + i % 3);
+    Frame targetImage = grayFrame(target, width, height, width + i % 2);
     const auto count = [&](const Bytes& samples) {
       return reference::countLevels(samples, width, height, 0, 0, width, height);
     };
@@ -48,7 +47,7 @@ TEST(MatchTable, EqualsTheFormulaForHistogramsOfAllShapes) {
 TEST(MatchTable, IsTheIdentityForEqualImages) {
   Random random(2);
   for (int i = 0; i < 50; ++i) {
-    PlaneImage image(randomSamples(31, 9, random), 31, 9, 33);
+    Frame image = grayFrame(randomSamples(31, 9, random), 31, 9, 33);
     const Bytes table = tableFor(image, image);
     for (int x = 0; x < 256; ++x) {
       ASSERT_EQ(table[static_cast<std::size_t>(x)], x);
@@ -57,8 +56,8 @@ TEST(MatchTable, IsTheIdentityForEqualImages) {
 }
 
 TEST(MatchTable, SpreadsABlackSourceOverTheFirstLevels) {
-  PlaneImage black(uniform(100, 0), 10, 10, 10);
-  PlaneImage target(uniform(100, 90), 10, 10, 10);
+  Frame black = grayFrame(uniform(100, 0), 10, 10, 10);
+  Frame target = grayFrame(uniform(100, 90), 10, 10, 10);
   const Bytes table = tableFor(target, black);
   // Source deciles 0 0 1 2 … 8 255, target deciles 0 90 91 … 98 255; slope 1 through (4, 94).
   const int expected[] = {90, 91, 92, 93, 94, 95, 96, 97, 98, 98, 99};
@@ -72,8 +71,8 @@ TEST(MatchTable, TakesImagesOfDifferentSize) {
   for (const auto& [targetHeight, sourceHeight] : {std::pair{3, 20}, {20, 3}, {1, 9}}) {
     const Bytes source = randomSamples(16, sourceHeight, random);
     const Bytes target = randomSamples(16, targetHeight, random);
-    PlaneImage sourceImage(source, 16, sourceHeight, 16);
-    PlaneImage targetImage(target, 16, targetHeight, 16);
+    Frame sourceImage = grayFrame(source, 16, sourceHeight, 16);
+    Frame targetImage = grayFrame(target, 16, targetHeight, 16);
     const int pixels = 16 * sourceHeight;
     const auto s =
         reference::deciles(reference::countLevels(source, 16, sourceHeight, 0, 0, 16, 99), pixels);
@@ -82,35 +81,33 @@ TEST(MatchTable, TakesImagesOfDifferentSize) {
     EXPECT_EQ(d[9] == 255, targetHeight < sourceHeight); // ran out of pixels
     EXPECT_EQ(tableFor(targetImage, sourceImage), reference::matchTable(s, d));
   }
-  PlaneImage empty(0, 0, 4);
-  PlaneImage negative(4, 4, 4);
-  negative.image.width = -4;
-  negative.image.height = -4;
+  Frame empty({0, 0, 4, 0, TLUX_FMT_GRAY});
+  Frame negative({4, 4, 4, 0, TLUX_FMT_GRAY});
+  negative->width = -4;
+  negative->height = -4;
   EXPECT_EQ(tableFor(empty, negative), tableFor(negative, empty));
 }
 
 TEST(MatchTable, LeavesTheTableOnAnError) {
-  PlaneImage image(uniform(64, 7), 8, 8, 8);
+  Frame image = grayFrame(uniform(64, 7), 8, 8, 8);
   Bytes table(256, 3);
-  const long live = liveAllocations();
-  const int faults = sweepFaults(failAllocation, [&] {
-    table.assign(256, 3);
-    const auto result = TLUX_GetMatchTable(nullptr, &image.image, &image.image, table.data());
-    EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
-    EXPECT_EQ(table == Bytes(256, 3), faultFired());
-  });
-  EXPECT_EQ(faults, 1);
-  EXPECT_EQ(liveAllocations(), live);
+  EXPECT_EQ(sweepAllocations([&] {
+              table.assign(256, 3);
+              const auto result =
+                  TLUX_GetMatchTable(nullptr, image.get(), image.get(), table.data());
+              EXPECT_EQ(table == Bytes(256, 3), faultFired());
+              return result;
+            }),
+            1);
   table.assign(256, 3);
-  TLUX_IMAGE noPlane = image.image;
+  TLUX_IMAGE noPlane = image.image();
   noPlane.plane[0] = nullptr;
   for (const TLUX_IMAGE* bad :
        {static_cast<const TLUX_IMAGE*>(nullptr), static_cast<const TLUX_IMAGE*>(&noPlane)}) {
-    EXPECT_EQ(TLUX_GetMatchTable(nullptr, bad, &image.image, table.data()), TLUX_ERR_INVALID_PARAM);
-    EXPECT_EQ(TLUX_GetMatchTable(nullptr, &image.image, bad, table.data()), TLUX_ERR_INVALID_PARAM);
+    EXPECT_EQ(TLUX_GetMatchTable(nullptr, bad, image.get(), table.data()), TLUX_ERR_INVALID_PARAM);
+    EXPECT_EQ(TLUX_GetMatchTable(nullptr, image.get(), bad, table.data()), TLUX_ERR_INVALID_PARAM);
   }
-  EXPECT_EQ(TLUX_GetMatchTable(nullptr, &image.image, &image.image, nullptr),
-            TLUX_ERR_INVALID_PARAM);
+  EXPECT_EQ(TLUX_GetMatchTable(nullptr, image.get(), image.get(), nullptr), TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(table, Bytes(256, 3));
 }
 
@@ -120,21 +117,18 @@ TEST(AdjustImageByTable, ReplacesSamplesAndNothingElse) {
   random.fill(std::span(table));
   for (int width = 1; width <= 40; ++width) {
     const Bytes samples = randomSamples(width, 3, random);
-    PlaneImage image(samples, width, 3, width + width % 4);
-    EXPECT_EQ(TLUX_AdjustImageByTable(&image.image, table.data()), 1u);
-    for (int y = 0; y < 3; ++y) {
-      for (int x = 0; x < image.image.pitch[0]; ++x) {
-        const auto at = static_cast<std::size_t>(y * width + x);
-        ASSERT_EQ(image.row(y)[x], x < width ? table[samples[at]] : 0xEE);
-      }
-    }
+    Frame image = grayFrame(samples, width, 3, width + width % 4);
+    EXPECT_EQ(TLUX_AdjustImageByTable(image.get(), table.data()), 1u);
+    forEachPixel(image->pitch[0], 3, [&](int x, int y) {
+      ASSERT_EQ(image.row(0, y)[x], x < width ? table[samples[y * width + x]] : Frame::kBlank);
+    });
   }
 }
 
 TEST(AdjustImageByTable, AnswersOneInEveryCase) {
-  PlaneImage image(uniform(16, 5), 4, 4, 4);
+  Frame image = grayFrame(uniform(16, 5), 4, 4, 4);
   const Bytes table(256, 9);
-  TLUX_IMAGE none = image.image;
+  TLUX_IMAGE none = image.image();
   EXPECT_EQ(TLUX_AdjustImageByTable(nullptr, table.data()), 1u);
   EXPECT_EQ(TLUX_AdjustImageByTable(&none, nullptr), 1u);
   for (const auto& [width, height] : {std::pair{4, 0}, {0, 4}, {-4, 4}, {4, -1}}) {
@@ -142,7 +136,7 @@ TEST(AdjustImageByTable, AnswersOneInEveryCase) {
     none.height = height;
     EXPECT_EQ(TLUX_AdjustImageByTable(&none, table.data()), 1u);
   }
-  EXPECT_EQ(Bytes(image.bytes().begin(), image.bytes().end()), uniform(16, 5));
+  EXPECT_EQ(image.bytes(0), uniform(16, 5));
   none = {TLUX_FMT_GRAY, 4, 4, {}, {}};
   EXPECT_EQ(TLUX_AdjustImageByTable(&none, table.data()), 1u);
 }
