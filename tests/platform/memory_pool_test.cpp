@@ -7,8 +7,8 @@
 #include <vector>
 
 #include "support/fault_injection.hpp"
+#include "support/pool.hpp"
 #include "support/random.hpp"
-#include "tlux/platform.h"
 
 namespace tlux::test {
 namespace {
@@ -23,6 +23,8 @@ class PoolModel {
     std::int64_t offset;
     std::int64_t size;
     bool used;
+
+    friend bool operator==(const Block&, const Block&) = default;
   };
 
   explicit PoolModel(std::int64_t bytes) : blocks_{{kHeader, bytes - 2 * kHeader, false}} {}
@@ -104,46 +106,26 @@ class PoolModel {
   std::vector<Block> blocks_;
 };
 
-class Pool {
- public:
-  explicit Pool(std::size_t bytes)
-      : memory_(bytes / 8 + 1), handle_(MMemMgrCreate(memory_.data(), bytes)) {}
+std::int64_t offsetOf(Pool& pool, const void* block) {
+  return block == nullptr ? kRefused : static_cast<const std::uint8_t*>(block) - pool.data();
+}
 
-  MMemMgr handle() const { return handle_; }
-  std::uint8_t* at(std::int64_t offset) {
-    return reinterpret_cast<std::uint8_t*>(memory_.data()) + offset;
+// The block chain as its headers tell it.
+std::vector<PoolModel::Block> chainOf(Pool& pool) {
+  std::vector<PoolModel::Block> blocks;
+  for (std::int64_t header = 0;;) {
+    std::uint64_t words[2];
+    std::memcpy(words, pool.data() + header, sizeof words);
+    if (words[0] == ~std::uint64_t{0}) return blocks;
+    const auto size = static_cast<std::int64_t>(words[0]);
+    blocks.push_back({header + kHeader, size, words[1] == 1});
+    header += kHeader + size;
   }
-  std::int64_t offsetOf(const void* block) {
-    return block == nullptr ? kRefused : static_cast<const std::uint8_t*>(block) - at(0);
-  }
-
-  // The block chain as its headers tell it.
-  std::vector<PoolModel::Block> chain() {
-    std::vector<PoolModel::Block> blocks;
-    for (std::int64_t header = 0;;) {
-      std::uint64_t words[2];
-      std::memcpy(words, at(header), sizeof words);
-      if (words[0] == ~std::uint64_t{0}) return blocks;
-      const auto size = static_cast<std::int64_t>(words[0]);
-      blocks.push_back({header + kHeader, size, words[1] == 1});
-      header += kHeader + size;
-    }
-  }
-
- private:
-  std::vector<std::uint64_t> memory_;
-  MMemMgr handle_;
-};
+}
 
 void expectSameChain(Pool& pool, const PoolModel& model) {
-  const auto chain = pool.chain();
-  ASSERT_EQ(chain.size(), model.blocks().size());
-  for (std::size_t i = 0; i < chain.size(); ++i) {
-    EXPECT_EQ(chain[i].offset, model.blocks()[i].offset);
-    EXPECT_EQ(chain[i].size, model.blocks()[i].size);
-    EXPECT_EQ(chain[i].used, model.blocks()[i].used);
-  }
-  EXPECT_EQ(GetMaxAllocMemSize(pool.handle()), model.largestFree());
+  EXPECT_EQ(chainOf(pool), model.blocks());
+  EXPECT_EQ(pool.largestFree(), model.largestFree());
 }
 
 // Random sequences of every operation leave the same chain as the model, hand out the same blocks
@@ -159,7 +141,7 @@ TEST(MemoryPool, FollowsTheModelOverRandomSequences) {
 
     const auto fillBlock = [&](std::int64_t offset) {
       const auto value = static_cast<std::uint8_t>(random.bits());
-      std::memset(pool.at(offset), value, static_cast<std::size_t>(model.capacity(offset)));
+      std::memset((pool.data() + offset), value, static_cast<std::size_t>(model.capacity(offset)));
       live[offset] = value;
     };
 
@@ -167,7 +149,7 @@ TEST(MemoryPool, FollowsTheModelOverRandomSequences) {
       const auto size = static_cast<std::uint32_t>(random.between(0, bytes / 3));
       const auto action = random.between(0, 2);
       if (action == 0 || live.empty()) {
-        const auto offset = pool.offsetOf(MMemAlloc(pool.handle(), size));
+        const auto offset = offsetOf(pool, MMemAlloc(pool, size));
         ASSERT_EQ(offset, model.allocate(size));
         if (offset != kRefused) fillBlock(offset);
       } else {
@@ -176,14 +158,14 @@ TEST(MemoryPool, FollowsTheModelOverRandomSequences) {
         const auto [offset, value] = *chosen;
         const auto kept = std::min(std::int64_t{size}, model.capacity(offset));
         if (action == 1) {
-          MMemFree(pool.handle(), pool.at(offset));
+          MMemFree(pool, (pool.data() + offset));
           model.release(offset);
           live.erase(offset);
         } else {
-          const auto moved = pool.offsetOf(MMemRealloc(pool.handle(), pool.at(offset), size));
+          const auto moved = offsetOf(pool, MMemRealloc(pool, (pool.data() + offset), size));
           ASSERT_EQ(moved, model.resize(offset, size));
           if (moved != kRefused) {
-            ASSERT_TRUE(std::all_of(pool.at(moved), pool.at(moved + kept),
+            ASSERT_TRUE(std::all_of(pool.data() + moved, pool.data() + moved + kept,
                                     [v = value](std::uint8_t byte) { return byte == v; }));
             live.erase(offset);
             fillBlock(moved);
@@ -194,7 +176,7 @@ TEST(MemoryPool, FollowsTheModelOverRandomSequences) {
       if (HasFailure()) return;
     }
     for (const auto& [offset, value] : live) {
-      EXPECT_EQ(*pool.at(offset), value);
+      EXPECT_EQ(*(pool.data() + offset), value);
     }
   }
 }
@@ -223,37 +205,38 @@ TEST(MemoryPool, SplitThresholdsDifferBetweenAllocatingAndShrinking) {
   };
   for (const Case& c : {Case{80, 40, 0, 0}, Case{88, 40, 32, 0}, Case{96, 40, 40, 40}}) {
     Pool allocated(c.payload + 2 * kHeader);
-    ASSERT_NE(MMemAlloc(allocated.handle(), c.asked), nullptr);
-    EXPECT_EQ(GetMaxAllocMemSize(allocated.handle()), c.leftByAllocating) << c.payload;
+    ASSERT_NE(MMemAlloc(allocated, c.asked), nullptr);
+    EXPECT_EQ(allocated.largestFree(), c.leftByAllocating) << c.payload;
 
     Pool shrunk(c.payload + 2 * kHeader);
-    void* block = MMemAlloc(shrunk.handle(), c.payload);
-    EXPECT_EQ(MMemRealloc(shrunk.handle(), block, c.asked), block);
-    EXPECT_EQ(GetMaxAllocMemSize(shrunk.handle()), c.leftByShrinking) << c.payload;
+    void* block = MMemAlloc(shrunk, c.payload);
+    EXPECT_EQ(MMemRealloc(shrunk, block, c.asked), block);
+    EXPECT_EQ(shrunk.largestFree(), c.leftByShrinking) << c.payload;
   }
 }
 
 TEST(MemoryPool, SizesNearTheLimitOfThirtyTwoBitsWrapToNothing) {
   Pool pool(1024);
-  EXPECT_NE(MMemAllocStatic(pool.handle(), ~0u), nullptr); // rounds up to 0 bytes
-  EXPECT_EQ(MMemAllocStatic(pool.handle(), ~0u - 7), nullptr);
-  EXPECT_EQ(pool.chain().front().size, 0);
+  EXPECT_NE(MMemAllocStatic(pool, ~0u), nullptr); // rounds up to 0 bytes
+  EXPECT_EQ(MMemAllocStatic(pool, ~0u - 7), nullptr);
+  EXPECT_EQ(chainOf(pool).front().size, 0);
 }
 
 TEST(MemoryPool, IgnoresPointersThatAreNotItsLiveBlocks) {
   Pool pool(512);
-  void* first = MMemAlloc(pool.handle(), 64);
-  void* second = MMemAlloc(pool.handle(), 64);
-  MMemFree(pool.handle(), second);
-  const auto before = GetMaxAllocMemSize(pool.handle());
+  void* first = MMemAlloc(pool, 64);
+  void* second = MMemAlloc(pool, 64);
+  MMemFree(pool, second);
+  const auto before = pool.largestFree();
   int foreign = 0;
-  for (void* pointer : {static_cast<void*>(&foreign), static_cast<void*>(pool.at(24)), second}) {
-    MMemFree(pool.handle(), pointer);
-    EXPECT_EQ(MMemRealloc(pool.handle(), pointer, 128), nullptr);
+  for (void* pointer :
+       {static_cast<void*>(&foreign), static_cast<void*>(pool.data() + 24), second}) {
+    MMemFree(pool, pointer);
+    EXPECT_EQ(MMemRealloc(pool, pointer, 128), nullptr);
   }
-  EXPECT_EQ(GetMaxAllocMemSize(pool.handle()), before);
-  EXPECT_EQ(MMemRealloc(pool.handle(), first, 0), nullptr);
-  EXPECT_TRUE(pool.chain().front().used);
+  EXPECT_EQ(pool.largestFree(), before);
+  EXPECT_EQ(MMemRealloc(pool, first, 0), nullptr);
+  EXPECT_TRUE(chainOf(pool).front().used);
 }
 
 TEST(MemoryPool, NullHandleMeansTheHeapOrNothing) {

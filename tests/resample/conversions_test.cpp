@@ -77,18 +77,6 @@ TEST(BgrConversion, EqualsItsFormula) {
   }
 }
 
-// Reduction happens before conversion: grey stays grey at every level.
-TEST(BgrConversion, KeepsGreyNeutral) {
-  for (int level = 0; level < 256; ++level) {
-    std::vector<std::uint8_t> source(8 * 24, static_cast<std::uint8_t>(level));
-    std::uint8_t planes[12] = {};
-    ResampleImage8_BGRToYCbCr444(source.data(), 8, 8, planes);
-    ASSERT_EQ(planes[0], level);
-    ASSERT_EQ(planes[4], 128);
-    ASSERT_EQ(planes[8], 128);
-  }
-}
-
 struct Line {
   int width = 64;
   int height = 16;
