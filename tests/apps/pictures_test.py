@@ -61,8 +61,7 @@ class Conversion(CommandTest):
         for kind, output in pairs:
             with self.subTest(kind=kind, output=output):
                 source = self.ramp(kind)
-                self.assert_done(
-                    self.run_command("enhance", source, "-o", output, "--quality", 100))
+                self.enhance(source, output, "--quality", 100)
                 self.assertLessEqual(largest_difference(expected, pixels(self.path(output))), 1)
 
     def test_colors_survive_in_every_layout_and_matrix(self):
@@ -82,7 +81,7 @@ class Conversion(CommandTest):
                 ffmpeg("-i", picture, *options, self.path(name))
             for output in ["out.png", "out.jpg"]:
                 with self.subTest(name=name, output=output):
-                    self.assert_done(self.run_command("enhance", name, "-o", output))
+                    self.enhance(name, output)
                     actual = pixels(self.path(output))
                     row = LOW // 2 * PATCH * len(COLORS) * 3
                     for index, color in enumerate(COLORS):
@@ -94,7 +93,7 @@ class Conversion(CommandTest):
         picture = write_png(self.path("scene.png"), scene(301, 13))
         jpeg = self.path("photo.jpg")
         ffmpeg("-i", picture, "-pix_fmt", "yuvj420p", "-q:v", 2, jpeg)
-        self.assert_done(self.run_command("enhance", jpeg, "-o", "out.png"))
+        self.enhance(jpeg, "out.png")
         self.assertLessEqual(largest_difference(pixels(jpeg), pixels(self.path("out.png"))), 1)
 
 
@@ -107,8 +106,7 @@ class Geometry(CommandTest):
             source = write_png(self.path("in.png"), scene(width, height))
             for output in names:
                 with self.subTest(size=(width, height), output=output):
-                    result = self.run_command("enhance", source, "-o", output)
-                    self.assert_done(result)
+                    result = self.enhance(source, output)
                     self.assertEqual((width, height), size(self.path(output)))
                     self.assertIn(f"{output} {width}x{height}", result.stdout)
 
@@ -129,7 +127,7 @@ class Geometry(CommandTest):
             turned.write_bytes(with_exif_orientation(self.path("stored.jpg").read_bytes(), value))
             for output in ["out.png", "out.jpg", "out.webp"]:
                 with self.subTest(orientation=value, output=output):
-                    self.assert_done(self.run_command("enhance", turned, "-o", output))
+                    self.enhance(turned, output)
                     w, h = (height, width) if value > 4 else (width, height)
                     self.assertEqual((w, h), size(self.path(output)))
                     gray = pixels(self.path(output), "gray")
@@ -154,7 +152,7 @@ class Content(CommandTest):
         source = write_png(self.path("in.png"), scene(160, 120))
         means = [sum(pixels(source, "gray"))]
         for strength in (30, 60, 90):
-            self.assert_done(self.run_command("enhance", source, "-o", "out.png", "-s", strength))
+            self.enhance(source, "out.png", "-s", strength)
             means.append(sum(pixels(self.path("out.png"), "gray")))
         self.assertEqual(sorted(set(means)), means)
 
@@ -162,7 +160,7 @@ class Content(CommandTest):
         # Neither side is a multiple of the 16 pixels the library works in.
         width, height = 173, 129
         source = write_png(self.path("in.png"), scene(width, height))
-        self.assert_done(self.run_command("enhance", source, "-o", "out.png", "-s", 80))
+        self.enhance(source, "out.png", "-s", 80)
         before, after = pixels(source, "gray"), pixels(self.path("out.png"), "gray")
         last = width * (height - 1)
         edges = [slice(0, width), slice(last, None), slice(0, None, width),
@@ -178,10 +176,9 @@ class Content(CommandTest):
         source = write_png(self.path("in.png"), rows, RGBA)
         for output in ["out.png", "out.tiff", "out.webp"]:
             with self.subTest(output=output):
-                self.assert_done(self.run_command("enhance", source, "-o", output))
+                self.enhance(source, output)
                 self.assertEqual(b"".join(alpha), pixels(self.path(output), "rgba")[3::4])
-        result = self.run_command("enhance", source, "-o", "out.jpg")
-        self.assert_done(result, warnings=1)
+        result = self.enhance(source, "out.jpg", warnings=1)
         self.assertIn("out.jpg: transparency", result.stderr)
         self.assert_done(self.run_command("compare", source, "-o", "out.png"), warnings=1)
 
@@ -193,22 +190,21 @@ class Content(CommandTest):
         profile = struct.pack(">I", len(profile)) + profile[4:]
         extra = chunk(b"iCCP", b"mine\0\0" + zlib.compress(profile))
         source = write_png(self.path("in.png"), scene(32, 32), extra=extra)
-        self.assert_done(self.run_command("enhance", source, "-o", "out.jpg"))
+        self.enhance(source, "out.jpg")
         self.assertIn(profile, self.path("out.jpg").read_bytes())
-        self.assert_done(self.run_command("enhance", source, "-o", "out.png"))
+        self.enhance(source, "out.png")
         data = self.path("out.png").read_bytes()
         start = data.index(b"iCCP") + 4
         packed = data[data.index(b"\0\0", start) + 2:]
         self.assertEqual(profile, zlib.decompressobj().decompress(packed))
-        self.assert_done(self.run_command("enhance", source, "-o", "out.bmp"), warnings=1)
+        self.enhance(source, "out.bmp", warnings=1)
 
     def test_quality_trades_size(self):
         source = write_png(self.path("in.png"), scene(160, 120))
         for output in ["out.jpg", "out.webp"]:
             sizes = []
             for quality in (20, 60, 95):
-                self.assert_done(
-                    self.run_command("enhance", source, "-o", output, "--quality", quality))
+                self.enhance(source, output, "--quality", quality)
                 sizes.append(self.path(output).stat().st_size)
             self.assertEqual(sorted(set(sizes)), sizes)
 

@@ -47,10 +47,8 @@ class RawFrames(CommandTest):
             with self.subTest(name=name, size=(width, height), pitch=pitch, strength=strength):
                 source = self.path("in.raw")
                 source.write_bytes(raw_frame(width, height, pitch))
-                result = self.run_command("enhance", source, "-o", "out." + name, "-s", strength,
-                                          "--size", f"{width}x{height}", "--format", name,
-                                          "--pitch", pitch)
-                self.assert_done(result)
+                self.enhance(source, "out." + name, "-s", strength, "--size", f"{width}x{height}",
+                             "--format", name, "--pitch", pitch)
                 actual = self.path("out." + name).read_bytes()
                 self.assertEqual(pitch * height * 3 // 2, len(actual))
                 expected = self.library_output(name, width, height, pitch, strength, source)
@@ -62,7 +60,7 @@ class RawFrames(CommandTest):
         source.write_bytes(raw_frame(width, height, width))
         raw = ["--size", f"{width}x{height}", "--format", "nv21"]
         for output in ["out.nv21", "out.nv12", "out.raw"]:
-            self.assert_done(self.run_command("enhance", source, "-o", output, *raw))
+            self.enhance(source, output, *raw)
         nv21 = self.path("out.nv21").read_bytes()
         self.assertEqual(nv21, self.path("out.raw").read_bytes())
         self.assertEqual(exchange_chroma(nv21, width * height), self.path("out.nv12").read_bytes())
@@ -73,7 +71,7 @@ class RawFrames(CommandTest):
         source.write_bytes(raw_frame(width, height, width))
         raw = ["--size", f"{width}x{height}", "--format", "nv12"]
         for output in ["out.png", "out.nv12"]:
-            self.assert_done(self.run_command("enhance", source, "-o", output, *raw))
+            self.enhance(source, output, *raw)
         shown = ffmpeg("-f", "rawvideo", "-pix_fmt", "nv12", "-s", f"{width}x{height}",
                        "-color_range", "pc", "-colorspace", "smpte170m", "-i", self.path("out.nv12"),
                        "-vf", "scale=in_range=pc:in_color_matrix=bt601:"
@@ -83,8 +81,7 @@ class RawFrames(CommandTest):
 
     def test_odd_pictures_leave_as_even_frames(self):
         source = write_png(self.path("in.png"), scene(33, 21))
-        result = self.run_command("enhance", source, "-o", "out.nv21")
-        self.assert_done(result)
+        result = self.enhance(source, "out.nv21")
         self.assertIn("out.nv21 34x22", result.stdout)
         self.assertEqual(34 * 22 * 3 // 2, self.path("out.nv21").stat().st_size)
 

@@ -32,6 +32,12 @@ class CommandTest(unittest.TestCase):
         self.assertEqual(0, result.returncode, result)
         self.assertEqual(warnings, result.stderr.count("\n"), result)
 
+    def enhance(self, source, output, *options, warnings=0):
+        """Runs the command, which must succeed; tells what it said."""
+        result = self.run_command("enhance", source, "-o", output, *options)
+        self.assert_done(result, warnings)
+        return result
+
     def assert_fails(self, result, code, *mentions):
         """One line of error that names what it is about."""
         self.assertEqual(code, result.returncode, result)
