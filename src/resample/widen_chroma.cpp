@@ -53,6 +53,7 @@ void widenPacked(const TLUX_IMAGE& source, const Crop& crop, const OutputRows& o
 void widenChroma(Layout layout, const TLUX_IMAGE& source, const Crop& crop,
                  const TLUX_IMAGE& destination) {
   const Crop pairs{crop.left, crop.top, crop.width / 2 * 2, crop.height / 2 * 2};
+  if (pairs.width == 0) return; // half a pair would be read past the end of its row
   const OutputRows out(destination, pairs.width);
   if (layout.sampling == Sampling::kPacked422) {
     widenPacked(source, pairs, out);
