@@ -64,7 +64,7 @@ TEST(CalExposureByMaxvalue, PutsTheBrightEndAtItsTarget) {
   EXPECT_EQ(expected(0), 4.0);
   for (const int bin : {0, 1, 5, 100, 1000, 2047, 3000, 3582, 3583, 4000, 4095}) {
     std::fill(histogram.begin(), histogram.end(), 0);
-    histogram[static_cast<std::size_t>(bin)] = 2;
+    histogram[bin] = 2;
     histogram[4095] += 1;
     EXPECT_EQ(exposureFor(20, 20), expected(bin)) << bin; // the limit is 2
   }
@@ -73,7 +73,7 @@ TEST(CalExposureByMaxvalue, PutsTheBrightEndAtItsTarget) {
 }
 
 TEST(CalExposureByMaxvalue, TakesAnySize) {
-  std::vector<std::uint64_t> histogram(4096, std::numeric_limits<std::uint64_t>::max() / 2);
+  const std::vector<std::uint64_t> histogram(4096, std::numeric_limits<std::uint64_t>::max() / 2);
   double ev = 99;
   EXPECT_EQ(AME_CalExposureByMaxvalue(histogram.data(), &ev, kHuge, kHuge), TLUX_OK);
   EXPECT_EQ(AME_CalExposureByMaxvalue(histogram.data(), &ev, -5, 1000), TLUX_OK);
@@ -110,18 +110,16 @@ TEST(CalMinMaxExposure, StartsFromTheEndsOfTheRange) {
 }
 
 TEST(SelectExposure, QuantisesLikeTheFormula) {
-  Random random(1);
-  std::vector<double> values(2000);
-  for (double& value : values) {
-    value = static_cast<double>(random.between(-90000, 90000)) / 20000.0;
-  }
+  std::vector<double> values;
+  for (const int value : Random(1).values<int>(2000, -90000, 90000))
+    values.push_back(value / 20000.0);
   const double ranges[][3] = {
       {-4, 0, 4}, {-1.7, 0.35, 2.95}, {0, 0, 3}, {-2, 1, 1}, {-0.01, 0, 0.02}};
   for (const auto& [minimum, middle, maximum] : ranges) {
     for (const int levels : {2, 3, 16, 128, 255, 256}) {
       const int half = levels / 2;
       std::vector<std::uint8_t> indices(values.size());
-      std::vector<double> table(static_cast<std::size_t>(2 * half) + 2, 77.0);
+      std::vector<double> table(2 * half + 2, 77.0);
       ASSERT_EQ(AME_SelectExposure(values.data(), indices.data(), 2000, levels, table.data(),
                                    minimum, middle, maximum),
                 TLUX_OK);
@@ -131,12 +129,10 @@ TEST(SelectExposure, QuantisesLikeTheFormula) {
             << values[i] << " of " << levels;
       }
       for (int k = 0; k < half; ++k) {
-        EXPECT_EQ(table[static_cast<std::size_t>(k)],
-                  middle - (half - k) * (middle - minimum) / half);
-        EXPECT_EQ(table[static_cast<std::size_t>(half + 1 + k)],
-                  middle + (1 + k) * (maximum - middle) / half);
+        EXPECT_EQ(table[k], middle - (half - k) * (middle - minimum) / half);
+        EXPECT_EQ(table[half + 1 + k], middle + (1 + k) * (maximum - middle) / half);
       }
-      EXPECT_EQ(table[static_cast<std::size_t>(half)], middle);
+      EXPECT_EQ(table[half], middle);
       EXPECT_EQ(table.back(), 77.0);
     }
   }

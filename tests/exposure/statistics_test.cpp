@@ -49,20 +49,6 @@ TEST(Means, OfAnEmptyPlaneAreZero) {
   }
 }
 
-TEST(Downscale, SumsAreSigned) {
-  const std::int16_t rows[2][4] = {{-5, -6, 100, 101}, {-7, -9, 102, 104}};
-  std::int16_t output[2] = {};
-  std::uint32_t sum = 0;
-  AME_Downscale2x2_lines(rows[0], rows[1], 2, output, &sum);
-  EXPECT_EQ(output[0], -7); // −6.75 rounds down
-  EXPECT_EQ(output[1], 101);
-  EXPECT_EQ(sum, 94u);
-  AME_Downscale2x2_lines(rows[0], rows[1], 1, output, &sum);
-  EXPECT_EQ(static_cast<std::int32_t>(sum), -7);
-  AME_Downscale2x2_lines(rows[0], rows[1], 0, output, &sum);
-  EXPECT_EQ(sum, 0u);
-}
-
 TEST(Downscale, MatchesTheFormulaForOddAndEvenSizes) {
   for (const int width : {2, 3, 5, 16, 33, 131}) {
     for (const int height : {1, 2, 3, 8, 21}) {
@@ -83,28 +69,30 @@ TEST(Downscale, MatchesTheFormulaForOddAndEvenSizes) {
 // A destination wider than half the source gets one column from the last two of the source; what
 // lies behind is left alone, and so is everything when the destination is too small.
 TEST(Downscale, WritesNoMoreThanItCan) {
-  GuardedBuffer memory(4 * 2 * sizeof(std::int16_t));
-  auto* source = reinterpret_cast<std::int16_t*>(memory.data());
-  for (std::int16_t i = 0; i < 8; ++i) {
-    source[i] = static_cast<std::int16_t>(10 * i);
-  }
-  std::int16_t output[10];
-  std::fill_n(output, 10, std::int16_t{-1});
+  using Samples = std::vector<std::int16_t>;
+  const Samples source = {0, 10, 20, 30, 40, 50, 60, 70};
+  Samples output(10, -1);
   double mean = 0;
-  AME_Downscale2x2(source, 4, 2, output, 5, 2, &mean);
-  const std::int16_t expected[10] = {25, 45, 50, -1, -1, 60, 0, 0, -1, -1};
-  EXPECT_EQ(std::vector<std::int16_t>(output, output + 5),
-            std::vector<std::int16_t>(expected, expected + 5));
+  AME_Downscale2x2(source.data(), 4, 2, output.data(), 5, 2, &mean);
+  EXPECT_EQ(Samples(output.begin(), output.begin() + 5), (Samples{25, 45, 50, -1, -1}));
   mean = -3;
-  std::fill_n(output, 10, std::int16_t{-1});
-  AME_Downscale2x2(source, 4, 2, output, 1, 2, &mean);
-  AME_Downscale2x2(source, 4, 2, output, 2, 0, &mean);
-  AME_Downscale2x2(nullptr, 4, 2, output, 2, 1, &mean);
-  AME_Downscale2x2(source, 4, 2, nullptr, 2, 1, &mean);
-  EXPECT_EQ(output[0], -1);
+  output.assign(10, -1);
+  AME_Downscale2x2(source.data(), 4, 2, output.data(), 1, 2, &mean);
+  AME_Downscale2x2(source.data(), 4, 2, output.data(), 2, 0, &mean);
+  AME_Downscale2x2(nullptr, 4, 2, output.data(), 2, 1, &mean);
+  AME_Downscale2x2(source.data(), 4, 2, nullptr, 2, 1, &mean);
+  EXPECT_EQ(output, Samples(10, -1));
   EXPECT_EQ(mean, -3);
-  AME_Downscale2x2(source, 1, 2, output, 1, 1, nullptr);
+  AME_Downscale2x2(source.data(), 1, 2, output.data(), 1, 1, nullptr);
   EXPECT_EQ(output[0], 5);
+  // Sums are signed, means rounded down.
+  const std::int16_t rows[2][4] = {{-5, -6, 100, 101}, {-7, -9, 102, 104}};
+  for (const auto& [count, sum] : {std::pair{2, 94}, {1, -7}, {0, 0}}) {
+    std::uint32_t actual = 1;
+    AME_Downscale2x2_lines(rows[0], rows[1], count, output.data(), &actual);
+    EXPECT_EQ(static_cast<std::int32_t>(actual), sum);
+    EXPECT_EQ(output[0], -7); // −6.75
+  }
 }
 
 TEST(Conversions, ReplaceEverySampleAndReturnTheMean) {
@@ -195,11 +183,11 @@ TEST(Statistics, TakeNullPlanes) {
   EXPECT_EQ(AME_LogTable_mageMean2(nullptr, &score, 1, 1), 0);
   EXPECT_EQ(AME_LogTable_mageMean2(&sample, nullptr, 1, 1), 0);
   AME_Adjust_meanLogLum(nullptr, 1, 1, 1);
-  AME_Generate_Score(nullptr, &sample, &score, &sample, &sum, 1, 1, 1);
-  AME_Generate_Score(&sample, nullptr, &score, &sample, &sum, 1, 1, 1);
-  AME_Generate_Score(&sample, &sample, nullptr, &sample, &sum, 1, 1, 1);
-  AME_Generate_Score(&sample, &sample, &score, nullptr, &sum, 1, 1, 1);
-  AME_Generate_Score(&sample, &sample, &score, &sample, nullptr, 1, 1, 1);
+  for (int missing = 0; missing < 5; ++missing) {
+    const auto unless = [missing](int i, auto* plane) { return i == missing ? nullptr : plane; };
+    AME_Generate_Score(unless(0, &sample), unless(1, &sample), unless(2, &score),
+                       unless(3, &sample), unless(4, &sum), 1, 1, 1);
+  }
   AME_Downscale2x2_lines(nullptr, &sample, 1, &sample, &sum);
   EXPECT_EQ(sample, 3);
   EXPECT_EQ(score, 4);

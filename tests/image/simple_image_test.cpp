@@ -15,31 +15,22 @@ namespace {
 constexpr int kMax = std::numeric_limits<int>::max();
 
 TEST(SimpleImage, StartsAsZerosWithRowsOfWholeWords) {
-  struct Case {
-    int width, height, depth, channels, stride;
-  };
+  constexpr int kCases[][5] = {{3, 5, 8, 1, 4},   {4, 5, 8, 1, 4},   {5, 2, 8, 3, 16},
+                               {7, 3, 32, 1, 28}, {1, 1, 32, 3, 12}, {0, 0, 8, 1, 0}};
   const long live = liveAllocations();
-  for (const Case& c : {Case{3, 5, 8, 1, 4},
-                        {4, 5, 8, 1, 4},
-                        {5, 2, 8, 3, 16},
-                        {7, 3, 32, 1, 28},
-                        {1, 1, 32, 3, 12},
-                        {0, 0, 8, 1, 0}}) {
-    img* image = createimg(nullptr, c.width, c.height, c.depth, c.channels);
+  for (const auto& [width, height, depth, channels, stride] : kCases) {
+    img* image = createimg(nullptr, width, height, depth, channels);
     ASSERT_NE(image, nullptr);
-    EXPECT_EQ(image->width, c.width);
-    EXPECT_EQ(image->height, c.height);
-    EXPECT_EQ(image->depth, c.depth);
-    EXPECT_EQ(image->channels, c.channels);
-    EXPECT_EQ(image->stride, c.stride);
-    EXPECT_EQ(image->size, c.stride * c.height);
+    const img expected{width,    height, stride,      stride * height,
+                       channels, depth,  image->data, image->rows};
+    EXPECT_EQ(MMemCmp(image, &expected, sizeof expected), 0);
     const auto isZero = [&] {
       return std::all_of(image->data, image->data + image->size, [](auto v) { return v == 0; });
     };
     EXPECT_TRUE(isZero());
-    for (int y = 0; y < c.height; ++y) {
-      EXPECT_EQ(image->rows[y], image->data + y * c.stride);
-      std::fill(image->rows[y], image->rows[y] + c.stride, std::uint8_t{9});
+    for (int y = 0; y < height; ++y) {
+      EXPECT_EQ(image->rows[y], image->data + y * stride);
+      std::fill(image->rows[y], image->rows[y] + stride, std::uint8_t{9});
     }
     clear_img(image);
     EXPECT_TRUE(isZero());
@@ -51,20 +42,17 @@ TEST(SimpleImage, StartsAsZerosWithRowsOfWholeWords) {
 
 TEST(SimpleImage, RefusesSizesThatTheRecordCannotHold) {
   const long asked = allocationCount();
-  struct Case {
-    int width, height, depth, channels;
-  };
-  for (const Case& c : {Case{-1, 1, 8, 1},
-                        {1, -1, 8, 1},
-                        {1, 1, -8, 1},
-                        {1, 1, 8, -1},
-                        {-1, -1, 8, 1},
-                        {kMax, 1, 8, 1},
-                        {kMax, kMax, kMax, kMax},
-                        {65536, 65536, 8, 1},
-                        {46341, 46341, 8, 1}}) {
-    EXPECT_EQ(createimg(nullptr, c.width, c.height, c.depth, c.channels), nullptr);
-  }
+  constexpr int kSizes[][4] = {{-1, 1, 8, 1},
+                               {1, -1, 8, 1},
+                               {1, 1, -8, 1},
+                               {1, 1, 8, -1},
+                               {-1, -1, 8, 1},
+                               {kMax, 1, 8, 1},
+                               {kMax, kMax, kMax, kMax},
+                               {65536, 65536, 8, 1},
+                               {46341, 46341, 8, 1}};
+  for (const auto& [width, height, depth, channels] : kSizes)
+    EXPECT_EQ(createimg(nullptr, width, height, depth, channels), nullptr);
   std::uint8_t byte = 0;
   EXPECT_EQ(createimg_pesudo(nullptr, &byte, 1, 65536, 8, 1, 65536), nullptr);
   EXPECT_EQ(createimg_pesudo(nullptr, nullptr, 1, 1, 8, 1, 1), nullptr);

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "reference/loops.hpp"
 #include "tlux/image.h"
 
 namespace tlux::reference {
@@ -34,119 +35,72 @@ class PictureCopy {
 
   void plain() const {
     pixels();
-    switch (to_.format) {
-      case TLUX_FMT_YCBCR420_P:
-      case TLUX_FMT_YCBCR420_P_B:
-        move(1, w_ >> 1, h_ >> 1, dx_ / 2, dy_ / 2, sx_ / 2 + sy_ * from_.planes[1].pitch / 2, 0);
-        move(2, w_ >> 1, h_ >> 1, dx_ / 2, dy_ / 2, sx_ / 2, sy_ / 2);
-        break;
-      case TLUX_FMT_YCBCR440_P:
-      case TLUX_FMT_YCBCR440_P_B:
-        both(w_, h_ >> 1, dx_, dy_ / 2, sx_, sy_ / 2);
-        break;
-      case TLUX_FMT_YCBCR422_P:
-      case TLUX_FMT_YCBCR422_P_B:
-        both(w_ >> 1, h_, dx_ / 2, dy_, sx_ / 2, sy_);
-        break;
-      case TLUX_FMT_YCBCR444_P:
-      case TLUX_FMT_YCBCR444_P_B:
-        both(w_, h_, dx_, dy_, sx_, sy_);
-        break;
-      case TLUX_FMT_YCBCR420_YPUV:
-      case TLUX_FMT_YCBCR420_YPVU:
-        move(1, w_, h_ >> 1, dx_, dy_ / 2, sx_, sy_ / 2);
-        break;
-      case TLUX_FMT_YCBCR422_YPUV:
-        move(1, w_, h_, dx_, dy_, sx_, sy_);
-        break;
-      default:
-        break;
+    const auto [planes, halvesColumns, halvesRows] = chroma();
+    const int rows = h_ >> halvesRows;
+    for (int plane = 1; plane < planes; ++plane) {
+      int fromX = sx_ >> halvesColumns;
+      int fromY = sy_ >> halvesRows;
+      if (plane == 1 && halvesColumns && halvesRows) { // half a row low from odd rows
+        fromX += sy_ * from_.planes[1].pitch / 2;
+        fromY = 0;
+      }
+      move(plane, w_ >> halvesColumns, rows, dx_ >> halvesColumns, dy_ >> halvesRows, fromX, fromY);
     }
   }
 
   void oddRect() const {
-    const bool packed = to_.format >> 8 == 5;
-    if (packed) {
+    if (to_.format >> 8 == 5) {
       packedPairs();
       return;
     }
     pixels();
-    const int rows = dy_ % 2 != 0 ? (h_ - 1) / 2 : h_ / 2;
-    const int columns = dx_ % 2 != 0 ? (w_ - 1) / 2 : w_ / 2;
-    const int x = (dx_ + 1) / 2;
-    const int y = (dy_ + 1) / 2;
-    switch (to_.format) {
-      case TLUX_FMT_YCBCR420_P:
-      case TLUX_FMT_YCBCR420_P_B:
-        both(columns, rows, x, y, sx_ / 2, sy_ / 2);
-        break;
-      case TLUX_FMT_YCBCR440_P:
-      case TLUX_FMT_YCBCR440_P_B:
-        both(w_, rows, dx_, y, sx_, sy_ / 2);
-        break;
-      case TLUX_FMT_YCBCR422_P:
-      case TLUX_FMT_YCBCR422_P_B:
-        both(columns, h_, x, dy_, sx_ / 2, sy_);
-        break;
-      case TLUX_FMT_YCBCR444_P:
-      case TLUX_FMT_YCBCR444_P_B:
-        both(w_, h_, dx_, dy_, sx_, sy_);
-        break;
-      case TLUX_FMT_YCBCR420_YPUV:
-      case TLUX_FMT_YCBCR420_YPVU:
-        interleavedPairs(rows, y, sy_ / 2);
-        break;
-      case TLUX_FMT_YCBCR422_YPUV:
-        interleavedPairs(h_, dy_, sy_);
-        break;
-      default:
-        break;
-    }
+    const auto [planes, halvesColumns, halvesRows] = chroma();
+    const int rows = halvesRows ? (h_ - dy_ % 2) / 2 : h_;
+    const int columns = halvesColumns ? (w_ - dx_ % 2) / 2 : w_;
+    const int x = halvesColumns ? (dx_ + 1) / 2 : dx_;
+    const int y = halvesRows ? (dy_ + 1) / 2 : dy_;
+    if (planes == 2) interleavedPairs(rows, y, sy_ >> halvesRows);
+    for (int plane = 1; planes == 3 && plane < 3; ++plane)
+      move(plane, columns, rows, x, y, sx_ >> halvesColumns, sy_ >> halvesRows);
   }
 
  private:
-  void pixels() const {
-    int pixelBytes = 1;
-    int copied = 1;
-    switch (to_.format >> 8) {
-      case 3:
-        pixelBytes = to_.format % 2 != 0 ? 3 : 4;
-        copied = 3;
-        break;
-      case 4:
-        pixelBytes = copied = 3;
-        break;
-      case 5:
-        pixelBytes = copied = 2;
-        break;
-      default:
-        break;
+  struct Chroma {
+    int planes; // 2: pairs as wide as luma
+    bool halvesColumns;
+    bool halvesRows;
+  };
+
+  Chroma chroma() const {
+    const std::uint32_t f = to_.format;
+    const std::uint32_t member = (f - 1) & 3;
+    if (f >= TLUX_FMT_YCBCR420_P && f <= TLUX_FMT_YCBCR444_P_B) {
+      return {3, member % 2 == 0, member < 2};
     }
+    if (f >= TLUX_FMT_YCBCR420_YPUV && f <= TLUX_FMT_YCBCR422_YPUV) return {2, false, member < 2};
+    return {1, false, false};
+  }
+
+  void pixels() const {
+    const std::uint32_t family = to_.format >> 8;
+    const int copied = family == 3 || family == 4 ? 3 : (family == 5 ? 2 : 1);
+    const int pixelBytes = family == 3 && to_.format % 2 == 0 ? 4 : copied;
     move(0, copied * w_, h_, pixelBytes * dx_, dy_, pixelBytes * sx_, sy_);
   }
 
-  void both(int bytes, int rows, int toX, int toY, int fromX, int fromY) const {
-    move(1, bytes, rows, toX, toY, fromX, fromY);
-    move(2, bytes, rows, toX, toY, fromX, fromY);
-  }
-
   void move(int plane, int bytes, int rows, int toX, int toY, int fromX, int fromY) const {
-    for (int r = 0; r < rows; ++r) {
-      for (int i = 0; i < bytes; ++i) {
-        target(plane, toX + i, toY + r) = source(plane, fromX + i, fromY + r, 2);
-      }
-    }
+    forEachPixel(bytes, rows, [&](int i, int r) {
+      target(plane, toX + i, toY + r) = source(plane, fromX + i, fromY + r, 2);
+    });
   }
 
   void interleavedPairs(int rows, int toY, int fromY) const {
     const bool exchanged = dx_ % 2 != 0 && sx_ % 2 == 0;
     const bool shifted = dx_ % 2 == 0 && sx_ % 2 != 0;
-    for (int r = 0; r < rows; ++r) {
-      for (int k = 0; k < w_; ++k) {
-        const int from = exchanged ? (k % 2 == 0 ? k + 1 : k - 1) : (shifted ? k - 1 : k);
-        target(1, dx_ + k, toY + r) = source(1, sx_ + from, fromY + r, 2);
-      }
-    }
+    forEachPixel(w_, rows, [&](int k, int r) {
+      const int from = exchanged ? (k % 2 == 0 ? k + 1 : k - 1) : (shifted ? k - 1 : k);
+      target(1, dx_ + k, toY + r) = source(1, sx_ + from, fromY + r, 2);
+    });
   }
 
   void packedPairs() const {
@@ -158,11 +112,9 @@ class PictureCopy {
     static constexpr int kStraight[4] = {0, 1, 2, 3};
     const int* order =
         exchanged ? kExchanged[lumaFirst] : (shifted ? kShifted[lumaFirst] : kStraight);
-    for (int r = 0; r < h_; ++r) {
-      for (int k = 0; k < 2 * w_; ++k) {
-        target(0, 2 * dx_ + k, dy_ + r) = source(0, 2 * sx_ + k / 4 * 4 + order[k % 4], sy_ + r, 4);
-      }
-    }
+    forEachPixel(2 * w_, h_, [&](int k, int r) {
+      target(0, 2 * dx_ + k, dy_ + r) = source(0, 2 * sx_ + k / 4 * 4 + order[k % 4], sy_ + r, 4);
+    });
   }
 
   std::uint8_t& target(int plane, int x, int y) const {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "reference/loops.hpp"
 #include "tlux/mark.h"
 
 // The output mark, sample by sample.
@@ -48,12 +49,10 @@ inline void embedMark(const TLUX_IMAGE& image) {
   const auto blend = [](std::uint8_t& frame, int mark, int alpha) {
     frame = static_cast<std::uint8_t>(((255 - alpha) * frame + alpha * mark) / 255);
   };
-  for (int i = 0; i < TLUX_MARK_HEIGHT * k; ++i) {
-    for (int j = 0; j < TLUX_MARK_WIDTH * k; ++j) {
-      blend(sampleOf(image, Sample::kLuma, top + i, left + j), table(gTolMarkDataY, i, j),
-            table(gTolMarkDataA, i, j));
-    }
-  }
+  forEachPixel(TLUX_MARK_WIDTH * k, TLUX_MARK_HEIGHT * k, [&](int j, int i) {
+    blend(sampleOf(image, Sample::kLuma, top + i, left + j), table(gTolMarkDataY, i, j),
+          table(gTolMarkDataA, i, j));
+  });
   for (int i = 0; i < TLUX_MARK_HEIGHT * k; i += chromaRows) {
     for (int j = 0; j < TLUX_MARK_WIDTH * k; j += 2) {
       const auto mean = [&](const std::uint8_t* plane) {

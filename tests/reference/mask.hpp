@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <vector>
 
+#include "reference/loops.hpp"
+
 // Masks here are rows end to end. Distances are city-block steps, 255 for all from 255 on.
 namespace tlux::reference {
 
@@ -94,19 +96,15 @@ inline std::uint32_t dilateByPasses(Mask& mask, int radius) {
 // By definition: the nearest of all targets. `rim` makes the pixels around the mask targets too.
 inline Mask bruteDistances(const Mask& mask, bool targetIsSet, bool rim) {
   Mask distances = mask;
-  for (int y = 0; y < mask.height; ++y) {
-    for (int x = 0; x < mask.width; ++x) {
-      int best = 255;
-      if (rim) best = std::min({best, x + 1, y + 1, mask.width - x, mask.height - y});
-      for (int v = 0; v < mask.height; ++v) {
-        for (int u = 0; u < mask.width; ++u) {
-          if ((mask.at(u, v) != 0) != targetIsSet) continue;
-          best = std::min(best, std::abs(u - x) + std::abs(v - y));
-        }
-      }
-      distances.at(x, y) = static_cast<std::uint8_t>(best);
-    }
-  }
+  forEachPixel(mask.width, mask.height, [&](int x, int y) {
+    int best = 255;
+    if (rim) best = std::min({best, x + 1, y + 1, mask.width - x, mask.height - y});
+    forEachPixel(mask.width, mask.height, [&](int u, int v) {
+      if ((mask.at(u, v) != 0) == targetIsSet)
+        best = std::min(best, std::abs(u - x) + std::abs(v - y));
+    });
+    distances.at(x, y) = static_cast<std::uint8_t>(best);
+  });
   return distances;
 }
 
