@@ -21,7 +21,8 @@ struct PictureChannel {
 
   reference::Channel of(const Picture& picture) const {
     const auto& p = picture.planes[plane];
-    return {p.bytes.data() + offset, width, height, p.pitch, step};
+    const std::uint8_t* first = p.bytes.empty() ? nullptr : p.bytes.data() + offset;
+    return {first, width, height, p.pitch, step};
   }
   std::uint8_t& at(Picture& picture, int x, int y) const {
     auto& p = picture.planes[plane];
