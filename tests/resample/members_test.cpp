@@ -181,6 +181,22 @@ TEST(ScaleCropImage, RoundsTheRectangleAndPicksTheMember) {
   }
 }
 
+// Planes without gaps between their rows may be copied as blocks; nothing behind them is touched.
+TEST(ResampleMembers, ReducePlanesWithoutGaps) {
+  Random random(24);
+  for (const int top : {0, 1, 2}) {
+    Frame source({64, 40, 0, 0, TLUX_FMT_YCBCR420_P}, random);
+    const TLUX_CROP_RECT rect{0, top, 63, 35};
+    const auto expected = reference::reduce({TLUX_FMT_YCBCR420_P, source.image(), rect}, 2);
+    Frame destination({expected.width, expected.height, 0, 0, TLUX_FMT_YCBCR444_P});
+    TLUX_ResampleImage2_YCBCR420_P(source.get(), destination.get(), &rect);
+    EXPECT_TRUE(destination.isIntact());
+    for (const int plane : {0, 1, 2}) {
+      EXPECT_EQ(destination.samples(plane), expected.planes[plane]) << plane << " from " << top;
+    }
+  }
+}
+
 // A uniform area keeps its value under means of four and loses one level under means of nine and
 // twelve, down to 0.
 TEST(ResampleMembers, UniformAreasLoseOneLevelToTheMultiplier) {
