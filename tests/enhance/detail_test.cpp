@@ -26,12 +26,6 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 constexpr int kHuge = std::numeric_limits<int>::max();
 
-Bytes randomBytes(Random& random, int count, int low = 0, int high = 255) {
-  Bytes bytes(static_cast<std::size_t>(count));
-  random.fill(std::span(bytes), low, high);
-  return bytes;
-}
-
 std::uint32_t lee(const img& in, const img& out, int radius, int gain, MMemMgr manager = nullptr) {
   return LeeFilterEnhancement(manager, in.data, in.stride, out.data, out.stride, in.width,
                               in.height, radius, gain);
@@ -66,7 +60,7 @@ TEST(LocalContrast, EqualsTheFormulas) {
   for (const auto& [width, height] : {std::pair{1, 1}, {6, 1}, {1, 9}, {5, 4}, {130, 14}}) {
     for (const int radius : {0, 1, 3, 15, kHuge}) {
       for (const auto& [low, high] : {std::pair{0, 255}, {100, 130}, {77, 77}}) {
-        const Bytes input = randomBytes(random, width * height, low, high);
+        const Bytes input = random.values<std::uint8_t>(width * height, low, high);
         TestImage x(width, height, 1, input, 1);
         for (const auto& [gain, deviation] : {std::pair{0, 0},
                                               {1024, 0},
@@ -122,7 +116,7 @@ TEST(ResFilter, PutsTheCoredResidualBack) {
   Random random(2);
   constexpr int kWidth = 150;
   constexpr int kHeight = 13;
-  const Bytes input = randomBytes(random, kWidth * kHeight);
+  const Bytes input = random.values<std::uint8_t>(kWidth * kHeight);
   TestImage x(kWidth, kHeight, 1, input, 3);
   TestImage smoothed(kWidth, kHeight, 1, 8);
   ASSERT_EQ(
@@ -219,7 +213,7 @@ TEST(BaseDetail, EqualsTheFormula) {
   Random random(3);
   for (const auto& [width, height, radius] :
        {std::tuple{1, 1, 1}, {2, 3, 4}, {40, 17, 2}, {33, 9, 200}}) {
-    const Bytes input = randomBytes(random, width * height);
+    const Bytes input = random.values<std::uint8_t>(width * height);
     const std::size_t count = input.size();
     std::vector<float> light(count);
     std::transform(input.begin(), input.end(), light.begin(),
@@ -313,7 +307,7 @@ TEST(Detail, WithoutMemoryLeavesTheOutputAloneAndReleasesWhatItHad) {
   const auto whole = GetMaxAllocMemSize(pool);
   for (const Call& call : kCalls) {
     SCOPED_TRACE(call.name);
-    TestImage in(12, 9, 1, randomBytes(random, 12 * 9));
+    TestImage in(12, 9, 1, random.values<std::uint8_t>(12 * 9));
     TestImage out(12, 9, 1, 8);
     const Bytes untouched(12 * 9, 7);
     const long live = liveAllocations();

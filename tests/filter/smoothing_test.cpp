@@ -22,12 +22,6 @@ namespace {
 using Bytes = std::vector<std::uint8_t>;
 constexpr int kHuge = std::numeric_limits<int>::max();
 
-Bytes randomBytes(Random& random, int count, int low = 0, int high = 255) {
-  Bytes bytes(static_cast<std::size_t>(count));
-  random.fill(std::span(bytes), low, high);
-  return bytes;
-}
-
 // A member of the family, called on images as planes.
 struct Member {
   const char* name;
@@ -89,8 +83,8 @@ TEST(PlaneGuidedFilter, IsCloseToTheFormulaInRealNumbers) {
           for (const Member& member : kMembers) {
             SCOPED_TRACE(testing::Message() << member.name << " " << width << "x" << height << " r "
                                             << radius << " eps " << eps << " high " << high);
-            const Bytes guide = randomBytes(random, pixels * member.guides, 0, high);
-            const Bytes input = randomBytes(random, pixels * member.inputs);
+            const Bytes guide = random.values<std::uint8_t>(pixels * member.guides, 0, high);
+            const Bytes input = random.values<std::uint8_t>(pixels * member.inputs);
             TestImage I(width, height, member.guides, guide, 3);
             TestImage p(width, height, member.inputs, input, 1);
             TestImage q(width, height, member.inputs, 8, 5);
@@ -212,7 +206,7 @@ TEST(BilateralFilter, EqualsTheFormula) {
       for (const int high : {255, 30}) {
         SCOPED_TRACE(testing::Message() << width << "x" << height << " r " << radius << " sigmas "
                                         << range << " " << space);
-        const Bytes input = randomBytes(random, width * height, 0, high);
+        const Bytes input = random.values<std::uint8_t>(width * height, 0, high);
         TestImage p(width, height, 1, input, 2);
         TestImage q(width, height, 1, 8, 3);
         const auto filter = [&p, r = radius, a = range, b = space](const img& out) {
@@ -255,7 +249,7 @@ TEST(CalculateVariance, IsTheRoundedVarianceOfTheWindow) {
   for (const auto& [width, height] : {std::pair{1, 1}, {6, 1}, {1, 9}, {33, 14}}) {
     for (const int radius : {0, 1, 3, 15, 40, kHuge}) {
       for (const auto& [low, high] : {std::pair{0, 255}, {0, 1}, {254, 255}}) {
-        const Bytes input = randomBytes(random, width * height, low, high);
+        const Bytes input = random.values<std::uint8_t>(width * height, low, high);
         TestImage x(width, height, 1, input, 1);
         TestImage v(width, height, 1, 16, 4);
         ASSERT_EQ(TLUX_CalculateVairance(nullptr, x.record.data, x.record.stride,
@@ -318,7 +312,7 @@ const Call kCalls[] = {
 
 TEST(Smoothing, WithoutMemoryLeavesTheOutputAloneAndReleasesWhatItHad) {
   Random random(5);
-  const Bytes input = randomBytes(random, 12 * 9);
+  const Bytes input = random.values<std::uint8_t>(12 * 9);
   std::vector<std::uint64_t> memory(8000);
   const MMemMgr pool = MMemMgrCreate(memory.data(), memory.size() * sizeof(std::uint64_t));
   const auto whole = GetMaxAllocMemSize(pool);
