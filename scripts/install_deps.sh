@@ -3,7 +3,13 @@
 #   build  GCC and the build tools        test   tests of the library and the command
 #   app    libraries of the command       bench  benchmarks and the peers they measure
 #   clang  Clang and its sanitizers       lint   formatter and static checks
+#   aarch64  GCC for AArch64, an emulator and the sources of GoogleTest
 set -eu
+
+usage() {
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint …" >&2
+  exit 1
+}
 
 packages_of() {
   case $1 in
@@ -12,8 +18,9 @@ packages_of() {
     app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev ;;
     bench) echo libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev ;;
     clang) echo clang libclang-rt-dev ;;
+    aarch64) echo g++-aarch64-linux-gnu qemu-user googletest ;;
     lint) echo git clang-format clang-tidy ;;
-    *) echo "install_deps.sh: unknown group '$1' (build, test, app, bench, clang, lint)" >&2; exit 1 ;;
+    *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }
 
@@ -21,7 +28,7 @@ is_installed() {
   [ "$(dpkg-query -W -f '${db:Status-Abbrev}' "$1" 2>/dev/null)" = 'ii ' ]
 }
 
-[ $# -gt 0 ] || { echo "usage: install_deps.sh build|test|app|bench|clang|lint …" >&2; exit 1; }
+[ $# -gt 0 ] || usage
 missing=
 for group; do
   packages=$(packages_of "$group")
