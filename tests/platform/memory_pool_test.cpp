@@ -6,6 +6,7 @@
 #include <numeric>
 #include <vector>
 
+#include "reference/memory_pool.hpp"
 #include "support/fault_injection.hpp"
 #include "support/pool.hpp"
 #include "support/random.hpp"
@@ -13,98 +14,10 @@
 namespace tlux::test {
 namespace {
 
-constexpr std::int64_t kHeader = 16;
-constexpr std::int64_t kRefused = -1;
+using reference::PoolModel;
 
-// The pool as a list of (payload offset, payload size, used), with the rules written down plainly.
-class PoolModel {
- public:
-  struct Block {
-    std::int64_t offset;
-    std::int64_t size;
-    bool used;
-
-    friend bool operator==(const Block&, const Block&) = default;
-  };
-
-  explicit PoolModel(std::int64_t bytes) : blocks_{{kHeader, bytes - 2 * kHeader, false}} {}
-
-  std::int64_t allocate(std::int64_t size) {
-    const std::int64_t need = (size + 7) / 8 * 8;
-    for (std::size_t i = 0; i < blocks_.size() && size != 0; ++i) {
-      if (blocks_[i].used || blocks_[i].size < need) continue;
-      cut(i, need, 32);
-      blocks_[i].used = true;
-      return blocks_[i].offset;
-    }
-    return kRefused;
-  }
-
-  void release(std::int64_t offset) {
-    blocks_[indexOf(offset)].used = false;
-    mergeFree();
-  }
-
-  std::int64_t resize(std::int64_t offset, std::int64_t size) {
-    if (size == 0) return kRefused;
-    const std::size_t i = indexOf(offset);
-    const std::int64_t need = (size + 7) / 8 * 8;
-    if (blocks_[i].size >= need) {
-      cut(i, need, 40);
-      mergeFree();
-      return offset;
-    }
-    const bool nextFree = i + 1 < blocks_.size() && !blocks_[i + 1].used;
-    if (nextFree && need <= blocks_[i].size + blocks_[i + 1].size) {
-      blocks_[i].size += kHeader + blocks_[i + 1].size;
-      blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(i) + 1);
-      cut(i, need, 32);
-      return offset;
-    }
-    const std::int64_t moved = allocate(need);
-    if (moved != kRefused) release(offset);
-    return moved;
-  }
-
-  std::int64_t largestFree() const {
-    std::int64_t largest = 0;
-    for (const Block& block : blocks_) {
-      if (!block.used) largest = std::max(largest, block.size);
-    }
-    return largest;
-  }
-
-  const std::vector<Block>& blocks() const { return blocks_; }
-  std::int64_t capacity(std::int64_t offset) const { return blocks_[indexOf(offset)].size; }
-
- private:
-  std::size_t indexOf(std::int64_t offset) const {
-    const auto found = std::find_if(blocks_.begin(), blocks_.end(),
-                                    [&](const Block& block) { return block.offset == offset; });
-    return static_cast<std::size_t>(found - blocks_.begin());
-  }
-
-  void cut(std::size_t i, std::int64_t need, std::int64_t splitFrom) {
-    const std::int64_t rest = blocks_[i].size - need - kHeader;
-    if (rest < splitFrom) return;
-    blocks_[i].size = need;
-    blocks_.insert(blocks_.begin() + static_cast<std::ptrdiff_t>(i) + 1,
-                   {blocks_[i].offset + need + kHeader, rest, false});
-  }
-
-  void mergeFree() {
-    for (std::size_t i = 0; i + 1 < blocks_.size();) {
-      if (blocks_[i].used || blocks_[i + 1].used) {
-        ++i;
-        continue;
-      }
-      blocks_[i].size += kHeader + blocks_[i + 1].size;
-      blocks_.erase(blocks_.begin() + static_cast<std::ptrdiff_t>(i) + 1);
-    }
-  }
-
-  std::vector<Block> blocks_;
-};
+constexpr std::int64_t kHeader = PoolModel::kHeader;
+constexpr std::int64_t kRefused = PoolModel::kRefused;
 
 std::int64_t offsetOf(Pool& pool, const void* block) {
   return block == nullptr ? kRefused : static_cast<const std::uint8_t*>(block) - pool.data();

@@ -1,0 +1,310 @@
+// Copies, crops, clones and lists of images against the byte-wise rules.
+#include <deque>
+#include <memory>
+#include <optional>
+
+#include "input.hpp"
+#include "reference/image_copy.hpp"
+#include "support/guarded_buffer.hpp"
+#include "tlux/copy.h"
+#include "tlux/image_list.h"
+
+namespace tlux::fuzz {
+namespace {
+
+using reference::Picture;
+using reference::PictureCopy;
+using test::GuardedBuffer;
+
+constexpr std::uint32_t kFormats[] = {
+    TLUX_FMT_BGR24,         TLUX_FMT_BGR32,        TLUX_FMT_BGR24_B,      TLUX_FMT_BGR32_B,
+    TLUX_FMT_PACKED24_1,    TLUX_FMT_PACKED24_2,   TLUX_FMT_PACKED24_3,   TLUX_FMT_PACKED24_4,
+    TLUX_FMT_YCBYCR,        TLUX_FMT_YCBYCR_2,     TLUX_FMT_CBYCRY,       TLUX_FMT_YCBYCR_4,
+    TLUX_FMT_YCBYCR_5,      TLUX_FMT_YCBYCR_8,     TLUX_FMT_YCBCR420_P,   TLUX_FMT_YCBCR440_P,
+    TLUX_FMT_YCBCR422_P,    TLUX_FMT_YCBCR444_P,   TLUX_FMT_YCBCR420_P_B, TLUX_FMT_YCBCR440_P_B,
+    TLUX_FMT_YCBCR422_P_B,  TLUX_FMT_YCBCR444_P_B, TLUX_FMT_GRAY,         TLUX_FMT_YCBCR420_YPUV,
+    TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_YCBCR422_YPUV};
+
+struct Extent {
+  int bytes; // that a copy moves in each row
+  int rows;
+  int gap = 0; // bytes of each row that it leaves
+};
+
+std::vector<Extent> extentsOf(std::uint32_t format, int w, int h) {
+  switch (format) {
+    case TLUX_FMT_BGR32:
+    case TLUX_FMT_BGR32_B:
+      return {{3 * w, h, w}};
+    case TLUX_FMT_YCBCR420_P:
+    case TLUX_FMT_YCBCR420_P_B:
+      return {{w, h}, {w / 2, h / 2}, {w / 2, h / 2}};
+    case TLUX_FMT_YCBCR440_P:
+    case TLUX_FMT_YCBCR440_P_B:
+      return {{w, h}, {w, h / 2}, {w, h / 2}};
+    case TLUX_FMT_YCBCR422_P:
+    case TLUX_FMT_YCBCR422_P_B:
+      return {{w, h}, {w / 2, h}, {w / 2, h}};
+    case TLUX_FMT_YCBCR444_P:
+    case TLUX_FMT_YCBCR444_P_B:
+      return {{w, h}, {w, h}, {w, h}};
+    case TLUX_FMT_YCBCR420_YPUV:
+    case TLUX_FMT_YCBCR420_YPVU:
+      return {{w, h}, {w, h / 2}};
+    case TLUX_FMT_YCBCR422_YPUV:
+      return {{w, h}, {w, h}};
+    case TLUX_FMT_GRAY:
+      return {{w, h}};
+    default:
+      return {{(format >> 8 == 5 ? 2 : 3) * w, h}};
+  }
+}
+
+Picture takePicture(Input& input, std::uint32_t format) {
+  Picture picture{format, input.between(1, 40), input.between(1, 14), {}};
+  auto* plane = picture.planes;
+  for (const Extent& extent : extentsOf(format, picture.width, picture.height)) {
+    plane->pitch = extent.bytes + extent.gap + input.between(0, 9);
+    plane->bytes = input.samples(static_cast<std::size_t>(plane->pitch * extent.rows));
+    ++plane;
+  }
+  return picture;
+}
+
+TLUX_RECT takeRect(Input& input, const Picture& picture, int width, int height) {
+  const int left = input.between(0, picture.width - width);
+  const int top = input.between(0, picture.height - height);
+  return {left, top, left + width, top + height};
+}
+
+// Cb is read half a row low then, which may leave a plane of odd height.
+bool readsBehindCb(std::uint32_t format, const TLUX_RECT& from) {
+  return (format == TLUX_FMT_YCBCR420_P || format == TLUX_FMT_YCBCR420_P_B) && from.top % 2 != 0;
+}
+
+// The picture in memory that ends at a page that cannot be touched.
+class Frame {
+ public:
+  explicit Frame(const Picture& picture)
+      : image_{picture.format, picture.width, picture.height, {}, {}} {
+    for (int i = 0; i < 3; ++i) {
+      const auto& [bytes, pitch] = picture.planes[i];
+      if (pitch == 0) continue;
+      buffers_[i].emplace(bytes.size());
+      std::copy(bytes.begin(), bytes.end(), buffers_[i]->data());
+      image_.plane[i] = buffers_[i]->data();
+      image_.pitch[i] = pitch;
+    }
+  }
+
+  TLUX_IMAGE* get() { return &image_; }
+
+  void requireEqual(const Picture& picture) {
+    for (int i = 0; i < 3; ++i) {
+      if (!buffers_[i]) continue;
+      require(buffers_[i]->isIntact());
+      require(std::ranges::equal(buffers_[i]->bytes(), picture.planes[i].bytes));
+    }
+  }
+
+ private:
+  std::optional<GuardedBuffer> buffers_[3];
+  TLUX_IMAGE image_;
+};
+
+// Compares what a copy moves, the whole image long.
+void requireSamples(const TLUX_IMAGE& image, const Picture& expected) {
+  require(image.format == expected.format && image.width == expected.width &&
+          image.height == expected.height);
+  int i = 0;
+  for (const Extent& extent : extentsOf(expected.format, expected.width, expected.height)) {
+    const auto& plane = expected.planes[i];
+    for (int y = 0; y < extent.rows; ++y) {
+      const std::uint8_t* row = image.plane[i] + std::ptrdiff_t{y} * image.pitch[i];
+      require(std::equal(row, row + extent.bytes, plane.bytes.begin() + y * plane.pitch));
+    }
+    ++i;
+  }
+}
+
+// The rectangle as an image of its own.
+Picture cutOut(const Picture& source, const TLUX_RECT& rect) {
+  Picture part{source.format, rect.right - rect.left, rect.bottom - rect.top, {}};
+  auto* plane = part.planes;
+  for (const Extent& extent : extentsOf(part.format, part.width, part.height)) {
+    plane->pitch = extent.bytes + extent.gap;
+    plane->bytes.resize(static_cast<std::size_t>(plane->pitch * extent.rows));
+    ++plane;
+  }
+  PictureCopy(part, {0, 0, part.width, part.height}, source, rect).plain();
+  return part;
+}
+
+void copy(Input& input) {
+  const std::uint32_t format = input.oneOf(kFormats);
+  Picture source = takePicture(input, format);
+  const Picture target = takePicture(input, format);
+  const int width = input.between(0, std::min(source.width, target.width));
+  const int height = input.between(0, std::min(source.height, target.height));
+  const TLUX_RECT from = takeRect(input, source, width, height);
+  const TLUX_RECT to = takeRect(input, target, width, height);
+  if (readsBehindCb(format, from)) {
+    auto& cb = source.planes[1];
+    cb.bytes.resize(cb.bytes.size() + static_cast<std::size_t>(cb.pitch), 0x77);
+  }
+  Frame sourceFrame(source);
+  Frame plain(target);
+  Picture expected = target;
+  PictureCopy(expected, to, source, from).plain();
+  require(TLUX_CopyImageROI_IMK(plain.get(), &to, sourceFrame.get(), &from) == TLUX_OK);
+  plain.requireEqual(expected);
+
+  const bool orderUnknown = format >= TLUX_FMT_YCBYCR_5 && format <= TLUX_FMT_YCBYCR_8;
+  Frame odd(target);
+  expected = target;
+  if (!orderUnknown) PictureCopy(expected, to, source, from).oddRect();
+  require(TLUX_CopyImageROIOddRect_IMK(odd.get(), &to, sourceFrame.get(), &from) ==
+          (orderUnknown ? TLUX_ERR_UNSUPPORTED : TLUX_OK));
+  odd.requireEqual(expected);
+  sourceFrame.requireEqual(source);
+}
+
+// Any rectangle at all: one that does not lie inside is only tried where it is refused.
+void refuse(Input& input) {
+  const Picture picture = takePicture(input, input.oneOf(kFormats));
+  const auto any = [&] { return static_cast<int>(input.word()); };
+  const TLUX_RECT rect{any(), any(), any(), any()};
+  const std::int64_t width = std::int64_t{rect.right} - rect.left;
+  const std::int64_t height = std::int64_t{rect.bottom} - rect.top;
+  if (rect.left >= 0 && rect.top >= 0 && width >= 0 && height >= 0 && width <= picture.width &&
+      height <= picture.height) {
+    return;
+  }
+  Frame source(picture);
+  Frame target(picture);
+  require(TLUX_CopyImageROI_IMK(target.get(), &rect, source.get(), &rect) ==
+          TLUX_ERR_INVALID_PARAM);
+  require(TLUX_CopyImageROIOddRect_IMK(target.get(), &rect, source.get(), &rect) != TLUX_OK);
+  require(TLUX_CropImage_IMK(target.get(), &rect) == TLUX_ERR_INVALID_PARAM);
+  target.requireEqual(picture);
+}
+
+void cloneAndCrop(Input& input) {
+  const Picture picture = takePicture(input, input.oneOf(kFormats));
+  const TLUX_RECT rect =
+      takeRect(input, picture, input.between(1, picture.width), input.between(1, picture.height));
+  if (readsBehindCb(picture.format, rect)) return;
+  Frame source(picture);
+  Memory memory(input, 9000);
+  TLUX_IMAGE* whole = nullptr;
+  TLUX_IMAGE* part = nullptr;
+  const std::uint32_t cloned = TLUX_CloneImage_IMK(&whole, source.get(), memory.manager());
+  const std::uint32_t cut = TLUX_CloneImageROI_IMK(&part, source.get(), &rect, memory.manager());
+  for (const std::uint32_t result : {cloned, cut}) {
+    require(result == TLUX_OK || (memory.isLimited() && result == TLUX_ERR_NO_MEMORY));
+  }
+  if (cut == TLUX_OK) requireSamples(*part, cutOut(picture, rect));
+  if (cloned == TLUX_OK) {
+    const Picture clone = cutOut(picture, {0, 0, picture.width, picture.height});
+    requireSamples(*whole, clone);
+    require(TLUX_CropImage_IMK(whole, &rect) == TLUX_OK);
+    requireSamples(*whole, cutOut(clone, rect)); // of what the clone took over
+  }
+  TLUX_FreeImage_IMK(&whole, memory.manager());
+  TLUX_FreeImage_IMK(&part, memory.manager());
+}
+
+struct Entry {
+  Picture picture;
+  std::vector<std::uint8_t> map;
+  std::uint32_t tag;
+};
+
+class List {
+ public:
+  explicit List(MMemMgr manager) : manager_(manager) {}
+  List(const List&) = delete;
+  List& operator=(const List&) = delete;
+  ~List() { TLUX_FreeImageLink_IMK(&list_, manager_); }
+
+  std::uint32_t insert(Input& input) {
+    const Picture picture = takePicture(input, input.oneOf(kFormats));
+    const std::uint32_t tag = input.word();
+    const bool withMap = input.flag();
+    const auto pixels = static_cast<std::size_t>(picture.width * picture.height);
+    const auto map = withMap ? input.samples(pixels) : std::vector<std::uint8_t>();
+    const std::uint8_t* mapData = withMap ? map.data() : nullptr;
+    TLUX_RECT rect =
+        takeRect(input, picture, input.between(1, picture.width), input.between(1, picture.height));
+    const bool isPart = input.flag() && !readsBehindCb(picture.format, rect);
+    Frame frame(picture);
+    const std::uint32_t result =
+        isPart ? TLUX_InsertImageToLinkROI_IMK(&list_, frame.get(), mapData, &rect, tag, ~tag,
+                                               manager_)
+               : TLUX_InsertImageToLink_IMK(&list_, frame.get(), mapData, tag, ~tag, manager_);
+    if (result == TLUX_OK) entries_.push_back({isPart ? cutOut(picture, rect) : picture, map, tag});
+    return result;
+  }
+  void removeFirst() {
+    RemoveFirstImage_IMK(&list_, manager_);
+    if (!entries_.empty()) entries_.pop_front();
+  }
+  void removeLast() {
+    RemoveLastImage_IMK(&list_, manager_);
+    if (!entries_.empty()) entries_.pop_back();
+  }
+
+  void check() {
+    require(list_.count == entries_.size());
+    TLUX_IMAGE* image = nullptr;
+    std::uint8_t* map = nullptr;
+    std::uint32_t tags[2] = {};
+    SetCurrentImageToFirstOne_IMK(&list_);
+    for (const Entry& entry : entries_) {
+      require(GetCurrentImage_IMK(&list_, &image, &map, tags) == 1);
+      require(tags[0] == entry.tag && tags[1] == ~entry.tag && map == nullptr);
+      requireSamples(*image, entry.picture);
+    }
+    require(GetCurrentImage_IMK(&list_, &image, &map, tags) == 0);
+    SetCurrentImageToLastOne_IMK(&list_);
+    for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
+      require(GetCurrentImageINV_IMK(&list_, &image, &map, tags) == 1);
+      require(tags[0] == entry->tag && (map == nullptr) == entry->map.empty());
+      require(std::equal(entry->map.begin(), entry->map.end(), map));
+    }
+    require(GetCurrentImageINV_IMK(&list_, &image, &map, tags) == 0);
+  }
+
+ private:
+  MMemMgr manager_;
+  TLUX_IMAGE_LIST list_{};
+  std::deque<Entry> entries_;
+};
+
+void list(Input& input) {
+  Memory memory(input, 30000);
+  List frames(memory.manager());
+  for (int steps = 0; steps < 40 && !input.isEmpty(); ++steps) {
+    const int action = input.between(0, 4);
+    if (action == 0) {
+      frames.removeFirst();
+    } else if (action == 1) {
+      frames.removeLast();
+    } else {
+      const std::uint32_t result = frames.insert(input);
+      require(result == TLUX_OK || (memory.isLimited() && result == TLUX_ERR_NO_MEMORY));
+    }
+    frames.check();
+  }
+}
+
+} // namespace
+} // namespace tlux::fuzz
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  tlux::fuzz::Input input(data, size);
+  constexpr void (*kChecks[])(tlux::fuzz::Input&) = {tlux::fuzz::copy, tlux::fuzz::refuse,
+                                                     tlux::fuzz::cloneAndCrop, tlux::fuzz::list};
+  input.oneOf(kChecks)(input);
+  return 0;
+}
