@@ -3,7 +3,7 @@
 
 #include "base/fixed_point.hpp"
 #include "tlux/tone.h"
-#include "tone/chroma_rule.hpp"
+#include "tone/chroma_row.hpp"
 #include "tone/semi_planar.hpp"
 
 namespace tlux {

@@ -6,6 +6,7 @@
 #include "reference/chroma.hpp"
 #include "support/frame.hpp"
 #include "tlux/tone.h"
+#include "tone/chroma_row.hpp"
 #include "tone/chroma_rule.hpp"
 
 namespace tlux::test {

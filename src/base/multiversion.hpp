@@ -1,0 +1,15 @@
+#pragma once
+
+// TLUX_MULTIVERSION before a function compiles it twice on x86-64, for processors with AVX2 and for
+// all others; the loader picks one when the library is loaded. Integer and IEEE arithmetic is the
+// same in both, so are the bytes.
+//
+// Meant for functions that walk a whole row. What they call must be inlined into them to be
+// compiled along, and templates need a plain function around them, since Clang makes no versions of
+// a template.
+#if defined(TLUX_AVX2) && TLUX_AVX2 && defined(__x86_64__) && defined(__ELF__) && \
+    (!defined(__clang__) || __clang_major__ >= 14)
+#define TLUX_MULTIVERSION __attribute__((target_clones("avx2", "default")))
+#else
+#define TLUX_MULTIVERSION
+#endif

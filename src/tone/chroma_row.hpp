@@ -1,0 +1,30 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+// Chroma follows luma: where the luma of a pixel pair was scaled, its two chroma samples are scaled
+// about the neutral value by the same ratio, so that lifted shadows keep their colour. Both samples
+// of an interleaved pair are treated alike; Cb Cr (NV12) and Cr Cb (NV21) are the same to the rule.
+namespace tlux {
+
+// Chroma within the zone about neutral moves only by the fraction distance / zone of the full
+// change, so that noise on grey does not turn into colour.
+inline constexpr int kNeutralZone = 8;
+inline constexpr int kWideNeutralZone = 32;
+
+// One row of `pairs` pairs: 2 · pairs samples of every plane. chromaOut may be chromaIn.
+template <int kZone>
+void scaleChromaRow(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
+                    const std::uint8_t* chromaIn, std::uint8_t* chromaOut, std::ptrdiff_t pairs);
+
+template <>
+void scaleChromaRow<kNeutralZone>(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
+                                  const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
+                                  std::ptrdiff_t pairs);
+template <>
+void scaleChromaRow<kWideNeutralZone>(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
+                                      const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
+                                      std::ptrdiff_t pairs);
+
+} // namespace tlux
