@@ -4,8 +4,9 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
-#include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
 
 namespace tlux {
 namespace {
@@ -69,7 +70,7 @@ bool hasRows(const TLUX_IMAGE& image, const Component& component, std::int64_t s
 
 // One row of the mark, enlarged to the frame's size.
 struct MarkRow {
-  using Samples = std::array<std::uint8_t, std::size_t{kMarkWidth} * kMaxFactor>;
+  using Samples = std::array<std::uint8_t, std::size_t{kMarkWidth + 1} * kMaxFactor>;
   Samples y, u, v, a;
   std::int64_t held = -1; // row of the tables
 
@@ -84,16 +85,19 @@ struct MarkRow {
   }
 
   static void enlarge(const std::uint8_t* table, std::int64_t factor, Samples& row) {
+    // Each sample is stored eight times, the surplus being overwritten by the next.
     std::uint8_t* out = row.data();
-    for (std::int32_t column = 0; column < kMarkWidth; ++column) {
-      out = std::fill_n(out, factor, table[column]);
+    for (std::int32_t column = 0; column < kMarkWidth; ++column, out += factor) {
+      const std::uint64_t repeated = table[column] * std::uint64_t{0x0101010101010101};
+      static_assert(sizeof repeated == kMaxFactor);
+      std::memcpy(out, &repeated, sizeof repeated);
     }
   }
 };
 
 // Truncated mean of the two columns, in both rows, that share each chroma sample. The two rows are
 // the same one where every row has its own chroma, which leaves the mean what it is.
-void shareChroma(const MarkRow::Samples& upper, const MarkRow::Samples& lower, std::int64_t count,
+TLUX_MULTIVERSION void shareChroma(const MarkRow::Samples& upper, const MarkRow::Samples& lower, std::int64_t count,
                  MarkRow::Samples& out) {
   for (std::int64_t c = 0; c < count; ++c) {
     const auto sum =
@@ -105,14 +109,20 @@ void shareChroma(const MarkRow::Samples& upper, const MarkRow::Samples& lower, s
 // ((255 − a)·frame + a·mark) / 255. With n = 255·q + r: n >> 8 is q where r ≥ q, else q − 1, so
 // that n + 1 + (n >> 8) is 256·q + r + 1 or 256·q + r, and its upper byte q. Everything fits 16
 // bits.
-std::uint8_t blend(std::uint8_t frame, std::uint8_t mark, std::uint8_t alpha) {
+inline std::uint8_t blend(std::uint8_t frame, std::uint8_t mark, std::uint8_t alpha) {
   const auto n = static_cast<std::uint16_t>((255 - alpha) * frame + alpha * mark);
   return static_cast<std::uint8_t>(static_cast<std::uint16_t>(n + 1 + (n >> 8)) >> 8);
 }
 
-void blendRow(std::uint8_t* __restrict frame, std::ptrdiff_t step,
-              const std::uint8_t* __restrict mark, const std::uint8_t* __restrict alpha,
-              std::int64_t count) {
+TLUX_MULTIVERSION void blendRow(std::uint8_t* __restrict frame, std::ptrdiff_t step,
+                                const std::uint8_t* __restrict mark,
+                                const std::uint8_t* __restrict alpha, std::int64_t count) {
+  if (step == 1) { // on its own, so that compilers see that the samples are neighbours
+    for (std::int64_t i = 0; i < count; ++i) {
+      frame[i] = blend(frame[i], mark[i], alpha[i]);
+    }
+    return;
+  }
   for (std::int64_t i = 0; i < count; ++i) {
     frame[i * step] = blend(frame[i * step], mark[i], alpha[i]);
   }

@@ -1,5 +1,8 @@
 #include "engine/reference_frame.hpp"
 
+#include <algorithm>
+#include <cstddef>
+
 #include "tlux/resample.h"
 #include "tone/stage.hpp"
 
@@ -30,12 +33,25 @@ std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLU
     TLUX_FreeImage_IMK(&reference, manager);
   }
   if (engine.refWidth == 0 || engine.refHeight == 0) return TLUX_OK;
-  if (reference == nullptr) {
-    const std::uint32_t created = TLUX_CreateImage_IMK(
-        &reference, engine.refWidth, engine.refHeight, TLUX_FMT_YCBCR444_P, manager);
-    if (created != TLUX_OK) return created;
-  }
-  return TLUX_ScaleCropImage(&source, reference, nullptr, kReferenceReduction);
+  if (reference != nullptr) return TLUX_OK;
+  return TLUX_CreateImage_IMK(&reference, engine.refWidth, engine.refHeight, TLUX_FMT_YCBCR444_P,
+                              manager);
+}
+
+void fillReferenceFrame(WorkerTeam& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference) {
+  constexpr std::int32_t kRows = 8; // that one thread makes at a time; even
+  team.share((reference.height + kRows - 1) / kRows, [&](std::int64_t i, int /*slot*/) {
+    const auto first = static_cast<std::int32_t>(i * kRows);
+    TLUX_IMAGE part = reference;
+    part.height = std::min(kRows, reference.height - first);
+    for (int plane = 0; plane < 3; ++plane) {
+      part.plane[plane] += std::ptrdiff_t{first} * reference.pitch[plane];
+    }
+    const TLUX_CROP_RECT blocks = {0, first * kReferenceReduction,
+                                   reference.width * kReferenceReduction - 1,
+                                   (first + part.height) * kReferenceReduction - 1};
+    TLUX_ScaleCropImage(&source, &part, &blocks, kReferenceReduction);
+  });
 }
 
 } // namespace tlux

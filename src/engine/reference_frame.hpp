@@ -2,14 +2,18 @@
 
 #include <cstdint>
 
+#include "platform/worker_team.hpp"
 #include "tlux/engine.h"
 
 namespace tlux {
 
-// Reduces the source by 8 into the engine's reference frame and records the geometry of both. The
-// reference frame of the frame before is used again where the size is the same. A source of fewer
-// than 16 columns or rows has none.
+// Makes room for the reference frame of a source in the engine and records the geometry of both.
+// The reference frame of the frame before is used again where the size is the same. A source of
+// fewer than 16 columns or rows has none.
 [[nodiscard]] std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine,
                                                const TLUX_IMAGE& source);
+
+// Reduces the source by 8 into its reference frame.
+void fillReferenceFrame(WorkerTeam& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference);
 
 } // namespace tlux

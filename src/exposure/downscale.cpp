@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
 #include "tlux/statistics.h"
 
 namespace tlux {
@@ -10,7 +11,7 @@ namespace {
 
 // Returns the sum of the outputs as a signed number that wraps in 32 bits: log planes are
 // re-centred, and their means negative.
-std::int32_t halveRows(const std::int16_t* __restrict upper, const std::int16_t* __restrict lower,
+TLUX_MULTIVERSION std::int32_t halveRows(const std::int16_t* __restrict upper, const std::int16_t* __restrict lower,
                        std::ptrdiff_t count, std::int16_t* __restrict output) {
   std::uint32_t sum = 0;
   for (std::ptrdiff_t x = 0; x < count; ++x) {

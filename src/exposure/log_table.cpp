@@ -2,11 +2,12 @@
 
 #include <algorithm>
 
+#include "base/multiversion.hpp"
 #include "tlux/statistics.h"
 
 namespace tlux {
 
-void shiftSamples(Plane<std::int16_t> plane, std::int32_t offset) {
+TLUX_MULTIVERSION void shiftSamples(Plane<std::int16_t> plane, std::int32_t offset) {
   const auto low = static_cast<std::uint16_t>(offset);
   for (std::int32_t y = 0; y < plane.height; ++y) {
     std::int16_t* row = plane.row(y);

@@ -2,12 +2,13 @@
 
 #include <algorithm>
 
+#include "base/multiversion.hpp"
 #include "tlux/statistics.h"
 
 namespace tlux {
 namespace {
 
-std::int32_t sumOf(const std::int16_t* row, std::ptrdiff_t width) {
+TLUX_MULTIVERSION std::int32_t sumOf(const std::int16_t* row, std::ptrdiff_t width) {
   std::uint32_t sum = 0;
   for (std::ptrdiff_t x = 0; x < width; ++x) {
     sum += static_cast<std::uint32_t>(row[x]);
@@ -21,7 +22,7 @@ struct Range {
   std::int16_t maximum;
 };
 
-Range widened(Range range, const std::int16_t* row, std::ptrdiff_t width) {
+TLUX_MULTIVERSION Range widened(Range range, const std::int16_t* row, std::ptrdiff_t width) {
   for (std::ptrdiff_t x = 0; x < width; ++x) {
     range.minimum = std::min(range.minimum, row[x]);
     range.maximum = std::max(range.maximum, row[x]);

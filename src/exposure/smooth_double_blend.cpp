@@ -4,6 +4,7 @@
 #include <array>
 
 #include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
 #include "tlux/statistics.h"
 
 namespace tlux {
@@ -17,7 +18,7 @@ constexpr int kRing = 4;
 // keeps its samples from one step to the next and then finds no way to work on several at once.
 
 // Each sample with half its weight in each of its neighbours: (1 2 1) / 4.
-[[gnu::noinline]] void smooth(const std::int16_t* __restrict before,
+[[gnu::noinline]] TLUX_MULTIVERSION void smoothTaps(const std::int16_t* __restrict before,
                               const std::int16_t* __restrict centre,
                               const std::int16_t* __restrict after, std::ptrdiff_t count,
                               std::int16_t* __restrict out) {
@@ -29,7 +30,7 @@ constexpr int kRing = 4;
 // Doubling puts two samples around each one, a quarter step away from it. `near` is the neighbour
 // on the side of the new sample, `far` the one beyond it, `opposite` the one on the other side.
 template <class Sample>
-[[gnu::noinline]] void interpolate(const std::int16_t* __restrict far,
+[[gnu::always_inline]] inline void interpolateAs(const std::int16_t* __restrict far,
                                    const std::int16_t* __restrict near,
                                    const std::int16_t* __restrict centre,
                                    const std::int16_t* __restrict opposite, std::ptrdiff_t count,
@@ -37,6 +38,22 @@ template <class Sample>
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     out[i] = static_cast<Sample>((-far[i] + 9 * near[i] + 25 * centre[i] - opposite[i]) >> 5);
   }
+}
+
+[[gnu::noinline]] TLUX_MULTIVERSION void interpolate(const std::int16_t* far,
+                                                     const std::int16_t* near,
+                                                     const std::int16_t* centre,
+                                                     const std::int16_t* opposite,
+                                                     std::ptrdiff_t count, std::int16_t* out) {
+  interpolateAs(far, near, centre, opposite, count, out);
+}
+
+[[gnu::noinline]] TLUX_MULTIVERSION void interpolate(const std::int16_t* far,
+                                                     const std::int16_t* near,
+                                                     const std::int16_t* centre,
+                                                     const std::int16_t* opposite,
+                                                     std::ptrdiff_t count, std::int32_t* out) {
+  interpolateAs(far, near, centre, opposite, count, out);
 }
 
 void repeatEnds(std::int16_t* row, std::ptrdiff_t width) {
@@ -68,11 +85,11 @@ class SmoothedRows {
 
   void make(std::int64_t y) {
     std::int16_t* vertical = slot(kRing);
-    smooth(plane_.row(clamped(y - 1)), plane_.row(y), plane_.row(clamped(y + 1)), plane_.width,
+    smoothTaps(plane_.row(clamped(y - 1)), plane_.row(y), plane_.row(clamped(y + 1)), plane_.width,
            vertical);
     repeatEnds(vertical, plane_.width);
     std::int16_t* out = slot(y % kRing);
-    smooth(vertical - 1, vertical, vertical + 1, plane_.width, out);
+    smoothTaps(vertical - 1, vertical, vertical + 1, plane_.width, out);
     repeatEnds(out, plane_.width);
   }
 
@@ -91,14 +108,14 @@ std::int32_t toQ8(double weight) {
   return saturatingTrunc<std::int32_t>(weight * 256 + 0.5);
 }
 
-std::int16_t blended(std::int32_t enlarged, std::int32_t large, BlendWeights weights) {
+inline std::int16_t blended(std::int32_t enlarged, std::int32_t large, BlendWeights weights) {
   return static_cast<std::int16_t>(
       wrappingAdd(wrappingMul(large, weights.large), wrappingMul(enlarged, weights.enlarged)) >> 8);
 }
 
 // Doubles a padded row and blends it with `columns` samples of a large one. In pieces through local
 // arrays, so that the blend works on several samples at once in place, too.
-void doubleAndBlend(const std::int16_t* row, const std::int16_t* large, std::ptrdiff_t columns,
+TLUX_MULTIVERSION void doubleAndBlend(const std::int16_t* row, const std::int16_t* large, std::ptrdiff_t columns,
                     BlendWeights weights, std::int16_t* out) {
   constexpr std::ptrdiff_t kPairs = 64;
   std::array<std::int32_t, kPairs> even;

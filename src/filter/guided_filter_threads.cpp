@@ -1,30 +1,14 @@
 #include <algorithm>
-#include <array>
-#include <cstddef>
 #include <cstdint>
 
 #include "filter/guided_filter.hpp"
-#include "platform/workers.hpp"
+#include "platform/worker_team.hpp"
 #include "tlux/guided_filter.h"
 
 namespace tlux {
 namespace {
 
-constexpr int kWorkers = 4;
-
-// Calls work(0) … work(kWorkers − 1) once each, on threads where they can be had.
-template <class Work>
-void runOnThreadsOrHere(Work&& work) {
-  std::array<bool, kWorkers> done{};
-  auto noted = [&](int index) {
-    work(index);
-    done[static_cast<std::size_t>(index)] = true;
-  };
-  if (runOnWorkers<kWorkers>(noted)) return;
-  for (int i = 0; i < kWorkers; ++i) {
-    if (!done[static_cast<std::size_t>(i)]) work(i);
-  }
-}
+constexpr int kBands = 4;
 
 // Each pass is split into bands of rows. The second one starts when the first has ended for the
 // whole image: a band needs the coefficients of its neighbours, and in place it overwrites the rows
@@ -38,23 +22,25 @@ void guidedFilterOnThreads(MMemMgr manager, const img* guide, const img* input, 
   using Rows = CoefficientRows<Model::kCoefficients>;
   const Windows windows(guide->width, guide->height, radius);
   const std::int64_t share = std::max(Fit::doublesNeeded(windows), Means::doublesNeeded(windows));
-  const Scratch<double> sums(manager, kWorkers * share);
+  const Scratch<double> sums(manager, kBands * share);
   const Scratch<std::int32_t> coefficients(manager,
                                            Rows::valuesNeeded(windows.width, windows.height));
   if (!sums || !coefficients) return;
 
+  // Without threads the calling one does it all.
+  WorkerTeam team;
   const Rows rows(coefficients.get(), windows.width, windows.height);
-  const auto firstRow = [&](int band) {
-    return static_cast<std::int32_t>(std::int64_t{windows.height} * band / kWorkers);
+  const auto firstRow = [&](std::int64_t band) {
+    return static_cast<std::int32_t>(windows.height * band / kBands);
   };
-  runOnThreadsOrHere([&](int band) {
+  team.share(kBands, [&](std::int64_t band, int) {
     Fit fit(rowsOf(guide), rowsOf(input), windows, rows, sums.get() + band * share);
     fit.startAt(firstRow(band));
     for (std::int32_t y = firstRow(band); y < firstRow(band + 1); ++y) {
       fit.fit(y);
     }
   });
-  runOnThreadsOrHere([&](int band) {
+  team.share(kBands, [&](std::int64_t band, int) {
     Means means(rows, windows, sums.get() + band * share);
     means.startAt(firstRow(band));
     for (std::int32_t y = firstRow(band); y < firstRow(band + 1); ++y) {

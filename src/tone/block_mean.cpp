@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 
+#include "base/multiversion.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tone/window_sums.hpp"
@@ -89,7 +90,7 @@ std::int32_t threeTapMean(std::int32_t left, std::int32_t centre, std::int32_t r
   return wrappingAdd(wrappingAdd(left, centre), right) / 3;
 }
 
-void threeTapRows(Band rows, Plane<const std::int32_t> source, std::int32_t* destination) {
+TLUX_MULTIVERSION void threeTapRows(Band rows, Plane<const std::int32_t> source, std::int32_t* destination) {
   const std::ptrdiff_t width = source.width;
   for (std::int32_t y = rows.first; y < rows.end; ++y) {
     const std::int32_t* __restrict in = source.row(y);

@@ -1,14 +1,65 @@
 #pragma once
 
+#include <cstdint>
+
 #include "tlux/image.h"
 
 namespace tlux {
 
-// Writes the chroma of the output from the source's luma and chroma and the output's luma, without
-// touching a byte outside pitch × rows of any plane.
-//
-// With equal pitches the rows are walked as NV21NV12_Tone() does; what it would do past the end of
-// a plane is left out. Otherwise each plane is walked by its own pitch.
+// One plane on its walk from chroma row to chroma row: where row 0 starts, the distance to the
+// next, and how many bytes there are in all.
+template <class T>
+struct Track {
+  T* data;
+  std::int64_t step;
+  std::int64_t bytes;
+
+  T* row(std::int64_t j) const { return data + j * step; }
+  // Whole pairs between the start of row j and the end.
+  std::int64_t pairsFrom(std::int64_t j) const { return (bytes - j * step) / 2; }
+};
+
+// Writes chroma from the luma and chroma of a source and the luma of a result, row by row, without
+// touching a byte at or beyond the end of any plane. Rows do not depend on each other.
+class ChromaWalk {
+ public:
+  ChromaWalk(Track<const std::uint8_t> oldLuma, Track<const std::uint8_t> newLuma,
+             Track<const std::uint8_t> chromaIn, Track<std::uint8_t> chromaOut, std::int64_t rows,
+             std::int64_t pairs)
+      : oldLuma_(oldLuma),
+        newLuma_(newLuma),
+        chromaIn_(chromaIn),
+        chromaOut_(chromaOut),
+        rows_(rows),
+        pairs_(pairs) {}
+
+  std::int64_t rows() const { return rows_; }
+  bool hasSteps(std::int64_t oldLuma, std::int64_t newLuma, std::int64_t chromaIn,
+                std::int64_t chromaOut) const {
+    return oldLuma_.step == oldLuma && newLuma_.step == newLuma && chromaIn_.step == chromaIn &&
+           chromaOut_.step == chromaOut;
+  }
+  void scaleRow(std::int64_t j) const;
+  void scaleRows(std::int64_t first, std::int64_t end) const;
+
+ private:
+  Track<const std::uint8_t> oldLuma_;
+  Track<const std::uint8_t> newLuma_;
+  Track<const std::uint8_t> chromaIn_;
+  Track<std::uint8_t> chromaOut_;
+  std::int64_t rows_;
+  std::int64_t pairs_; // of a row
+};
+
+// The walk over two frames. With equal pitches it goes as NV21NV12_Tone() does; what that would do
+// past the end of a plane is left out. Otherwise each plane is walked by its own pitch.
+ChromaWalk chromaWalk(const TLUX_IMAGE& source, const TLUX_IMAGE& output);
+
+// Walks it.
 void scaleChromaByLumaRatio(const TLUX_IMAGE& source, const TLUX_IMAGE& output);
+
+// Whether the walk makes row j of the chroma, the whole row, from row 2j of the luma: always when
+// the pitches differ, and when they are the width rounded up to a multiple of 4.
+bool keepsToRows(const ChromaWalk& walk, const TLUX_IMAGE& source, const TLUX_IMAGE& output);
 
 } // namespace tlux

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <cstring>
-#include <utility>
 
 #include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
 #include "tone/block_mean.hpp"
 #include "tone/guide_block.hpp"
 #include "tone/window_sums.hpp"
@@ -27,7 +27,7 @@ std::uint8_t clampLuma(Value value) {
 // The whole way of a pixel in one pass. Results go through a short buffer, so that the compiler
 // need not fear that the output lies over the guide, which it may.
 template <int kPhase, class Slope>
-void applyPhase(const CoefficientLines<Slope>& lines, const std::uint8_t* guide, std::uint8_t* out,
+[[gnu::always_inline]] inline void applyPhase(const CoefficientLines<Slope>& lines, const std::uint8_t* guide, std::uint8_t* out,
                 std::ptrdiff_t width) {
   constexpr std::ptrdiff_t kBlock = 512;
   const Slope* __restrict upperA = lines.upperA;
@@ -48,7 +48,8 @@ void applyPhase(const CoefficientLines<Slope>& lines, const std::uint8_t* guide,
   }
 }
 
-bool isWithin(const std::int32_t* values, std::ptrdiff_t count, std::int32_t magnitude) {
+TLUX_MULTIVERSION bool isWithin(const std::int32_t* values, std::ptrdiff_t count,
+                                std::int32_t magnitude) {
   std::int32_t lowest = 0;
   std::int32_t highest = 0;
   for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -58,35 +59,40 @@ bool isWithin(const std::int32_t* values, std::ptrdiff_t count, std::int32_t mag
   return lowest >= -magnitude && highest <= magnitude;
 }
 
-template <class Slope, int... kPhases>
-constexpr auto phaseKernels(std::integer_sequence<int, kPhases...> /*phases*/) {
-  return std::array{&applyPhase<kPhases, Slope>...};
-}
-
-} // namespace
-
-template <class Slope>
-void applyCoefficients(int phase, const CoefficientLines<Slope>& lines, const std::uint8_t* guide,
-                       std::uint8_t* out, std::ptrdiff_t width) {
-  constexpr auto kKernels = phaseKernels<Slope>(std::make_integer_sequence<int, kUpsampling>());
-  kKernels[static_cast<std::size_t>(phase)](lines, guide, out, width);
-}
-
-template void applyCoefficients(int, const CoefficientLines<std::int16_t>&, const std::uint8_t*,
-                                std::uint8_t*, std::ptrdiff_t);
-template void applyCoefficients(int, const CoefficientLines<std::int32_t>&, const std::uint8_t*,
-                                std::uint8_t*, std::ptrdiff_t);
-
-bool hasShortCoefficients(const TLUX_GUIDE_CONTEXT& band) {
+bool haveShortSlopes(const TLUX_GUIDE_CONTEXT& band, Band rows) {
   constexpr std::int32_t kLargestOffset = 1 << 24;
-  const Band rows = rowsOf(band);
   const std::ptrdiff_t first = std::ptrdiff_t{rows.first} * band.lowWidth;
   const std::ptrdiff_t count = std::ptrdiff_t{rows.end - rows.first} * band.lowWidth;
   return isWithin(band.smoothA + first, count, kMixable16) &&
          isWithin(band.smoothB + first, count, kLargestOffset);
 }
 
-bool computeCoefficients(const TLUX_GUIDE_CONTEXT& band) {
+template <int kPhase, class Slope>
+[[gnu::always_inline]] inline void applyFromPhase(int phase, const CoefficientLines<Slope>& lines,
+                                                  const std::uint8_t* guide, std::uint8_t* out,
+                                                  std::ptrdiff_t width) {
+  if (phase == kPhase) {
+    applyPhase<kPhase>(lines, guide, out, width);
+  } else if constexpr (kPhase + 1 < kUpsampling) {
+    applyFromPhase<kPhase + 1>(phase, lines, guide, out, width);
+  }
+}
+
+} // namespace
+
+TLUX_MULTIVERSION void applyCoefficients(int phase, const CoefficientLines<std::int16_t>& lines,
+                                         const std::uint8_t* guide, std::uint8_t* out,
+                                         std::ptrdiff_t width) {
+  applyFromPhase<0>(phase, lines, guide, out, width);
+}
+
+TLUX_MULTIVERSION void applyCoefficients(int phase, const CoefficientLines<std::int32_t>& lines,
+                                         const std::uint8_t* guide, std::uint8_t* out,
+                                         std::ptrdiff_t width) {
+  applyFromPhase<0>(phase, lines, guide, out, width);
+}
+
+Coefficients computeCoefficients(const TLUX_GUIDE_CONTEXT& band) {
   const Band rows = rowsOf(band);
   const std::int32_t width = band.lowWidth;
   const std::int32_t height = band.lowHeight;
@@ -94,10 +100,15 @@ bool computeCoefficients(const TLUX_GUIDE_CONTEXT& band) {
   const auto smooth = [&](const std::int32_t* raw, std::int32_t* out) {
     return smoothBand(band.manager, smoothed, packedPlane(raw, width, height), out, band.radius);
   };
-  return guideBlock(band.manager, rows, {band.input, width, height, band.lowPitch},
-                    {band.guide, width, height, band.lowPitch}, band.rawA, band.rawB, band.radius,
-                    band.eps) == TLUX_OK &&
-         smooth(band.rawA, band.smoothA) == TLUX_OK && smooth(band.rawB, band.smoothB) == TLUX_OK;
+  const std::uint32_t solved =
+      guideBlock(band.manager, rows, {band.input, width, height, band.lowPitch},
+                 {band.guide, width, height, band.lowPitch}, band.rawA, band.rawB, band.radius,
+                 band.eps);
+  if (solved != TLUX_OK || smooth(band.rawA, band.smoothA) != TLUX_OK ||
+      smooth(band.rawB, band.smoothB) != TLUX_OK) {
+    return Coefficients::kNone;
+  }
+  return haveShortSlopes(band, rows) ? Coefficients::kShort : Coefficients::kLong;
 }
 
 std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius, std::int64_t ownBytes) {
@@ -109,6 +120,21 @@ std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius, std::in
          kPoolSlack;
 }
 
+namespace {
+
+// Stores the rows of a band where its context says.
+struct StoreRows {
+  const TLUX_GUIDE_CONTEXT* band;
+
+  template <class Slope>
+  void operator()(std::int64_t y, int phase, const CoefficientLines<Slope>& lines) const {
+    const std::int64_t at = y * band->fullPitch;
+    applyCoefficients(phase, lines, band->fullGuide + at, band->fullOut + at,
+                      std::ptrdiff_t{kUpsampling} * band->lowWidth);
+  }
+};
+
+} // namespace
 } // namespace tlux
 
 uint32_t FastGuideFilterMT(MMemMgr memMgr, const uint8_t* input, const uint8_t* guide,
@@ -133,17 +159,13 @@ uint32_t FastGuideFilterMT(MMemMgr memMgr, const uint8_t* input, const uint8_t* 
   frame.eps = eps;
   const std::int64_t bytes =
       std::max(tlux::kWorkerBytesPerPitch * fullPitch, tlux::workerPoolBytes(lowW, radius));
-  return tlux::filterInBands(memMgr, frame, bytes, [](const TLUX_GUIDE_CONTEXT& band) {
-    FastGuideFilterSingleThread(&band);
+  tlux::WorkerTeam team;
+  return tlux::filterInStrips(memMgr, frame, bytes, team, [](const tlux::Strip& strip) {
+    tlux::filterStrip(strip, tlux::StoreRows{strip.band});
   });
 }
 
 void FastGuideFilterSingleThread(const TLUX_GUIDE_CONTEXT* context) noexcept {
   if (context == nullptr) return;
-  const std::ptrdiff_t pitch = context->fullPitch;
-  const std::ptrdiff_t width = std::ptrdiff_t{tlux::kUpsampling} * context->lowWidth;
-  tlux::filterBand(*context, [=](std::int64_t y, int phase, const auto& lines) {
-    tlux::applyCoefficients(phase, lines, context->fullGuide + y * pitch,
-                            context->fullOut + y * pitch, width);
-  });
+  tlux::filterBand(*context, tlux::StoreRows{context});
 }

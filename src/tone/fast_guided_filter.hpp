@@ -6,14 +6,13 @@
 
 #include "base/bands.hpp"
 #include "platform/scratch.hpp"
-#include "platform/workers.hpp"
+#include "platform/worker_team.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tone/upsample_line.hpp"
 
-// The band machinery of the fast guided filter: the driver that gives each of four workers its band
-// and its memory, and the worker's way from low-resolution planes to full-resolution rows. What is
-// done with a row is the caller's: FastGuideFilterMT() stores it, MultiThreadGuideTone() takes it
-// for a change of luma.
+// The fast guided filter in two shares of work: the coefficients of the four bands, then strips of
+// the full-resolution rows. What is done with a row is the caller's: FastGuideFilterMT() stores it,
+// MultiThreadGuideTone() takes it for a change of luma, a run goes on to its chroma.
 namespace tlux {
 
 // The horizontally interpolated coefficient rows that a full-resolution row lies between. Slopes
@@ -29,12 +28,19 @@ struct CoefficientLines {
 
 // out = clamp((a · guide + b) >> 10), a and b taken phase/8 of the way from the upper lines to the
 // lower. out may be guide.
-template <class Slope>
-void applyCoefficients(int phase, const CoefficientLines<Slope>& lines, const std::uint8_t* guide,
-                       std::uint8_t* out, std::ptrdiff_t width);
+void applyCoefficients(int phase, const CoefficientLines<std::int16_t>& lines,
+                       const std::uint8_t* guide, std::uint8_t* out, std::ptrdiff_t width);
+void applyCoefficients(int phase, const CoefficientLines<std::int32_t>& lines,
+                       const std::uint8_t* guide, std::uint8_t* out, std::ptrdiff_t width);
 
-// Computes the band's smoothed coefficients; false when that failed and the band has none.
-bool computeCoefficients(const TLUX_GUIDE_CONTEXT& band);
+// What the smoothed coefficients of a band are like.
+enum class Coefficients {
+  kNone,  // they could not be computed
+  kShort, // slopes can be interpolated, and results clamped, in 16 bits: a · guide + b < 2^25
+  kLong,
+};
+
+Coefficients computeCoefficients(const TLUX_GUIDE_CONTEXT& band);
 
 // Size of the private pool that holds what a worker allocates: the filter's buffers and `ownBytes`
 // of the caller's.
@@ -45,18 +51,27 @@ inline Band rowsOf(const TLUX_GUIDE_CONTEXT& band) {
   return {band.startRow, end < band.lowHeight ? static_cast<std::int32_t>(end) : band.lowHeight};
 }
 
-// Whether the band's slopes can be interpolated, and its results clamped, in 16 bits: a · guide + b
-// is then below 2^25.
-bool hasShortCoefficients(const TLUX_GUIDE_CONTEXT& band);
+// Low-resolution rows of a band whose full-resolution rows one thread makes at a time.
+struct Strip {
+  const TLUX_GUIDE_CONTEXT* band;
+  Band rows;
+  Coefficients coefficients;
+  MMemMgr manager; // of that thread
+};
+
+// Low-resolution rows of a strip. The line at its top is interpolated once more for each strip.
+inline constexpr std::int32_t kStripRows = 4;
 
 template <class Slope, class EmitRow>
-void upsampleBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
-  const Band rows = rowsOf(band);
+bool upsampleStrip(const Strip& strip, EmitRow emitRow) {
+  const TLUX_GUIDE_CONTEXT& band = *strip.band;
+  const Band rows = strip.rows;
+  const std::int32_t last = rowsOf(band).end - 1;
   const std::ptrdiff_t lowWidth = band.lowWidth;
   const std::int64_t width = kUpsampling * std::int64_t{lowWidth};
-  const Scratch<Slope> linesA(band.manager, 2 * width);
-  const Scratch<std::int32_t> linesB(band.manager, 2 * width);
-  if (!linesA || !linesB) return;
+  const Scratch<Slope> linesA(strip.manager, 2 * width);
+  const Scratch<std::int32_t> linesB(strip.manager, 2 * width);
+  if (!linesA || !linesB) return false;
 
   // Each low row is interpolated once: as the lower line, which then becomes the upper one.
   const auto interpolate = [&](std::int32_t y) {
@@ -66,7 +81,7 @@ void upsampleBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
   };
   interpolate(rows.first);
   for (std::int32_t y = rows.first; y < rows.end; ++y) {
-    const std::int32_t next = y + 1 < rows.end ? y + 1 : y; // bands are not blended
+    const std::int32_t next = y < last ? y + 1 : y; // bands are not blended
     if (next != y) interpolate(next);
     const std::ptrdiff_t upper = (y - rows.first) % 2 * width;
     const std::ptrdiff_t lower = (next - rows.first) % 2 * width;
@@ -76,27 +91,33 @@ void upsampleBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
       emitRow(std::int64_t{kUpsampling} * y + phase, phase, lines);
     }
   }
+  return true;
 }
 
-// Filters a band, calling emitRow(y, phase, lines) for each full-resolution row y. Emits nothing
-// when memory is short or the coefficients have no solution.
+// Calls emitRow(y, phase, lines) for each full-resolution row y of a strip. False, and nothing is
+// emitted, when memory is short or the band has no coefficients.
 template <class EmitRow>
-void filterBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
-  const Band rows = rowsOf(band);
-  if (rows.first >= rows.end || !computeCoefficients(band)) return;
-  if (hasShortCoefficients(band)) {
-    upsampleBand<std::int16_t>(band, emitRow);
-  } else {
-    upsampleBand<std::int32_t>(band, emitRow);
-  }
+bool filterStrip(const Strip& strip, EmitRow emitRow) {
+  if (strip.rows.first >= strip.rows.end || strip.coefficients == Coefficients::kNone) return false;
+  return strip.coefficients == Coefficients::kShort ? upsampleStrip<std::int16_t>(strip, emitRow)
+                                                    : upsampleStrip<std::int32_t>(strip, emitRow);
 }
 
-// Runs work(band) on four threads, `frame` describing all but the memory and the rows of the bands.
-// Result codes as FastGuideFilterMT(); whatever happens, no thread runs and nothing stays
-// allocated.
+// The same for a whole band, whose coefficients are computed first.
+template <class EmitRow>
+bool filterBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
+  const Band rows = rowsOf(band);
+  if (rows.first >= rows.end) return false;
+  return filterStrip({&band, rows, computeCoefficients(band), band.manager}, emitRow);
+}
+
+// Calls work(strip) for all strips of a frame, `frame` describing all but the memory and the rows
+// of the bands. Result codes as FastGuideFilterMT(); of a team that is not complete, as many bands
+// are done as threads were started.
 template <class Work>
-std::uint32_t filterInBands(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
-                            std::int64_t workerBytes, Work work) {
+std::uint32_t filterInStrips(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
+                             std::int64_t workerBytes, WorkerTeam& team, Work work) {
+  static_assert(WorkerTeam::kSize == kBandCount, "a pool serves a band, then a slot");
   if (frame.lowWidth == 0 || frame.lowHeight == 0) return TLUX_OK;
   if (frame.lowWidth < 0 || frame.lowHeight < 0) return TLUX_ERR_NO_MEMORY;
   const std::int64_t samples = std::int64_t{frame.lowWidth} * frame.lowHeight;
@@ -106,11 +127,12 @@ std::uint32_t filterInBands(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
   const Scratch<std::int32_t> smoothB(manager, samples);
   if (!rawA || !rawB || !smoothA || !smoothB) return TLUX_ERR_NO_MEMORY;
 
-  // A pool of each worker's own, since the caller's has no lock.
+  // Pools of their own, since the caller's has no lock.
   const Scratch<std::uint8_t> blocks[kBandCount] = {{manager, workerBytes},
                                                     {manager, workerBytes},
                                                     {manager, workerBytes},
                                                     {manager, workerBytes}};
+  const std::int32_t bandRows = bandHeight(frame.lowHeight);
   std::array<TLUX_GUIDE_CONTEXT, kBandCount> bands{};
   for (int i = 0; i < kBandCount; ++i) {
     if (!blocks[i]) return TLUX_ERR_NO_MEMORY;
@@ -121,11 +143,27 @@ std::uint32_t filterInBands(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
     band.rawB = rawB.get();
     band.smoothA = smoothA.get();
     band.smoothB = smoothB.get();
-    band.bandRows = bandHeight(frame.lowHeight);
-    band.startRow = i * band.bandRows;
+    band.bandRows = bandRows;
+    band.startRow = i * bandRows;
   }
-  auto workOnBand = [&](int index) { work(bands[static_cast<std::size_t>(index)]); };
-  return runOnWorkers<kBandCount>(workOnBand) ? TLUX_OK : TLUX_ERR_THREAD;
+
+  std::array<Coefficients, kBandCount> coefficients{};
+  team.share(team.started(), [&](std::int64_t index, int /*slot*/) {
+    const auto i = static_cast<std::size_t>(index);
+    coefficients[i] = computeCoefficients(bands[i]);
+  });
+  const std::int64_t stripsPerBand = (std::int64_t{bandRows} + kStripRows - 1) / kStripRows;
+  team.share(team.started() * stripsPerBand, [&](std::int64_t index, int slot) {
+    const auto i = static_cast<std::size_t>(index / stripsPerBand);
+    const Band rows = rowsOf(bands[i]);
+    const auto first =
+        static_cast<std::int32_t>(rows.first + index % stripsPerBand * kStripRows);
+    if (first >= rows.end) return;
+    const std::int32_t end = rows.end - first < kStripRows ? rows.end : first + kStripRows;
+    work(Strip{&bands[i], {first, end}, coefficients[i],
+               bands[static_cast<std::size_t>(slot)].manager});
+  });
+  return team.isComplete() ? TLUX_OK : TLUX_ERR_THREAD;
 }
 
 } // namespace tlux

@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 
+#include "base/multiversion.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tone/window_sums.hpp"
@@ -39,7 +40,7 @@ using SumRows = std::array<std::uint32_t*, 4>;
 
 // Replaces the four sums of each window by its guide mean, input mean, covariance and variance. The
 // sums are read as signed, the rest wraps: for radii up to 90 nothing comes near 32 bits.
-void momentsOf(const SumRows& sums, TruncatedMean mean, std::ptrdiff_t width) {
+TLUX_MULTIVERSION void momentsOf(const SumRows& sums, TruncatedMean mean, std::ptrdiff_t width) {
   std::uint32_t* __restrict guide = sums[0];
   std::uint32_t* __restrict input = sums[1];
   std::uint32_t* __restrict guideSquare = sums[2];
@@ -58,7 +59,7 @@ void momentsOf(const SumRows& sums, TruncatedMean mean, std::ptrdiff_t width) {
 }
 
 // Windows before the first with a negative variance or a zero denominator.
-std::ptrdiff_t countSolvable(const std::uint32_t* variance, std::uint32_t eps,
+TLUX_MULTIVERSION std::ptrdiff_t countSolvable(const std::uint32_t* variance, std::uint32_t eps,
                              std::ptrdiff_t width) {
   const auto isBad = [eps](std::uint32_t v) {
     return static_cast<std::int32_t>(v) < 0 || v + eps == 0;
@@ -76,7 +77,7 @@ std::ptrdiff_t countSolvable(const std::uint32_t* variance, std::uint32_t eps,
 // The double quotient truncates to the exact one: both operands are exact, its rounding error is
 // below 2^-53 of a quotient under 2^31, and a quotient that is no integer is at least 1 / 2^31 away
 // from the next. −2^31 / −1 saturates.
-void solveRow(const SumRows& moments, std::uint32_t eps, std::int32_t* __restrict aRow,
+TLUX_MULTIVERSION void solveRow(const SumRows& moments, std::uint32_t eps, std::int32_t* __restrict aRow,
               std::int32_t* __restrict bRow, std::ptrdiff_t count) {
   const std::uint32_t* __restrict meanI = moments[0];
   const std::uint32_t* __restrict meanP = moments[1];

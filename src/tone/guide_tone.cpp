@@ -8,19 +8,25 @@
 namespace tlux {
 namespace {
 
-void filterAndToneBand(const TLUX_GUIDE_TONE_CONTEXT& band) {
-  const TLUX_GUIDE_CONTEXT& filter = band.filter;
-  const std::ptrdiff_t width = std::ptrdiff_t{kUpsampling} * filter.lowWidth;
-  const Scratch<std::uint8_t> delta(filter.manager, width);
-  if (!delta) return;
-  filterBand(filter, [&](std::int64_t y, int phase, const auto& lines) {
+// Takes the filtered rows for a change of luma, in a buffer of one row.
+struct ToneRows {
+  const TLUX_GUIDE_TONE_CONTEXT& band;
+  std::uint8_t* delta;
+
+  template <class Slope>
+  void operator()(std::int64_t y, int phase, const CoefficientLines<Slope>& lines) const {
+    const TLUX_GUIDE_CONTEXT& filter = band.filter;
+    const std::ptrdiff_t width = std::ptrdiff_t{kUpsampling} * filter.lowWidth;
     const std::uint8_t* guide = filter.fullGuide + y * band.guidePitch;
-    applyCoefficients(phase, lines, guide, delta.get(), width);
+    applyCoefficients(phase, lines, guide, delta, width);
     GuideToneNV21Line(static_cast<std::int32_t>(y), filter.fullOut + y * filter.fullPitch,
                       band.uvOut + y / 2 * band.uvOutPitch, guide,
-                      band.uvIn + y / 2 * band.uvInPitch, delta.get(),
-                      static_cast<std::int32_t>(width));
-  });
+                      band.uvIn + y / 2 * band.uvInPitch, delta, static_cast<std::int32_t>(width));
+  }
+};
+
+Scratch<std::uint8_t> deltaRow(MMemMgr manager, const TLUX_GUIDE_CONTEXT& filter) {
+  return {manager, std::int64_t{kUpsampling} * filter.lowWidth};
 }
 
 // A packed copy of the top left of a luma plane, so that the guide stays as it is while the rows of
@@ -44,11 +50,14 @@ std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
   frame.fullOut = output.plane[0];
   frame.fullPitch = output.pitch[0];
   const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius, width);
-  return filterInBands(manager, frame, bytes, [&](const TLUX_GUIDE_CONTEXT& filter) {
-    const TLUX_GUIDE_TONE_CONTEXT band = {filter,          source.plane[1],
+  WorkerTeam team;
+  return filterInStrips(manager, frame, bytes, team, [&](const Strip& strip) {
+    const Scratch<std::uint8_t> delta = deltaRow(strip.manager, *strip.band);
+    if (!delta) return;
+    const TLUX_GUIDE_TONE_CONTEXT band = {*strip.band,     source.plane[1],
                                           output.plane[1], static_cast<std::int32_t>(width),
                                           source.pitch[1], output.pitch[1]};
-    SingleThreadGuideTone(&band);
+    filterStrip(strip, ToneRows{band, delta.get()});
   });
 }
 
@@ -56,7 +65,9 @@ std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
 } // namespace tlux
 
 void SingleThreadGuideTone(const TLUX_GUIDE_TONE_CONTEXT* context) noexcept {
-  if (context != nullptr) tlux::filterAndToneBand(*context);
+  if (context == nullptr) return;
+  const auto delta = tlux::deltaRow(context->filter.manager, context->filter);
+  if (delta) tlux::filterBand(context->filter, tlux::ToneRows{*context, delta.get()});
 }
 
 uint32_t MultiThreadGuideTone(MMemMgr memMgr, const TLUX_IMAGE* source, TLUX_IMAGE* output,

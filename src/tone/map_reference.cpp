@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
 
 namespace tlux {
 namespace {
@@ -31,14 +32,14 @@ constexpr std::int32_t appliedGain(std::int32_t gain) {
 }
 
 // Products of reciprocals beyond 2^19 may leave 32 bits: they wrap.
-void applyGains(const std::int32_t* __restrict gains, std::int32_t* __restrict linear,
+[[gnu::always_inline]] inline void applyGains(const std::int32_t* __restrict gains, std::int32_t* __restrict linear,
                 std::int32_t count) {
   for (std::int32_t i = 0; i < count; ++i) {
     linear[i] = clampTo(wrappingMul(appliedGain(gains[i]), linear[i]) >> 10, 0, kMaxLinear);
   }
 }
 
-void mapChunk(const std::uint8_t* codes, const std::uint16_t* scores, const ToneTables& tables,
+TLUX_MULTIVERSION void mapChunk(const std::uint8_t* codes, const std::uint16_t* scores, const ToneTables& tables,
               std::uint8_t* mapped, std::int32_t count) {
   std::int32_t gains[kChunk];
   std::int32_t linear[kChunk];

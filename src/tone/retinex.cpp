@@ -5,6 +5,7 @@
 #include <limits>
 
 #include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
 #include "base/plane.hpp"
 #include "exposure/log_table.hpp"
 #include "exposure/mean.hpp"
@@ -38,7 +39,7 @@ void toLogLuma(const Samples& plane) {
 }
 
 // energy = detail² / 1024, saturated. A square that leaves 31 bits counts as none.
-void detailEnergy(const std::int16_t* __restrict logLuma, const std::int16_t* __restrict base,
+TLUX_MULTIVERSION void detailEnergy(const std::int16_t* __restrict logLuma, const std::int16_t* __restrict base,
                   std::ptrdiff_t count, std::int16_t* __restrict energy) {
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     const std::int32_t detail = logLuma[i] - base[i];

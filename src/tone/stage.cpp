@@ -1,23 +1,21 @@
 #include "tone/stage.hpp"
 
+#include <algorithm>
 #include <cstddef>
 #include <utility>
 
 #include "image/format.hpp"
 #include "platform/scratch.hpp"
-#include "tlux/copy.h"
-#include "tlux/fast_guided_filter.h"
 #include "tlux/retinex.h"
 #include "tlux/tone_stage.h"
-#include "tone/chroma_rule.hpp"
 #include "tone/map_reference.hpp"
 #include "tone/score_reference.hpp"
 
 namespace tlux {
 namespace {
 
-constexpr std::int32_t kFilterRadius = 16;         // reference pixels
-constexpr std::int32_t kFilterRegularisation = 20; // squared codes
+// Reference rows that one thread maps at a time.
+constexpr std::int32_t kMappedRows = 16;
 
 Plane<const std::uint8_t> lumaOf(const TLUX_IMAGE& image) {
   return {image.plane[0], image.width, image.height, image.pitch[0]};
@@ -57,21 +55,16 @@ bool updateGainTable(MMemMgr manager, TLUX_ENGINE& engine, std::uint32_t strengt
   return TLUX_TonemapGainLUT(manager, &engine, strength) == TLUX_OK;
 }
 
-// The filter walks guide and output with one pitch. Where theirs differ, the copy of the source
-// that lies in the output guides; the filter needs each of its samples only until it writes that
-// sample.
-const std::uint8_t* guideFor(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
-                             Plane<const std::uint8_t> reference) {
-  if (source.pitch[0] == output.pitch[0]) return source.plane[0];
-  if (TLUX_IsImageEqual_IMK(&source, &output) == 0) {
-    // An output of another kind got no copy. Only what the filter will overwrite is filled in.
-    for (std::int32_t y = 0; y < reference.height * kReferenceReduction; ++y) {
-      MMemCpy(output.plane[0] + std::ptrdiff_t{y} * output.pitch[0],
-              source.plane[0] + std::ptrdiff_t{y} * source.pitch[0],
-              static_cast<std::uint64_t>(reference.width) * kReferenceReduction);
-    }
-  }
-  return output.plane[0];
+void mapOnTeam(WorkerTeam& team, const TLUX_ENGINE& engine, Plane<const std::uint8_t> reference,
+               Plane<std::uint8_t> mapped) {
+  const ToneTables tables = {engine.degammaTable, engine.gammaTable, engine.gainLut};
+  team.share((reference.height + kMappedRows - 1) / kMappedRows, [&](std::int64_t i, int /*slot*/) {
+    const auto first = static_cast<std::int32_t>(i * kMappedRows);
+    const std::int32_t rows = std::min(kMappedRows, reference.height - first);
+    mapReference({reference.row(first), reference.width, rows, reference.pitch},
+                 engine.logGainMap + std::ptrdiff_t{first} * reference.width, tables,
+                 {mapped.row(first), mapped.width, rows, mapped.pitch});
+  });
 }
 
 // Whether the engine's reference frame is there and its blocks lie within the frame.
@@ -100,8 +93,9 @@ bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output) {
          output->plane[0] != source->plane[0];
 }
 
-std::uint32_t toneMapFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& source,
-                           const TLUX_IMAGE& output, std::uint32_t strength) {
+std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
+                           const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                           std::uint32_t strength, Rest rest) {
   if (!updateScores(manager, engine)) return TLUX_ERR_NO_MEMORY;
   if (!updateGainTable(manager, engine, strength)) return TLUX_ERR_NO_MEMORY;
 
@@ -110,15 +104,8 @@ std::uint32_t toneMapFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAG
   if (!mappedLuma) return TLUX_ERR_NO_MEMORY;
   const Plane<std::uint8_t> mapped{mappedLuma.get(), reference.width, reference.height,
                                    reference.pitch};
-  mapReference(reference, engine.logGainMap,
-               {engine.degammaTable, engine.gammaTable, engine.gainLut}, mapped);
-
-  const std::uint32_t filtered = FastGuideFilterMT(
-      manager, mapped.data, reference.data, guideFor(source, output, reference), output.plane[0],
-      reference.width, reference.height, static_cast<std::int32_t>(reference.pitch),
-      output.pitch[0], kFilterRadius, kFilterRegularisation);
-  scaleChromaByLumaRatio(source, output);
-  return filtered;
+  mapOnTeam(team, engine, reference, mapped);
+  return renderFrame(manager, team, {reference, mapped}, source, output, rest);
 }
 
 } // namespace tlux
@@ -130,5 +117,7 @@ uint32_t TLUX_Tonemapping(MMemMgr manager, TLUX_ENGINE* engine, const TLUX_IMAGE
       !tlux::isReferenceFor(*engine, *source)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return tlux::toneMapFrame(manager, *engine, *source, *output, *strength);
+  tlux::WorkerTeam team;
+  return tlux::toneMapFrame(manager, team, *engine, *source, *output, *strength,
+                            tlux::Rest::kKept);
 }

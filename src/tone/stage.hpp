@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "tlux/engine.h"
+#include "tone/render.hpp"
 
 namespace tlux {
 
@@ -15,7 +16,8 @@ inline constexpr std::int32_t kReferenceReduction = 8;
 bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output);
 
 // The stage behind TLUX_Tonemapping(), for arguments that fit each other.
-std::uint32_t toneMapFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& source,
-                           const TLUX_IMAGE& output, std::uint32_t strength);
+std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
+                           const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                           std::uint32_t strength, Rest rest);
 
 } // namespace tlux

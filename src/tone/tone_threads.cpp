@@ -1,7 +1,7 @@
 #include <algorithm>
 
 #include "base/bands.hpp"
-#include "platform/workers.hpp"
+#include "platform/worker_team.hpp"
 #include "tlux/tone.h"
 #include "tone/semi_planar.hpp"
 
@@ -23,14 +23,23 @@ void scaleBand(const TLUX_TONE_CONTEXT& band) {
 
 std::uint32_t scaleInBands(const TLUX_IMAGE& image, const TLUX_IMAGE& output) {
   const std::int32_t rows = bandHeight(image.height);
-  auto work = [&](int index) {
-    const TLUX_TONE_CONTEXT band = {image.plane[0],  output.plane[0], image.plane[1],
-                                    output.plane[1], image.pitch[0],  output.pitch[0],
-                                    image.pitch[1],  output.pitch[1], image.width,
-                                    image.height,    index * rows,    rows};
+  WorkerTeam team;
+  team.share(team.started(), [&](std::int64_t index, int) {
+    const TLUX_TONE_CONTEXT band = {image.plane[0],
+                                    output.plane[0],
+                                    image.plane[1],
+                                    output.plane[1],
+                                    image.pitch[0],
+                                    output.pitch[0],
+                                    image.pitch[1],
+                                    output.pitch[1],
+                                    image.width,
+                                    image.height,
+                                    static_cast<std::int32_t>(index * rows),
+                                    rows};
     NV21NV12_ToneSingleThread(&band);
-  };
-  return runOnWorkers<kBandCount>(work) ? TLUX_OK : TLUX_ERR_THREAD;
+  });
+  return team.isComplete() ? TLUX_OK : TLUX_ERR_THREAD;
 }
 
 } // namespace

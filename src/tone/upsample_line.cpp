@@ -4,13 +4,14 @@
 #include <array>
 #include <utility>
 
+#include "base/multiversion.hpp"
 #include "tlux/fast_guided_filter.h"
 
 namespace tlux {
 namespace {
 
 template <class Sample, int... kPhases>
-void upsamplePairs(const std::int32_t* __restrict lowRow, Sample* __restrict line,
+[[gnu::always_inline]] inline void upsamplePairs(const std::int32_t* __restrict lowRow, Sample* __restrict line,
                    std::ptrdiff_t pairs, std::integer_sequence<int, kPhases...> /*phases*/) {
   for (std::ptrdiff_t x = 0; x < pairs; ++x) {
     ((line[kUpsampling * x + kPhases] =
@@ -35,7 +36,7 @@ constexpr auto mixers(std::integer_sequence<int, kPhases...> /*phases*/) {
 constexpr std::make_integer_sequence<int, kUpsampling> kPhases;
 
 template <class Sample>
-void upsampleRowInto(const std::int32_t* lowRow, Sample* line, std::ptrdiff_t lowWidth) {
+[[gnu::always_inline]] inline void upsampleRowInto(const std::int32_t* lowRow, Sample* line, std::ptrdiff_t lowWidth) {
   if (lowWidth < 1) return;
   upsamplePairs(lowRow, line, lowWidth - 1, kPhases);
   std::fill_n(line + kUpsampling * (lowWidth - 1), kUpsampling,
@@ -44,11 +45,13 @@ void upsampleRowInto(const std::int32_t* lowRow, Sample* line, std::ptrdiff_t lo
 
 } // namespace
 
-void upsampleRow(const std::int32_t* lowRow, std::int32_t* line, std::ptrdiff_t lowWidth) {
+TLUX_MULTIVERSION void upsampleRow(const std::int32_t* lowRow, std::int32_t* line,
+                                   std::ptrdiff_t lowWidth) {
   upsampleRowInto(lowRow, line, lowWidth);
 }
 
-void upsampleRow(const std::int32_t* lowRow, std::int16_t* line, std::ptrdiff_t lowWidth) {
+TLUX_MULTIVERSION void upsampleRow(const std::int32_t* lowRow, std::int16_t* line,
+                                   std::ptrdiff_t lowWidth) {
   upsampleRowInto(lowRow, line, lowWidth);
 }
 

@@ -195,7 +195,7 @@ TEST(GuidedFilter, WithoutMemoryLeavesTheOutputAloneAndReleasesWhatItHad) {
     });
     EXPECT_EQ(faults, 2);
     const int threads = sweepFaults(failThreadStart, [&] { EXPECT_EQ(filtered(nullptr), done); });
-    EXPECT_EQ(threads, member.filter == guided_filter_1dI ? 8 : 0);
+    EXPECT_EQ(threads, member.filter == guided_filter_1dI ? 4 : 0);
     EXPECT_EQ(liveAllocations(), live);
 
     const long asked = allocationCount();

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
+#include <vector>
 
-#include "platform/workers.hpp"
+#include "platform/worker_team.hpp"
 #include "support/fault_injection.hpp"
 #include "tlux/platform.h"
 
@@ -65,25 +67,45 @@ TEST(Threads, BadArgumentsAreAnswered) {
   EXPECT_EQ(TLUX_MEventCreate(), nullptr);
 }
 
-TEST(Workers, RunOnceEachAndAreJoinedWhenAStartFails) {
-  sweepFaults(failThreadStart, [] {
-    std::atomic<int> running{0};
-    int runs[4] = {};
-    auto work = [&](int index) {
-      ++running;
-      ++runs[index];
-      --running;
-    };
-    const bool complete = runOnWorkers<4>(work);
-    EXPECT_EQ(running, 0);
-    EXPECT_EQ(complete, !faultFired());
-    bool earlierRan = true;
-    for (const int count : runs) {
-      EXPECT_LE(count, earlierRan ? 1 : 0);
-      earlierRan = count == 1;
-    }
-    EXPECT_EQ(runs[3], complete ? 1 : 0);
-  });
+TEST(WorkerTeam, DoesEveryItemOnceWhateverThreadsItHas) {
+  EXPECT_EQ(sweepFaults(failThreadStart,
+                        [] {
+                          std::atomic<int> running{0};
+                          {
+                            WorkerTeam team;
+                            EXPECT_EQ(team.isComplete(), !faultFired());
+                            for (const int items : {0, 1, 3, 4, 100}) {
+                              std::vector<int> runs(100);
+                              std::atomic<bool> taken[WorkerTeam::kSize] = {};
+                              team.share(items, [&](std::int64_t item, int slot) {
+                                ++running;
+                                EXPECT_FALSE(taken[slot].exchange(true));
+                                ++runs[static_cast<std::size_t>(item)];
+                                taken[slot] = false;
+                                --running;
+                              });
+                              EXPECT_EQ(running, 0);
+                              EXPECT_EQ(std::count(runs.begin(), runs.end(), 1), items);
+                              EXPECT_EQ(std::count(runs.begin(), runs.end(), 0), 100 - items);
+                            }
+                          }
+                          EXPECT_EQ(running, 0);
+                        }),
+            WorkerTeam::kSize);
+}
+
+// What one share wrote, the next one reads, whoever does the items; no memory but the items' own.
+TEST(WorkerTeam, HandsTheResultsOfAShareToTheNext) {
+  constexpr std::int64_t kItems = 64;
+  long values[kItems] = {};
+  WorkerTeam team;
+  for (int round = 0; round < 500; ++round) {
+    team.share(kItems, [&](std::int64_t item, int) { values[item] += item; });
+    team.share(kItems, [&](std::int64_t item, int) { values[kItems - 1 - item] -= 1; });
+  }
+  for (std::int64_t item = 0; item < kItems; ++item) {
+    EXPECT_EQ(values[item], 500 * (item - 1));
+  }
 }
 
 } // namespace

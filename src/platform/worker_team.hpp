@@ -1,0 +1,70 @@
+#pragma once
+
+#include <pthread.h>
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <type_traits>
+
+#include "tlux/platform.h"
+
+namespace tlux {
+
+// Threads that wait for work as long as the team lives, so that one start serves several shares.
+//
+// Items of work are not dealt out in advance: whoever is free claims the next one, since cores are
+// of different speed and busy with other things. The calling thread takes part; a thread that wakes
+// up late finds the work done.
+class WorkerTeam {
+ public:
+  static constexpr int kSize = 4;
+
+  // Starts the threads. When one cannot be started, the later ones are not started either.
+  WorkerTeam();
+  WorkerTeam(const WorkerTeam&) = delete;
+  WorkerTeam& operator=(const WorkerTeam&) = delete;
+  // Every thread that was started has ended on return.
+  ~WorkerTeam();
+
+  int started() const { return started_; }
+  bool isComplete() const { return started_ == kSize; }
+
+  // Calls work(item, slot) for the items 0 to count − 1 and waits for all. Of the calls that run at
+  // the same time no two have the same slot, 0 to kSize − 1.
+  template <class Work>
+  void share(std::int64_t count, Work&& work) {
+    using Callable = std::remove_reference_t<Work>;
+    const auto call = [](void* callable, std::int64_t item, int slot) {
+      (*static_cast<Callable*>(callable))(item, slot);
+    };
+    perform(count, call, &work);
+  }
+
+ private:
+  using Call = void (*)(void* work, std::int64_t item, int slot);
+
+  static void* run(void* team);
+  void perform(std::int64_t count, Call call, void* work);
+  void takePart(int slot);
+  void serve();
+
+  std::array<TLUX_MThread, kSize> threads_{};
+  int started_ = 0;
+
+  pthread_mutex_t mutex_; // guards what follows, but for the items of an open share
+  pthread_cond_t opened_; // a share was opened, or the team dismissed
+  pthread_cond_t left_;   // the last participant left a share
+  std::int64_t shares_ = 0;
+  bool isOpen_ = false;
+  bool isDismissed_ = false;
+  int slots_ = 0;  // taken in the open share
+  int active_ = 0; // threads, but for the caller's, inside the share
+
+  Call call_ = nullptr;
+  void* work_ = nullptr;
+  std::int64_t count_ = 0;
+  std::atomic<std::int64_t> next_{0};
+};
+
+} // namespace tlux

@@ -1,0 +1,129 @@
+#include "tone/render.hpp"
+
+#include <algorithm>
+#include <cstring>
+
+#include "tone/chroma_rule.hpp"
+#include "tone/fast_guided_filter.hpp"
+
+namespace tlux {
+namespace {
+
+constexpr std::int32_t kFilterRadius = 16;         // reference pixels
+constexpr std::int32_t kFilterRegularisation = 20; // squared codes
+
+// Chroma rows that one thread makes at a time where they do not follow the luma.
+constexpr std::int64_t kChromaRows = 32;
+
+TLUX_GUIDE_CONTEXT filterOf(const MappedReference& reference, const TLUX_IMAGE& source,
+                            const TLUX_IMAGE& output) {
+  TLUX_GUIDE_CONTEXT frame = {};
+  frame.input = reference.mapped.data;
+  frame.guide = reference.luma.data;
+  frame.fullGuide = source.plane[0];
+  frame.fullOut = output.plane[0];
+  frame.lowWidth = reference.luma.width;
+  frame.lowHeight = reference.luma.height;
+  frame.lowPitch = static_cast<std::int32_t>(reference.luma.pitch);
+  frame.fullPitch = output.pitch[0];
+  frame.radius = kFilterRadius;
+  frame.eps = kFilterRegularisation;
+  return frame;
+}
+
+// Makes rows of the output, each as a whole: filtered and copied columns, and while they are in the
+// nearest cache the chroma that belongs to them.
+class RowRenderer {
+ public:
+  RowRenderer(const TLUX_IMAGE& source, const TLUX_IMAGE& output, std::int64_t filteredColumns,
+              Rest rest)
+      : source_(source),
+        output_(output),
+        filteredColumns_(filteredColumns),
+        rest_(rest),
+        chroma_(chromaWalk(source, output)),
+        chromaFollows_(keepsToRows(chroma_, source, output)) {}
+
+  const ChromaWalk& chroma() const { return chroma_; }
+  bool chromaFollows() const { return chromaFollows_; }
+
+  template <class Slope>
+  void operator()(std::int64_t y, int phase, const CoefficientLines<Slope>& lines) const {
+    applyCoefficients(phase, lines, sourceRow(y), outputRow(y), filteredColumns_);
+    copyFrom(filteredColumns_, y);
+    if (chromaFollows_ && y % 2 == 0) chroma_.scaleRow(y / 2);
+  }
+
+  // Rows that are not filtered.
+  void copyRows(std::int64_t first, std::int64_t end) const {
+    for (std::int64_t y = first; y < end; ++y) {
+      copyFrom(0, y);
+      if (chromaFollows_ && y % 2 == 0) chroma_.scaleRow(y / 2);
+    }
+  }
+
+ private:
+  const std::uint8_t* sourceRow(std::int64_t y) const {
+    return source_.plane[0] + y * source_.pitch[0];
+  }
+  std::uint8_t* outputRow(std::int64_t y) const {
+    return output_.plane[0] + y * output_.pitch[0];
+  }
+  void copyFrom(std::int64_t column, std::int64_t y) const {
+    if (rest_ == Rest::kKept || y >= source_.height) return;
+    std::memcpy(outputRow(y) + column, sourceRow(y) + column,
+                static_cast<std::size_t>(source_.width - column));
+  }
+
+  const TLUX_IMAGE& source_;
+  const TLUX_IMAGE& output_;
+  std::int64_t filteredColumns_;
+  Rest rest_;
+  ChromaWalk chroma_;
+  bool chromaFollows_;
+};
+
+void copyChroma(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
+  for (std::int32_t j = 0; j < source.height / 2; ++j) {
+    std::memcpy(output.plane[1] + std::ptrdiff_t{j} * output.pitch[1],
+                source.plane[1] + std::ptrdiff_t{j} * source.pitch[1],
+                static_cast<std::size_t>(source.width));
+  }
+}
+
+} // namespace
+
+std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
+                          const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest) {
+  const TLUX_GUIDE_CONTEXT frame = filterOf(reference, source, output);
+  const RowRenderer renderer(source, output, std::int64_t{kUpsampling} * frame.lowWidth, rest);
+  const ChromaWalk& chroma = renderer.chroma();
+  // Rows that the rule reaches in part only.
+  if (!renderer.chromaFollows() && rest == Rest::kCopied) copyChroma(source, output);
+
+  const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius);
+  const std::uint32_t result =
+      team.isComplete() ? filterInStrips(manager, frame, bytes, team,
+                                         [&](const Strip& strip) {
+                                           if (filterStrip(strip, renderer)) return;
+                                           renderer.copyRows(kUpsampling * strip.rows.first,
+                                                             kUpsampling * strip.rows.end);
+                                         })
+                        : TLUX_ERR_THREAD;
+  if (result != TLUX_OK) {
+    chroma.scaleRows(0, chroma.rows());
+    return result;
+  }
+
+  const std::int64_t filteredRows =
+      std::int64_t{kUpsampling} * std::min(kBandCount * bandHeight(frame.lowHeight), frame.lowHeight);
+  renderer.copyRows(filteredRows, output.height);
+  if (!renderer.chromaFollows()) {
+    team.share((chroma.rows() + kChromaRows - 1) / kChromaRows, [&](std::int64_t i, int /*slot*/) {
+      chroma.scaleRows(i * kChromaRows, std::min((i + 1) * kChromaRows, chroma.rows()));
+    });
+  }
+  return result;
+}
+
+} // namespace tlux

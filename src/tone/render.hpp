@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/plane.hpp"
+#include "platform/worker_team.hpp"
+#include "tlux/image.h"
+
+namespace tlux {
+
+// The reference luma as it is and as it is wanted, of one size and pitch.
+struct MappedReference {
+  Plane<const std::uint8_t> luma;
+  Plane<const std::uint8_t> mapped;
+};
+
+// What a render does with the parts of a frame that no filter reaches.
+enum class Rest {
+  kKept,   // the output holds what it should
+  kCopied, // from the source; both frames are of one kind and size
+};
+
+// Carries the mapped reference to the luma of the output along the edges of the source, and lets
+// its chroma follow. After a failure nothing was filtered, but the chroma rule has run.
+std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
+                          const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest);
+
+} // namespace tlux
