@@ -70,8 +70,8 @@ typedef struct TLUX_GUIDE_CONTEXT {
  * the frame, repeat the last coefficients. Of the output only 8·lowW columns of the rows of the
  * bands are written.
  *
- * @param memMgr used by the calling thread only; gives four maps of lowW · lowH · 4 bytes and four
- *        blocks of fullPitch · 40 bytes (more where a very narrow frame needs it).
+ * @param memMgr used by the calling thread only; gives one block, of four maps of lowW · lowH · 4
+ *        bytes and four times fullPitch · 40 bytes (more where a very narrow frame needs it).
  * @param input,guide planes of lowW × lowH bytes, @p lowPitch bytes apart: the wanted picture and
  *        the picture that @p fullGuide is at that size.
  * @param fullGuide,fullOut planes of at least 8·lowW × 8·lowH bytes, @p fullPitch bytes apart. They

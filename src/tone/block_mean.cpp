@@ -45,22 +45,42 @@ struct FloatRows {
 
 using FloatSums = WindowSums<double, 2, FloatRows>;
 
+template <class Mean>
+[[gnu::always_inline]] inline void writeAllMeans(MapSums& windows, Band rows, Band clampRows,
+                                                 Mean mean, std::ptrdiff_t width,
+                                                 std::int32_t* destination) {
+  windows.slide(rows, clampRows,
+                [&](std::int32_t y, const std::array<std::uint32_t*, 1>& sums)
+                    __attribute__((always_inline)) {
+                      const std::uint32_t* __restrict sum = sums[0];
+                      std::int32_t* __restrict row = destination + y * width;
+                      for (std::ptrdiff_t x = 0; x < width; ++x) {
+                        row[x] = mean(static_cast<std::int32_t>(sum[x]));
+                      }
+                      return true;
+                    });
+}
+
+TLUX_MULTIVERSION void writeMapMeans(MapSums& windows, Band rows, Band clampRows, ShiftedMean mean,
+                                     std::ptrdiff_t width, std::int32_t* destination) {
+  writeAllMeans(windows, rows, clampRows, mean, width, destination);
+}
+
+TLUX_MULTIVERSION void writeMapMeans(MapSums& windows, Band rows, Band clampRows,
+                                     TruncatedMean mean, std::ptrdiff_t width,
+                                     std::int32_t* destination) {
+  writeAllMeans(windows, rows, clampRows, mean, width, destination);
+}
+
 // Box means of `rows`, the window's rows clamped to `clampRows`.
 std::uint32_t boxMeans(MMemMgr manager, Band rows, Band clampRows, Plane<const std::int32_t> source,
                        std::int32_t* destination, std::int32_t radius) {
   if (rows.first >= rows.end) return TLUX_OK;
-  const std::int32_t width = source.width;
-  const Scratch<std::uint32_t> scratch(manager, MapSums::scratchCount(width, radius));
+  const Scratch<std::uint32_t> scratch(manager, MapSums::scratchCount(source.width, radius));
   if (!scratch) return TLUX_ERR_NO_MEMORY;
-  const TruncatedMean mean(windowArea(radius));
-  MapSums windows(scratch.get(), width, radius, {source});
-  windows.slide(rows, clampRows, [&](std::int32_t y, const std::array<std::uint32_t*, 1>& sums) {
-    const std::uint32_t* __restrict sum = sums[0];
-    std::int32_t* __restrict row = destination + std::ptrdiff_t{y} * width;
-    for (std::ptrdiff_t x = 0; x < width; ++x) {
-      row[x] = mean(static_cast<std::int32_t>(sum[x]));
-    }
-    return true;
+  MapSums windows(scratch.get(), source.width, radius, {source});
+  withMeanFor(radius, [&](auto mean) {
+    writeMapMeans(windows, rows, clampRows, mean, source.width, destination);
   });
   return TLUX_OK;
 }

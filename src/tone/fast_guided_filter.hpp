@@ -121,28 +121,25 @@ std::uint32_t filterInStrips(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
   if (frame.lowWidth == 0 || frame.lowHeight == 0) return TLUX_OK;
   if (frame.lowWidth < 0 || frame.lowHeight < 0) return TLUX_ERR_NO_MEMORY;
   const std::int64_t samples = std::int64_t{frame.lowWidth} * frame.lowHeight;
-  const Scratch<std::int32_t> rawA(manager, samples);
-  const Scratch<std::int32_t> rawB(manager, samples);
-  const Scratch<std::int32_t> smoothA(manager, samples);
-  const Scratch<std::int32_t> smoothB(manager, samples);
-  if (!rawA || !rawB || !smoothA || !smoothB) return TLUX_ERR_NO_MEMORY;
+  // Four maps and the memory of four workers. In one block: a heap that gave them back one by one
+  // would return the pages to the system, and fault them in again with every frame.
+  const std::int64_t share = (workerBytes + 7) / 8 * 8;
+  const Scratch<std::int64_t> block(manager, 2 * samples + kBandCount * share / 8);
+  if (!block) return TLUX_ERR_NO_MEMORY;
+  auto* const maps = reinterpret_cast<std::int32_t*>(block.get());
+  auto* const pools = reinterpret_cast<std::uint8_t*>(block.get() + 2 * samples);
 
-  // Pools of their own, since the caller's has no lock.
-  const Scratch<std::uint8_t> blocks[kBandCount] = {{manager, workerBytes},
-                                                    {manager, workerBytes},
-                                                    {manager, workerBytes},
-                                                    {manager, workerBytes}};
   const std::int32_t bandRows = bandHeight(frame.lowHeight);
   std::array<TLUX_GUIDE_CONTEXT, kBandCount> bands{};
   for (int i = 0; i < kBandCount; ++i) {
-    if (!blocks[i]) return TLUX_ERR_NO_MEMORY;
     TLUX_GUIDE_CONTEXT& band = bands[static_cast<std::size_t>(i)];
     band = frame;
-    band.manager = MMemMgrCreate(blocks[i].get(), static_cast<std::uint64_t>(workerBytes));
-    band.rawA = rawA.get();
-    band.rawB = rawB.get();
-    band.smoothA = smoothA.get();
-    band.smoothB = smoothB.get();
+    // Pools of their own, since the caller's has no lock.
+    band.manager = MMemMgrCreate(pools + i * share, static_cast<std::uint64_t>(share));
+    band.rawA = maps;
+    band.rawB = maps + samples;
+    band.smoothA = maps + 2 * samples;
+    band.smoothB = maps + 3 * samples;
     band.bandRows = bandRows;
     band.startRow = i * bandRows;
   }

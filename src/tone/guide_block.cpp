@@ -40,7 +40,9 @@ using SumRows = std::array<std::uint32_t*, 4>;
 
 // Replaces the four sums of each window by its guide mean, input mean, covariance and variance. The
 // sums are read as signed, the rest wraps: for radii up to 90 nothing comes near 32 bits.
-TLUX_MULTIVERSION void momentsOf(const SumRows& sums, TruncatedMean mean, std::ptrdiff_t width) {
+template <class Mean>
+[[gnu::always_inline]] inline void momentsOf(const SumRows& sums, Mean mean,
+                                             std::ptrdiff_t width) {
   std::uint32_t* __restrict guide = sums[0];
   std::uint32_t* __restrict input = sums[1];
   std::uint32_t* __restrict guideSquare = sums[2];
@@ -59,7 +61,7 @@ TLUX_MULTIVERSION void momentsOf(const SumRows& sums, TruncatedMean mean, std::p
 }
 
 // Windows before the first with a negative variance or a zero denominator.
-TLUX_MULTIVERSION std::ptrdiff_t countSolvable(const std::uint32_t* variance, std::uint32_t eps,
+[[gnu::always_inline]] inline std::ptrdiff_t countSolvable(const std::uint32_t* variance, std::uint32_t eps,
                              std::ptrdiff_t width) {
   const auto isBad = [eps](std::uint32_t v) {
     return static_cast<std::int32_t>(v) < 0 || v + eps == 0;
@@ -77,7 +79,7 @@ TLUX_MULTIVERSION std::ptrdiff_t countSolvable(const std::uint32_t* variance, st
 // The double quotient truncates to the exact one: both operands are exact, its rounding error is
 // below 2^-53 of a quotient under 2^31, and a quotient that is no integer is at least 1 / 2^31 away
 // from the next. −2^31 / −1 saturates.
-TLUX_MULTIVERSION void solveRow(const SumRows& moments, std::uint32_t eps, std::int32_t* __restrict aRow,
+[[gnu::always_inline]] inline void solveRow(const SumRows& moments, std::uint32_t eps, std::int32_t* __restrict aRow,
               std::int32_t* __restrict bRow, std::ptrdiff_t count) {
   const std::uint32_t* __restrict meanI = moments[0];
   const std::uint32_t* __restrict meanP = moments[1];
@@ -93,32 +95,55 @@ TLUX_MULTIVERSION void solveRow(const SumRows& moments, std::uint32_t eps, std::
   }
 }
 
+using ByteSums = GuideSums<std::uint8_t, std::uint32_t>;
+
+// Where the coefficients of the windows go.
+struct CoefficientMaps {
+  std::int32_t* a;
+  std::int32_t* b;
+  std::ptrdiff_t width;
+  std::uint32_t eps;
+};
+
+template <class Mean>
+[[gnu::always_inline]] inline bool solveAllRows(ByteSums& windows, Band rows, Band image, Mean mean,
+                                                const CoefficientMaps& out) {
+  return windows.slide(
+      rows, image, [&](std::int32_t y, const SumRows& sums) __attribute__((always_inline)) {
+        momentsOf(sums, mean, out.width);
+        const std::ptrdiff_t count = countSolvable(sums[2], out.eps, out.width);
+        const std::ptrdiff_t row = y * out.width;
+        solveRow(sums, out.eps, out.a + row, out.b + row, count);
+        return count == out.width;
+      });
+}
+
+TLUX_MULTIVERSION bool solveRows(ByteSums& windows, Band rows, Band image, ShiftedMean mean,
+                                 const CoefficientMaps& out) {
+  return solveAllRows(windows, rows, image, mean, out);
+}
+
+TLUX_MULTIVERSION bool solveRows(ByteSums& windows, Band rows, Band image, TruncatedMean mean,
+                                 const CoefficientMaps& out) {
+  return solveAllRows(windows, rows, image, mean, out);
+}
+
 } // namespace
 
 std::int64_t guideBlockScratchBytes(std::int32_t width, std::int32_t radius) {
-  return GuideSums<std::uint8_t, std::uint32_t>::scratchCount(width, radius) *
-         std::int64_t{sizeof(std::uint32_t)};
+  return ByteSums::scratchCount(width, radius) * std::int64_t{sizeof(std::uint32_t)};
 }
 
 std::uint32_t guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
                          Plane<const std::uint8_t> guide, std::int32_t* a, std::int32_t* b,
                          std::int32_t radius, std::int32_t eps) {
-  using Sums = GuideSums<std::uint8_t, std::uint32_t>;
-  const std::int32_t width = input.width;
-  const Scratch<std::uint32_t> scratch(manager, Sums::scratchCount(width, radius));
+  const Scratch<std::uint32_t> scratch(manager, ByteSums::scratchCount(input.width, radius));
   if (!scratch) return TLUX_ERR_NO_MEMORY;
-
-  const TruncatedMean mean(windowArea(radius));
-  const auto unsignedEps = static_cast<std::uint32_t>(eps);
-  Sums windows(scratch.get(), width, radius, {input, guide});
+  ByteSums windows(scratch.get(), input.width, radius, {input, guide});
+  const CoefficientMaps out = {a, b, input.width, static_cast<std::uint32_t>(eps)};
+  const Band image = {0, input.height};
   const bool solved =
-      windows.slide(rows, {0, input.height}, [&](std::int32_t y, const SumRows& sums) {
-        momentsOf(sums, mean, width);
-        const std::ptrdiff_t count = countSolvable(sums[2], unsignedEps, width);
-        const std::ptrdiff_t row = std::ptrdiff_t{y} * width;
-        solveRow(sums, unsignedEps, a + row, b + row, count);
-        return count == width;
-      });
+      withMeanFor(radius, [&](auto mean) { return solveRows(windows, rows, image, mean, out); });
   return solved ? TLUX_OK : TLUX_GUIDE_UNSOLVABLE;
 }
 

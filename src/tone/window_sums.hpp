@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <utility>
@@ -44,8 +45,30 @@ class TruncatedMean {
   double inverse_;
 };
 
+// The same for a count of 2^n, by a shift.
+class ShiftedMean {
+ public:
+  explicit ShiftedMean(std::int32_t count)
+      : mask_(count - 1), shift_(std::countr_zero(static_cast<std::uint32_t>(count))) {}
+
+  std::int32_t operator()(std::int32_t sum) const { return (sum + (sum >> 31 & mask_)) >> shift_; }
+
+ private:
+  std::int32_t mask_;
+  int shift_;
+};
+
+// Calls use(mean) with what is fastest for the windows of a radius.
+template <class Use>
+auto withMeanFor(std::int32_t radius, Use&& use) {
+  const std::int32_t area = windowArea(radius);
+  return std::has_single_bit(static_cast<std::uint32_t>(area)) ? use(ShiftedMean(area))
+                                                               : use(TruncatedMean(area));
+}
+
 // Window sums of kMoments quantities of a plane. `rowAt(y)` gives a row, `row(x)` its quantities as
-// std::array<Sum, kMoments>. Unsigned sums wrap.
+// std::array<Sum, kMoments>. Unsigned sums wrap. Everything is inlined, so that it is compiled for
+// the processor its user is compiled for.
 template <class Sum, int kMoments, class RowAt>
 class WindowSums {
  public:
@@ -66,7 +89,7 @@ class WindowSums {
   // Calls emit(y, sums) for each row; sums[k][x] is the k-th sum of the window of (x, y) and may be
   // overwritten. Window rows are clamped to `source`. Ends early when emit() returns false.
   template <class Emit>
-  bool slide(Band rows, Band source, Emit emit) {
+  [[gnu::always_inline]] bool slide(Band rows, Band source, Emit emit) {
     const auto clamped = [source](std::int64_t y) {
       return static_cast<std::int32_t>(std::clamp<std::int64_t>(y, source.first, source.end - 1));
     };
@@ -86,11 +109,11 @@ class WindowSums {
   }
 
  private:
-  void addRow(std::int32_t y) {
+  [[gnu::always_inline]] void addRow(std::int32_t y) {
     addToColumns([entering = rowAt_(y)](std::ptrdiff_t x) { return entering(x); });
   }
 
-  void replaceRow(std::int32_t leavingRow, std::int32_t enteringRow) {
+  [[gnu::always_inline]] void replaceRow(std::int32_t leavingRow, std::int32_t enteringRow) {
     if (leavingRow == enteringRow) return;
     addToColumns([leaving = rowAt_(leavingRow), entering = rowAt_(enteringRow)](std::ptrdiff_t x) {
       auto moments = entering(x);
@@ -104,7 +127,7 @@ class WindowSums {
 
   // One loop per quantity, so that each vectorises.
   template <class Moments>
-  void addToColumns(const Moments& moments) {
+  [[gnu::always_inline]] void addToColumns(const Moments& moments) {
     [&]<std::size_t... k>(std::index_sequence<k...>) {
       (addToColumn<k>(padded_[k] + radius_, moments), ...);
     }
@@ -112,13 +135,13 @@ class WindowSums {
   }
 
   template <std::size_t k, class Moments>
-  void addToColumn(Sum* __restrict column, const Moments& moments) const {
+  [[gnu::always_inline]] void addToColumn(Sum* __restrict column, const Moments& moments) const {
     for (std::ptrdiff_t x = 0; x < width_; ++x) {
       column[x] += moments(x)[k];
     }
   }
 
-  void sweep(Sum* __restrict padded, Sum* __restrict sums) const {
+  [[gnu::always_inline]] void sweep(Sum* __restrict padded, Sum* __restrict sums) const {
     const std::ptrdiff_t last = std::ptrdiff_t{width_} + radius_ - 1;
     std::fill(padded, padded + radius_, padded[radius_]);
     std::fill(padded + last + 1, padded + last + 1 + radius_, padded[last]);
