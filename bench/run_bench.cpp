@@ -83,7 +83,7 @@ void copyFrame(benchmark::State& state) {
 }
 
 void frameSizes(benchmark::internal::Benchmark* family) {
-  family->Args({640, 480})->Args({1920, 1080})->Args({4000, 3000});
+  family->Args({640, 480})->Args({1920, 1080})->Args({3840, 2160})->Args({4000, 3000});
   family->Unit(benchmark::kMillisecond)->UseRealTime()->MeasureProcessCPUTime(); // all threads
 }
 

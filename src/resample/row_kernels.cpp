@@ -1,5 +1,8 @@
 #include "resample/row_kernels.hpp"
 
+#include <cstring>
+
+#include "base/multiversion.hpp"
 #include "resample/row_sums.hpp"
 
 namespace tlux {
@@ -8,7 +11,7 @@ namespace {
 // The analyser does not see that a stretch of one step and more fills all sums that are read here.
 // NOLINTBEGIN(clang-analyzer-core.CallAndMessage,clang-analyzer-core.UndefinedBinaryOperatorResult)
 template <Mean kMean>
-void writeMeans(const std::uint16_t* __restrict sums, std::uint8_t* __restrict out,
+[[gnu::always_inline]] inline void writeMeans(const std::uint16_t* __restrict sums, std::uint8_t* __restrict out,
                 std::ptrdiff_t count) {
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     out[i] = meanOf<kMean>(sums[i]);
@@ -16,7 +19,7 @@ void writeMeans(const std::uint16_t* __restrict sums, std::uint8_t* __restrict o
 }
 
 // Two thirds of the mean of rows 0 and 1, one third of that of row 2; two columns each.
-void writeThirds(const std::uint16_t* __restrict sumsOfFour,
+inline void writeThirds(const std::uint16_t* __restrict sumsOfFour,
                  const std::uint16_t* __restrict sumsOfTwo, std::uint8_t* __restrict out,
                  std::ptrdiff_t count) {
   for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -33,11 +36,13 @@ template <RowPattern kPattern>
 constexpr bool kInOneLoop = (WordLanes<kPattern>::kBytes <= 4) && WordLanes<kPattern>::kFit;
 
 template <RowPattern kPattern, int kRows, Mean kMean>
-void reduceRow(const SourceRows& rows, std::uint8_t* __restrict first,
+[[gnu::always_inline]] inline void reduceRow(const SourceRows& rows, std::uint8_t* __restrict first,
                std::uint8_t* __restrict second, std::ptrdiff_t steps) {
   constexpr bool kPairs = kPattern.channels == 2;
   const std::ptrdiff_t outputs = steps * kPattern.outputs;
-  if constexpr (kMean == Mean::kThird) {
+  if constexpr (kMean == Mean::kOne && kPattern.stepBytes() == 1) {
+    std::memcpy(first, rows[0], static_cast<std::size_t>(steps));
+  } else if constexpr (kMean == Mean::kThird) {
     const StretchSums<kPattern, 0, 2> four(rows, steps);
     const StretchSums<kPattern, 2, 3> two(rows, steps);
     writeThirds(four.first, two.first, first, outputs);
@@ -54,6 +59,45 @@ void reduceRow(const SourceRows& rows, std::uint8_t* __restrict first,
     if constexpr (kPairs) writeMeans<kMean>(sums.second, second, outputs);
   }
 }
+
+using ReduceRow = decltype(RowKernel::reduce);
+
+template <RowPattern kPattern, int kRows, Mean kMean>
+constexpr ReduceRow kReduceRow = reduceRow<kPattern, kRows, kMean>;
+
+// Camera frames by 8, which every run begins with, and by 2.
+constexpr Reduction kEighth = reductionOf(Sampling::k420, 8);
+constexpr RowPattern kLumaBy8 = fullColumns(kEighth.luma);
+constexpr RowPattern kPairsBy8 = halfColumns(kEighth.chroma, 2, 0);
+constexpr Reduction kHalf = reductionOf(Sampling::k420, 2);
+constexpr RowPattern kLumaBy2 = fullColumns(kHalf.luma);
+constexpr RowPattern kPairsBy2 = halfColumns(kHalf.chroma, 2, 0);
+
+TLUX_MULTIVERSION void reduceLumaBy8(const SourceRows& rows, std::uint8_t* first,
+                                     std::uint8_t* second, std::ptrdiff_t steps) {
+  reduceRow<kLumaBy8, 3, Mean::kNinth>(rows, first, second, steps);
+}
+TLUX_MULTIVERSION void reducePairsBy8(const SourceRows& rows, std::uint8_t* first,
+                                      std::uint8_t* second, std::ptrdiff_t steps) {
+  reduceRow<kPairsBy8, 3, Mean::kNinth>(rows, first, second, steps);
+}
+TLUX_MULTIVERSION void reduceLumaBy2(const SourceRows& rows, std::uint8_t* first,
+                                     std::uint8_t* second, std::ptrdiff_t steps) {
+  reduceRow<kLumaBy2, 2, Mean::kQuarter>(rows, first, second, steps);
+}
+TLUX_MULTIVERSION void reducePairsBy2(const SourceRows& rows, std::uint8_t* first,
+                                      std::uint8_t* second, std::ptrdiff_t steps) {
+  reduceRow<kPairsBy2, 1, Mean::kOne>(rows, first, second, steps);
+}
+
+template <>
+constexpr ReduceRow kReduceRow<kLumaBy8, 3, Mean::kNinth> = reduceLumaBy8;
+template <>
+constexpr ReduceRow kReduceRow<kPairsBy8, 3, Mean::kNinth> = reducePairsBy8;
+template <>
+constexpr ReduceRow kReduceRow<kLumaBy2, 2, Mean::kQuarter> = reduceLumaBy2;
+template <>
+constexpr ReduceRow kReduceRow<kPairsBy2, 1, Mean::kOne> = reducePairsBy2;
 
 template <int kStride>
 void widenRow(const std::uint8_t* __restrict cb, const std::uint8_t* __restrict cr,
@@ -80,7 +124,7 @@ void splitRow(const std::uint8_t* __restrict packed, std::uint8_t* __restrict lu
 template <RowPattern kPattern, int kRows, Mean kMean>
 constexpr RowKernel kernel() {
   static_assert(kPattern.reach() <= kMaxReach);
-  return {reduceRow<kPattern, kRows, kMean>, kPattern.outputs, kPattern.stepBytes(),
+  return {kReduceRow<kPattern, kRows, kMean>, kPattern.outputs, kPattern.stepBytes(),
           kPattern.reach(), kPattern.channels};
 }
 

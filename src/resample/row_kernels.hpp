@@ -39,8 +39,7 @@ struct FactorKernels {
 using Widen = void (*)(const std::uint8_t* cb, const std::uint8_t* cr, std::uint8_t* first,
                        std::uint8_t* second, std::ptrdiff_t pairs);
 
-// Every loop over the samples of a row. Pure functions, so that a build for another instruction set
-// gives a second table of the same values.
+// Every loop over the samples of a row.
 struct RowKernels {
   std::array<std::array<FactorKernels, kMaxFactor + 1>, 3> reduce; // [Sampling][factor]
   Widen widenPairs;                                                // cb and cr interleaved

@@ -73,7 +73,7 @@ template <RowPattern kPattern, int kBegin, int kEnd, class Store>
 // the samples of an output starting at every column, both element-wise, of which the outputs pick
 // theirs. `second` receives those of the second component.
 template <RowPattern kPattern, int kBegin, int kEnd>
-void sumWindows(const SourceRows& sourceRows, std::ptrdiff_t steps, std::uint16_t* first,
+[[gnu::always_inline]] inline void sumWindows(const SourceRows& sourceRows, std::ptrdiff_t steps, std::uint16_t* first,
                 std::uint16_t* second) {
   constexpr std::ptrdiff_t kStep = kPattern.stepBytes();
   const SourceRows rows = sourceRows;
@@ -114,7 +114,7 @@ struct StretchSums {
   std::uint16_t first[kStretch];
   std::uint16_t second[kPattern.channels == 2 ? kStretch : 1];
 
-  StretchSums(const SourceRows& rows, std::ptrdiff_t steps) {
+  [[gnu::always_inline]] StretchSums(const SourceRows& rows, std::ptrdiff_t steps) {
     if constexpr (WordLanes<kPattern>::kFit) {
       sumWords<kPattern, kBegin, kEnd>(
           rows, steps, [this](std::ptrdiff_t i, std::uint16_t one, std::uint16_t two) {

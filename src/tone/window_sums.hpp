@@ -99,9 +99,7 @@ class WindowSums {
       addRow(clamped(y));
     }
     for (std::int64_t y = rows.first; y < rows.end; ++y) {
-      for (int k = 0; k < kMoments; ++k) {
-        sweep(padded_[k], sums_[k]);
-      }
+      sweep();
       if (!emit(static_cast<std::int32_t>(y), sums_)) return false;
       replaceRow(clamped(y - radius_), clamped(y + radius_));
     }
@@ -141,19 +139,26 @@ class WindowSums {
     }
   }
 
-  [[gnu::always_inline]] void sweep(Sum* __restrict padded, Sum* __restrict sums) const {
+  // All quantities side by side, since each step waits for the one before.
+  [[gnu::always_inline]] void sweep() const {
     const std::ptrdiff_t last = std::ptrdiff_t{width_} + radius_ - 1;
-    std::fill(padded, padded + radius_, padded[radius_]);
-    std::fill(padded + last + 1, padded + last + 1 + radius_, padded[last]);
     const std::ptrdiff_t span = 2 * std::ptrdiff_t{radius_};
-    Sum sum{0};
-    for (std::ptrdiff_t i = 0; i < span; ++i) {
-      sum += padded[i];
+    const std::array<Sum*, kMoments> padded = padded_;
+    const std::array<Sum*, kMoments> sums = sums_;
+    std::array<Sum, kMoments> sum{};
+    for (std::size_t k = 0; k < kMoments; ++k) {
+      std::fill(padded[k], padded[k] + radius_, padded[k][radius_]);
+      std::fill(padded[k] + last + 1, padded[k] + last + 1 + radius_, padded[k][last]);
+      for (std::ptrdiff_t i = 0; i < span; ++i) {
+        sum[k] += padded[k][i];
+      }
+      sums[k][0] = sum[k];
     }
-    sums[0] = sum;
     for (std::ptrdiff_t x = 1; x < width_; ++x) {
-      sum += padded[x + span - 1] - padded[x - 1];
-      sums[x] = sum;
+      for (std::size_t k = 0; k < kMoments; ++k) {
+        sum[k] += padded[k][x + span - 1] - padded[k][x - 1];
+        sums[k][x] = sum[k];
+      }
     }
   }
 
