@@ -36,7 +36,7 @@ TLUX_BEGIN_DECLS
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for null or unfit arguments (nothing is written);
  *         ::TLUX_ERR_NO_MEMORY; ::TLUX_ERR_THREAD. Intended: without memory for new scores, those
  * of an earlier frame of this size serve where the engine has them. After a failure of the filter
- * the chroma rule has still run, on luma that is partly mapped.
+ * no luma is mapped, and the chroma rule has still run.
  */
 TLUX_API uint32_t TLUX_Tonemapping(MMemMgr manager, TLUX_ENGINE* engine, const TLUX_IMAGE* source,
                                    TLUX_IMAGE* output, uint64_t reserved,

@@ -6,7 +6,8 @@
 //
 // Meant for functions that walk a whole row. What they call must be inlined into them to be
 // compiled along, and templates need a plain function around them, since Clang makes no versions of
-// a template.
+// a template. Their names must be unique in the library, in anonymous namespaces too: the choosing
+// functions that Clang makes have external linkage; a test of the interface watches over it.
 #if defined(TLUX_AVX2) && TLUX_AVX2 && defined(__x86_64__) && defined(__ELF__) && \
     (!defined(__clang__) || __clang_major__ >= 14)
 #define TLUX_MULTIVERSION __attribute__((target_clones("avx2", "default")))

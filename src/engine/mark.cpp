@@ -97,8 +97,8 @@ struct MarkRow {
 
 // Truncated mean of the two columns, in both rows, that share each chroma sample. The two rows are
 // the same one where every row has its own chroma, which leaves the mean what it is.
-TLUX_MULTIVERSION void shareChroma(const MarkRow::Samples& upper, const MarkRow::Samples& lower, std::int64_t count,
-                 MarkRow::Samples& out) {
+TLUX_MULTIVERSION void shareChroma(const MarkRow::Samples& upper, const MarkRow::Samples& lower,
+                                   std::int64_t count, MarkRow::Samples& out) {
   for (std::int64_t c = 0; c < count; ++c) {
     const auto sum =
         static_cast<unsigned>(upper[2 * c] + upper[2 * c + 1] + lower[2 * c] + lower[2 * c + 1]);

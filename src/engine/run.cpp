@@ -21,8 +21,7 @@ std::uint32_t toneMap(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& so
   const Rest rest = TLUX_IsImageEqual_IMK(&source, &output) != 0 ? Rest::kCopied : Rest::kKept;
   WorkerTeam team;
   fillReferenceFrame(team, source, *engine.images[0]);
-  const std::uint32_t mapped =
-      toneMapFrame(manager, team, engine, source, output, strength, rest);
+  const std::uint32_t mapped = toneMapFrame(manager, team, engine, source, output, strength, rest);
   if (mapped != TLUX_OK) TLUX_CopyImage_IMK(&output, &source);
   return mapped;
 }

@@ -11,8 +11,9 @@ namespace {
 
 // Returns the sum of the outputs as a signed number that wraps in 32 bits: log planes are
 // re-centred, and their means negative.
-TLUX_MULTIVERSION std::int32_t halveRows(const std::int16_t* __restrict upper, const std::int16_t* __restrict lower,
-                       std::ptrdiff_t count, std::int16_t* __restrict output) {
+TLUX_MULTIVERSION std::int32_t halveRows(const std::int16_t* __restrict upper,
+                                         const std::int16_t* __restrict lower, std::ptrdiff_t count,
+                                         std::int16_t* __restrict output) {
   std::uint32_t sum = 0;
   for (std::ptrdiff_t x = 0; x < count; ++x) {
     const int four = (upper[2 * x] + lower[2 * x]) + (upper[2 * x + 1] + lower[2 * x + 1]);

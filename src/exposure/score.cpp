@@ -12,9 +12,9 @@ namespace {
 
 // In pieces: the reciprocals are looked up first, which leaves a loop of plain arithmetic. The
 // scores, too, are held back for a piece, since they may replace an input.
-TLUX_MULTIVERSION void scoreRow(const std::int16_t* logLuma, const std::int16_t* base, const std::int16_t* deviation,
-              const std::uint32_t* reciprocals, std::int32_t contrast, std::ptrdiff_t width,
-              std::uint16_t* score) {
+TLUX_MULTIVERSION void scoreRow(const std::int16_t* logLuma, const std::int16_t* base,
+                                const std::int16_t* deviation, const std::uint32_t* reciprocals,
+                                std::int32_t contrast, std::ptrdiff_t width, std::uint16_t* score) {
   constexpr std::ptrdiff_t kPiece = 128;
   std::array<std::int32_t, kPiece> reciprocal;
   std::array<std::uint16_t, kPiece> result;

@@ -19,9 +19,10 @@ constexpr int kRing = 4;
 
 // Each sample with half its weight in each of its neighbours: (1 2 1) / 4.
 [[gnu::noinline]] TLUX_MULTIVERSION void smoothTaps(const std::int16_t* __restrict before,
-                              const std::int16_t* __restrict centre,
-                              const std::int16_t* __restrict after, std::ptrdiff_t count,
-                              std::int16_t* __restrict out) {
+                                                    const std::int16_t* __restrict centre,
+                                                    const std::int16_t* __restrict after,
+                                                    std::ptrdiff_t count,
+                                                    std::int16_t* __restrict out) {
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     out[i] = static_cast<std::int16_t>((before[i] + 2 * centre[i] + after[i]) >> 2);
   }
@@ -31,10 +32,10 @@ constexpr int kRing = 4;
 // on the side of the new sample, `far` the one beyond it, `opposite` the one on the other side.
 template <class Sample>
 [[gnu::always_inline]] inline void interpolateAs(const std::int16_t* __restrict far,
-                                   const std::int16_t* __restrict near,
-                                   const std::int16_t* __restrict centre,
-                                   const std::int16_t* __restrict opposite, std::ptrdiff_t count,
-                                   Sample* __restrict out) {
+                                                 const std::int16_t* __restrict near,
+                                                 const std::int16_t* __restrict centre,
+                                                 const std::int16_t* __restrict opposite,
+                                                 std::ptrdiff_t count, Sample* __restrict out) {
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     out[i] = static_cast<Sample>((-far[i] + 9 * near[i] + 25 * centre[i] - opposite[i]) >> 5);
   }
@@ -86,7 +87,7 @@ class SmoothedRows {
   void make(std::int64_t y) {
     std::int16_t* vertical = slot(kRing);
     smoothTaps(plane_.row(clamped(y - 1)), plane_.row(y), plane_.row(clamped(y + 1)), plane_.width,
-           vertical);
+               vertical);
     repeatEnds(vertical, plane_.width);
     std::int16_t* out = slot(y % kRing);
     smoothTaps(vertical - 1, vertical, vertical + 1, plane_.width, out);
@@ -115,8 +116,9 @@ inline std::int16_t blended(std::int32_t enlarged, std::int32_t large, BlendWeig
 
 // Doubles a padded row and blends it with `columns` samples of a large one. In pieces through local
 // arrays, so that the blend works on several samples at once in place, too.
-TLUX_MULTIVERSION void doubleAndBlend(const std::int16_t* row, const std::int16_t* large, std::ptrdiff_t columns,
-                    BlendWeights weights, std::int16_t* out) {
+TLUX_MULTIVERSION void doubleAndBlend(const std::int16_t* row, const std::int16_t* large,
+                                      std::ptrdiff_t columns, BlendWeights weights,
+                                      std::int16_t* out) {
   constexpr std::ptrdiff_t kPairs = 64;
   std::array<std::int32_t, kPairs> even;
   std::array<std::int32_t, kPairs> odd;

@@ -11,8 +11,8 @@ namespace {
 // The analyser does not see that a stretch of one step and more fills all sums that are read here.
 // NOLINTBEGIN(clang-analyzer-core.CallAndMessage,clang-analyzer-core.UndefinedBinaryOperatorResult)
 template <Mean kMean>
-[[gnu::always_inline]] inline void writeMeans(const std::uint16_t* __restrict sums, std::uint8_t* __restrict out,
-                std::ptrdiff_t count) {
+[[gnu::always_inline]] inline void writeMeans(const std::uint16_t* __restrict sums,
+                                              std::uint8_t* __restrict out, std::ptrdiff_t count) {
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     out[i] = meanOf<kMean>(sums[i]);
   }
@@ -20,8 +20,8 @@ template <Mean kMean>
 
 // Two thirds of the mean of rows 0 and 1, one third of that of row 2; two columns each.
 inline void writeThirds(const std::uint16_t* __restrict sumsOfFour,
-                 const std::uint16_t* __restrict sumsOfTwo, std::uint8_t* __restrict out,
-                 std::ptrdiff_t count) {
+                        const std::uint16_t* __restrict sumsOfTwo, std::uint8_t* __restrict out,
+                        std::ptrdiff_t count) {
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     const std::uint32_t four = sumsOfFour[i] >> 2;
     const std::uint32_t two = sumsOfTwo[i] >> 1;
@@ -37,7 +37,8 @@ constexpr bool kInOneLoop = (WordLanes<kPattern>::kBytes <= 4) && WordLanes<kPat
 
 template <RowPattern kPattern, int kRows, Mean kMean>
 [[gnu::always_inline]] inline void reduceRow(const SourceRows& rows, std::uint8_t* __restrict first,
-               std::uint8_t* __restrict second, std::ptrdiff_t steps) {
+                                             std::uint8_t* __restrict second,
+                                             std::ptrdiff_t steps) {
   constexpr bool kPairs = kPattern.channels == 2;
   const std::ptrdiff_t outputs = steps * kPattern.outputs;
   if constexpr (kMean == Mean::kOne && kPattern.stepBytes() == 1) {

@@ -73,8 +73,8 @@ template <RowPattern kPattern, int kBegin, int kEnd, class Store>
 // the samples of an output starting at every column, both element-wise, of which the outputs pick
 // theirs. `second` receives those of the second component.
 template <RowPattern kPattern, int kBegin, int kEnd>
-[[gnu::always_inline]] inline void sumWindows(const SourceRows& sourceRows, std::ptrdiff_t steps, std::uint16_t* first,
-                std::uint16_t* second) {
+[[gnu::always_inline]] inline void sumWindows(const SourceRows& sourceRows, std::ptrdiff_t steps,
+                                              std::uint16_t* first, std::uint16_t* second) {
   constexpr std::ptrdiff_t kStep = kPattern.stepBytes();
   const SourceRows rows = sourceRows;
   std::uint16_t columns[kStretch + kMaxReach];

@@ -49,16 +49,17 @@ template <class Mean>
 [[gnu::always_inline]] inline void writeAllMeans(MapSums& windows, Band rows, Band clampRows,
                                                  Mean mean, std::ptrdiff_t width,
                                                  std::int32_t* destination) {
-  windows.slide(rows, clampRows,
-                [&](std::int32_t y, const std::array<std::uint32_t*, 1>& sums)
-                    __attribute__((always_inline)) {
-                      const std::uint32_t* __restrict sum = sums[0];
-                      std::int32_t* __restrict row = destination + y * width;
-                      for (std::ptrdiff_t x = 0; x < width; ++x) {
-                        row[x] = mean(static_cast<std::int32_t>(sum[x]));
-                      }
-                      return true;
-                    });
+  windows.slide(
+      rows, clampRows,
+      [&](std::int32_t y, const std::array<std::uint32_t*, 1>& sums)
+          __attribute__((always_inline)) {
+            const std::uint32_t* __restrict sum = sums[0];
+            std::int32_t* __restrict row = destination + y * width;
+            for (std::ptrdiff_t x = 0; x < width; ++x) {
+              row[x] = mean(static_cast<std::int32_t>(sum[x]));
+            }
+            return true;
+          });
 }
 
 TLUX_MULTIVERSION void writeMapMeans(MapSums& windows, Band rows, Band clampRows, ShiftedMean mean,
@@ -110,7 +111,8 @@ std::int32_t threeTapMean(std::int32_t left, std::int32_t centre, std::int32_t r
   return wrappingAdd(wrappingAdd(left, centre), right) / 3;
 }
 
-TLUX_MULTIVERSION void threeTapRows(Band rows, Plane<const std::int32_t> source, std::int32_t* destination) {
+TLUX_MULTIVERSION void threeTapRows(Band rows, Plane<const std::int32_t> source,
+                                    std::int32_t* destination) {
   const std::ptrdiff_t width = source.width;
   for (std::int32_t y = rows.first; y < rows.end; ++y) {
     const std::int32_t* __restrict in = source.row(y);

@@ -126,8 +126,8 @@ template <int kZone>
 
 TLUX_MULTIVERSION void scaleChromaRowNarrowly(const std::uint8_t* oldLuma,
                                               const std::uint8_t* newLuma,
-                                              const std::uint8_t* chromaIn,
-                                              std::uint8_t* chromaOut, std::ptrdiff_t pairs) {
+                                              const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
+                                              std::ptrdiff_t pairs) {
   scaleRow<kNeutralZone>(oldLuma, newLuma, chromaIn, chromaOut, pairs);
 }
 

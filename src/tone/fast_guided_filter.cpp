@@ -27,8 +27,9 @@ std::uint8_t clampLuma(Value value) {
 // The whole way of a pixel in one pass. Results go through a short buffer, so that the compiler
 // need not fear that the output lies over the guide, which it may.
 template <int kPhase, class Slope>
-[[gnu::always_inline]] inline void applyPhase(const CoefficientLines<Slope>& lines, const std::uint8_t* guide, std::uint8_t* out,
-                std::ptrdiff_t width) {
+[[gnu::always_inline]] inline void applyPhase(const CoefficientLines<Slope>& lines,
+                                              const std::uint8_t* guide, std::uint8_t* out,
+                                              std::ptrdiff_t width) {
   constexpr std::ptrdiff_t kBlock = 512;
   const Slope* __restrict upperA = lines.upperA;
   const Slope* __restrict lowerA = lines.lowerA;
@@ -100,10 +101,9 @@ Coefficients computeCoefficients(const TLUX_GUIDE_CONTEXT& band) {
   const auto smooth = [&](const std::int32_t* raw, std::int32_t* out) {
     return smoothBand(band.manager, smoothed, packedPlane(raw, width, height), out, band.radius);
   };
-  const std::uint32_t solved =
-      guideBlock(band.manager, rows, {band.input, width, height, band.lowPitch},
-                 {band.guide, width, height, band.lowPitch}, band.rawA, band.rawB, band.radius,
-                 band.eps);
+  const std::uint32_t solved = guideBlock(
+      band.manager, rows, {band.input, width, height, band.lowPitch},
+      {band.guide, width, height, band.lowPitch}, band.rawA, band.rawB, band.radius, band.eps);
   if (solved != TLUX_OK || smooth(band.rawA, band.smoothA) != TLUX_OK ||
       smooth(band.rawB, band.smoothB) != TLUX_OK) {
     return Coefficients::kNone;

@@ -153,12 +153,11 @@ std::uint32_t filterInStrips(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
   team.share(team.started() * stripsPerBand, [&](std::int64_t index, int slot) {
     const auto i = static_cast<std::size_t>(index / stripsPerBand);
     const Band rows = rowsOf(bands[i]);
-    const auto first =
-        static_cast<std::int32_t>(rows.first + index % stripsPerBand * kStripRows);
+    const auto first = static_cast<std::int32_t>(rows.first + index % stripsPerBand * kStripRows);
     if (first >= rows.end) return;
     const std::int32_t end = rows.end - first < kStripRows ? rows.end : first + kStripRows;
-    work(Strip{&bands[i], {first, end}, coefficients[i],
-               bands[static_cast<std::size_t>(slot)].manager});
+    work(Strip{
+        &bands[i], {first, end}, coefficients[i], bands[static_cast<std::size_t>(slot)].manager});
   });
   return team.isComplete() ? TLUX_OK : TLUX_ERR_THREAD;
 }

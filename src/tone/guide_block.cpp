@@ -41,8 +41,7 @@ using SumRows = std::array<std::uint32_t*, 4>;
 // Replaces the four sums of each window by its guide mean, input mean, covariance and variance. The
 // sums are read as signed, the rest wraps: for radii up to 90 nothing comes near 32 bits.
 template <class Mean>
-[[gnu::always_inline]] inline void momentsOf(const SumRows& sums, Mean mean,
-                                             std::ptrdiff_t width) {
+[[gnu::always_inline]] inline void momentsOf(const SumRows& sums, Mean mean, std::ptrdiff_t width) {
   std::uint32_t* __restrict guide = sums[0];
   std::uint32_t* __restrict input = sums[1];
   std::uint32_t* __restrict guideSquare = sums[2];
@@ -61,8 +60,9 @@ template <class Mean>
 }
 
 // Windows before the first with a negative variance or a zero denominator.
-[[gnu::always_inline]] inline std::ptrdiff_t countSolvable(const std::uint32_t* variance, std::uint32_t eps,
-                             std::ptrdiff_t width) {
+[[gnu::always_inline]] inline std::ptrdiff_t countSolvable(const std::uint32_t* variance,
+                                                           std::uint32_t eps,
+                                                           std::ptrdiff_t width) {
   const auto isBad = [eps](std::uint32_t v) {
     return static_cast<std::int32_t>(v) < 0 || v + eps == 0;
   };
@@ -79,8 +79,9 @@ template <class Mean>
 // The double quotient truncates to the exact one: both operands are exact, its rounding error is
 // below 2^-53 of a quotient under 2^31, and a quotient that is no integer is at least 1 / 2^31 away
 // from the next. −2^31 / −1 saturates.
-[[gnu::always_inline]] inline void solveRow(const SumRows& moments, std::uint32_t eps, std::int32_t* __restrict aRow,
-              std::int32_t* __restrict bRow, std::ptrdiff_t count) {
+[[gnu::always_inline]] inline void solveRow(const SumRows& moments, std::uint32_t eps,
+                                            std::int32_t* __restrict aRow,
+                                            std::int32_t* __restrict bRow, std::ptrdiff_t count) {
   const std::uint32_t* __restrict meanI = moments[0];
   const std::uint32_t* __restrict meanP = moments[1];
   const std::uint32_t* __restrict variance = moments[2];

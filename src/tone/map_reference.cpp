@@ -32,15 +32,16 @@ constexpr std::int32_t appliedGain(std::int32_t gain) {
 }
 
 // Products of reciprocals beyond 2^19 may leave 32 bits: they wrap.
-[[gnu::always_inline]] inline void applyGains(const std::int32_t* __restrict gains, std::int32_t* __restrict linear,
-                std::int32_t count) {
+[[gnu::always_inline]] inline void applyGains(const std::int32_t* __restrict gains,
+                                              std::int32_t* __restrict linear, std::int32_t count) {
   for (std::int32_t i = 0; i < count; ++i) {
     linear[i] = clampTo(wrappingMul(appliedGain(gains[i]), linear[i]) >> 10, 0, kMaxLinear);
   }
 }
 
-TLUX_MULTIVERSION void mapChunk(const std::uint8_t* codes, const std::uint16_t* scores, const ToneTables& tables,
-              std::uint8_t* mapped, std::int32_t count) {
+TLUX_MULTIVERSION void mapChunk(const std::uint8_t* codes, const std::uint16_t* scores,
+                                const ToneTables& tables, std::uint8_t* mapped,
+                                std::int32_t count) {
   std::int32_t gains[kChunk];
   std::int32_t linear[kChunk];
   for (std::int32_t i = 0; i < count; ++i) {

@@ -66,9 +66,7 @@ class RowRenderer {
   const std::uint8_t* sourceRow(std::int64_t y) const {
     return source_.plane[0] + y * source_.pitch[0];
   }
-  std::uint8_t* outputRow(std::int64_t y) const {
-    return output_.plane[0] + y * output_.pitch[0];
-  }
+  std::uint8_t* outputRow(std::int64_t y) const { return output_.plane[0] + y * output_.pitch[0]; }
   void copyFrom(std::int64_t column, std::int64_t y) const {
     if (rest_ == Rest::kKept || y >= source_.height) return;
     std::memcpy(outputRow(y) + column, sourceRow(y) + column,
@@ -116,7 +114,8 @@ std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReferen
   }
 
   const std::int64_t filteredRows =
-      std::int64_t{kUpsampling} * std::min(kBandCount * bandHeight(frame.lowHeight), frame.lowHeight);
+      std::int64_t{kUpsampling} *
+      std::min(kBandCount * bandHeight(frame.lowHeight), frame.lowHeight);
   renderer.copyRows(filteredRows, output.height);
   if (!renderer.chromaFollows()) {
     team.share((chroma.rows() + kChromaRows - 1) / kChromaRows, [&](std::int64_t i, int /*slot*/) {

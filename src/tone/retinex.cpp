@@ -39,8 +39,9 @@ void toLogLuma(const Samples& plane) {
 }
 
 // energy = detail² / 1024, saturated. A square that leaves 31 bits counts as none.
-TLUX_MULTIVERSION void detailEnergy(const std::int16_t* __restrict logLuma, const std::int16_t* __restrict base,
-                  std::ptrdiff_t count, std::int16_t* __restrict energy) {
+TLUX_MULTIVERSION void detailEnergy(const std::int16_t* __restrict logLuma,
+                                    const std::int16_t* __restrict base, std::ptrdiff_t count,
+                                    std::int16_t* __restrict energy) {
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     const std::int32_t detail = logLuma[i] - base[i];
     const std::int32_t square = wrappingMul(detail, detail) >> 10;

@@ -118,6 +118,5 @@ uint32_t TLUX_Tonemapping(MMemMgr manager, TLUX_ENGINE* engine, const TLUX_IMAGE
     return TLUX_ERR_INVALID_PARAM;
   }
   tlux::WorkerTeam team;
-  return tlux::toneMapFrame(manager, team, *engine, *source, *output, *strength,
-                            tlux::Rest::kKept);
+  return tlux::toneMapFrame(manager, team, *engine, *source, *output, *strength, tlux::Rest::kKept);
 }

@@ -11,8 +11,9 @@ namespace tlux {
 namespace {
 
 template <class Sample, int... kPhases>
-[[gnu::always_inline]] inline void upsamplePairs(const std::int32_t* __restrict lowRow, Sample* __restrict line,
-                   std::ptrdiff_t pairs, std::integer_sequence<int, kPhases...> /*phases*/) {
+[[gnu::always_inline]] inline void upsamplePairs(
+    const std::int32_t* __restrict lowRow, Sample* __restrict line, std::ptrdiff_t pairs,
+    std::integer_sequence<int, kPhases...> /*phases*/) {
   for (std::ptrdiff_t x = 0; x < pairs; ++x) {
     ((line[kUpsampling * x + kPhases] =
           static_cast<Sample>(mixEighths<kPhases>(lowRow[x], lowRow[x + 1]))),
@@ -36,7 +37,8 @@ constexpr auto mixers(std::integer_sequence<int, kPhases...> /*phases*/) {
 constexpr std::make_integer_sequence<int, kUpsampling> kPhases;
 
 template <class Sample>
-[[gnu::always_inline]] inline void upsampleRowInto(const std::int32_t* lowRow, Sample* line, std::ptrdiff_t lowWidth) {
+[[gnu::always_inline]] inline void upsampleRowInto(const std::int32_t* lowRow, Sample* line,
+                                                   std::ptrdiff_t lowWidth) {
   if (lowWidth < 1) return;
   upsamplePairs(lowRow, line, lowWidth - 1, kPhases);
   std::fill_n(line + kUpsampling * (lowWidth - 1), kUpsampling,

@@ -135,7 +135,7 @@ TEST(GuideTone, ReportsMissingMemoryAndThreadsAndLeavesNothingBehind) {
               EXPECT_EQ(frame.output == before, faultFired());
               return result;
             }),
-            9);
+            2);
   EXPECT_EQ(sweepThreads([&] { return frame.tone(frame.output); }), 4);
 }
 
