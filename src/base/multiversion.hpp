@@ -2,7 +2,8 @@
 
 // TLUX_MULTIVERSION before a function compiles it twice on x86-64, for processors with AVX2 and for
 // all others; the loader picks one when the library is loaded. Integer and IEEE arithmetic is the
-// same in both, so are the bytes.
+// same in both, so are the bytes. Such a function is never inlined, also where there is one
+// version.
 //
 // Meant for functions that walk a whole row. What they call must be inlined into them to be
 // compiled along, and templates need a plain function around them, since Clang makes no versions of
@@ -12,5 +13,5 @@
     (!defined(__clang__) || __clang_major__ >= 14)
 #define TLUX_MULTIVERSION __attribute__((target_clones("avx2", "default")))
 #else
-#define TLUX_MULTIVERSION
+#define TLUX_MULTIVERSION __attribute__((noinline))
 #endif

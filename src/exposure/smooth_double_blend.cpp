@@ -18,11 +18,10 @@ constexpr int kRing = 4;
 // keeps its samples from one step to the next and then finds no way to work on several at once.
 
 // Each sample with half its weight in each of its neighbours: (1 2 1) / 4.
-[[gnu::noinline]] TLUX_MULTIVERSION void smoothTaps(const std::int16_t* __restrict before,
-                                                    const std::int16_t* __restrict centre,
-                                                    const std::int16_t* __restrict after,
-                                                    std::ptrdiff_t count,
-                                                    std::int16_t* __restrict out) {
+TLUX_MULTIVERSION void smoothTaps(const std::int16_t* __restrict before,
+                                  const std::int16_t* __restrict centre,
+                                  const std::int16_t* __restrict after, std::ptrdiff_t count,
+                                  std::int16_t* __restrict out) {
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     out[i] = static_cast<std::int16_t>((before[i] + 2 * centre[i] + after[i]) >> 2);
   }
@@ -41,19 +40,15 @@ template <class Sample>
   }
 }
 
-[[gnu::noinline]] TLUX_MULTIVERSION void interpolate(const std::int16_t* far,
-                                                     const std::int16_t* near,
-                                                     const std::int16_t* centre,
-                                                     const std::int16_t* opposite,
-                                                     std::ptrdiff_t count, std::int16_t* out) {
+TLUX_MULTIVERSION void interpolate(const std::int16_t* far, const std::int16_t* near,
+                                   const std::int16_t* centre, const std::int16_t* opposite,
+                                   std::ptrdiff_t count, std::int16_t* out) {
   interpolateAs(far, near, centre, opposite, count, out);
 }
 
-[[gnu::noinline]] TLUX_MULTIVERSION void interpolate(const std::int16_t* far,
-                                                     const std::int16_t* near,
-                                                     const std::int16_t* centre,
-                                                     const std::int16_t* opposite,
-                                                     std::ptrdiff_t count, std::int32_t* out) {
+TLUX_MULTIVERSION void interpolate(const std::int16_t* far, const std::int16_t* near,
+                                   const std::int16_t* centre, const std::int16_t* opposite,
+                                   std::ptrdiff_t count, std::int32_t* out) {
   interpolateAs(far, near, centre, opposite, count, out);
 }
 
