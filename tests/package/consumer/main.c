@@ -18,7 +18,8 @@ int main(void) {
       frames[0]->plane[0][i] = (uint8_t)(i % kWidth);
     }
     MMemSet(frames[0]->plane[1], 128, kWidth * kHeight / 2);
-    result = TLUX_RunDynamicRangeOptimizationImage(NULL, engine, frames[0], 1, frames[1], &strength, 0);
+    result =
+        TLUX_RunDynamicRangeOptimizationImage(NULL, engine, frames[0], 1, frames[1], &strength, 0);
   }
   if (result == TLUX_OK) {
     for (int i = 0; i < kWidth * kHeight; ++i) {
