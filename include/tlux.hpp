@@ -1,0 +1,176 @@
+/**
+ * @file tlux.hpp
+ * @brief The engine, images and pools as C++20 objects that release themselves. Header-only and
+ *        optional: everything here is a thin cover of the C interface and mixes with it freely.
+ *
+ * Nothing throws. A constructor that failed leaves an object that converts to false and says why.
+ * Objects hold the handle of their pool: they must end before the pool's memory does.
+ */
+#ifndef TLUX_HPP
+#define TLUX_HPP
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <span>
+#include <utility>
+
+#include "tlux.h"
+
+namespace tlux {
+
+/**
+ * Where memory comes from: the heap, or one block of the caller's, which stays the caller's. A
+ * handle, cheap to copy; copies are the same pool. A pool is used by one thread at a time.
+ */
+class Pool {
+ public:
+  /** The C heap. */
+  static Pool heap() noexcept { return Pool(nullptr); }
+
+  /** Formats a block as a pool; nothing when the block is too small for one. */
+  static std::optional<Pool> over(std::span<std::byte> block) noexcept {
+    const MMemMgr manager = MMemMgrCreate(block.data(), block.size());
+    if (manager == nullptr) return std::nullopt;
+    return Pool(manager);
+  }
+
+  /** The handle for the C interface; null for the heap. */
+  [[nodiscard]] MMemMgr handle() const noexcept { return manager_; }
+
+  /** Bytes that one allocation can have; 0 for the heap, which does not know. */
+  [[nodiscard]] std::int64_t largestFree() const noexcept {
+    return manager_ == nullptr ? 0 : GetMaxAllocMemSize(manager_);
+  }
+
+ private:
+  explicit Pool(MMemMgr manager) noexcept : manager_(manager) {}
+
+  MMemMgr manager_;
+};
+
+/** An image that owns its pixels (TLUX_CreateImage_IMK()). They are not cleared. */
+class Image {
+ public:
+  /** @param format one of TLUX_FMT_*. */
+  Image(std::int32_t width, std::int32_t height, std::uint32_t format,
+        Pool pool = Pool::heap()) noexcept
+      : pool_(pool), status_(TLUX_CreateImage_IMK(&image_, width, height, format, pool.handle())) {}
+
+  Image(Image&& other) noexcept
+      : pool_(other.pool_), image_(std::exchange(other.image_, nullptr)), status_(other.status_) {}
+
+  Image& operator=(Image&& other) noexcept {
+    std::swap(pool_, other.pool_);
+    std::swap(image_, other.image_);
+    std::swap(status_, other.status_);
+    return *this;
+  }
+
+  ~Image() { TLUX_FreeImage_IMK(&image_, pool_.handle()); }
+
+  explicit operator bool() const noexcept { return image_ != nullptr; }
+
+  /** Result code of the creation. */
+  [[nodiscard]] std::uint32_t status() const noexcept { return status_; }
+
+  /** The record; only of an image that is there. */
+  [[nodiscard]] TLUX_IMAGE& operator*() noexcept { return *image_; }
+  [[nodiscard]] const TLUX_IMAGE& operator*() const noexcept { return *image_; }
+  [[nodiscard]] TLUX_IMAGE* operator->() noexcept { return image_; }
+  [[nodiscard]] const TLUX_IMAGE* operator->() const noexcept { return image_; }
+
+  /** Row @p y of a plane, padding included. The row must lie within the plane. */
+  [[nodiscard]] std::span<std::uint8_t> row(std::size_t plane, std::int32_t y) noexcept {
+    const std::ptrdiff_t pitch = image_->pitch[plane];
+    return {image_->plane[plane] + y * pitch, static_cast<std::size_t>(pitch)};
+  }
+  [[nodiscard]] std::span<const std::uint8_t> row(std::size_t plane,
+                                                  std::int32_t y) const noexcept {
+    const std::ptrdiff_t pitch = image_->pitch[plane];
+    return {image_->plane[plane] + y * pitch, static_cast<std::size_t>(pitch)};
+  }
+
+ private:
+  Pool pool_;
+  TLUX_IMAGE* image_ = nullptr;
+  std::uint32_t status_;
+};
+
+/** One plane of a frame: its memory, and bytes from one row to the next. */
+struct FramePlane {
+  std::span<std::uint8_t> bytes;
+  std::int32_t pitch;
+};
+
+/**
+ * The record of an NV21 or NV12 frame over memory of the caller's; nothing when a plane's memory
+ * ends before its last row does, or a pitch is below the width.
+ * @param format YCBCR420_YPVU (NV21) or YCBCR420_YPUV (NV12).
+ * @param width,height in pixels; even.
+ * @param chroma interleaved pairs, half as many rows as the luma.
+ */
+[[nodiscard]] inline std::optional<TLUX_IMAGE> frameOver(std::uint32_t format, std::int32_t width,
+                                                         std::int32_t height, FramePlane luma,
+                                                         FramePlane chroma) noexcept {
+  const auto holds = [width](const FramePlane& plane, std::int32_t rows) {
+    const std::int64_t needed = rows == 0 ? 0 : (rows - std::int64_t{1}) * plane.pitch + width;
+    return plane.pitch >= width && static_cast<std::uint64_t>(needed) <= plane.bytes.size();
+  };
+  if (format != TLUX_FMT_YCBCR420_YPVU && format != TLUX_FMT_YCBCR420_YPUV) return std::nullopt;
+  if (width < 0 || height < 0 || width % 2 != 0 || height % 2 != 0) return std::nullopt;
+  if (!holds(luma, height) || !holds(chroma, height / 2)) return std::nullopt;
+  const std::array planes = {luma.bytes.data(), chroma.bytes.data()};
+  const std::array pitches = {luma.pitch, chroma.pitch};
+  TLUX_IMAGE image = {};
+  TLUX_SetImage_IMK(&image, width, height, format, planes.data(), pitches.data());
+  return image;
+}
+
+/** The engine (TLUX_Init()). Keep one for a stream of frames; one thread at a time. */
+class Engine {
+ public:
+  explicit Engine(Pool pool = Pool::heap()) noexcept
+      : pool_(pool), status_(TLUX_Init(pool.handle(), &engine_)) {}
+
+  Engine(Engine&& other) noexcept
+      : pool_(other.pool_),
+        engine_(std::exchange(other.engine_, nullptr)),
+        status_(other.status_) {}
+
+  Engine& operator=(Engine&& other) noexcept {
+    std::swap(pool_, other.pool_);
+    std::swap(engine_, other.engine_);
+    std::swap(status_, other.status_);
+    return *this;
+  }
+
+  ~Engine() {
+    if (engine_ != nullptr) TLUX_Uninit(pool_.handle(), engine_);
+  }
+
+  explicit operator bool() const noexcept { return engine_ != nullptr; }
+
+  /** Result code of the creation. */
+  [[nodiscard]] std::uint32_t status() const noexcept { return status_; }
+
+  /** The engine for the C interface; null when its creation failed or it was moved from. */
+  [[nodiscard]] TLUX_ENGINE* get() noexcept { return engine_; }
+
+  /** TLUX_RunDynamicRangeOptimizationImage(); an engine that is not there is a bad argument. */
+  [[nodiscard]] std::uint32_t run(const TLUX_IMAGE& source, TLUX_IMAGE& output,
+                                  std::uint32_t strength) noexcept {
+    return TLUX_RunDynamicRangeOptimizationImage(pool_.handle(), engine_, &source, 1, &output,
+                                                 &strength, 0);
+  }
+
+ private:
+  Pool pool_;
+  TLUX_ENGINE* engine_ = nullptr;
+  std::uint32_t status_;
+};
+
+} // namespace tlux
+
+#endif // TLUX_HPP
