@@ -4,10 +4,11 @@
 #   app    libraries of the command       bench  benchmarks and the peers they measure
 #   clang  Clang and its sanitizers       lint   formatter and static checks
 #   aarch64  GCC for AArch64, an emulator and the sources of GoogleTest
+#   docs   generator of the reference
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs …" >&2
   exit 1
 }
 
@@ -20,6 +21,7 @@ packages_of() {
     clang) echo clang libclang-rt-dev ;;
     aarch64) echo g++-aarch64-linux-gnu qemu-user googletest ;;
     lint) echo git clang-format clang-tidy ;;
+    docs) echo doxygen ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }
