@@ -84,9 +84,10 @@ TLUX_API uint32_t TLUX_Uninit(MMemMgr manager, TLUX_ENGINE* engine) TLUX_NOEXCEP
  * as there is memory (see TLUX_Tonemapping()). Same input, same bytes, on every processor. Runs
  * four worker threads, all joined on return.
  *
- * Memory comes from @p manager. The engine keeps at most 12 bytes per pixel of the reference frame
- * and the gain table (128 KiB) for the next frame of the same size; beyond that a run needs at most
- * 40 bytes per pixel of the reference frame and 1 MiB, which it gives back.
+ * Memory comes from @p manager; TLUX_GetPoolSize() says how much. The engine keeps at most 12 bytes
+ * per pixel of the reference frame and the gain table (128 KiB) for the next frame of the same
+ * size; beyond that a run needs at most 40 bytes per pixel of the reference frame and 1 MiB, which
+ * it gives back.
  *
  * @param manager the handle the engine was made with.
  * @param engine from TLUX_Init(). Describes this frame on return, also after a failure, unless an
@@ -118,6 +119,20 @@ TLUX_API uint32_t TLUX_RunDynamicRangeOptimizationImage(MMemMgr manager, TLUX_EN
                                                         TLUX_IMAGE* output,
                                                         const uint32_t* strength,
                                                         uint64_t reserved) TLUX_NOEXCEPT;
+
+/**
+ * Bytes that a pool must have for an engine and any number of its runs on frames of one size, at
+ * any strength, wherever the pool's buffer starts. The bound is tight: 128 bytes less do not do.
+ * Whatever else the caller allocates from the pool, frames for instance, comes on top, each block
+ * with its size rounded up to a multiple of 8, at least 32, and 16 bytes of header.
+ *
+ * Frames of several sizes in turn can leave gaps: format the pool anew for another size.
+ *
+ * @param width,height of the frames, as TLUX_RunDynamicRangeOptimizationImage() takes them.
+ * @return the bytes for MMemMgrCreate(); 0 for arguments that a run rejects and for frames so large
+ *         that a pool cannot hold a block they need.
+ */
+TLUX_API uint64_t TLUX_GetPoolSize(int32_t width, int32_t height) TLUX_NOEXCEPT;
 
 /** The version of this library. The record is static: neither release nor change it. */
 TLUX_API const TLUX_VERSION* TLUX_GetVersion(void) TLUX_NOEXCEPT;

@@ -3,11 +3,15 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "image/format.hpp"
+#include "platform/pool_need.hpp"
 #include "tlux/resample.h"
 #include "tone/stage.hpp"
 
 namespace tlux {
 namespace {
+
+constexpr std::uint32_t kReferenceFormat = TLUX_FMT_YCBCR444_P;
 
 // The reference frame has even sides: frames are cut down to whole blocks of 16 × 16.
 constexpr std::int32_t referenceSide(std::int32_t side) {
@@ -34,7 +38,7 @@ std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLU
   }
   if (engine.refWidth == 0 || engine.refHeight == 0) return TLUX_OK;
   if (reference != nullptr) return TLUX_OK;
-  return TLUX_CreateImage_IMK(&reference, engine.refWidth, engine.refHeight, TLUX_FMT_YCBCR444_P,
+  return TLUX_CreateImage_IMK(&reference, engine.refWidth, engine.refHeight, kReferenceFormat,
                               manager);
 }
 
@@ -52,6 +56,16 @@ void fillReferenceFrame(WorkerTeam& team, const TLUX_IMAGE& source, const TLUX_I
                                    (first + part.height) * kReferenceReduction - 1};
     TLUX_ScaleCropImage(&source, &part, &blocks, kReferenceReduction);
   });
+}
+
+std::int64_t runPoolBytes(std::int32_t width, std::int32_t height) {
+  const std::int32_t refWidth = referenceSide(width);
+  const std::int32_t refHeight = referenceSide(height);
+  if (refWidth == 0 || refHeight == 0) return 0;
+  const auto planes = planeSizes(*findFormat(kReferenceFormat), refWidth, refHeight);
+  const std::int64_t pixels = planes[0].bytes() + planes[1].bytes() + planes[2].bytes();
+  return poolBlock(sizeof(TLUX_IMAGE)) + poolBlock(pixels) +
+         toneMapPoolBytes(refWidth, refHeight, planes[0].pitch);
 }
 
 } // namespace tlux

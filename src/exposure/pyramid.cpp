@@ -3,6 +3,7 @@
 #include "base/fixed_point.hpp"
 #include "exposure/downscale.hpp"
 #include "exposure/smooth_double_blend.hpp"
+#include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/statistics.h"
 
@@ -71,13 +72,21 @@ void Pyramid::drop() {
   MMemFree(manager_, level);
 }
 
+std::int32_t halved(std::int32_t side) {
+  return side / 2 + side % 2;
+}
+
+bool hasSmallerLevel(std::int32_t width, std::int32_t height) {
+  return width > 1 && height > 1;
+}
+
 PyramidOutcome Pyramid::build(MeanAndRange& statistics) {
   bool measured = false;
   std::int32_t width = source_.width;
   std::int32_t height = source_.height;
-  while (width > 1 && height > 1) {
-    width = width / 2 + width % 2;
-    height = height / 2 + height % 2;
+  while (hasSmallerLevel(width, height)) {
+    width = halved(width);
+    height = halved(height);
     const PyramidOutcome outcome = add(width, height);
     if (outcome != PyramidOutcome::kDone) return outcome;
     if (!measured && width <= kMeasuredWidth) {
@@ -116,6 +125,14 @@ PyramidOutcome Pyramid::collapse(Plane<std::int16_t> output) {
 }
 
 } // namespace
+
+std::int64_t pyramidPoolBytes(std::int32_t width, std::int32_t height) {
+  std::int64_t records = 0;
+  for (; hasSmallerLevel(width, height); width = halved(width), height = halved(height)) {
+    records += poolBlock(sizeof(AmePyramidLevel));
+  }
+  return records;
+}
 
 PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
                              Plane<std::int16_t> output, PyramidScratch scratch,

@@ -23,6 +23,9 @@ struct PyramidScratch {
   std::int64_t samples;
 };
 
+// What smoothPyramid() takes out of a pool.
+std::int64_t pyramidPoolBytes(std::int32_t width, std::int32_t height);
+
 enum class PyramidOutcome {
   kDone,
   kNoLevel,   // the source is one row or one column: the output is as it was

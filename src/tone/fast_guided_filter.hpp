@@ -46,6 +46,21 @@ Coefficients computeCoefficients(const TLUX_GUIDE_CONTEXT& band);
 // of the caller's.
 std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius, std::int64_t ownBytes = 0);
 
+// Layout of the block that filterInStrips() works in: four maps, then the memory of four workers.
+// One block, since a heap that got them back one by one would return the pages to the system, and
+// fault them in again with every frame.
+struct FilterBlock {
+  std::int64_t samples; // of a map
+  std::int64_t share;   // bytes of a worker, a multiple of 8
+
+  constexpr FilterBlock(std::int64_t lowWidth, std::int64_t lowHeight, std::int64_t workerBytes)
+      : samples(lowWidth * lowHeight), share((workerBytes + 7) / 8 * 8) {}
+
+  constexpr std::int64_t bytes() const {
+    return 4 * samples * std::int64_t{sizeof(std::int32_t)} + kBandCount * share;
+  }
+};
+
 inline Band rowsOf(const TLUX_GUIDE_CONTEXT& band) {
   const std::int64_t end = std::int64_t{band.startRow} + band.bandRows;
   return {band.startRow, end < band.lowHeight ? static_cast<std::int32_t>(end) : band.lowHeight};
@@ -120,14 +135,12 @@ std::uint32_t filterInStrips(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
   static_assert(WorkerTeam::kSize == kBandCount, "a pool serves a band, then a slot");
   if (frame.lowWidth == 0 || frame.lowHeight == 0) return TLUX_OK;
   if (frame.lowWidth < 0 || frame.lowHeight < 0) return TLUX_ERR_NO_MEMORY;
-  const std::int64_t samples = std::int64_t{frame.lowWidth} * frame.lowHeight;
-  // Four maps and the memory of four workers. In one block: a heap that gave them back one by one
-  // would return the pages to the system, and fault them in again with every frame.
-  const std::int64_t share = (workerBytes + 7) / 8 * 8;
-  const Scratch<std::int64_t> block(manager, 2 * samples + kBandCount * share / 8);
+  const FilterBlock layout(frame.lowWidth, frame.lowHeight, workerBytes);
+  const Scratch<std::int64_t> block(manager, layout.bytes() / 8);
   if (!block) return TLUX_ERR_NO_MEMORY;
+  const std::int64_t samples = layout.samples;
   auto* const maps = reinterpret_cast<std::int32_t*>(block.get());
-  auto* const pools = reinterpret_cast<std::uint8_t*>(block.get() + 2 * samples);
+  auto* const pools = reinterpret_cast<std::uint8_t*>(maps + 4 * samples);
 
   const std::int32_t bandRows = bandHeight(frame.lowHeight);
   std::array<TLUX_GUIDE_CONTEXT, kBandCount> bands{};
@@ -135,7 +148,8 @@ std::uint32_t filterInStrips(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
     TLUX_GUIDE_CONTEXT& band = bands[static_cast<std::size_t>(i)];
     band = frame;
     // Pools of their own, since the caller's has no lock.
-    band.manager = MMemMgrCreate(pools + i * share, static_cast<std::uint64_t>(share));
+    band.manager =
+        MMemMgrCreate(pools + i * layout.share, static_cast<std::uint64_t>(layout.share));
     band.rawA = maps;
     band.rawB = maps + samples;
     band.smoothA = maps + 2 * samples;

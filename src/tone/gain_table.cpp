@@ -2,6 +2,7 @@
 
 #include "exposure/fill_light_curve.hpp"
 #include "exposure/linear_gain.hpp"
+#include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/retinex.h"
 
@@ -10,6 +11,10 @@ namespace tlux {
 void fillGainTable(std::uint16_t* table, std::uint32_t strength) {
   fillLightCurve(table, strength, kUnityGain);
   table[32768] = table[32769]; // the curve has no entry for score −32768 of its own
+}
+
+std::int64_t gainTablePoolBytes() {
+  return poolBlock(kGainTableEntries * sizeof(std::uint16_t));
 }
 
 } // namespace tlux

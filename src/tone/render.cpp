@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/pool_need.hpp"
 #include "tone/chroma_rule.hpp"
 #include "tone/fast_guided_filter.hpp"
 
@@ -123,6 +124,10 @@ std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReferen
     });
   }
   return result;
+}
+
+std::int64_t renderPoolBytes(std::int32_t width, std::int32_t height) {
+  return poolBlock(FilterBlock(width, height, workerPoolBytes(width, kFilterRadius)).bytes());
 }
 
 } // namespace tlux

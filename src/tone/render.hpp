@@ -25,4 +25,7 @@ enum class Rest {
 std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
                           const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest);
 
+// What renderFrame() takes out of a pool for a reference of this size.
+std::int64_t renderPoolBytes(std::int32_t width, std::int32_t height);
+
 } // namespace tlux

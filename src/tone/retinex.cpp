@@ -11,6 +11,7 @@
 #include "exposure/mean.hpp"
 #include "exposure/pyramid.hpp"
 #include "exposure/score.hpp"
+#include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/retinex.h"
 #include "tone/score_tables.hpp"
@@ -27,6 +28,11 @@ constexpr std::int32_t kLargestEnergy = 32767;
 // What the levels of the pyramid and the row buffers of its blends need, but for narrow frames.
 std::int64_t pyramidSamples(std::int64_t pixels) {
   return pixels < 2050 ? 1024 : pixels / 2;
+}
+
+// Two planes and the samples of the pyramid.
+std::int64_t workSamples(std::int64_t pixels) {
+  return 2 * pixels + pyramidSamples(pixels);
 }
 
 // Linear light to log luminance about its anchor, half-way between the frame's mean and grey.
@@ -56,7 +62,7 @@ std::int32_t toDeviation(const Samples& plane) {
   });
 }
 
-// `memory` holds two planes and the samples of the pyramid.
+// `memory` holds workSamples().
 std::uint32_t scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexFrame& frame) {
   const std::int64_t pixels = std::int64_t{frame.width} * frame.height;
   const auto planeAt = [&](auto* data) { return packedPlane(data, frame.width, frame.height); };
@@ -89,7 +95,7 @@ std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& 
   const std::int64_t pixels = std::int64_t{frame.width} * frame.height;
   if (pixels > std::numeric_limits<std::int64_t>::max() / 8) return TLUX_ERR_NO_MEMORY;
 
-  const std::int64_t samples = 2 * pixels + pyramidSamples(pixels);
+  const std::int64_t samples = workSamples(pixels);
   const bool fitsGiven = 2 * samples <= 5 * pixels;
   if (workBuffer != nullptr && fitsGiven) {
     return scoreFrameIn(static_cast<std::int16_t*>(workBuffer), manager, frame);
@@ -97,6 +103,11 @@ std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& 
   const Scratch<std::int16_t> own(manager, samples);
   if (!own) return TLUX_ERR_NO_MEMORY;
   return scoreFrameIn(own.get(), manager, frame);
+}
+
+std::int64_t scorePoolBytes(std::int32_t width, std::int32_t height) {
+  const std::int64_t samples = workSamples(std::int64_t{width} * height);
+  return poolBlock(samples * std::int64_t{sizeof(std::int16_t)}) + pyramidPoolBytes(width, height);
 }
 
 } // namespace tlux

@@ -1,7 +1,9 @@
 #include "tone/score_reference.hpp"
 
+#include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/retinex.h"
+#include "tone/retinex.hpp"
 
 namespace tlux {
 namespace {
@@ -25,6 +27,11 @@ bool scoreReference(MMemMgr manager, Plane<const std::uint8_t> reference,
   linearise(reference, degamma, luma.get());
   return AME_GenerateRetinexLogGain(manager, nullptr, luma.get(), reference.width, reference.height,
                                     scores) == TLUX_OK;
+}
+
+std::int64_t scoreReferencePoolBytes(std::int32_t width, std::int32_t height) {
+  return poolBlock(std::int64_t{width} * height * std::int64_t{sizeof(std::int16_t)}) +
+         scorePoolBytes(width, height);
 }
 
 } // namespace tlux

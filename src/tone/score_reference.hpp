@@ -13,4 +13,7 @@ namespace tlux {
 [[nodiscard]] bool scoreReference(MMemMgr manager, Plane<const std::uint8_t> reference,
                                   const std::uint16_t* degamma, std::uint16_t* scores);
 
+// What scoreReference() takes out of a pool.
+std::int64_t scoreReferencePoolBytes(std::int32_t width, std::int32_t height);
+
 } // namespace tlux

@@ -5,9 +5,11 @@
 #include <utility>
 
 #include "image/format.hpp"
+#include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/retinex.h"
 #include "tlux/tone_stage.h"
+#include "tone/gain_table.hpp"
 #include "tone/map_reference.hpp"
 #include "tone/score_reference.hpp"
 
@@ -106,6 +108,14 @@ std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engin
                                    reference.pitch};
   mapOnTeam(team, engine, reference, mapped);
   return renderFrame(manager, team, {reference, mapped}, source, output, rest);
+}
+
+std::int64_t toneMapPoolBytes(std::int32_t width, std::int32_t height,
+                              std::int64_t referencePitch) {
+  const std::int64_t scores = std::int64_t{width} * height * std::int64_t{sizeof(std::uint16_t)};
+  const std::int64_t mapping = poolBlock(height * referencePitch) + renderPoolBytes(width, height);
+  return poolBlock(scores) + gainTablePoolBytes() +
+         std::max(scoreReferencePoolBytes(width, height), mapping);
 }
 
 } // namespace tlux

@@ -20,4 +20,8 @@ std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engin
                            const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                            std::uint32_t strength, Rest rest);
 
+// What toneMapFrame() takes out of a pool for a reference frame of this size, what it leaves in the
+// engine included.
+std::int64_t toneMapPoolBytes(std::int32_t width, std::int32_t height, std::int64_t referencePitch);
+
 } // namespace tlux
