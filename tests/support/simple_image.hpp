@@ -85,4 +85,11 @@ class TestImage {
   Bytes given_;
 };
 
+// Calls a function that takes its images as planes.
+template <class Function, class... More>
+std::uint32_t onPlanes(Function* function, MMemMgr manager, const img& in, const img& out,
+                       More... more) {
+  return function(manager, in.data, in.stride, out.data, out.stride, in.width, in.height, more...);
+}
+
 } // namespace tlux::test
