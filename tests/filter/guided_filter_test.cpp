@@ -9,8 +9,7 @@
 #include <vector>
 
 #include "reference/guided_filter.hpp"
-#include "support/fault_injection.hpp"
-#include "support/pool.hpp"
+#include "support/null_arguments.hpp"
 #include "support/simple_image.hpp"
 
 namespace tlux::test {
@@ -173,39 +172,6 @@ TEST(GuidedFilter, ThreeChannelsKeepAnEdgeOfColour) {
   EXPECT_LT(blurred.pixels()[edge] - blurred.pixels()[edge - 1], 60);
 }
 
-TEST(GuidedFilter, WithoutMemoryLeavesTheOutputAloneAndReleasesWhatItHad) {
-  Random random(6);
-  const Pool pool(32000);
-  for (const Member& member : kMembers) {
-    SCOPED_TRACE(member.name);
-    TestImage I(random, 12, 9, member.channels);
-    TestImage p(random, 12, 9, 1);
-    TestImage q(12, 9, 1, 8);
-    const Bytes untouched(12 * 9, 0);
-    const auto filtered = [&](MMemMgr manager) {
-      q.setPixels(untouched);
-      member.filter(manager, I, p, q, 2);
-      return q.pixels();
-    };
-    const Bytes done = filtered(nullptr);
-    const long live = liveAllocations();
-    const int faults = sweepFaults(failAllocation, [&] {
-      const Bytes pixels = filtered(nullptr);
-      EXPECT_EQ(pixels, faultFired() ? untouched : done);
-    });
-    EXPECT_EQ(faults, 2);
-    const int threads = sweepFaults(failThreadStart, [&] { EXPECT_EQ(filtered(nullptr), done); });
-    EXPECT_EQ(threads, member.filter == guided_filter_1dI ? 4 : 0);
-    EXPECT_EQ(liveAllocations(), live);
-
-    const long asked = allocationCount();
-    member.filter(pool, I, p, p, 2); // the heap is not asked
-    EXPECT_EQ(allocationCount(), asked);
-    EXPECT_TRUE(pool.isWhole());
-    EXPECT_TRUE(!member.worksInPlace || p.pixels() == done);
-  }
-}
-
 TEST(GuidedFilter, WritesNothingForImagesItDoesNotTake) {
   for (const Member& member : kMembers) {
     SCOPED_TRACE(member.name);
@@ -217,9 +183,7 @@ TEST(GuidedFilter, WritesNothingForImagesItDoesNotTake) {
       EXPECT_EQ(q.pixels(), Bytes(30, 9));
     };
     expectUntouched(I, p, q, -1);
-    expectUntouched(I, p, nullptr, 1);
-    expectUntouched(nullptr, p, q, 1);
-    expectUntouched(I, nullptr, q, 1);
+    callWithEachNull(expectUntouched, &I.record, &p.record, &q.record, 1);
     for (TestImage* image : {&I, &p, &q}) {
       const img original = image->record;
       const auto expectUntouchedWith = [&](auto img::*field, auto value) {
