@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "exposure/contents.hpp"
-#include "support/fault_injection.hpp"
 #include "support/guarded_buffer.hpp"
+#include "support/null_arguments.hpp"
 #include "tlux/statistics.h"
 
 namespace tlux::test {
@@ -137,20 +137,6 @@ TEST(PyramidFilter, NeedsTheScratchThatItStates) {
   }
 }
 
-TEST(PyramidFilter, ReleasesItsRecordsWhateverHappens) {
-  const LogPlane source = makePlane(Content::kGradient, 60, 34, -3000, 3000);
-  const auto expected = reference::pyramidBase(source, 1024);
-  const int faults = sweepFaults(failAllocation, [&] {
-    const long live = liveAllocations();
-    const Filtered actual = filter(source, 1024);
-    EXPECT_EQ(liveAllocations(), live);
-    const Samples untouched(source.samples.size(), kUntouched);
-    EXPECT_EQ(actual.output.samples, faultFired() ? untouched : expected->samples);
-    EXPECT_EQ(actual.statistics[0] == 1, faultFired());
-  });
-  EXPECT_EQ(faults, 6); // one record per level: 30, 15, 8, 4, 2 and 1 wide
-}
-
 TEST(PyramidFilter, SkipsWhatHasNoLevelsOrPlanes) {
   for (const auto& [width, height] : {std::pair{1, 1}, {1, 50}, {50, 1}}) {
     const Filtered actual = filter(makePlane(Content::kNoise, width, height, 1, 9), 100);
@@ -160,9 +146,8 @@ TEST(PyramidFilter, SkipsWhatHasNoLevelsOrPlanes) {
   Samples plane(64, 7);
   Samples output(64, kUntouched);
   Samples scratch(64);
-  AME_PyramidFilter(nullptr, nullptr, nullptr, 8, 8, output.data(), 8, 8, scratch.data(), 64);
-  AME_PyramidFilter(nullptr, nullptr, plane.data(), 8, 8, nullptr, 8, 8, scratch.data(), 64);
-  AME_PyramidFilter(nullptr, nullptr, plane.data(), 8, 8, output.data(), 8, 8, nullptr, 64);
+  callWithEachNull(AME_PyramidFilter, nullptr, nullptr, plane.data(), 8, 8, output.data(), 8, 8,
+                   scratch.data(), 64);
   AME_PyramidFilter(nullptr, nullptr, plane.data(), 8, 7, output.data(), 8, 8, scratch.data(), 64);
   AME_PyramidFilter(nullptr, nullptr, plane.data(), 8, 8, output.data(), 8, 8, scratch.data(), -1);
   EXPECT_EQ(output, Samples(64, kUntouched));

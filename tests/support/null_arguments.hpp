@@ -12,9 +12,8 @@
 
 namespace tlux::test {
 
-// Calls call(arguments...) once for each pointer among the arguments, with null
-// in its place. An argument that is given as nullptr may be missing and is not
-// counted.
+// Calls call(arguments...) once for each pointer among the arguments, with null in its place. An
+// argument that is given as nullptr may be missing and is not counted.
 template <class Call, class... Arguments>
 void callWithEachNull(Call call, Arguments... arguments) {
   const auto callWithout =

@@ -30,8 +30,7 @@ class Pool {
   std::int64_t whole_;
 };
 
-// Whether call(manager) takes all its memory from the pool that it is given,
-// and gives it back.
+// Whether call(manager) takes all its memory from the pool that it is given, and gives it back.
 template <class Call>
 void expectLivesInPool(std::size_t bytes, Call&& call) {
   const Pool pool(bytes);

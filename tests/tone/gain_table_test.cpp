@@ -4,7 +4,6 @@
 
 #include "reference/retinex.hpp"
 #include "support/fault_injection.hpp"
-#include "tlux/platform.h"
 #include "tlux/retinex.h"
 
 namespace tlux::test {
@@ -25,17 +24,6 @@ TEST(GainTable, HoldsTheGainsOfTheLatestStrength) {
     EXPECT_EQ(first[32768], first[32769]);
   }
   TLUX_Uninit(nullptr, engine);
-}
-
-TEST(GainTable, ReportsAFailedAllocation) {
-  TLUX_ENGINE engine{};
-  const int faults = sweepFaults(failAllocation, [&] {
-    const auto result = TLUX_TonemapGainLUT(nullptr, &engine, 50);
-    EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
-    EXPECT_EQ(engine.gainLut == nullptr, faultFired());
-  });
-  EXPECT_EQ(faults, 1);
-  MMemFree(nullptr, engine.gainLut);
   EXPECT_EQ(TLUX_TonemapGainLUT(nullptr, nullptr, 50), TLUX_ERR_INVALID_PARAM);
 }
 

@@ -4,8 +4,8 @@
 #include <cmath>
 #include <vector>
 
-#include "support/fault_injection.hpp"
 #include "support/frame.hpp"
+#include "support/null_arguments.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/resample.h"
 
@@ -70,7 +70,7 @@ TEST(FloatGuidedFilter, UniformSourceGivesItsReducedLevel) {
   EXPECT_EQ(frame.bytes(0), Bytes(48 * 32, Frame::kBlank - 1));
 }
 
-TEST(FloatGuidedFilter, AnswersBadArgumentsAndMissingMemory) {
+TEST(FloatGuidedFilter, AnswersBadArguments) {
   Frame source({32, 32});
   Frame output({32, 32});
   Frame tiny({15, 40, 16});
@@ -86,9 +86,7 @@ TEST(FloatGuidedFilter, AnswersBadArgumentsAndMissingMemory) {
   };
   const TLUX_IMAGE* const good = source.get();
   TLUX_IMAGE* const out = output.get();
-  for (const Case& c : {Case{nullptr, good, out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
-                        {good, nullptr, out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
-                        {good, tiny.get(), out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
+  for (const Case& c : {Case{good, tiny.get(), out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
                         {tiny.get(), good, out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
                         {good, good, out, 0, 1.0F, TLUX_ERR_INVALID_PARAM},
                         {gray.get(), good, out, 2, 1.0F, TLUX_ERR_UNSUPPORTED},
@@ -97,9 +95,8 @@ TEST(FloatGuidedFilter, AnswersBadArgumentsAndMissingMemory) {
                         {tiny.get(), tiny.get(), tiny.get(), 2, 1.0F, TLUX_OK}}) {
     EXPECT_EQ(FastGuidedFilter(nullptr, c.source, c.guide, c.output, c.radius, c.eps), c.result);
   }
+  expectRefusesEachNull(FastGuidedFilter, nullptr, good, good, out, 2, 1.0F);
   EXPECT_TRUE(output == Frame({32, 32}));
-  EXPECT_GE(sweepAllocations([&] { return FastGuidedFilter(nullptr, good, good, out, 2, 1.0F); }),
-            6);
 }
 
 } // namespace
