@@ -154,8 +154,7 @@ TEST(RegionContract, TheCountOfChangesMayBeNull) {
   EXPECT_EQ(ring.values, std::vector<std::uint8_t>(25, 0));
 }
 
-// The size of a pool that serves every mask is published; these masks need the
-// most.
+// The size of a pool that serves every mask is published; these masks need the most.
 TEST(RegionContract, WorksInThePublishedPoolAlone) {
   for (const auto& [width, height] :
        {std::pair{1, 1}, {1, 300}, {300, 1}, {2, 50}, {63, 64}, {65, 9}}) {

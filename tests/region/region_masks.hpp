@@ -30,8 +30,8 @@ MaskGrid drawMask(int width, int height, IsSet&& isSet) {
   return mask;
 }
 
-// A mask in a plane with padded rows, of which the last ends with its last
-// pixel at a page that cannot be touched.
+// A mask in a plane with padded rows, of which the last ends with its last pixel at a page that
+// cannot be touched.
 template <class T>
 class PaddedGrid {
  public:
@@ -69,8 +69,7 @@ class PaddedGrid {
 };
 using PaddedMask = PaddedGrid<std::uint8_t>;
 
-// A line one pixel wide that winds inward with one clear pixel between its
-// turns.
+// A line one pixel wide that winds inward with one clear pixel between its turns.
 inline MaskGrid spiral(int width, int height) {
   MaskGrid mask{width, height};
   int x = 0;
