@@ -5,10 +5,13 @@
 #   clang  Clang and its sanitizers       lint   formatter and static checks
 #   aarch64  GCC for AArch64, an emulator and the sources of GoogleTest
 #   docs   generator of the reference
+#   java   what the camera example for Android is tested with
+#   abi    comparison of the interface with its baseline
+#   archives  GNU parallel, for pictures by the thousand
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi|archives …" >&2
   exit 1
 }
 
@@ -22,6 +25,9 @@ packages_of() {
     aarch64) echo g++-aarch64-linux-gnu qemu-user googletest ;;
     lint) echo git clang-format clang-tidy ;;
     docs) echo doxygen ;;
+    java) echo default-jdk-headless ;;
+    abi) echo abigail-tools ;;
+    archives) echo parallel ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }

@@ -95,7 +95,8 @@ class Docs(unittest.TestCase):
                         self.assertTrue(os.access(SOURCE / words[0], os.X_OK), f"{where}: {words[0]}")
                 folder = self.root / f"sh{number}"
                 (folder / "build").mkdir(parents=True)
-                (folder / "build/release").symlink_to(BUILD)
+                for preset in ("release", "android"):
+                    (folder / "build" / preset).symlink_to(BUILD)
                 (folder / "examples").symlink_to(SOURCE / "examples")
                 script = "\n".join(line for line in lines if not is_step_of_ci(line))
                 self.check(where, run(["sh", "-euc", script], cwd=folder,
