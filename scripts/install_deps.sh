@@ -7,18 +7,17 @@
 #   docs   generator of the reference
 #   java   what the camera example for Android is tested with
 #   abi    comparison of the interface with its baseline
-#   archives  GNU parallel, for pictures by the thousand
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi|archives …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi …" >&2
   exit 1
 }
 
 packages_of() {
   case $1 in
     build) echo g++ cmake ninja-build pkg-config ;;
-    test) echo libgtest-dev python3 ffmpeg ;;
+    test) echo libgtest-dev python3 ffmpeg parallel ;;
     app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev ;;
     bench) echo libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev ;;
     clang) echo clang libclang-rt-dev ;;
@@ -27,7 +26,6 @@ packages_of() {
     docs) echo doxygen ;;
     java) echo default-jdk-headless ;;
     abi) echo abigail-tools ;;
-    archives) echo parallel ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }
