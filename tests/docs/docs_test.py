@@ -113,6 +113,15 @@ class Docs(unittest.TestCase):
             for group in re.findall(r"@defgroup (\w+)", header.read_text()):
                 self.assertIn(group, placed, f"{header.name}: add the group to docs/reference.dox")
 
+    def test_pages_name_every_preset_and_option(self):
+        building = (SOURCE / "docs/building.md").read_text()
+        presets = json.loads((SOURCE / "CMakePresets.json").read_text())["configurePresets"]
+        for name in (preset["name"] for preset in presets if not preset.get("hidden")):
+            self.assertIn(f"`{re.sub('(?<=[at]san-).*', '…', name)}`", building)
+        cmake = (SOURCE / "CMakeLists.txt").read_text()
+        for option in re.findall(r"^(?:option\(|set\()(TLUX_\w+)", cmake, re.MULTILINE):
+            self.assertIn(f"`{option}`", building)
+
     def test_links_lead_somewhere(self):
         for page in PAGES:
             for target in re.findall(r"\]\(([^)#:]+)\)", page.read_text()):
