@@ -86,6 +86,7 @@ class Docs(unittest.TestCase):
         presets = json.loads((SOURCE / "CMakePresets.json").read_text())
         names = {preset["name"] for kind in presets if kind.endswith("Presets") for preset in presets[kind]
                  if not preset.get("hidden")}
+        groups = set(re.findall(r"^    (\w+)\) echo", (SOURCE / "scripts/install_deps.sh").read_text(), re.MULTILINE))
         for number, (where, text) in enumerate(blocks("sh")):
             with self.subTest(where):
                 lines = [line for line in text.replace("\\\n", " ").splitlines() if line.strip()]
@@ -98,6 +99,8 @@ class Docs(unittest.TestCase):
                         self.assertIn(f"add_executable({Path(words[0]).name} ", (SOURCE / "bench/CMakeLists.txt").read_text())
                     else:
                         self.assertTrue(os.access(SOURCE / words[0], os.X_OK), f"{where}: {words[0]}")
+                        if words[0] == "scripts/install_deps.sh":
+                            self.assertLessEqual(set(words[1:]), groups, where)
                 folder = self.root / f"sh{number}"
                 (folder / "build").mkdir(parents=True)
                 for preset in ("release", "android"):
@@ -126,6 +129,8 @@ class Docs(unittest.TestCase):
         for page in PAGES:
             for target in re.findall(r"\]\(([^)#:]+)\)", page.read_text()):
                 self.assertTrue((page.parent / target).exists(), f"{page.relative_to(SOURCE)}: {target}")
+            for place in re.findall(r"`((?:src|tests|scripts|bench|fuzz|include|cmake)/[\w/.]+)", page.read_text()):
+                self.assertTrue((SOURCE / place).exists(), f"{page.relative_to(SOURCE)}: {place}")
 
 
 if __name__ == "__main__":

@@ -49,7 +49,7 @@ public final class FrameOptimizer implements AutoCloseable {
    * matter.
    *
    * @param strength 0 keeps the tones, 20 is moderate, 100 strong
-   * @param output from newOutput(); overwritten
+   * @param output from newOutput(); overwritten, also when the frame fails; not one of the planes
    * @return the order of the result's chroma, the frame's own where its chroma is interleaved:
    *     {@link #NV21} or {@link #NV12}
    */
