@@ -43,6 +43,10 @@ for group; do
   done
 done
 [ -n "$missing" ] || exit 0
+if ! command -v apt-get >/dev/null; then
+  echo "install_deps.sh: no Debian machine; install what these packages hold:$missing" >&2
+  exit 1
+fi
 
 as_root=
 [ "$(id -u)" -eq 0 ] || as_root=sudo

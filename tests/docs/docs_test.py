@@ -79,7 +79,7 @@ class Docs(unittest.TestCase):
                 (project / "main.c").write_text("int main(void) { return 0; }\n")
                 (project / "CMakeLists.txt").write_text(
                     f"cmake_minimum_required(VERSION 3.25)\nproject(app C)\nadd_executable(app main.c)\n{code}")
-                self.check(where, run(["cmake", "-S", project, "-B", project / "build", f"-DCMAKE_C_COMPILER={CC}",
+                self.check(where, run(["cmake", "-G", "Ninja", "-S", project, "-B", project / "build", f"-DCMAKE_C_COMPILER={CC}",
                                        f"-DCMAKE_CXX_COMPILER={CXX}", f"-DCMAKE_PREFIX_PATH={self.prefix}"]))
 
     def test_commands_run(self):
