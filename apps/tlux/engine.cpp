@@ -49,15 +49,19 @@ Engine::Engine() {
 
 FramePtr Engine::run(const AVFrame& source, uint32_t strength) {
   FramePtr result = makeSemiPlanarLike(source);
+  run(source, strength, *result);
+  return result;
+}
+
+void Engine::run(const AVFrame& source, uint32_t strength, AVFrame& result) {
   const TLUX_IMAGE input = view(source);
-  TLUX_IMAGE output = view(*result);
+  TLUX_IMAGE output = view(result);
   const uint32_t code = TLUX_RunDynamicRangeOptimizationImage(nullptr, engine_.get(), &input,
                                                               kOptimizeMode, &output, &strength, 0);
   if (code != TLUX_OK) {
     throw std::runtime_error(
         fmt::format("optimization failed: {} ({})", describeResult(code), code));
   }
-  return result;
 }
 
 FramePtr Engine::runSeamlessly(const AVFrame& source, uint32_t strength) {

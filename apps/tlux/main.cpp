@@ -61,7 +61,7 @@ ExitCode runCommandLine(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     tlux::app::captureAvLog();
-    tlux::app::removeTemporaryOnSignals();
+    tlux::app::removeTemporariesOnSignals();
     return static_cast<int>(runCommandLine(argc, argv));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "tlux: %s\n", error.what());

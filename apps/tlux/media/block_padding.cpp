@@ -8,8 +8,6 @@ namespace tlux::app {
 
 namespace {
 
-constexpr int kBlock = 16;
-
 /** One plane of a frame; rows are bytes, chroma having two to the sample and half the rows. */
 struct Plane {
   uint8_t* data;

@@ -10,6 +10,8 @@ namespace tlux::app {
 // from the lower right. Rows follow each other without a gap, because the library pairs chroma with
 // luma by the width.
 
+constexpr int kBlock = 16;
+
 /** The frame with repeated first columns and rows; null where it can stay as it is, being of whole
  * blocks without gaps, or too small to be optimized. */
 FramePtr extendToBlocks(const AVFrame& frame);
