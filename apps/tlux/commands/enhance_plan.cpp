@@ -89,10 +89,10 @@ JobSettings settingsFor(const EnhanceOptions& options) {
   if (av_parse_video_rate(&settings.fps, options.fps.c_str()) < 0) {
     throw Error(ExitCode::kUsage, "--fps", "'" + options.fps + "' is not a number of frames");
   }
-  const bool isKnown =
-      options.codec.empty() || avcodec_find_encoder_by_name(options.codec.c_str()) != nullptr;
-  if (!isKnown) {
-    throw Error(ExitCode::kUsage, "--codec", "there is no encoder '" + options.codec + "'");
+  if (options.codec.empty()) return settings;
+  const AVCodec* encoder = avcodec_find_encoder_by_name(options.codec.c_str());
+  if (encoder == nullptr || encoder->type != AVMEDIA_TYPE_VIDEO) {
+    throw Error(ExitCode::kUsage, "--codec", "there is no video encoder '" + options.codec + "'");
   }
   return settings;
 }

@@ -46,7 +46,7 @@ InputContainer openByContent(const std::filesystem::path& file) {
   av_dict_set(&options, "protocol_whitelist", "none", 0);
   const int result = avformat_open_input(&container, nullptr, nullptr, &options);
   av_dict_free(&options);
-  if (result == AVERROR_INVALIDDATA) return {};
+  if (result == AVERROR_INVALIDDATA) return {nullptr, nullptr, AvError(result).what()};
   check(result);
   source.format.reset(container);
   return source;

@@ -12,6 +12,7 @@ namespace tlux::app {
 struct InputContainer {
   IoPtr io;
   FormatPtr format;
+  std::string reason; // why there is no format
 };
 
 Error unreadable(const std::filesystem::path& file, const std::string& reason);

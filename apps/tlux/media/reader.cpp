@@ -18,7 +18,7 @@ InputContainer openByExtension(const std::filesystem::path& file) {
                                          av_find_input_format("image2"), &options);
   av_dict_free(&options);
   if (result < 0) throw std::runtime_error("is not a picture of a known kind");
-  return {nullptr, FormatPtr(container)};
+  return {nullptr, FormatPtr(container), {}};
 }
 
 int findPictureStream(AVFormatContext& container) {

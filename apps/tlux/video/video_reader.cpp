@@ -62,7 +62,8 @@ VideoReader::VideoReader(const std::filesystem::path& file, const ReadingOptions
 
 void VideoReader::open(const ReadingOptions& options) {
   container_ = openByContent(file_);
-  if (container_.format == nullptr) throw std::runtime_error("is not of a known kind");
+  if (container_.format == nullptr)
+    throw std::runtime_error("cannot be decoded: " + container_.reason);
   properties_.container = container_.format.get();
   properties_.stream = findVideoStream(*container_.format);
   openDecoder(options.threads);
@@ -143,11 +144,11 @@ bool VideoReader::feed(std::vector<PacketPtr>& packets) {
       endOfPackets(result);
       return true;
     }
+    remember(*packet);
     if (packet->stream_index != properties_.stream) {
       packets.push_back(std::move(packet));
       continue;
     }
-    lastPacketEnd_ = packet->pos + packet->size;
     const int sent = avcodec_send_packet(decoder_.get(), packet.get());
     if (sent == AVERROR_INVALIDDATA) {
       ++damaged_;
@@ -158,15 +159,40 @@ bool VideoReader::feed(std::vector<PacketPtr>& packets) {
   }
 }
 
+void VideoReader::remember(const AVPacket& packet) {
+  lastByte_ = packet.pos + packet.size;
+  isLastCorrupt_ = (packet.flags & AV_PKT_FLAG_CORRUPT) != 0;
+  const int64_t time = packet.pts == AV_NOPTS_VALUE ? packet.dts : packet.pts;
+  if (time == AV_NOPTS_VALUE) return;
+  const AVRational timeBase = container_.format->streams[packet.stream_index]->time_base;
+  lastTime_ = std::max(lastTime_, av_rescale_q(time + packet.duration, timeBase, AV_TIME_BASE_Q));
+}
+
 void VideoReader::endOfPackets(int reason) {
   if (reason != AVERROR_EOF) check(reason);
-  // The reader of this format drops a last frame that is cut short without a word.
-  const bool isY4m = std::string_view(container_.format->iformat->name) == "yuv4mpegpipe";
-  if (isY4m && avio_tell(container_.format->pb) > lastPacketEnd_) {
-    throw std::runtime_error("ends in the middle of a frame");
+  if (isCutShort()) {
+    throw std::runtime_error(
+        fmt::format("breaks off after {:.1f} s", static_cast<double>(lastTime_) / AV_TIME_BASE));
   }
   packetsEnded_ = true;
   check(avcodec_send_packet(decoder_.get(), nullptr));
+}
+
+/** Most of FFmpeg's readers take the end of a file that is cut short for the end of the video. */
+bool VideoReader::isCutShort() const {
+  const AVFormatContext& container = *container_.format;
+  // Recordings of transport streams break off anywhere.
+  if ((container.iformat->flags & AVFMT_TS_DISCONT) != 0) return false;
+  if (isLastCorrupt_) return true;
+  // The reader of this format drops part of a frame without a word.
+  const bool isY4m = std::string_view(container.iformat->name) == "yuv4mpegpipe";
+  if (isY4m) return avio_tell(container.pb) > lastByte_;
+  const bool knowsDuration =
+      container.duration > 0 && container.duration_estimation_method == AVFMT_DURATION_FROM_STREAM;
+  if (!knowsDuration) return false;
+  constexpr int64_t kTolerance = AV_TIME_BASE / 2;
+  const int64_t start = container.start_time == AV_NOPTS_VALUE ? 0 : container.start_time;
+  return lastTime_ + kTolerance < start + container.duration;
 }
 
 /** Frames need times that grow; some containers tell none, and damaged ones tell them twice. */

@@ -30,7 +30,9 @@ class VideoReader : public FrameSource {
   void describe(const AVFrame& first, Orientation orientation);
   bool decode(std::vector<PacketPtr>& packets);
   bool feed(std::vector<PacketPtr>& packets);
+  void remember(const AVPacket& packet);
   void endOfPackets(int reason);
+  bool isCutShort() const;
   void setTimes(AVFrame& frame);
   AVStream& stream() const { return *container_.format->streams[properties_.stream]; }
 
@@ -43,7 +45,9 @@ class VideoReader : public FrameSource {
   std::vector<PacketPtr> packetsBeforeFirst_;
   bool holdsFirst_ = false;
   bool packetsEnded_ = false;
-  int64_t lastPacketEnd_ = 0;
+  int64_t lastByte_ = 0; // where the last packet ends in the file
+  int64_t lastTime_ = 0; // where the latest packet ends, in AV_TIME_BASE
+  bool isLastCorrupt_ = false;
   int64_t lastPts_ = 0;
   bool hasTimes_ = false;
   int64_t damaged_ = 0;

@@ -1,7 +1,5 @@
 #include "video/video_writer.hpp"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <utility>
 
@@ -15,10 +13,17 @@ constexpr AVRational kUsualRate = {25, 1};
 
 const AVCodec& findEncoder(const std::string& name) {
   const AVCodec* encoder = avcodec_find_encoder_by_name(name.c_str());
-  if (encoder == nullptr || encoder->type != AVMEDIA_TYPE_VIDEO) {
-    throw std::runtime_error(fmt::format("there is no video encoder {}", name));
-  }
+  if (encoder == nullptr) throw std::runtime_error("this FFmpeg has no encoder " + name);
   return *encoder;
+}
+
+/** Times in transport streams begin anywhere; elsewhere that would be a pause at the start. */
+void startAtZero(const AVFormatContext& source, AVFormatContext& target) {
+  const bool sourceBeginsAnywhere = (source.iformat->flags & AVFMT_TS_DISCONT) != 0;
+  const bool targetDoes = (target.oformat->flags & AVFMT_TS_DISCONT) != 0;
+  if (sourceBeginsAnywhere && !targetDoes && source.start_time != AV_NOPTS_VALUE) {
+    target.output_ts_offset = -source.start_time;
+  }
 }
 
 bool isInterlaced(AVFieldOrder order) {
@@ -63,6 +68,7 @@ void VideoWriter::open(const VideoFormat& format, const WritingOptions& options)
   openEncoder(options);
   addVideoStream(format);
   if (properties_.container != nullptr) {
+    startAtZero(*properties_.container, *container_);
     copyContainerDescription(*properties_.container, *container_);
     copies_.emplace(*properties_.container, properties_.stream, *container_);
   }
