@@ -35,10 +35,26 @@ void keepKnownTag(AVCodecParameters& stream, const AVOutputFormat& format) {
   if (!isKnown) stream.codec_tag = 0;
 }
 
+/** AVI tells packets of a fixed length for these where they have none, and times go wrong by it. */
+void forgetBlockLength(AVCodecParameters& stream) {
+  switch (stream.codec_id) {
+    case AV_CODEC_ID_AAC:
+    case AV_CODEC_ID_AC3:
+    case AV_CODEC_ID_EAC3:
+    case AV_CODEC_ID_MP2:
+    case AV_CODEC_ID_MP3:
+      stream.block_align = 0;
+      break;
+    default:
+      break;
+  }
+}
+
 AVStream* addCopy(const AVStream& from, AVFormatContext& target) {
   AVStream* to = checkAllocated(avformat_new_stream(&target, nullptr));
   check(avcodec_parameters_copy(to->codecpar, from.codecpar));
   keepKnownTag(*to->codecpar, *target.oformat);
+  forgetBlockLength(*to->codecpar);
   to->time_base = from.time_base;
   to->avg_frame_rate = from.avg_frame_rate;
   to->r_frame_rate = from.r_frame_rate;

@@ -17,19 +17,19 @@ namespace {
 
 const std::vector<VideoFormat>& videoFormats() {
   static const std::vector<VideoFormat> formats = {
-      {"mp4", "libx264", {"mp4", "m4v"}, true},
-      {"mov", "libx264", {"mov", "qt"}, true},
-      {"matroska", "libx264", {"mkv"}},
-      {"webm", "libvpx-vp9", {"webm"}},
+      {"mp4", "libx264", {"mp4", "m4v"}, true, true},
+      {"mov", "libx264", {"mov", "qt"}, true, true},
+      {"matroska", "libx264", {"mkv"}, true},
+      {"webm", "libvpx-vp9", {"webm"}, true},
       {"avi", "libx264", {"avi"}},
-      {"mpegts", "libx264", {"ts", "mts", "m2ts"}},
-      {"flv", "libx264", {"flv"}},
-      {"3gp", "libx264", {"3gp"}, true},
-      {"asf", "wmv2", {"wmv", "asf"}},
+      {"mpegts", "libx264", {"ts", "mts", "m2ts"}, true},
+      {"flv", "libx264", {"flv"}, true},
+      {"3gp", "libx264", {"3gp"}, true, true},
+      {"asf", "wmv2", {"wmv", "asf"}, true},
       {"ogv", "libtheora", {"ogv"}},
-      {"dvd", "mpeg2video", {"mpg", "mpeg", "vob"}},
+      {"vob", "mpeg2video", {"mpg", "mpeg", "vob"}},
       {"mxf", "mpeg2video", {"mxf"}},
-      {"nut", "libx264", {"nut"}},
+      {"nut", "libx264", {"nut"}, true},
       {"yuv4mpegpipe", "wrapped_avframe", {"y4m"}},
   };
   return formats;

@@ -13,6 +13,7 @@ struct VideoFormat {
   const char* muxer; // FFmpeg's names
   const char* encoder;
   std::vector<const char*> extensions; // lower case, without the dot
+  bool keepsTimes = false;             // of each frame; elsewhere they follow at a fixed rate
   bool keepsRotation = false;          // as a display matrix; elsewhere frames are turned
 };
 

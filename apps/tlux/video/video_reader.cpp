@@ -11,6 +11,8 @@ extern "C" {
 #include <string_view>
 #include <utility>
 
+#include "media/alpha.hpp"
+
 namespace tlux::app {
 
 namespace {
@@ -90,14 +92,20 @@ void VideoReader::describe(const AVFrame& first, Orientation orientation) {
   p.frameRate = av_guess_frame_rate(container, &stream(), nullptr);
   p.sampleAspect = av_guess_sample_aspect_ratio(container, &stream(), decoded_.get());
   if (orientation.exchangeAxes && p.sampleAspect.num > 0) p.sampleAspect = av_inv_q(p.sampleAspect);
-  p.range = colorEncodingOf(first).range;
-  p.matrix = isRgbLayout(first.format) ? AVCOL_SPC_BT470BG : first.colorspace;
+  // Red, green and blue know no range; limited is what videos usually have.
+  const bool isRgb = isRgbLayout(first.format);
+  p.range = isRgb ? AVCOL_RANGE_MPEG : colorEncodingOf(first).range;
+  p.matrix = isRgb ? AVCOL_SPC_BT470BG : first.colorspace;
   p.primaries = first.color_primaries;
   p.transfer = first.color_trc;
   p.chromaLocation = first.chroma_location;
   p.fieldOrder = stream().codecpar->field_order;
   p.frameCount = expectedFrames(*container, stream(), p.frameRate);
-  depth_ = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(first.format))->comp[0].depth;
+  const AVPixFmtDescriptor& layout = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(first.format));
+  if (layout.comp[0].depth > 8) {
+    remarks_.push_back(fmt::format("its {} bits a sample become 8", layout.comp[0].depth));
+  }
+  if (extractAlpha(first) != nullptr) remarks_.emplace_back("its transparency is dropped");
 }
 
 bool VideoReader::read(Portion& portion) {
@@ -212,8 +220,7 @@ void VideoReader::setTimes(AVFrame& frame) {
 }
 
 std::vector<std::string> VideoReader::remarks() const {
-  std::vector<std::string> remarks;
-  if (depth_ > 8) remarks.push_back(fmt::format("its {} bits a sample became 8", depth_));
+  std::vector<std::string> remarks = remarks_;
   if (damaged_ > 0) remarks.push_back(fmt::format("{} of its frames are damaged", damaged_));
   return remarks;
 }

@@ -51,7 +51,7 @@ class VideoReader : public FrameSource {
   int64_t lastPts_ = 0;
   bool hasTimes_ = false;
   int64_t damaged_ = 0;
-  int depth_ = 8;
+  std::vector<std::string> remarks_;
 };
 
 } // namespace tlux::app

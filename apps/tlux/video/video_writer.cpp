@@ -65,7 +65,7 @@ void VideoWriter::open(const VideoFormat& format, const WritingOptions& options)
 
   const AVCodec& encoder = findEncoder(options.encoder.empty() ? format.encoder : options.encoder);
   encoder_.reset(checkAllocated(avcodec_alloc_context3(&encoder)));
-  openEncoder(options);
+  openEncoder(format, options);
   addVideoStream(format);
   if (properties_.container != nullptr) {
     startAtZero(*properties_.container, *container_);
@@ -75,7 +75,7 @@ void VideoWriter::open(const VideoFormat& format, const WritingOptions& options)
   check(avformat_write_header(container_.get(), nullptr));
 }
 
-void VideoWriter::openEncoder(const WritingOptions& options) {
+void VideoWriter::openEncoder(const VideoFormat& format, const WritingOptions& options) {
   AVCodecContext& encoder = *encoder_;
   const StreamProperties& p = properties_;
   encoder.width = p.width;
@@ -95,12 +95,13 @@ void VideoWriter::openEncoder(const WritingOptions& options) {
   }
   const bool knowsRate = p.frameRate.num > 0 && p.frameRate.den > 0;
   encoder.framerate = knowsRate ? p.frameRate : kUsualRate;
-  const bool keepsTimes = traitsOf(*encoder.codec).takesAnyTimes &&
-                          (container_->oformat->flags & AVFMT_VARIABLE_FPS) != 0;
+  const bool keepsTimes = format.keepsTimes && traitsOf(*encoder.codec).takesAnyTimes;
   encoder.time_base = keepsTimes ? p.timeBase : av_inv_q(encoder.framerate);
   if ((container_->oformat->flags & AVFMT_GLOBALHEADER) != 0) {
     encoder.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   }
+  // Where frames carry no times they must be stored in the order they are shown.
+  if (!format.keepsTimes) encoder.max_b_frames = 0;
   encoder.thread_count = options.threads;
   setVideoQuality(encoder, options.quality);
   check(avcodec_open2(&encoder, nullptr, nullptr));

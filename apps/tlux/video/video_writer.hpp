@@ -35,7 +35,7 @@ class VideoWriter : public FrameSink {
 
  private:
   void open(const VideoFormat& format, const WritingOptions& options);
-  void openEncoder(const WritingOptions& options);
+  void openEncoder(const VideoFormat& format, const WritingOptions& options);
   void addVideoStream(const VideoFormat& format);
   void encode(FramePtr frame);
   void drain();
