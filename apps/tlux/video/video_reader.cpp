@@ -17,6 +17,8 @@ namespace tlux::app {
 
 namespace {
 
+constexpr AVRational kContainerTime = {1, AV_TIME_BASE};
+
 int findVideoStream(AVFormatContext& container) {
   check(avformat_find_stream_info(&container, nullptr));
   const int index = av_find_best_stream(&container, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
@@ -45,7 +47,7 @@ int64_t expectedFrames(const AVFormatContext& container, const AVStream& stream,
                        AVRational frameRate) {
   if (stream.nb_frames > 0) return stream.nb_frames;
   if (container.duration <= 0 || frameRate.num <= 0) return 0;
-  return av_rescale_q(container.duration, AV_TIME_BASE_Q, av_inv_q(frameRate));
+  return av_rescale_q(container.duration, kContainerTime, av_inv_q(frameRate));
 }
 
 } // namespace
@@ -173,7 +175,7 @@ void VideoReader::remember(const AVPacket& packet) {
   const int64_t time = packet.pts == AV_NOPTS_VALUE ? packet.dts : packet.pts;
   if (time == AV_NOPTS_VALUE) return;
   const AVRational timeBase = container_.format->streams[packet.stream_index]->time_base;
-  lastTime_ = std::max(lastTime_, av_rescale_q(time + packet.duration, timeBase, AV_TIME_BASE_Q));
+  lastTime_ = std::max(lastTime_, av_rescale_q(time + packet.duration, timeBase, kContainerTime));
 }
 
 void VideoReader::endOfPackets(int reason) {
