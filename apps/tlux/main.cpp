@@ -34,8 +34,9 @@ ExitCode runCommandLine(int argc, char** argv) {
   app.set_version_flag("--version", versionLine(), "Show the version and exit");
   app.require_subcommand(0, 1);
   app.footer(kExamples);
-  const std::array<Command, 4> commands = {tlux::app::addEnhance(app), tlux::app::addCompare(app),
-                                           tlux::app::addSweep(app), tlux::app::addInfo(app)};
+  const std::array<Command, 5> commands = {tlux::app::addEnhance(app), tlux::app::addCompare(app),
+                                           tlux::app::addSweep(app), tlux::app::addExplain(app),
+                                           tlux::app::addInfo(app)};
 
   try {
     app.parse(argc, argv);
