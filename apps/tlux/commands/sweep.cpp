@@ -32,7 +32,7 @@ constexpr const char* kExamples =
     "Pictures wider than a tile are scaled down, smaller ones are shown as they are.";
 
 Output chooseSheet(const SweepOptions& options) {
-  const Output output = chooseOutput(options.output, options.picture);
+  Output output = chooseOutput(options.output, options.picture);
   if (output.pictureFormat == nullptr) {
     throw Error(ExitCode::kUsage, options.output.string(),
                 "a sheet is a picture, its extension must be one of " + writableExtensions());

@@ -97,7 +97,8 @@ void addCosts(const Trace& trace, HtmlPage& page) {
   rows.push_back(costRow("The run in one call", trace.run, 0));
   page.addTable(
       "Time and memory", {"Stage", "Time", "", "Memory at most", "Memory left"}, rows,
-      "Times are medians of several runs on this machine. Memory is what a stage takes from the "
+      "Times are those of the fastest of several runs on this machine. Memory is what a stage "
+      "takes from the "
       "pool at one time, its workers included, and what it leaves there for later stages. The run "
       "keeps its reference frame, scores and gain table for the next frame, and skips the gain "
       "table as long as the strength stays.");
@@ -124,10 +125,12 @@ std::string paddingNote(const AVFrame& frame, const AVFrame& source) {
   const int columns = frame.width - source.width;
   const int rows = frame.height - source.height;
   if (columns == 0 && rows == 0) return "";
+  const std::string left = fmt::format("{} columns at the left", columns);
+  const std::string top = fmt::format("{} rows at the top", rows);
   return fmt::format(
-      " For this, {} columns were repeated at the left and {} rows at the top, so "
-      "that the frame consists of whole blocks of 16.",
-      columns, rows);
+      " For this, {}{}{} were repeated, so that the frame consists of whole blocks "
+      "of 16.",
+      columns > 0 ? left : "", columns > 0 && rows > 0 ? " and " : "", rows > 0 ? top : "");
 }
 
 /** The page as it grows, with the pictures it shows. */

@@ -1,9 +1,8 @@
 #include "explain/trace.hpp"
 
-#include <algorithm>
 #include <cstring>
-#include <memory>
 #include <stdexcept>
+#include <utility>
 
 #include "explain/metered_pool.hpp"
 #include "media/semi_planar.hpp"
@@ -58,10 +57,20 @@ void takeOver(const TLUX_ENGINE& engine, Trace& trace) {
   trace.gainTable.assign(engine.gainLut, engine.gainLut + kGainTableEntries);
 }
 
-/** One frame and the pool it is worked on with. */
-class Bench {
+/** Keeps the fastest of several runs. */
+void addTime(Cost& cost, double milliseconds, bool isFirst) {
+  if (isFirst || milliseconds < cost.milliseconds) cost.milliseconds = milliseconds;
+}
+
+void addMemory(Cost& cost, const MeteredPool& pool) {
+  cost.peakBytes = pool.peakBytes();
+  cost.keptBytes = pool.keptBytes();
+}
+
+/** One frame, worked on with a pool of its own. */
+class Tracer {
  public:
-  Bench(const AVFrame& frame, uint32_t strength)
+  Tracer(const AVFrame& frame, uint32_t strength)
       : source_(makeWithoutPadding(frame)), pool_(poolBytes(frame)) {
     check(av_frame_copy(source_.get(), &frame));
     trace_.strength = strength;
@@ -70,58 +79,47 @@ class Bench {
   }
 
   Trace trace() {
-    runAtOnce();
-    runByStages();
+    for (int i = 0; i < kRepetitions; ++i) {
+      runAtOnce(i == 0);
+      runByStages(i == 0);
+    }
     return std::move(trace_);
   }
 
  private:
-  void runAtOnce() {
-    std::vector<double> times;
-    for (int i = 0; i < kRepetitions; ++i) {
-      pool_.reset();
-      const bool isFirst = i == 0;
-      if (isFirst) pool_.startMeasuring();
-      TLUX_ENGINE* engine = nullptr;
-      checkResult(TLUX_Init(pool_.handle(), &engine));
-      const TLUX_IMAGE input = imageOf(*source_);
-      TLUX_IMAGE output = imageOf(*trace_.output);
-      Stopwatch watch;
-      checkResult(TLUX_RunDynamicRangeOptimizationImage(pool_.handle(), engine, &input, 1, &output,
-                                                        &trace_.strength, 0));
-      times.push_back(watch.lapMilliseconds());
-      if (!isFirst) continue;
-      trace_.run.peakBytes = pool_.peakBytes();
-      trace_.run.keptBytes = pool_.keptBytes();
-      takeOver(*engine, trace_);
-    }
-    trace_.run.milliseconds = median(times);
+  // Memory and results are taken from the first run, times from all.
+
+  void runAtOnce(bool isFirst) {
+    pool_.reset();
+    if (isFirst) pool_.startMeasuring();
+    TLUX_ENGINE* engine = nullptr;
+    checkResult(TLUX_Init(pool_.handle(), &engine));
+    const TLUX_IMAGE input = imageOf(*source_);
+    TLUX_IMAGE output = imageOf(*trace_.output);
+    Stopwatch watch;
+    checkResult(TLUX_RunDynamicRangeOptimizationImage(pool_.handle(), engine, &input, 1, &output,
+                                                      &trace_.strength, 0));
+    addTime(trace_.run, watch.lapMilliseconds(), isFirst);
+    if (!isFirst) return;
+    addMemory(trace_.run, pool_);
+    takeOver(*engine, trace_);
   }
 
-  void runByStages() {
+  void runByStages(bool isFirst) {
+    pool_.reset();
     const FramePtr output = makeWithoutPadding(*source_);
-    std::array<std::vector<double>, kStages.size()> times;
-    for (int i = 0; i < kRepetitions; ++i) {
-      pool_.reset();
-      Stages stages(pool_.handle(), *source_, *output, trace_.strength);
-      for (size_t stage = 0; stage < kStages.size(); ++stage) {
-        if (i == 0) pool_.startMeasuring();
-        Stopwatch watch;
-        (stages.*kStages[stage].run)();
-        times[stage].push_back(watch.lapMilliseconds());
-        if (i > 0) continue;
-        trace_.stages[stage].peakBytes = pool_.peakBytes();
-        trace_.stages[stage].keptBytes = pool_.keptBytes();
-      }
-      if (i > 0) continue;
-      const TLUX_IMAGE& reference = *stages.engine().images[0];
-      trace_.mapped =
-          packed(stages.mapped(), reference.width, reference.height, reference.pitch[0]);
-      checkSame(stages.engine(), *output);
+    Stages stages(pool_.handle(), *source_, *output, trace_.strength);
+    for (size_t i = 0; i < kStages.size(); ++i) {
+      if (isFirst) pool_.startMeasuring();
+      Stopwatch watch;
+      (stages.*kStages[i].run)();
+      addTime(trace_.stages[i], watch.lapMilliseconds(), isFirst);
+      if (isFirst) addMemory(trace_.stages[i], pool_);
     }
-    for (size_t stage = 0; stage < kStages.size(); ++stage) {
-      trace_.stages[stage].milliseconds = median(times[stage]);
-    }
+    if (!isFirst) return;
+    const TLUX_IMAGE& reference = *stages.engine().images[0];
+    trace_.mapped = packed(stages.mapped(), reference.width, reference.height, reference.pitch[0]);
+    checkSame(stages.engine(), *output);
   }
 
   /** What is shown of the stages must be what the run does. */
@@ -136,12 +134,6 @@ class Bench {
     }
   }
 
-  static double median(std::vector<double>& times) {
-    const auto middle = times.begin() + static_cast<ptrdiff_t>(times.size() / 2);
-    std::nth_element(times.begin(), middle, times.end());
-    return *middle;
-  }
-
   FramePtr source_;
   MeteredPool pool_;
   Trace trace_;
@@ -150,7 +142,7 @@ class Bench {
 } // namespace
 
 Trace traceRun(const AVFrame& frame, uint32_t strength) {
-  return Bench(frame, strength).trace();
+  return Tracer(frame, strength).trace();
 }
 
 } // namespace tlux::app

@@ -11,7 +11,7 @@ namespace tlux::app {
 
 /** What a piece of the run takes. */
 struct Cost {
-  double milliseconds = 0; // median of several runs
+  double milliseconds = 0; // of the fastest of several runs
   int64_t peakBytes = 0;   // the most it has in use at one time
   int64_t keptBytes = 0;   // of that, what it leaves for what comes after it
 };
