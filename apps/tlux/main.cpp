@@ -20,6 +20,8 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  tlux enhance photo.jpg -o better.jpg        lift the shadows, hold the highlights\n"
     "  tlux compare photo.jpg -o both.png          before and after, side by side\n"
+    "  tlux sweep photo.jpg -o sheet.png           several strengths on one sheet\n"
+    "  tlux explain photo.jpg -d why               a page on what was done, and why\n"
     "  tlux enhance *.jpg -d enhanced -s 80        several pictures, stronger\n"
     "  tlux enhance --help                         all options, raw camera frames";
 
