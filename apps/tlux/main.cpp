@@ -23,6 +23,7 @@ constexpr const char* kExamples =
     "  tlux sweep photo.jpg -o sheet.png           several strengths on one sheet\n"
     "  tlux explain photo.jpg -d why               a page on what was done, and why\n"
     "  tlux enhance *.jpg -d enhanced -s 80        several pictures, stronger\n"
+    "  tlux op blur photo.jpg -o soft.jpg          one of the toolkit's operations\n"
     "  tlux enhance --help                         all options, raw camera frames";
 
 std::string versionLine() {
@@ -36,9 +37,9 @@ ExitCode runCommandLine(int argc, char** argv) {
   app.set_version_flag("--version", versionLine(), "Show the version and exit");
   app.require_subcommand(0, 1);
   app.footer(kExamples);
-  const std::array<Command, 5> commands = {tlux::app::addEnhance(app), tlux::app::addCompare(app),
-                                           tlux::app::addSweep(app), tlux::app::addExplain(app),
-                                           tlux::app::addInfo(app)};
+  const std::array commands = {tlux::app::addEnhance(app), tlux::app::addCompare(app),
+                               tlux::app::addSweep(app),   tlux::app::addExplain(app),
+                               tlux::app::addOp(app),      tlux::app::addInfo(app)};
 
   try {
     app.parse(argc, argv);

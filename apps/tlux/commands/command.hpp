@@ -20,6 +20,7 @@ struct Command {
 /** Each adds its options to @p app. */
 Command addEnhance(CLI::App& app);
 Command addCompare(CLI::App& app);
+Command addOp(CLI::App& app);
 Command addInfo(CLI::App& app);
 Command addExplain(CLI::App& app);
 Command addSweep(CLI::App& app);

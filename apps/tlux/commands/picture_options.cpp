@@ -41,6 +41,10 @@ void addPictureOptions(CLI::App& parser, PictureOptions& options) {
       ->check(CLI::Range(0, kMaxStrength).description(""))
       ->type_name("0-100")
       ->capture_default_str();
+  addFileOptions(parser, options);
+}
+
+void addFileOptions(CLI::App& parser, PictureOptions& options) {
   parser.add_option("--quality", options.quality, "Quality of JPEG and WebP output")
       ->check(CLI::Range(1, 100).description(""))
       ->type_name("1-100")

@@ -25,6 +25,9 @@ struct PictureOptions {
 
 void addPictureOptions(CLI::App& parser, PictureOptions& options);
 
+/** The part of them for commands that do not enhance: all but the strength. */
+void addFileOptions(CLI::App& parser, PictureOptions& options);
+
 /** Layout of raw input, nothing when the inputs are pictures. Throws Error for nonsense. */
 std::optional<RawLayout> rawInputLayout(const PictureOptions& options);
 

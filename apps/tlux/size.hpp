@@ -1,0 +1,23 @@
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace tlux::app {
+
+struct Size {
+  int width = 0;
+  int height = 0;
+};
+
+/** "WIDTHxHEIGHT" with sides of 1 to 65534; nothing for any other text. */
+std::optional<Size> parseSize(std::string_view text);
+
+/** An option that takes "WIDTHxHEIGHT"; the parser refuses anything else. */
+CLI::Option* addSizeOption(CLI::App& parser, const std::string& name, Size& size,
+                           const std::string& help);
+
+} // namespace tlux::app
