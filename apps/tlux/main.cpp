@@ -39,7 +39,8 @@ ExitCode runCommandLine(int argc, char** argv) {
   app.footer(kExamples);
   const std::array commands = {tlux::app::addEnhance(app), tlux::app::addCompare(app),
                                tlux::app::addSweep(app),   tlux::app::addExplain(app),
-                               tlux::app::addOp(app),      tlux::app::addInfo(app)};
+                               tlux::app::addOp(app),      tlux::app::addBench(app),
+                               tlux::app::addInfo(app)};
 
   try {
     app.parse(argc, argv);

@@ -1,19 +1,37 @@
 #include <fmt/format.h>
 
+#include <thread>
+
 #include "commands/command.hpp"
 #include "media/av.hpp"
 #include "media/picture_format.hpp"
+#include "processor.hpp"
+#include "resolutions.hpp"
 #include "tlux.h"
 
 namespace tlux::app {
 
 namespace {
 
+constexpr const char* kLesson =
+    "A program that gives the library a pool of memory reserves the bytes shown for frames of "
+    "each\n"
+    "size, whose rows are as long as those of the library's own images.\n"
+    "\n"
+    "Example:\n"
+    "  tlux info";
+
 ExitCode info() {
   const TLUX_VERSION& version = *TLUX_GetVersion();
-  printLine(fmt::format("Library   {} of {}", version.version, version.buildDate));
-  printLine(fmt::format("FFmpeg    {}", av_version_info()));
-  printLine(fmt::format("Writes    {}, nv21, nv12", writableExtensions()));
+  printLine(fmt::format("Library    {} of {}", version.version, version.buildDate));
+  printLine(fmt::format("Processor  {}, {} threads at once", vectorUnit(),
+                        std::thread::hardware_concurrency()));
+  printLine(fmt::format("FFmpeg     {}", av_version_info()));
+  printLine(fmt::format("Writes     {}, nv21, nv12", writableExtensions()));
+  for (const Size size : kUsualResolutions) {
+    printLine(fmt::format("Pool       {:>9} bytes for frames of {}x{}",
+                          TLUX_GetPoolSize(size.width, size.height), size.width, size.height));
+  }
   printLine(version.notice);
   return ExitCode::kDone;
 }
@@ -21,7 +39,10 @@ ExitCode info() {
 } // namespace
 
 Command addInfo(CLI::App& app) {
-  return {app.add_subcommand("info", "Show versions and the formats that can be written"), info};
+  CLI::App* parser =
+      app.add_subcommand("info", "Show versions, formats, the vector unit and memory needs");
+  parser->footer(kLesson);
+  return {parser, info};
 }
 
 } // namespace tlux::app

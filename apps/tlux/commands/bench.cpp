@@ -1,0 +1,199 @@
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "commands/command.hpp"
+#include "commands/number_option.hpp"
+#include "media/semi_planar.hpp"
+#include "processor.hpp"
+#include "resolutions.hpp"
+#include "tlux.h"
+
+namespace tlux::app {
+
+namespace {
+
+struct BenchOptions {
+  Size size; // empty for all resolutions
+  uint32_t strength = 50;
+  double seconds = 1;
+  bool json = false;
+};
+
+struct Measurement {
+  Size size;
+  size_t runs = 0;
+  double run = 0;  // milliseconds, median
+  double copy = 0; // of the frame with memcpy, likewise
+
+  double framesPerSecond() const { return 1000 / run; }
+  double ratio() const { return run / copy; }
+};
+
+constexpr const char* kLesson =
+    "Examples:\n"
+    "  tlux bench\n"
+    "  tlux bench --size 1920x1080 --seconds 10\n"
+    "  tlux bench --json >bench.json\n"
+    "\n"
+    "Times are medians of runs on one frame each, which is not in the processor's caches when the\n"
+    "run starts, as after a camera wrote it. The copy of the frame beside it tells how fast the\n"
+    "memory of the machine is: the ratio of the two says more than either.";
+
+/** Writes more memory than the caches hold. */
+class CacheFlusher {
+ public:
+  CacheFlusher() : block_(bytes()) {}
+
+  void flush() {
+    ++value_;
+    std::fill(block_.begin(), block_.end(), value_);
+  }
+
+ private:
+  static size_t bytes() {
+    constexpr size_t kLeast = size_t{64} << 20;
+    constexpr size_t kMost = size_t{512} << 20;
+    const long lastLevel = sysconf(_SC_LEVEL3_CACHE_SIZE);
+    return std::clamp(lastLevel > 0 ? 2 * static_cast<size_t>(lastLevel) : 0, kLeast, kMost);
+  }
+
+  std::vector<uint8_t> block_;
+  uint8_t value_ = 0;
+};
+
+/** Rows of the length that the library gives its own images. */
+FramePtr makeFrameFor(Size size) {
+  return makeSemiPlanar(AV_PIX_FMT_NV21, size.width, size.height, FFALIGN(size.width, 4));
+}
+
+/** A dark room with a bright window, and fine noise: every stage has something to do. */
+void paintScene(AVFrame& frame) {
+  uint32_t noise = 1;
+  for (int y = 0; y < frame.height; ++y) {
+    uint8_t* row = frame.data[0] + ptrdiff_t{y} * frame.linesize[0];
+    for (int x = 0; x < frame.width; ++x) {
+      noise = noise * 1664525 + 1013904223; // Numerical Recipes
+      const bool inWindow = x > frame.width / 2 && y < frame.height / 2;
+      const int light = inWindow ? 210 : 15 + 40 * x / frame.width;
+      row[x] = static_cast<uint8_t>(light + static_cast<int>(noise >> 28));
+    }
+  }
+  const ptrdiff_t chromaBytes = ptrdiff_t{frame.linesize[1]} * (frame.height / 2);
+  for (ptrdiff_t i = 0; i < chromaBytes; ++i) {
+    frame.data[1][i] = static_cast<uint8_t>(116 + i % 24);
+  }
+}
+
+double medianOf(std::vector<double>& times) {
+  const auto middle = times.begin() + static_cast<ptrdiff_t>(times.size() / 2);
+  std::nth_element(times.begin(), middle, times.end());
+  return *middle;
+}
+
+struct DestroyEngine {
+  void operator()(TLUX_ENGINE* engine) const { TLUX_Uninit(nullptr, engine); }
+};
+using EnginePtr = std::unique_ptr<TLUX_ENGINE, DestroyEngine>;
+
+EnginePtr makeEngine() {
+  TLUX_ENGINE* engine = nullptr;
+  if (TLUX_Init(nullptr, &engine) != TLUX_OK) throw std::bad_alloc();
+  return EnginePtr(engine);
+}
+
+Measurement measure(Size size, const BenchOptions& options, CacheFlusher& cache) {
+  const FramePtr source = makeFrameFor(size);
+  const FramePtr result = makeFrameFor(size);
+  paintScene(*source);
+  const TLUX_IMAGE input = imageOf(*source);
+  TLUX_IMAGE output = imageOf(*result);
+  const auto bytes = static_cast<size_t>(semiPlanarBytes(size.height, source->linesize[0]));
+  const EnginePtr engine = makeEngine();
+  const auto run = [&] {
+    const uint32_t code = TLUX_RunDynamicRangeOptimizationImage(nullptr, engine.get(), &input, 1,
+                                                                &output, &options.strength, 0);
+    if (code != TLUX_OK) throw std::runtime_error(fmt::format("the run failed ({})", code));
+  };
+  run(); // what an engine keeps from frame to frame is made now
+
+  std::vector<double> runs;
+  std::vector<double> copies;
+  constexpr size_t kLeastRuns = 5;
+  const auto timed = [&](auto work) {
+    cache.flush();
+    Stopwatch watch;
+    work();
+    return watch.lapMilliseconds();
+  };
+  double spent = 0;
+  for (Stopwatch watch; runs.size() < kLeastRuns || spent < 1000 * options.seconds;
+       spent += watch.lapMilliseconds()) {
+    runs.push_back(timed(run));
+    copies.push_back(timed([&] { std::memcpy(result->data[0], source->data[0], bytes); }));
+  }
+  return {size, runs.size(), medianOf(runs), medianOf(copies)};
+}
+
+void printTable(const std::vector<Measurement>& measurements) {
+  printLine(fmt::format("{:>10}  {:>10}  {:>9}  {:>10}  {:>6}", "frame", "run", "frames/s", "copy",
+                        "ratio"));
+  for (const Measurement& m : measurements) {
+    printLine(fmt::format("{:>10}  {:>7.2f} ms  {:>9.1f}  {:>7.3f} ms  {:>6.1f}",
+                          fmt::format("{}x{}", m.size.width, m.size.height), m.run,
+                          m.framesPerSecond(), m.copy, m.ratio()));
+  }
+}
+
+void printJson(const std::vector<Measurement>& measurements, const BenchOptions& options) {
+  std::vector<std::string> results;
+  for (const Measurement& m : measurements) {
+    results.push_back(fmt::format(
+        R"({{"width": {}, "height": {}, "runs": {}, "milliseconds": {:.4f}, )"
+        R"("framesPerSecond": {:.2f}, "copyMilliseconds": {:.4f}, "ratio": {:.2f}}})",
+        m.size.width, m.size.height, m.runs, m.run, m.framesPerSecond(), m.copy, m.ratio()));
+  }
+  printLine(fmt::format(
+      R"({{"version": "{}", "vectorUnit": "{}", "processors": {}, "strength": {}, "results": [{}]}})",
+      TLUX_GetVersion()->version, vectorUnit(), std::thread::hardware_concurrency(),
+      options.strength, fmt::join(results, ", ")));
+}
+
+ExitCode bench(const BenchOptions& options) {
+  if (options.size.width % 2 != 0 || options.size.height % 2 != 0) {
+    throw Error(ExitCode::kUsage, "--size", "frames have even numbers of columns and rows");
+  }
+  std::vector<Size> sizes(kUsualResolutions.begin(), kUsualResolutions.end());
+  if (options.size.width > 0) sizes = {options.size};
+  CacheFlusher cache;
+  std::vector<Measurement> measurements;
+  for (const Size size : sizes) {
+    measurements.push_back(measure(size, options, cache));
+  }
+  if (options.json) {
+    printJson(measurements, options);
+  } else {
+    printTable(measurements);
+  }
+  return ExitCode::kDone;
+}
+
+} // namespace
+
+Command addBench(CLI::App& app) {
+  const auto options = std::make_shared<BenchOptions>();
+  CLI::App* parser = app.add_subcommand("bench", "Measure how fast this machine enhances frames");
+  addSizeOption(*parser, "--size", options->size, "One frame size in place of the usual ones");
+  addNumber(*parser, "-s,--strength", options->strength, 0U, 100U, "As of 'tlux enhance'");
+  addNumber(*parser, "--seconds", options->seconds, 0.0, 3600.0, "Time to spend on each size");
+  parser->add_flag("--json", options->json, "Print one line of JSON");
+  parser->footer(kLesson);
+  return {parser, [options] { return bench(*options); }};
+}
+
+} // namespace tlux::app

@@ -1,0 +1,15 @@
+#include "processor.hpp"
+
+namespace tlux::app {
+
+const char* vectorUnit() {
+#if defined(__x86_64__)
+  return __builtin_cpu_supports("avx2") != 0 ? "AVX2" : "SSE2";
+#elif defined(__aarch64__)
+  return "NEON"; // every such processor has it
+#else
+  return "unknown";
+#endif
+}
+
+} // namespace tlux::app

@@ -1,0 +1,49 @@
+"""What the command tells of the machine it runs on."""
+
+import json
+import re
+import unittest
+
+from support import CommandTest
+
+
+class Machine(CommandTest):
+    def test_info(self):
+        result = self.run_command("info")
+        self.assert_done(result)
+        self.assertRegex(result.stdout, r"(?m)^Processor +(AVX2|SSE2|NEON), \d+ threads")
+        sizes = re.findall(r"(?m)^Pool +(\d+) bytes for frames of (\d+)x(\d+)$", result.stdout)
+        self.assertIn(("1920", "1080"), [(width, height) for _, width, height in sizes])
+        # A reference frame of an eighth of the size, some planes of it, and the gain table.
+        for pool, width, height in (map(int, row) for row in sizes):
+            self.assertGreater(pool, 131072 + width * height // 64)
+            self.assertLess(pool, 2**20 + width * height)
+
+    def test_bench_table(self):
+        result = self.run_command("bench", "--size", "64x48", "--seconds", "0")
+        self.assert_done(result)
+        header, row = result.stdout.splitlines()
+        self.assertEqual(["frame", "run", "frames/s", "copy", "ratio"], header.split())
+        self.assertRegex(row, r"^ +64x48 +[\d.]+ ms +[\d.]+ +[\d.]+ ms +[\d.]+$")
+
+    def test_bench_json(self):
+        result = self.run_command("bench", "--json", "--size", "320x240", "--seconds", "0",
+                                  "--strength", "70")
+        self.assert_done(result)
+        report = json.loads(result.stdout)
+        self.assertEqual(70, report["strength"])
+        [measured] = report["results"]
+        self.assertEqual((320, 240), (measured["width"], measured["height"]))
+        self.assertGreaterEqual(measured["runs"], 5)
+        self.assertAlmostEqual(1000 / measured["milliseconds"], measured["framesPerSecond"], 0)
+        self.assertGreater(measured["copyMilliseconds"], 0)
+
+    def test_bench_nonsense(self):
+        for option, value in (("--size", "63x48"), ("--size", "0x0"), ("--size", "wide"),
+                              ("--strength", "101"), ("--seconds", "-1"), ("--seconds", "long")):
+            with self.subTest(option=option, value=value):
+                self.assert_fails(self.run_command("bench", f"{option}={value}"), 1, option)
+
+
+if __name__ == "__main__":
+    unittest.main()
