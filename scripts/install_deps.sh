@@ -17,7 +17,7 @@ usage() {
 packages_of() {
   case $1 in
     build) echo g++ cmake ninja-build pkg-config ;;
-    test) echo libgtest-dev python3 ffmpeg parallel ;;
+    test) echo libgtest-dev python3 ffmpeg parallel groff-base mandoc zsh fish ;;
     app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev libavfilter-dev fonts-dejavu-core ;;
     bench) echo libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev ;;
     clang) echo clang libclang-rt-dev ;;

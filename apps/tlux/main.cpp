@@ -40,7 +40,7 @@ ExitCode runCommandLine(int argc, char** argv) {
   const std::array commands = {tlux::app::addEnhance(app), tlux::app::addCompare(app),
                                tlux::app::addSweep(app),   tlux::app::addExplain(app),
                                tlux::app::addOp(app),      tlux::app::addBench(app),
-                               tlux::app::addInfo(app)};
+                               tlux::app::addInfo(app),    tlux::app::addCompletion(app)};
 
   try {
     app.parse(argc, argv);

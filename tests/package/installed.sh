@@ -56,4 +56,10 @@ check_sum "$work/shared"
 check_sum "$work/static"
 [ "$("$work/cxx")" = "$version" ] || fail "version of the library is not $version"
 
-if [ -n "$command" ]; then "$prefix/bin/tlux" --help >/dev/null; fi
+if [ -n "$command" ]; then
+  "$prefix/bin/tlux" --help >/dev/null
+  for file in man/man1/tlux.1 bash-completion/completions/tlux zsh/site-functions/_tlux \
+    fish/vendor_completions.d/tlux.fish; do
+    grep -q enhance "$prefix/share/$file" || fail "$file is not there or tells nothing"
+  done
+fi

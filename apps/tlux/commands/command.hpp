@@ -20,11 +20,12 @@ struct Command {
 /** Each adds its options to @p app. */
 Command addEnhance(CLI::App& app);
 Command addCompare(CLI::App& app);
+Command addSweep(CLI::App& app);
+Command addExplain(CLI::App& app);
 Command addOp(CLI::App& app);
 Command addBench(CLI::App& app);
 Command addInfo(CLI::App& app);
-Command addExplain(CLI::App& app);
-Command addSweep(CLI::App& app);
+Command addCompletion(CLI::App& app);
 
 /** Does @p work; a failure becomes one line on standard error and its exit code. */
 template <typename Work>

@@ -1,0 +1,95 @@
+"""The manual page is sound, and tells of every command and option that the help lists."""
+
+import os
+import re
+import subprocess
+import unittest
+
+from support import CommandTest
+
+MANUAL = os.environ["TLUX_MANUAL"]
+HELP = {}  # of each command asked for
+
+
+def sections(source):
+    """Lines below each heading: "op blur", "COMMON OPTIONS"."""
+    found, name = {}, None
+    for line in source.splitlines():
+        heading = re.match(r"\.S[hs] (.*)", line)
+        if heading:
+            # The arguments and options of a command stand behind its name.
+            name = re.sub(r" (Ar|Cm|Fl|Brq|Op) .*", "", heading[1])
+            found[name] = []
+        elif name:
+            found[name].append(line)
+    return found
+
+
+def options_in(lines):
+    """-s and --strength of ".It Fl s , -strength Ar number"."""
+    found = set()
+    for line in lines:
+        if line.startswith(".It "):
+            for flags in re.findall(r"Fl (\S+(?: , -\S+)*)", line):
+                found |= {"-" + flag for flag in flags.split(" , ")}
+    return found
+
+
+class Manual(CommandTest):
+    def setUp(self):
+        super().setUp()
+        with open(MANUAL, encoding="utf-8") as file:
+            self.sections = sections(file.read())
+        self.common = options_in(self.sections["COMMON OPTIONS"]) | {"-h", "--help"}
+
+    def help_of(self, *command):
+        if command not in HELP:
+            result = self.run_command(*command, "--help")
+            self.assert_done(result)
+            HELP[command] = result.stdout
+        return HELP[command]
+
+    def commands(self, *above):
+        """Every command and operation as the help lists them."""
+        listed = re.search(r"(?ms)^Subcommands:\n(.*?)\n\n", self.help_of(*above))
+        for name in re.findall(r"(?m)^  (\S+)", listed[1] if listed else ""):
+            yield (*above, name)
+            yield from self.commands(*above, name)
+
+    def options(self, *command):
+        heads = re.findall(r"(?m)^  (-\S+)", self.help_of(*command))
+        return {option for head in heads for option in head.split(",")}
+
+    def test_formatters_have_nothing_to_say(self):
+        for formatter in (["mandoc", "-T", "lint", "-W", "style", MANUAL],
+                          ["groff", "-ww", "-mandoc", "-T", "utf8", "-z", MANUAL]):
+            with self.subTest(formatter=formatter[0]):
+                result = subprocess.run(formatter, capture_output=True, text=True, timeout=60,
+                                        check=False)
+                self.assertEqual((0, "", ""), (result.returncode, result.stdout, result.stderr))
+
+    def test_tells_of_every_command_and_option(self):
+        commands = list(self.commands())
+        self.assertIn(("op", "blur"), commands)
+        for command in commands:
+            with self.subTest(command=" ".join(command)):
+                self.assertIn(" ".join(command), self.sections)
+                known = options_in(self.sections[" ".join(command)]) | self.common
+                self.assertEqual(set(), self.options(*command) - known)
+        self.assertLessEqual(self.options(), options_in(self.sections["DESCRIPTION"]))
+
+    def test_tells_of_no_option_that_is_not_there(self):
+        for command in self.commands("op"):
+            with self.subTest(command=" ".join(command)):
+                told = options_in(self.sections[" ".join(command)])
+                self.assertEqual(set(), told - self.options(*command))
+
+    def test_every_help_teaches(self):
+        for command in [(), *self.commands()]:
+            text = self.help_of(*command)
+            self.assertRegex(text, r"Examples?:\n  \S", command)
+            self.assertLess(max(map(len, text.splitlines())), 100, command)
+
+
+if __name__ == "__main__":
+    unittest.main()
