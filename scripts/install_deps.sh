@@ -3,7 +3,7 @@
 #   build  GCC and the build tools        test   tests of the library and the command
 #   app    libraries of the command       bench  benchmarks and the peers they measure
 #   clang  Clang and its sanitizers       lint   formatter and static checks
-#   aarch64  GCC for AArch64, an emulator and the sources of GoogleTest
+#   aarch64  GCC for AArch64, an emulator, and what tests are built and run with
 #   docs   generator of the reference
 #   java   what the camera example for Android is tested with
 #   abi    comparison of the interface with its baseline
@@ -21,7 +21,7 @@ packages_of() {
     app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev libavfilter-dev fonts-dejavu-core ;;
     bench) echo libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev ;;
     clang) echo clang libclang-rt-dev ;;
-    aarch64) echo g++-aarch64-linux-gnu qemu-user googletest ;;
+    aarch64) echo g++-aarch64-linux-gnu qemu-user googletest python3 ;;
     lint) echo git clang-format clang-tidy ;;
     docs) echo doxygen ;;
     java) echo default-jdk-headless ;;
