@@ -177,7 +177,8 @@ std::vector<std::int16_t> lightOf(const std::uint8_t* codes, std::size_t count) 
 template <bool kIsBand>
 Bytes smoothedMap(const Bytes& in, Size, Size size) {
   const auto map = valuesOf<std::int32_t>(in);
-  const auto [width, height] = size;
+  const int width = size.width;
+  const int height = size.height;
   return bytesOf(reference::mapPixels(width, height, [&](int x, int y) {
     if (kIsBand) {
       return reference::smoothedInBand(map.data(), x, y, width, height, width, 0, height, kRadius);
