@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "support/components.hpp"
-#include "support/fault_injection.hpp"
 #include "tlux/guided_filter.h"
 #include "tlux/nv21_tools.h"
 #include "tlux/platform.h"
@@ -107,27 +106,6 @@ TEST(GuideFilterNv21, FiltersAChannelByAnyGuide) {
   EXPECT_TRUE(refused(guide.data(), channel.data(), width, 0, 1));
   EXPECT_TRUE(refused(guide.data(), channel.data(), width, width, -1));
   EXPECT_TRUE(refused(guide.data(), channel.data(), 1 << 26, 1 << 26, 1)); // too many pixels
-}
-
-TEST(GuideFilterNv21, ReleasesEverythingWhenMemoryIsShort) {
-  Random random(3);
-  const Picture source = randomPicture(random, TLUX_FMT_YCBCR420_YPVU, 20, 10, 0);
-  Frame in = frameOf(source);
-  const Picture before = randomPicture(random, TLUX_FMT_YCBCR420_YPVU, 20, 10, 0);
-  const int faults = sweepFaults(failAllocation, [&] {
-    Frame out = frameOf(before);
-    const long live = liveAllocations();
-    const std::uint32_t outcome = GuideFilterNV21(nullptr, in.get(), out.get(), 2);
-    EXPECT_EQ(liveAllocations(), live);
-    EXPECT_EQ(outcome, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
-    EXPECT_EQ(out == frameOf(before), faultFired());
-  });
-  EXPECT_GE(faults, 3);
-  std::uint8_t plane[16] = {};
-  sweepFaults(failAllocation, [&] {
-    const std::uint32_t outcome = DstFilterChannel(nullptr, plane, 4, plane, 4, plane, 4, 4, 4, 1);
-    EXPECT_EQ(outcome, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
-  });
 }
 
 TEST(ChromaPlanes, ComeApartAndTogether) {

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "exposure/contents.hpp"
-#include "support/fault_injection.hpp"
 #include "support/guarded_buffer.hpp"
 #include "tlux/statistics.h"
 
@@ -135,20 +134,6 @@ TEST(PyramidFilter, NeedsTheScratchThatItStates) {
     EXPECT_GT(shortages, 0);
     EXPECT_LT(shortages, 400);
   }
-}
-
-TEST(PyramidFilter, ReleasesItsRecordsWhateverHappens) {
-  const LogPlane source = makePlane(Content::kGradient, 60, 34, -3000, 3000);
-  const auto expected = reference::pyramidBase(source, 1024);
-  const int faults = sweepFaults(failAllocation, [&] {
-    const long live = liveAllocations();
-    const Filtered actual = filter(source, 1024);
-    EXPECT_EQ(liveAllocations(), live);
-    const Samples untouched(source.samples.size(), kUntouched);
-    EXPECT_EQ(actual.output.samples, faultFired() ? untouched : expected->samples);
-    EXPECT_EQ(actual.statistics[0] == 1, faultFired());
-  });
-  EXPECT_EQ(faults, 6); // one record per level: 30, 15, 8, 4, 2 and 1 wide
 }
 
 TEST(PyramidFilter, SkipsWhatHasNoLevelsOrPlanes) {

@@ -9,8 +9,6 @@
 #include <vector>
 
 #include "reference/guided_filter.hpp"
-#include "support/fault_injection.hpp"
-#include "support/pool.hpp"
 #include "support/simple_image.hpp"
 
 namespace tlux::test {
@@ -171,39 +169,6 @@ TEST(GuidedFilter, ThreeChannelsKeepAnEdgeOfColour) {
   const std::size_t edge = 6 * kWidth + kWidth / 2;
   EXPECT_GT(kept.pixels()[edge] - kept.pixels()[edge - 1], 190);
   EXPECT_LT(blurred.pixels()[edge] - blurred.pixels()[edge - 1], 60);
-}
-
-TEST(GuidedFilter, WithoutMemoryLeavesTheOutputAloneAndReleasesWhatItHad) {
-  Random random(6);
-  const Pool pool(32000);
-  for (const Member& member : kMembers) {
-    SCOPED_TRACE(member.name);
-    TestImage I(random, 12, 9, member.channels);
-    TestImage p(random, 12, 9, 1);
-    TestImage q(12, 9, 1, 8);
-    const Bytes untouched(12 * 9, 0);
-    const auto filtered = [&](MMemMgr manager) {
-      q.setPixels(untouched);
-      member.filter(manager, I, p, q, 2);
-      return q.pixels();
-    };
-    const Bytes done = filtered(nullptr);
-    const long live = liveAllocations();
-    const int faults = sweepFaults(failAllocation, [&] {
-      const Bytes pixels = filtered(nullptr);
-      EXPECT_EQ(pixels, faultFired() ? untouched : done);
-    });
-    EXPECT_EQ(faults, 2);
-    const int threads = sweepFaults(failThreadStart, [&] { EXPECT_EQ(filtered(nullptr), done); });
-    EXPECT_EQ(threads, member.filter == guided_filter_1dI ? 4 : 0);
-    EXPECT_EQ(liveAllocations(), live);
-
-    const long asked = allocationCount();
-    member.filter(pool, I, p, p, 2); // the heap is not asked
-    EXPECT_EQ(allocationCount(), asked);
-    EXPECT_TRUE(pool.isWhole());
-    EXPECT_TRUE(!member.worksInPlace || p.pixels() == done);
-  }
 }
 
 TEST(GuidedFilter, WritesNothingForImagesItDoesNotTake) {

@@ -94,26 +94,6 @@ TEST(SimpleImage, PseudoImageLeavesItsPixelsAlone) {
   EXPECT_EQ(liveAllocations(), live);
 }
 
-TEST(SimpleImage, ClonesAndPseudoImagesReleaseEverythingOnFailure) {
-  std::uint8_t pixels[32] = {};
-  img* source = createimg_pesudo(nullptr, pixels, 8, 4, 8, 1, 8);
-  EXPECT_EQ(sweepAllocations([&] {
-              img* clone = cloneimg(nullptr, source);
-              const bool isMade = clone != nullptr;
-              release_img(nullptr, &clone);
-              return isMade ? TLUX_OK : TLUX_ERR_NO_MEMORY;
-            }),
-            3);
-  EXPECT_EQ(sweepAllocations([&] {
-              img* image = createimg_pesudo(nullptr, pixels, 8, 4, 8, 1, 8);
-              const bool isMade = image != nullptr;
-              release_img_pesudo(nullptr, &image);
-              return isMade ? TLUX_OK : TLUX_ERR_NO_MEMORY;
-            }),
-            2);
-  release_img_pesudo(nullptr, &source);
-}
-
 // Of pixel block and row table, one that could be had stays with the pool when the other could not;
 // the record never does.
 TEST(SimpleImage, CreationKeepsTheOneOfTwoBlocks) {

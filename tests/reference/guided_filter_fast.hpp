@@ -54,8 +54,10 @@ inline std::int32_t smoothedInBand(const std::int32_t* map, int x, int y, int wi
                                    int stride, int firstRow, int bandRows, int radius) {
   const auto sample = [&](int u, int v) { return map[std::ptrdiff_t{v} * stride + u]; };
   if (y < firstRow + radius || y >= firstRow + bandRows - radius) {
-    return (sample(std::max(x - 1, 0), y) + sample(x, y) + sample(std::min(x + 1, width - 1), y)) /
-           3;
+    std::uint32_t sum = 0;
+    for (int u = x - 1; u <= x + 1; ++u)
+      sum += static_cast<std::uint32_t>(sample(std::clamp(u, 0, width - 1), y));
+    return static_cast<std::int32_t>(sum) / 3;
   }
   return windowSum(x, y, radius, width, firstRow, std::min(firstRow + bandRows, height), sample) /
          (4 * radius * radius);

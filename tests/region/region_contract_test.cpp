@@ -168,22 +168,6 @@ TEST(RegionContract, TheCountOfChangesMayBeNull) {
   EXPECT_EQ(ring.values, std::vector<std::uint8_t>(25, 0));
 }
 
-TEST(RegionContract, WritesNothingAndKeepsNothingWhenMemoryIsShort) {
-  Random random(21);
-  const MaskGrid mask = randomMask(random, 50, 20, 500);
-  const long live = liveAllocations();
-  for (const Call& call : kAllocating) {
-    const int faults = sweepFaults(failAllocation, [&] {
-      Planes planes(mask);
-      const std::uint32_t result = call(nullptr, planes, 50, 50, 20);
-      EXPECT_EQ(result, faultFired() ? TLUX_ERR_NO_MEMORY : TLUX_OK);
-      EXPECT_EQ(planes.areUntouched(), faultFired());
-    });
-    EXPECT_GE(faults, 4);
-    EXPECT_EQ(liveAllocations(), live);
-  }
-}
-
 // The size of a pool that serves every mask is published; these masks need the most.
 TEST(RegionContract, WorksInThePublishedPoolAlone) {
   for (const auto& [width, height] :

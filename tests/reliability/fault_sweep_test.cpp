@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <regex>
 #include <set>
 #include <string>
 
@@ -120,12 +118,17 @@ std::set<std::string> functionsWithMemory() {
   std::set<std::string> names;
   for (const auto& file : std::filesystem::directory_iterator(TLUX_PUBLIC_HEADERS)) {
     std::ifstream stream(file.path());
-    const std::string text(std::istreambuf_iterator<char>(stream), {});
-    const std::regex declaration(
-        R"(TLUX_API[^;(]*\b(\w+)\([^;]*\b(MMemMgr|TLUX_GUIDE_CONTEXT|TLUX_GUIDE_TONE_CONTEXT)\b[^;]*;)");
-    for (std::sregex_iterator match(text.begin(), text.end(), declaration), end; match != end;
-         ++match) {
-      names.insert((*match)[1]);
+    // Comments stand between declarations and hold no pool's type behind the last TLUX_API.
+    for (std::string part; std::getline(stream, part, ';');) {
+      const std::string declaration = part.substr(std::min(part.rfind("TLUX_API"), part.size()));
+      const std::size_t open = declaration.find('(');
+      const std::string arguments = declaration.substr(std::min(open, declaration.size()));
+      const bool hasMemory = arguments.find("MMemMgr ") != std::string::npos ||
+                             arguments.find("TLUX_GUIDE_CONTEXT*") != std::string::npos ||
+                             arguments.find("TLUX_GUIDE_TONE_CONTEXT*") != std::string::npos;
+      if (!hasMemory) continue;
+      const std::size_t space = declaration.find_last_of(" *", open);
+      names.insert(declaration.substr(space + 1, open - space - 1));
     }
   }
   return names;

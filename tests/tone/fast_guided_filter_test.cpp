@@ -138,21 +138,6 @@ TEST(FastGuidedFilter, UnsolvableBandIsLeftAlone) {
   }
 }
 
-TEST(FastGuidedFilter, ReportsMissingMemoryAndThreadsAndLeavesNothingBehind) {
-  Random random(28);
-  Frame frame({6, 12}, 0, 0, random);
-  const auto expected = frame.expected(16, 20);
-  EXPECT_EQ(
-      sweepAllocations([&] {
-        std::ranges::fill(frame.fullOut.bytes(), kHeld);
-        const std::uint32_t result = frame.filter(nullptr, 16, 20);
-        EXPECT_TRUE(frame.outputIs(faultFired() ? Bytes(frame.fullOut.size(), kHeld) : expected));
-        return result;
-      }),
-      1);
-  EXPECT_EQ(sweepThreads([&] { return frame.filter(nullptr, 16, 20); }), 4);
-}
-
 // A pool of the documented size serves any number of frames, and the heap is not asked.
 TEST(FastGuidedFilter, LivesInAPoolOfTheDocumentedSize) {
   Random random(29);

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <vector>
 
-#include "support/fault_injection.hpp"
 #include "support/frame.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/resample.h"
@@ -70,7 +69,7 @@ TEST(FloatGuidedFilter, UniformSourceGivesItsReducedLevel) {
   EXPECT_EQ(frame.bytes(0), Bytes(48 * 32, Frame::kBlank - 1));
 }
 
-TEST(FloatGuidedFilter, AnswersBadArgumentsAndMissingMemory) {
+TEST(FloatGuidedFilter, AnswersBadArguments) {
   Frame source({32, 32});
   Frame output({32, 32});
   Frame tiny({15, 40, 16});
@@ -98,8 +97,6 @@ TEST(FloatGuidedFilter, AnswersBadArgumentsAndMissingMemory) {
     EXPECT_EQ(FastGuidedFilter(nullptr, c.source, c.guide, c.output, c.radius, c.eps), c.result);
   }
   EXPECT_TRUE(output == Frame({32, 32}));
-  EXPECT_GE(sweepAllocations([&] { return FastGuidedFilter(nullptr, good, good, out, 2, 1.0F); }),
-            6);
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 #include "reference/retinex.hpp"
 #include "support/fault_injection.hpp"
 #include "support/guarded_buffer.hpp"
-#include "support/pool.hpp"
 #include "tlux/retinex.h"
 
 namespace tlux::test {
@@ -78,36 +77,6 @@ TEST(RetinexScore, OfAUniformFrameIsItsNegatedLogLuma) {
     }
     EXPECT_NEAR(log[0], -0.5 * (6761.4 - 1024 * std::log(linear + 30.0)) - 512, 2);
   }
-}
-
-TEST(RetinexScore, ReportsEveryFailedAllocationAndReleasesAll) {
-  const LogPlane linear = makePlane(Content::kNoise, 60, 34, 0, 4095);
-  std::vector<std::int16_t> work(5 * linear.samples.size() / 2);
-  const Scores expected = reference::retinexScore(linear.samples, 60, 34);
-  Scores scores(linear.samples.size());
-  std::vector<std::int16_t> log(linear.samples.size());
-  for (void* workBuffer : {static_cast<void*>(nullptr), static_cast<void*>(work.data())}) {
-    const int faults = sweepAllocations([&] {
-      log = linear.samples;
-      return AME_GenerateRetinexLogGain(nullptr, workBuffer, log.data(), 60, 34, scores.data());
-    });
-    EXPECT_GE(faults, 12);
-    EXPECT_EQ(scores, expected);
-  }
-}
-
-TEST(RetinexScore, LivesInAPoolAndLeavesItAsItWas) {
-  const LogPlane linear = makePlane(Content::kGradient, 60, 34, 0, 4095);
-  const Pool pool(16384);
-  std::vector<std::int16_t> log = linear.samples;
-  Scores scores(log.size());
-  const long asked = allocationCount();
-  EXPECT_EQ(AME_GenerateRetinexLogGain(pool, nullptr, log.data(), 60, 34, scores.data()), TLUX_OK);
-  EXPECT_EQ(allocationCount(), asked);
-  EXPECT_TRUE(pool.isWhole());
-  EXPECT_EQ(scores, reference::retinexScore(linear.samples, 60, 34));
-  EXPECT_EQ(AME_GenerateRetinexLogGain(Pool(4096), nullptr, log.data(), 60, 34, scores.data()),
-            TLUX_ERR_NO_MEMORY);
 }
 
 TEST(RetinexScore, RefusesWhatIsNoFrame) {
