@@ -450,7 +450,7 @@ const EntryPoint kEntryPoints[] = {
     planes<GuidedFilter1D_3C, 1, 3, kRadius, 20>("GuidedFilter1D_3C"),
     planes<GuidedFilter3D, 3, 1, kRadius, 20>("GuidedFilter3D"),
     planes<DstFilterChannel, 1, 1, kRadius>("DstFilterChannel"),
-    plane<BilateralFilter1D, kRadius, 20.0F, 2.0F>("BilateralFilter1D"),
+    plane<BilateralFilter1D, kRadius, 20, 2>("BilateralFilter1D"),
     {"TLUX_CalculateVairance", 2 * kPixels,
      [](MMemMgr manager, std::uint8_t* out) {
        return TLUX_CalculateVairance(manager, pixels(), kWidth,
