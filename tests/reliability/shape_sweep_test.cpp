@@ -131,7 +131,7 @@ TEST_P(ShapeSweep, EverySmallShape) {
   }
 }
 
-// Widths of every remainder. With gaps of 0 to 15 bytes, planes of two rows start at every offset.
+// Widths of every remainder. With gaps of up to 15 bytes, planes of two rows start at every offset.
 TEST_P(ShapeSweep, EveryRemainderPitchAndOffset) {
   const int step = kIsFast ? 1 : 5;
   for (const int near : kWidths) {
