@@ -40,3 +40,5 @@ set(pc_libs_private "-lm ${CMAKE_THREAD_LIBS_INIT}")
 string(STRIP "${pc_libs_private}" pc_libs_private)
 configure_file("${CMAKE_CURRENT_LIST_DIR}/tlux.pc.in" "${PROJECT_BINARY_DIR}/tlux.pc" @ONLY)
 install(FILES "${PROJECT_BINARY_DIR}/tlux.pc" DESTINATION "${pc_dir}")
+
+include(TluxPrefab)

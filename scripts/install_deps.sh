@@ -5,23 +5,27 @@
 #   clang  Clang and its sanitizers       lint   formatter and static checks
 #   aarch64  GCC for AArch64, an emulator and the sources of GoogleTest
 #   docs   generator of the reference
+#   java   what the camera example for Android is tested with
+#   abi    comparison of the interface with its baseline
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi …" >&2
   exit 1
 }
 
 packages_of() {
   case $1 in
     build) echo g++ cmake ninja-build pkg-config ;;
-    test) echo libgtest-dev python3 ffmpeg ;;
-    app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev ;;
+    test) echo libgtest-dev python3 ffmpeg parallel ;;
+    app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev libavfilter-dev fonts-dejavu-core ;;
     bench) echo libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev ;;
     clang) echo clang libclang-rt-dev ;;
     aarch64) echo g++-aarch64-linux-gnu qemu-user googletest ;;
     lint) echo git clang-format clang-tidy ;;
     docs) echo doxygen ;;
+    java) echo default-jdk-headless ;;
+    abi) echo abigail-tools ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }
@@ -39,6 +43,10 @@ for group; do
   done
 done
 [ -n "$missing" ] || exit 0
+if ! command -v apt-get >/dev/null; then
+  echo "install_deps.sh: no Debian machine; install what these packages hold:$missing" >&2
+  exit 1
+fi
 
 as_root=
 [ "$(id -u)" -eq 0 ] || as_root=sudo

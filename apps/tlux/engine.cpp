@@ -14,18 +14,6 @@ namespace {
 
 constexpr uint32_t kOptimizeMode = 1;
 
-TLUX_IMAGE view(const AVFrame& frame) {
-  TLUX_IMAGE image = {};
-  image.format = frame.format == AV_PIX_FMT_NV21 ? TLUX_FMT_YCBCR420_YPVU : TLUX_FMT_YCBCR420_YPUV;
-  image.width = frame.width;
-  image.height = frame.height;
-  for (int plane = 0; plane < 2; ++plane) {
-    image.plane[plane] = frame.data[plane];
-    image.pitch[plane] = frame.linesize[plane];
-  }
-  return image;
-}
-
 const char* describeResult(uint32_t result) {
   switch (result) {
     case TLUX_ERR_INVALID_PARAM:
@@ -49,15 +37,19 @@ Engine::Engine() {
 
 FramePtr Engine::run(const AVFrame& source, uint32_t strength) {
   FramePtr result = makeSemiPlanarLike(source);
-  const TLUX_IMAGE input = view(source);
-  TLUX_IMAGE output = view(*result);
+  run(source, strength, *result);
+  return result;
+}
+
+void Engine::run(const AVFrame& source, uint32_t strength, AVFrame& result) {
+  const TLUX_IMAGE input = imageOf(source);
+  TLUX_IMAGE output = imageOf(result);
   const uint32_t code = TLUX_RunDynamicRangeOptimizationImage(nullptr, engine_.get(), &input,
                                                               kOptimizeMode, &output, &strength, 0);
   if (code != TLUX_OK) {
     throw std::runtime_error(
         fmt::format("optimization failed: {} ({})", describeResult(code), code));
   }
-  return result;
 }
 
 FramePtr Engine::runSeamlessly(const AVFrame& source, uint32_t strength) {

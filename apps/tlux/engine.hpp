@@ -16,6 +16,9 @@ class Engine {
   /** The frame as the library makes it, with layout, row length and properties of the source. */
   FramePtr run(const AVFrame& source, uint32_t strength);
 
+  /** The same into a frame of that layout, whose properties stay as they are. */
+  void run(const AVFrame& source, uint32_t strength, AVFrame& result);
+
   /** As run(), but without strips at the right and bottom where a side is not a multiple of 16. */
   FramePtr runSeamlessly(const AVFrame& source, uint32_t strength);
 

@@ -20,6 +20,8 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  tlux enhance photo.jpg -o better.jpg        lift the shadows, hold the highlights\n"
     "  tlux compare photo.jpg -o both.png          before and after, side by side\n"
+    "  tlux sweep photo.jpg -o sheet.png           several strengths on one sheet\n"
+    "  tlux explain photo.jpg -d why               a page on what was done, and why\n"
     "  tlux enhance *.jpg -d enhanced -s 80        several pictures, stronger\n"
     "  tlux enhance --help                         all options, raw camera frames";
 
@@ -34,7 +36,8 @@ ExitCode runCommandLine(int argc, char** argv) {
   app.set_version_flag("--version", versionLine(), "Show the version and exit");
   app.require_subcommand(0, 1);
   app.footer(kExamples);
-  const std::array<Command, 3> commands = {tlux::app::addEnhance(app), tlux::app::addCompare(app),
+  const std::array<Command, 5> commands = {tlux::app::addEnhance(app), tlux::app::addCompare(app),
+                                           tlux::app::addSweep(app), tlux::app::addExplain(app),
                                            tlux::app::addInfo(app)};
 
   try {
@@ -61,7 +64,7 @@ ExitCode runCommandLine(int argc, char** argv) {
 int main(int argc, char** argv) {
   try {
     tlux::app::captureAvLog();
-    tlux::app::removeTemporaryOnSignals();
+    tlux::app::removeTemporariesOnSignals();
     return static_cast<int>(runCommandLine(argc, argv));
   } catch (const std::exception& error) {
     std::fprintf(stderr, "tlux: %s\n", error.what());

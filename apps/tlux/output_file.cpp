@@ -1,17 +1,17 @@
 #include "output_file.hpp"
 
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <climits>
 #include <csignal>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <string>
+#include <mutex>
+#include <set>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #include "errors.hpp"
@@ -20,108 +20,134 @@ namespace tlux::app {
 
 namespace {
 
-constexpr int kSignals[] = {SIGINT, SIGTERM, SIGHUP};
+/** The temporaries under way; locked for every change, so that a signal finds each or none. */
+struct Temporaries {
+  std::mutex mutex;
+  std::set<std::filesystem::path> paths;
+};
 
-// Path of the temporary being written, empty when there is none. Changed only while the signals
-// that read it are held back.
-char temporaryPath[PATH_MAX] = "";
+Temporaries& temporaries() {
+  // Never destroyed: the thread that waits for signals may outlive everything else.
+  static auto& instance = *new Temporaries;
+  return instance;
+}
 
-extern "C" void removeTemporaryAndDie(int signal) {
-  if (temporaryPath[0] != '\0') unlink(temporaryPath);
+void waitForSignal(sigset_t signals) {
+  int signal = 0;
+  sigwait(&signals, &signal);
+  // Held to the end: from here on nothing is made or renamed.
+  temporaries().mutex.lock();
+  for (const std::filesystem::path& path : temporaries().paths) {
+    unlink(path.c_str());
+  }
   std::signal(signal, SIG_DFL);
+  pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
   std::raise(signal);
 }
 
-class SignalsHeldBack {
- public:
-  SignalsHeldBack() {
-    sigset_t set;
-    sigemptyset(&set);
-    for (const int signal : kSignals) {
-      sigaddset(&set, signal);
-    }
-    pthread_sigmask(SIG_BLOCK, &set, &previous_);
-  }
-  ~SignalsHeldBack() { pthread_sigmask(SIG_SETMASK, &previous_, nullptr); }
-  SignalsHeldBack(const SignalsHeldBack&) = delete;
-  SignalsHeldBack& operator=(const SignalsHeldBack&) = delete;
+bool isIgnored(int signal) {
+  struct sigaction current = {};
+  sigaction(signal, nullptr, &current);
+  return current.sa_handler == SIG_IGN;
+}
 
- private:
-  sigset_t previous_;
-};
+/** What the process takes from the permissions of new files; asking changes it for a moment. */
+mode_t permissionMask() {
+  static const mode_t mask = [] {
+    const mode_t current = umask(0);
+    umask(current);
+    return current;
+  }();
+  return mask;
+}
 
-/** The temporary file: open from construction on; gone at the end unless it was renamed. */
-class TemporaryFile {
- public:
-  explicit TemporaryFile(const std::filesystem::path& target) : target_(target) {
-    const std::string pattern = (target.parent_path() / ".tlux-XXXXXX").string();
-    if (pattern.size() >= sizeof temporaryPath) fail(ENAMETOOLONG);
-    const SignalsHeldBack guard;
-    std::memcpy(temporaryPath, pattern.c_str(), pattern.size() + 1);
-    descriptor_ = mkstemp(temporaryPath);
-    if (descriptor_ < 0) {
-      const int reason = errno;
-      temporaryPath[0] = '\0';
-      fail(reason);
-    }
-  }
-
-  ~TemporaryFile() {
-    if (descriptor_ >= 0) close(descriptor_);
-    const SignalsHeldBack guard;
-    if (temporaryPath[0] != '\0') unlink(temporaryPath);
-    temporaryPath[0] = '\0';
-  }
-
-  TemporaryFile(const TemporaryFile&) = delete;
-  TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-  void write(std::span<const uint8_t> content) {
-    while (!content.empty()) {
-      const ssize_t written = ::write(descriptor_, content.data(), content.size());
-      if (written < 0 && errno == EINTR) continue;
-      if (written < 0) fail(errno);
-      content = content.subspan(static_cast<size_t>(written));
-    }
-  }
-
-  void renameToTarget() {
-    // Temporaries are private; the finished file gets the permissions any new file would.
-    const mode_t mask = umask(0);
-    umask(mask);
-    if (fchmod(descriptor_, 0666 & ~mask) != 0) fail(errno);
-    if (close(std::exchange(descriptor_, -1)) != 0) fail(errno);
-    const SignalsHeldBack guard;
-    if (std::rename(temporaryPath, target_.c_str()) != 0) fail(errno);
-    temporaryPath[0] = '\0';
-  }
-
- private:
-  [[noreturn]] void fail(int reason) const {
-    throw Error(ExitCode::kFailed, target_.string(),
-                "cannot write: " + std::generic_category().message(reason));
-  }
-
-  const std::filesystem::path& target_;
-  int descriptor_ = -1;
-};
+bool isDirect(const std::filesystem::path& target) {
+  std::error_code error;
+  const std::filesystem::file_status status = std::filesystem::status(target, error);
+  return std::filesystem::is_character_file(status) || std::filesystem::is_fifo(status) ||
+         std::filesystem::is_block_file(status) || std::filesystem::is_socket(status);
+}
 
 } // namespace
 
-void writeFileAtomically(const std::filesystem::path& target, std::span<const uint8_t> content) {
-  TemporaryFile file(target);
-  file.write(content);
-  file.renameToTarget();
+bool isPipe(const std::filesystem::path& name) {
+  return name == "-";
 }
 
-void removeTemporaryOnSignals() {
-  for (const int signal : kSignals) {
-    struct sigaction current = {};
-    sigaction(signal, nullptr, &current);
-    // A signal the parent has us ignore (nohup) stays ignored.
-    if (current.sa_handler == SIG_IGN) continue;
-    std::signal(signal, removeTemporaryAndDie);
+OutputFile::OutputFile(const std::filesystem::path& target) : target_(target) {
+  if (isPipe(target)) {
+    descriptor_ = dup(STDOUT_FILENO);
+  } else if (isDirect(target)) {
+    descriptor_ = open(target.c_str(), O_WRONLY | O_CLOEXEC);
+  } else {
+    openTemporary();
   }
+  if (descriptor_ < 0) fail(errno);
+}
+
+void OutputFile::openTemporary() {
+  std::string path = (target_.parent_path() / ".tlux-XXXXXX").string();
+  const std::lock_guard lock(temporaries().mutex);
+  descriptor_ = mkstemp(path.data());
+  if (descriptor_ < 0) return;
+  temporary_ = path;
+  temporaries().paths.insert(temporary_);
+}
+
+OutputFile::~OutputFile() {
+  if (descriptor_ >= 0) close(descriptor_);
+  if (temporary_.empty()) return;
+  const std::lock_guard lock(temporaries().mutex);
+  unlink(temporary_.c_str());
+  temporaries().paths.erase(temporary_);
+}
+
+void OutputFile::write(std::span<const uint8_t> content) {
+  while (!content.empty()) {
+    const ssize_t written = ::write(descriptor_, content.data(), content.size());
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) fail(errno);
+    content = content.subspan(static_cast<size_t>(written));
+  }
+}
+
+std::string OutputFile::url() const {
+  if (isPipe(target_)) return "pipe:1";
+  return "file:" + (temporary_.empty() ? target_ : temporary_).string();
+}
+
+void OutputFile::publish() {
+  // Temporaries are private; the finished file gets the permissions any new file would.
+  if (!temporary_.empty() && fchmod(descriptor_, 0666 & ~permissionMask()) != 0) fail(errno);
+  if (close(std::exchange(descriptor_, -1)) != 0) fail(errno);
+  if (temporary_.empty()) return;
+  const std::lock_guard lock(temporaries().mutex);
+  if (std::rename(temporary_.c_str(), target_.c_str()) != 0) fail(errno);
+  temporaries().paths.erase(std::exchange(temporary_, {}));
+}
+
+void OutputFile::fail(int reason) const {
+  throw Error(ExitCode::kFailed, target_.string(),
+              "cannot write: " + std::generic_category().message(reason));
+}
+
+void writeFileAtomically(const std::filesystem::path& target, std::span<const uint8_t> content) {
+  OutputFile file(target);
+  file.write(content);
+  file.publish();
+}
+
+void removeTemporariesOnSignals() {
+  // A reader that goes away is a failed write like any other.
+  std::signal(SIGPIPE, SIG_IGN);
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    // A signal the parent has us ignore (nohup) stays ignored.
+    if (!isIgnored(signal)) sigaddset(&signals, signal);
+  }
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  std::thread(waitForSignal, signals).detach();
 }
 
 } // namespace tlux::app

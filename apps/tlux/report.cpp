@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <mutex>
 
 namespace tlux::app {
 
@@ -19,6 +20,19 @@ std::string oneLine(std::string_view text) {
   return line;
 }
 
+constexpr const char* kClearLine = "\r\x1b[K";
+
+std::mutex mutex;
+std::string status;
+
+void print(std::FILE* stream, std::string_view prefix, std::string_view text) {
+  const std::lock_guard lock(mutex);
+  if (!status.empty()) fmt::print(stderr, "{}", kClearLine);
+  fmt::print(stream, "{}{}\n", prefix, oneLine(text));
+  std::fflush(stream);
+  if (!status.empty()) fmt::print(stderr, "{}", status);
+}
+
 } // namespace
 
 std::string describe(const Timings& timings) {
@@ -27,16 +41,26 @@ std::string describe(const Timings& timings) {
 }
 
 void printError(std::string_view message) {
-  fmt::print(stderr, "tlux: {}\n", oneLine(message));
+  print(stderr, "tlux: ", message);
 }
 
 void printWarning(std::string_view message) {
-  fmt::print(stderr, "tlux: warning: {}\n", oneLine(message));
+  print(stderr, "tlux: warning: ", message);
 }
 
 void printLine(std::string_view text) {
-  fmt::print("{}\n", oneLine(text));
-  std::fflush(stdout);
+  print(stdout, "", text);
+}
+
+void printNote(std::string_view text) {
+  print(stderr, "tlux: ", text);
+}
+
+void showStatus(std::string_view text) {
+  const std::lock_guard lock(mutex);
+  if (!status.empty() || !text.empty()) fmt::print(stderr, "{}{}", kClearLine, oneLine(text));
+  std::fflush(stderr);
+  status = text;
 }
 
 } // namespace tlux::app

@@ -36,4 +36,13 @@ void printWarning(std::string_view message);
 /** Prints one line on standard output. */
 void printLine(std::string_view text);
 
+/** Prints one line on standard error that is neither an error nor a warning. */
+void printNote(std::string_view text);
+
+/**
+ * Shows a line on the terminal behind standard error until the next one takes its place; an empty
+ * one takes it away. All other printing goes above it. Any thread may print.
+ */
+void showStatus(std::string_view text);
+
 } // namespace tlux::app

@@ -54,6 +54,19 @@ class RawFrames(CommandTest):
                 expected = self.library_output(name, width, height, pitch, strength, source)
                 self.assertEqual(expected, drop_padding(actual, width, pitch))
 
+    def test_pictures_are_optimized_like_frames_without_gaps(self):
+        # Widths of whole blocks, but not of whole vectors of the converter.
+        for width, height in [(80, 64), (112, 48), (128, 96)]:
+            source = write_png(self.path("in.png"), scene(width, height))
+            photo, frame = self.path("photo.jpg"), self.path("photo.nv12")
+            ffmpeg("-i", source, "-pix_fmt", "yuvj420p", "-q:v", 1, photo)
+            frame.write_bytes(ffmpeg("-i", photo, "-vf", "scale=in_range=pc:out_range=pc",
+                                     "-f", "rawvideo", "-pix_fmt", "nv12", "-"))
+            with self.subTest(size=(width, height)):
+                self.enhance(photo, "out.nv12", "-s", 80)
+                expected = self.library_output("nv12", width, height, width, 80, frame)
+                self.assertEqual(expected, self.path("out.nv12").read_bytes())
+
     def test_extension_chooses_the_order_of_chroma(self):
         width, height = 64, 48
         source = self.path("in.yuv")

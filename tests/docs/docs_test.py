@@ -20,8 +20,13 @@ PAGES = sorted([*SOURCE.glob("*.md"), *SOURCE.glob("docs/*.md"), *SOURCE.glob("e
 FENCE = re.compile(r"^```(\w*)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
 
+RUN_ELSEWHERE = ("archives.md",)  # its commands: tests/apps/archives_test.py
+
+
 def blocks(language):
     for page in PAGES:
+        if language == "sh" and page.name in RUN_ELSEWHERE:
+            continue
         text = page.read_text()
         for match in FENCE.finditer(text):
             if match[1] == language:
@@ -74,13 +79,14 @@ class Docs(unittest.TestCase):
                 (project / "main.c").write_text("int main(void) { return 0; }\n")
                 (project / "CMakeLists.txt").write_text(
                     f"cmake_minimum_required(VERSION 3.25)\nproject(app C)\nadd_executable(app main.c)\n{code}")
-                self.check(where, run(["cmake", "-S", project, "-B", project / "build", f"-DCMAKE_C_COMPILER={CC}",
+                self.check(where, run(["cmake", "-G", "Ninja", "-S", project, "-B", project / "build", f"-DCMAKE_C_COMPILER={CC}",
                                        f"-DCMAKE_CXX_COMPILER={CXX}", f"-DCMAKE_PREFIX_PATH={self.prefix}"]))
 
     def test_commands_run(self):
         presets = json.loads((SOURCE / "CMakePresets.json").read_text())
         names = {preset["name"] for kind in presets if kind.endswith("Presets") for preset in presets[kind]
                  if not preset.get("hidden")}
+        groups = set(re.findall(r"^    (\w+)\) echo", (SOURCE / "scripts/install_deps.sh").read_text(), re.MULTILINE))
         for number, (where, text) in enumerate(blocks("sh")):
             with self.subTest(where):
                 lines = [line for line in text.replace("\\\n", " ").splitlines() if line.strip()]
@@ -93,9 +99,12 @@ class Docs(unittest.TestCase):
                         self.assertIn(f"add_executable({Path(words[0]).name} ", (SOURCE / "bench/CMakeLists.txt").read_text())
                     else:
                         self.assertTrue(os.access(SOURCE / words[0], os.X_OK), f"{where}: {words[0]}")
+                        if words[0] == "scripts/install_deps.sh":
+                            self.assertLessEqual(set(words[1:]), groups, where)
                 folder = self.root / f"sh{number}"
                 (folder / "build").mkdir(parents=True)
-                (folder / "build/release").symlink_to(BUILD)
+                for preset in ("release", "android"):
+                    (folder / "build" / preset).symlink_to(BUILD)
                 (folder / "examples").symlink_to(SOURCE / "examples")
                 script = "\n".join(line for line in lines if not is_step_of_ci(line))
                 self.check(where, run(["sh", "-euc", script], cwd=folder,
@@ -107,10 +116,21 @@ class Docs(unittest.TestCase):
             for group in re.findall(r"@defgroup (\w+)", header.read_text()):
                 self.assertIn(group, placed, f"{header.name}: add the group to docs/reference.dox")
 
+    def test_pages_name_every_preset_and_option(self):
+        building = (SOURCE / "docs/building.md").read_text()
+        presets = json.loads((SOURCE / "CMakePresets.json").read_text())["configurePresets"]
+        for name in (preset["name"] for preset in presets if not preset.get("hidden")):
+            self.assertIn(f"`{re.sub('(?<=[at]san-).*', '…', name)}`", building)
+        cmake = (SOURCE / "CMakeLists.txt").read_text()
+        for option in re.findall(r"^(?:option\(|set\()(TLUX_\w+)", cmake, re.MULTILINE):
+            self.assertIn(f"`{option}`", building)
+
     def test_links_lead_somewhere(self):
         for page in PAGES:
             for target in re.findall(r"\]\(([^)#:]+)\)", page.read_text()):
                 self.assertTrue((page.parent / target).exists(), f"{page.relative_to(SOURCE)}: {target}")
+            for place in re.findall(r"`((?:src|tests|scripts|bench|fuzz|include|cmake)/[\w/.]+)", page.read_text()):
+                self.assertTrue((SOURCE / place).exists(), f"{page.relative_to(SOURCE)}: {place}")
 
 
 if __name__ == "__main__":

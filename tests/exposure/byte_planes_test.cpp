@@ -3,6 +3,7 @@
 #include <vector>
 
 #include "reference/loops.hpp"
+#include "support/null_arguments.hpp"
 #include "support/random.hpp"
 #include "tlux/statistics.h"
 
@@ -69,11 +70,15 @@ TEST(ReduceBlock, ReplacesSpecksOrNothing) {
 
 TEST(ReduceBlock, FollowsTheRuleOnAnyContent) {
   Random random(2);
-  for (const auto& [low, high] : {std::pair{0, 255}, {180, 255}, {250, 255}, {255, 255}}) {
-    const Bytes source = random.values<std::uint8_t>(64 * 48, low, high);
-    Bytes actual(source.size());
-    AME_ReduceBlock(source.data(), actual.data(), 64, 48, 20);
-    EXPECT_EQ(actual, despeckled(source, 64, 48, 20));
+  for (const auto& [low, high] : {std::pair{0, 255}, {180, 255}, {250, 255}, {254, 259}}) {
+    Bytes source; // in the last case black among white
+    for (const int value : random.values<int>(64 * 48, low, high))
+      source.push_back(static_cast<std::uint8_t>(value));
+    for (const int level : {20, 215}) {
+      Bytes actual(source.size());
+      AME_ReduceBlock(source.data(), actual.data(), 64, 48, level);
+      EXPECT_EQ(actual, despeckled(source, 64, 48, level));
+    }
   }
 }
 
@@ -96,12 +101,9 @@ TEST(ConvertTo8Bit, RepeatsTheBorder) {
 TEST(BytePlanes, TakeNullAndEmptyPlanes) {
   std::uint8_t byte = 9;
   std::int64_t index = 0;
-  EXPECT_EQ(AME_ReduceBlock(nullptr, &byte, 1, 1, 0), 0);
-  EXPECT_EQ(AME_ReduceBlock(&byte, nullptr, 1, 1, 0), 0);
+  expectEachNullAnswers(0, AME_ReduceBlock, &byte, &byte, 1, 1, 0);
+  expectEachNullAnswers(0, AME_ConvertTo8Bit, &byte, &index, 1, 1, &byte);
   EXPECT_EQ(AME_ReduceBlock(&byte, &byte, 0, 1, 0), 0);
-  EXPECT_EQ(AME_ConvertTo8Bit(nullptr, &index, 1, 1, &byte), 0);
-  EXPECT_EQ(AME_ConvertTo8Bit(&byte, nullptr, 1, 1, &byte), 0);
-  EXPECT_EQ(AME_ConvertTo8Bit(&byte, &index, 1, 1, nullptr), 0);
   EXPECT_EQ(AME_ConvertTo8Bit(&byte, &index, 0, 1, &byte), 0);
   EXPECT_EQ(byte, 9);
 }

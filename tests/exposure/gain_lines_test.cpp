@@ -4,6 +4,7 @@
 
 #include "reference/gain_lines.hpp"
 #include "support/frame.hpp"
+#include "support/null_arguments.hpp"
 #include "tlux/gain_lines.h"
 
 namespace tlux::test {
@@ -79,11 +80,12 @@ TEST(GainLine, TakesNullAndEmptyRows) {
   Gains table(65536, 1);
   Gains lines(64, 9);
   for (const auto& member : kMembers) {
-    const auto call = member.call;
-    EXPECT_EQ(call(0, 0, 4, nullptr, nullptr, table.data(), table.data(), 0, 0), nullptr);
-    EXPECT_EQ(call(0, 0, 4, lines.data(), nullptr, nullptr, table.data(), 0, 0), nullptr);
-    EXPECT_EQ(call(0, 0, 4, lines.data(), nullptr, table.data(), nullptr, 0, 0), nullptr);
-    EXPECT_EQ(call(0, 0, 0, lines.data(), nullptr, table.data(), table.data(), 0, 0), nullptr);
+    const auto expectNothing = [&](auto... arguments) {
+      EXPECT_EQ(member.call(arguments...), nullptr);
+    };
+    callWithEachNull(expectNothing, 0, 0, 4, lines.data(), nullptr, table.data(), table.data(), 0,
+                     0);
+    expectNothing(0, 0, 0, lines.data(), nullptr, table.data(), table.data(), 0, 0);
     EXPECT_EQ(lines, Gains(64, 9));
   }
 }

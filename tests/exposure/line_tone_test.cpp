@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "reference/gain_lines.hpp"
+#include "support/null_arguments.hpp"
 #include "support/random.hpp"
 #include "tlux/gain_lines.h"
 
@@ -108,12 +109,8 @@ TEST(LineTone, TakesNullAndEmptyRows) {
     toneLine(0, luma, chroma, width, gains);
     toneLine(1, luma, chroma, width, gains);
   }
-  for (int missing = 0; missing < 5; ++missing) {
-    AME_NV21NV12_LineTone(0, missing == 0 ? nullptr : luma.data(),
-                          missing == 1 ? nullptr : chroma.data(), 4,
-                          missing == 2 ? nullptr : gains.data(), missing == 3 ? nullptr : degamma,
-                          missing == 4 ? nullptr : gamma);
-  }
+  callWithEachNull(AME_NV21NV12_LineTone, 0, luma.data(), chroma.data(), 4, gains.data(), degamma,
+                   gamma);
   EXPECT_EQ(luma, Bytes(4, 50));
   EXPECT_EQ(chroma, Bytes(4, 60));
   AME_NV21NV12_LineTone(1, luma.data(), nullptr, 4, gains.data(), degamma, gamma);

@@ -7,6 +7,7 @@
 
 #include "exposure/contents.hpp"
 #include "support/guarded_buffer.hpp"
+#include "support/null_arguments.hpp"
 #include "tlux/statistics.h"
 
 namespace tlux::test {
@@ -145,9 +146,8 @@ TEST(PyramidFilter, SkipsWhatHasNoLevelsOrPlanes) {
   Samples plane(64, 7);
   Samples output(64, kUntouched);
   Samples scratch(64);
-  AME_PyramidFilter(nullptr, nullptr, nullptr, 8, 8, output.data(), 8, 8, scratch.data(), 64);
-  AME_PyramidFilter(nullptr, nullptr, plane.data(), 8, 8, nullptr, 8, 8, scratch.data(), 64);
-  AME_PyramidFilter(nullptr, nullptr, plane.data(), 8, 8, output.data(), 8, 8, nullptr, 64);
+  callWithEachNull(AME_PyramidFilter, nullptr, nullptr, plane.data(), 8, 8, output.data(), 8, 8,
+                   scratch.data(), 64);
   AME_PyramidFilter(nullptr, nullptr, plane.data(), 8, 7, output.data(), 8, 8, scratch.data(), 64);
   AME_PyramidFilter(nullptr, nullptr, plane.data(), 8, 8, output.data(), 8, 8, scratch.data(), -1);
   EXPECT_EQ(output, Samples(64, kUntouched));

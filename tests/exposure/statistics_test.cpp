@@ -3,7 +3,7 @@
 #include <vector>
 
 #include "exposure/contents.hpp"
-#include "support/guarded_buffer.hpp"
+#include "support/null_arguments.hpp"
 #include "tlux/statistics.h"
 
 namespace tlux::test {
@@ -177,18 +177,11 @@ TEST(Statistics, TakeNullPlanes) {
   std::int16_t sample = 3;
   std::uint16_t score = 4;
   std::uint32_t sum = 5;
-  EXPECT_EQ(AME_LogTable_mageMean(nullptr, &sample, &sum, 1, 1), 0);
-  EXPECT_EQ(AME_LogTable_mageMean(&sample, nullptr, &sum, 1, 1), 0);
-  EXPECT_EQ(AME_LogTable_mageMean(&sample, &sample, nullptr, 1, 1), 0);
-  EXPECT_EQ(AME_LogTable_mageMean2(nullptr, &score, 1, 1), 0);
-  EXPECT_EQ(AME_LogTable_mageMean2(&sample, nullptr, 1, 1), 0);
-  AME_Adjust_meanLogLum(nullptr, 1, 1, 1);
-  for (int missing = 0; missing < 5; ++missing) {
-    const auto unless = [missing](int i, auto* plane) { return i == missing ? nullptr : plane; };
-    AME_Generate_Score(unless(0, &sample), unless(1, &sample), unless(2, &score),
-                       unless(3, &sample), unless(4, &sum), 1, 1, 1);
-  }
-  AME_Downscale2x2_lines(nullptr, &sample, 1, &sample, &sum);
+  expectEachNullAnswers(0, AME_LogTable_mageMean, &sample, &sample, &sum, 1, 1);
+  expectEachNullAnswers(0, AME_LogTable_mageMean2, &sample, &score, 1, 1);
+  callWithEachNull(AME_Adjust_meanLogLum, &sample, 1, 1, 1);
+  callWithEachNull(AME_Generate_Score, &sample, &sample, &score, &sample, &sum, 1, 1, 1);
+  callWithEachNull(AME_Downscale2x2_lines, &sample, &sample, 1, &sample, &sum);
   EXPECT_EQ(sample, 3);
   EXPECT_EQ(score, 4);
   EXPECT_EQ(sum, 5u);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "reference/guided_filter.hpp"
+#include "support/null_arguments.hpp"
 #include "support/simple_image.hpp"
 #include "tlux/guided_filter.h"
 
@@ -67,7 +68,7 @@ TEST(GuidedAlpha, FlatGuideKeepsTheCovarianceOfTruncatedMeans) {
   EXPECT_EQ(valuesOf(b), (Values{-75, -75}));
 }
 
-TEST(GuidedAlpha, WritesNothingWithoutMemoryOrForImagesItDoesNotTake) {
+TEST(GuidedAlpha, WritesNothingForImagesItDoesNotTake) {
   for (const auto alpha : {guided_box_alpha, guided_box_alpha_half}) {
     TestImage I(1, 1, 1, Bytes{200});
     TestImage p(1, 1, 1, Bytes{100});
@@ -91,11 +92,9 @@ TEST(GuidedAlpha, WritesNothingWithoutMemoryOrForImagesItDoesNotTake) {
       expectUntouched(1);
       image->record = original;
     }
-    alpha(nullptr, nullptr, p, a, b, 1);
-    alpha(nullptr, I, p, nullptr, b, 1);
-    alpha(nullptr, I, p, a, nullptr, 1);
+    callWithEachNull(alpha, nullptr, &I.record, &p.record, &a.record, &b.record, 1);
+    EXPECT_EQ(valuesOf(a), before);
     EXPECT_EQ(valuesOf(b), before);
-
     alpha(nullptr, I, p, a, b, 1);
     EXPECT_EQ(valuesOf(b), Values{25600});
   }

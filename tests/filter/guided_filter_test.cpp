@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "reference/guided_filter.hpp"
+#include "support/null_arguments.hpp"
 #include "support/simple_image.hpp"
 
 namespace tlux::test {
@@ -182,9 +183,7 @@ TEST(GuidedFilter, WritesNothingForImagesItDoesNotTake) {
       EXPECT_EQ(q.pixels(), Bytes(30, 9));
     };
     expectUntouched(I, p, q, -1);
-    expectUntouched(I, p, nullptr, 1);
-    expectUntouched(nullptr, p, q, 1);
-    expectUntouched(I, nullptr, q, 1);
+    callWithEachNull(expectUntouched, &I.record, &p.record, &q.record, 1);
     for (TestImage* image : {&I, &p, &q}) {
       const img original = image->record;
       const auto expectUntouchedWith = [&](auto img::*field, auto value) {

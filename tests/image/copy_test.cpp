@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "image/picture.hpp"
+#include "support/null_arguments.hpp"
 
 namespace tlux::test {
 namespace {
@@ -154,8 +155,7 @@ TEST(Copy, AnswersWhatItCannotCopy) {
     const Picture picture = randomPicture(random, TLUX_FMT_YCBCR444_P, 6, 4, 0);
     Frame source = frameOf(randomPicture(random, TLUX_FMT_YCBCR444_P, 6, 4, 0));
     Frame target = frameOf(picture);
-    EXPECT_EQ(copy(nullptr, nullptr, source.get(), nullptr), TLUX_ERR_INVALID_PARAM);
-    EXPECT_EQ(copy(target.get(), nullptr, nullptr, nullptr), TLUX_ERR_INVALID_PARAM);
+    expectRefusesEachNull(copy, target.get(), nullptr, source.get(), nullptr);
     for (TLUX_IMAGE* image : {source.get(), target.get()}) {
       const TLUX_IMAGE kept = *image;
       for (const auto& damage : {+[](TLUX_IMAGE& i) { i.plane[0] = nullptr; },
@@ -186,8 +186,7 @@ TEST(IsImageEqual, ComparesGeometryAlone) {
     const TLUX_IMAGE b{format, width, height, {}, {}};
     EXPECT_EQ(TLUX_IsImageEqual_IMK(&a, &b), equal);
   }
-  EXPECT_EQ(TLUX_IsImageEqual_IMK(&a, nullptr), 0);
-  EXPECT_EQ(TLUX_IsImageEqual_IMK(nullptr, nullptr), 0);
+  callWithEachNull([](auto... images) { EXPECT_EQ(TLUX_IsImageEqual_IMK(images...), 0); }, &a, &a);
 }
 
 } // namespace

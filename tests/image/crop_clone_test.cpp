@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "image/picture.hpp"
-#include "support/fault_injection.hpp"
+#include "support/null_arguments.hpp"
 #include "support/pool.hpp"
 #include "tlux/copy.h"
 
@@ -135,9 +135,9 @@ TEST(Clone, ReportsWhatFails) {
   Frame source({16, 8}, random);
   TLUX_IMAGE* const mark = source.get();
   TLUX_IMAGE* clone = mark;
-  EXPECT_EQ(TLUX_CloneImage_IMK(&clone, nullptr, nullptr), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_CloneImageROI_IMK(&clone, source.get(), nullptr, nullptr), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_CloneImage_IMK(nullptr, source.get(), nullptr), TLUX_ERR_INVALID_PARAM);
+  const TLUX_RECT whole{0, 0, 16, 8};
+  expectRefusesEachNull(TLUX_CloneImage_IMK, &clone, source.get(), nullptr);
+  expectRefusesEachNull(TLUX_CloneImageROI_IMK, &clone, source.get(), &whole, nullptr);
   EXPECT_EQ(clone, mark);
 
   constexpr int kMax = std::numeric_limits<int>::max();

@@ -6,7 +6,7 @@
 #include <limits>
 #include <vector>
 
-#include "support/fault_injection.hpp"
+#include "support/null_arguments.hpp"
 #include "support/pool.hpp"
 
 namespace tlux::test {
@@ -183,16 +183,13 @@ TEST(ImageList, IsUnchangedWhenAnInsertFails) {
     EXPECT_EQ(tryInsert(), TLUX_ERR_INVALID_PARAM);
     frame.image.plane[0] = frame.pixels.data();
   }
-  const TLUX_RECT wide{0, 0, kWidth + 1, 1};
-  const TLUX_RECT outside{-1, 0, 1, 1};
-  for (const TLUX_RECT* rect : {&wide, &outside, static_cast<const TLUX_RECT*>(nullptr)}) {
-    EXPECT_EQ(TLUX_InsertImageToLinkROI_IMK(&list, &frame.image, nullptr, rect, 0, 0, nullptr),
+  for (const TLUX_RECT& rect : {TLUX_RECT{0, 0, kWidth + 1, 1}, {-1, 0, 1, 1}}) {
+    EXPECT_EQ(TLUX_InsertImageToLinkROI_IMK(&list, &frame.image, nullptr, &rect, 0, 0, nullptr),
               TLUX_ERR_INVALID_PARAM);
   }
-  EXPECT_EQ(TLUX_InsertImageToLink_IMK(&list, nullptr, nullptr, 0, 0, nullptr),
-            TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_InsertImageToLink_IMK(nullptr, &frame.image, nullptr, 0, 0, nullptr),
-            TLUX_ERR_INVALID_PARAM);
+  expectRefusesEachNull(TLUX_InsertImageToLink_IMK, &list, &frame.image, nullptr, 0, 0, nullptr);
+  expectRefusesEachNull(TLUX_InsertImageToLinkROI_IMK, &list, &frame.image, nullptr, &part, 0, 0,
+                        nullptr);
   expectUnchanged();
   TLUX_FreeImageLink_IMK(&list, nullptr);
 }

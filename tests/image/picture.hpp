@@ -42,6 +42,11 @@ inline Frame frameOf(const Picture& picture) {
   return frame;
 }
 
+inline Frame randomFrame(Random& random, std::uint32_t format, int width, int height,
+                         int maxExtra) {
+  return frameOf(randomPicture(random, format, width, height, maxExtra));
+}
+
 // Whether the rows of the picture that `extents` tells are those of the image.
 inline bool hasRowsOf(const TLUX_IMAGE& image, const Picture& picture,
                       const std::vector<PlaneExtent>& extents) {

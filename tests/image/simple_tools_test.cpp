@@ -182,7 +182,7 @@ TEST(SimpleTools, ResizeFromTheCorner) {
           resize(source, target);
           ASSERT_EQ(target.pixels(),
                     mapPixels(channels * width, height, [&, w = width, h = height](int at, int y) {
-                      const reference::Samples samples{source->data + at % channels, source->width,
+                      const reference::Channel samples{source->data + at % channels, source->width,
                                                        source->height, source->stride, channels};
                       return reference::cornerAligned(samples, w, h, at / channels, y);
                     }));

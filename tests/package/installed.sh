@@ -34,7 +34,7 @@ needs() { readelf -d "$1" | grep -q "NEEDED.*\[$2"; }
 if grep -r -l -e "$build" -e "$work/first" "$lib/cmake" "$pc"; then fail "paths of the build installed"; fi
 
 for language in C CXX; do
-  cmake --no-warn-unused-cli -S "$here/consumer" -B "$work/$language" -DCONSUMER_LANGUAGE=$language \
+  cmake -G Ninja --no-warn-unused-cli -S "$here/consumer" -B "$work/$language" -DCONSUMER_LANGUAGE=$language \
     -DCMAKE_C_COMPILER="$cc" -DCMAKE_CXX_COMPILER="$cxx" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
   cmake --build "$work/$language" >/dev/null
 done

@@ -30,6 +30,23 @@ std::int64_t forWindow(Size size, int x, int y, int radius, Visit&& visit) {
   return count;
 }
 
+struct Moments {
+  std::int64_t count;
+  std::int64_t sum;
+  std::int64_t squares;
+};
+
+// Of the window around pixel `at`.
+inline Moments windowMoments(const std::vector<std::uint8_t>& plane, Size size, int at,
+                             int radius) {
+  Moments m{};
+  m.count = forWindow(size, at % size.width, at / size.width, radius, [&](std::size_t i) {
+    m.sum += plane[i];
+    m.squares += plane[i] * plane[i];
+  });
+  return m;
+}
+
 template <int Channels>
 using Coefficients = std::array<std::vector<std::int32_t>, Channels + 1>; // a of each channel, b
 
@@ -56,41 +73,58 @@ inline Coefficients<1> guidedCoefficients(const std::vector<std::uint8_t>& guide
   return out;
 }
 
-// Solves (Σ + 10 · 1) · a = cov(I, p) by elimination; the matrix needs no pivoting.
+// Of one window: the means of the guide channels and of the input, and the a of each channel.
+template <int Guides>
+struct WindowFit {
+  long double mean[Guides + 1] = {};
+  long double a[Guides] = {};
+};
+
+// Solves (Σ + ε · 1) · a = cov(I, p) by elimination; the matrix needs no pivoting.
+template <int Guides>
+WindowFit<Guides> fitWindow(const std::vector<std::uint8_t>& guide,
+                            const std::vector<std::uint8_t>& input, Size size, int x, int y,
+                            int radius, int epsilon) {
+  WindowFit<Guides> fit;
+  long double m[Guides][Guides + 1] = {};
+  const auto n = static_cast<long double>(forWindow(size, x, y, radius, [&](std::size_t i) {
+    int values[Guides + 1];
+    std::copy_n(guide.data() + Guides * i, Guides, values);
+    values[Guides] = input[i];
+    for (int c = 0; c <= Guides; ++c) {
+      fit.mean[c] += values[c];
+      for (int row = 0; row < Guides; ++row)
+        m[row][c] += values[row] * values[c];
+    }
+  }));
+  for (long double& mean : fit.mean)
+    mean /= n;
+  for (int row = 0; row < Guides; ++row) {
+    for (int c = 0; c <= Guides; ++c)
+      m[row][c] = m[row][c] / n - fit.mean[row] * fit.mean[c] + (row == c ? epsilon : 0);
+  }
+  for (int pivot = 0; pivot < Guides; ++pivot) {
+    for (int row = 0; row < Guides; ++row) {
+      const long double factor = row == pivot ? 0 : m[row][pivot] / m[pivot][pivot];
+      for (int c = 0; c <= Guides; ++c)
+        m[row][c] -= factor * m[pivot][c];
+    }
+  }
+  for (int row = 0; row < Guides; ++row)
+    fit.a[row] = m[row][Guides] / m[row][row];
+  return fit;
+}
+
 inline Coefficients<3> guidedCoefficients3(const std::vector<std::uint8_t>& guide,
                                            const std::vector<std::uint8_t>& input, Size size,
                                            int radius) {
   Coefficients<3> out;
   forEachPixel(size.width, size.height, [&](int x, int y) {
-    long double mean[4] = {};
-    long double m[3][4] = {};
-    const auto n = static_cast<long double>(forWindow(size, x, y, radius, [&](std::size_t i) {
-      const int values[4] = {guide[3 * i], guide[3 * i + 1], guide[3 * i + 2], input[i]};
-      for (int c = 0; c < 4; ++c) {
-        mean[c] += values[c];
-        for (int row = 0; row < 3; ++row) {
-          m[row][c] += values[row] * values[c];
-        }
-      }
-    }));
-    for (int row = 0; row < 3; ++row) {
-      for (int c = 0; c < 4; ++c) {
-        m[row][c] = m[row][c] / n - mean[row] / n * (mean[c] / n) + (row == c ? 10 : 0);
-      }
-    }
-    for (int pivot = 0; pivot < 3; ++pivot) {
-      for (int row = 0; row < 3; ++row) {
-        const long double factor = row == pivot ? 0 : m[row][pivot] / m[pivot][pivot];
-        for (int c = 0; c < 4; ++c) {
-          m[row][c] -= factor * m[pivot][c];
-        }
-      }
-    }
-    long double b = 256 * mean[3] / n;
-    for (int row = 0; row < 3; ++row) {
-      const auto a = static_cast<std::int32_t>(256 * m[row][3] / m[row][row]);
-      out[static_cast<std::size_t>(row)].push_back(a);
-      b -= a * (mean[row] / n);
+    const auto fit = fitWindow<3>(guide, input, size, x, y, radius, 10);
+    long double b = 256 * fit.mean[3];
+    for (std::size_t c = 0; c < 3; ++c) {
+      out[c].push_back(static_cast<std::int32_t>(256 * fit.a[c]));
+      b -= out[c].back() * fit.mean[c];
     }
     out[3].push_back(static_cast<std::int32_t>(b));
   });

@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include "reference/loops.hpp"
+
 // Regions of masks by their definitions: flood fill from pixel to pixel.
 namespace tlux::reference {
 
@@ -17,6 +19,8 @@ struct Grid {
   bool holds(int x, int y) const { return x >= 0 && x < width && y >= 0 && y < height; }
   T& at(int x, int y) { return values[static_cast<std::size_t>(y) * width + x]; }
   const T& at(int x, int y) const { return values[static_cast<std::size_t>(y) * width + x]; }
+  T* row(int y) { return values.data() + std::ptrdiff_t{y} * width; }
+  const T* row(int y) const { return values.data() + std::ptrdiff_t{y} * width; }
   // Beyond the grid there is nothing.
   T atOrZero(int x, int y) const { return holds(x, y) ? at(x, y) : T{0}; }
 };
@@ -27,12 +31,10 @@ using LabelGrid = Grid<std::uint32_t>;
 // Calls visit(x, y) for the four or eight neighbours.
 template <class Visit>
 void forNeighbours(int x, int y, int connectivity, Visit&& visit) {
-  for (int dy = -1; dy <= 1; ++dy) {
-    for (int dx = -1; dx <= 1; ++dx) {
-      const int steps = (dx != 0) + (dy != 0);
-      if (steps == 1 || (steps == 2 && connectivity == 8)) visit(x + dx, y + dy);
-    }
-  }
+  forEachIn(-1, -1, 2, 2, [&](int dx, int dy) {
+    const int steps = (dx != 0) + (dy != 0);
+    if (steps == 1 || (steps == 2 && connectivity == 8)) visit(x + dx, y + dy);
+  });
 }
 
 struct Labelling {
@@ -43,33 +45,30 @@ struct Labelling {
 inline Labelling floodLabels(const MaskGrid& mask, int connectivity) {
   Labelling result{{mask.width, mask.height}};
   std::vector<std::pair<int, int>> open;
-  for (int y = 0; y < mask.height; ++y) {
-    for (int x = 0; x < mask.width; ++x) {
-      if (mask.at(x, y) == 0 || result.labels.at(x, y) != 0) continue;
-      result.labels.at(x, y) = ++result.count;
-      open.emplace_back(x, y);
-      while (!open.empty()) {
-        const auto [fromX, fromY] = open.back();
-        open.pop_back();
-        forNeighbours(fromX, fromY, connectivity, [&](int nextX, int nextY) {
-          if (mask.atOrZero(nextX, nextY) == 0 || result.labels.at(nextX, nextY) != 0) return;
-          result.labels.at(nextX, nextY) = result.count;
-          open.emplace_back(nextX, nextY);
-        });
-      }
+  const auto reach = [&](int x, int y) {
+    if (mask.atOrZero(x, y) == 0 || result.labels.at(x, y) != 0) return;
+    result.labels.at(x, y) = result.count;
+    open.emplace_back(x, y);
+  };
+  forEachPixel(mask.width, mask.height, [&](int x, int y) {
+    if (mask.at(x, y) == 0 || result.labels.at(x, y) != 0) return;
+    ++result.count;
+    reach(x, y);
+    while (!open.empty()) {
+      const auto [fromX, fromY] = open.back();
+      open.pop_back();
+      forNeighbours(fromX, fromY, connectivity, reach);
     }
-  }
+  });
   return result;
 }
 
 // The pixels of one label, in raster order.
 inline std::vector<std::pair<int, int>> pixelsOf(const LabelGrid& labels, std::uint32_t label) {
   std::vector<std::pair<int, int>> pixels;
-  for (int y = 0; y < labels.height; ++y) {
-    for (int x = 0; x < labels.width; ++x) {
-      if (labels.at(x, y) == label) pixels.emplace_back(x, y);
-    }
-  }
+  forEachPixel(labels.width, labels.height, [&](int x, int y) {
+    if (labels.at(x, y) == label) pixels.emplace_back(x, y);
+  });
   return pixels;
 }
 
@@ -92,32 +91,25 @@ inline std::uint32_t removeSmall(MaskGrid& mask, int connectivity, std::uint32_t
 // Clear pixels that no path of clear pixels leads to from beyond the mask are in a hole.
 inline std::uint32_t fillHoles(MaskGrid& mask, int connectivity) {
   MaskGrid framed{mask.width + 2, mask.height + 2};
-  for (int y = 0; y < framed.height; ++y) {
-    for (int x = 0; x < framed.width; ++x) {
-      framed.at(x, y) = mask.atOrZero(x - 1, y - 1) == 0 ? 1 : 0;
-    }
-  }
+  forEachPixel(framed.width, framed.height,
+               [&](int x, int y) { framed.at(x, y) = mask.atOrZero(x - 1, y - 1) == 0 ? 1 : 0; });
   const Labelling clear = floodLabels(framed, connectivity == 8 ? 4 : 8);
   std::uint32_t filled = 0;
-  for (int y = 0; y < mask.height; ++y) {
-    for (int x = 0; x < mask.width; ++x) {
-      if (clear.labels.at(x + 1, y + 1) <= 1) continue; // 1 is what surrounds the mask
-      mask.at(x, y) = 255;
-      ++filled;
-    }
-  }
+  forEachPixel(mask.width, mask.height, [&](int x, int y) {
+    if (clear.labels.at(x + 1, y + 1) <= 1) return; // 1 is what surrounds the mask
+    mask.at(x, y) = 255;
+    ++filled;
+  });
   return filled;
 }
 
 inline MaskGrid boundary(const MaskGrid& mask, int connectivity) {
   MaskGrid marks{mask.width, mask.height};
-  for (int y = 0; y < mask.height; ++y) {
-    for (int x = 0; x < mask.width; ++x) {
-      forNeighbours(x, y, connectivity, [&](int nextX, int nextY) {
-        if (mask.at(x, y) != 0 && mask.atOrZero(nextX, nextY) == 0) marks.at(x, y) = 255;
-      });
-    }
-  }
+  forEachPixel(mask.width, mask.height, [&](int x, int y) {
+    forNeighbours(x, y, connectivity, [&](int nextX, int nextY) {
+      if (mask.at(x, y) != 0 && mask.atOrZero(nextX, nextY) == 0) marks.at(x, y) = 255;
+    });
+  });
   return marks;
 }
 

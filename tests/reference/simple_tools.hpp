@@ -4,6 +4,8 @@
 #include <cmath>
 #include <cstdint>
 
+#include "reference/resize.hpp"
+
 // The per-pixel tools and resizers, one pixel at a time.
 namespace tlux::reference {
 
@@ -33,21 +35,8 @@ inline Lab lab(int b, int g, int r) {
           static_cast<std::uint8_t>((((fy - fz) * 25) >> 7) - 128)};
 }
 
-// An input plane with a step between samples, for one channel of interleaved ones.
-struct Samples {
-  const std::uint8_t* data;
-  int width;
-  int height;
-  int pitch;
-  int step;
-
-  int at(int x, int y) const {
-    return data[std::min(y, height - 1) * pitch + std::min(x, width - 1) * step];
-  }
-};
-
 // Q8 positions from the top left corner, truncated.
-inline std::uint8_t cornerAligned(const Samples& in, int width, int height, int i, int j) {
+inline std::uint8_t cornerAligned(const Channel& in, int width, int height, int i, int j) {
   const int fx = i * ((in.width << 8) / width);
   const int fy = j * ((in.height << 8) / height);
   const int x0 = fx >> 8;
@@ -60,7 +49,7 @@ inline std::uint8_t cornerAligned(const Samples& in, int width, int height, int 
 }
 
 // Aligned pixel centres: the exact interpolated value.
-inline double centreAligned(const Samples& in, int width, int height, int i, int j) {
+inline double centreAligned(const Channel& in, int width, int height, int i, int j) {
   const double x = std::max((i + 0.5) * in.width / width - 0.5, 0.0);
   const double y = std::max((j + 0.5) * in.height / height - 0.5, 0.0);
   const int x0 = static_cast<int>(x);

@@ -17,48 +17,19 @@ using Plane = std::vector<std::uint8_t>;
 template <int Guides>
 using RealCoefficients = std::array<std::vector<long double>, Guides + 1>;
 
-// Solves (Σ + ε · 1) · a = cov(I, p) by elimination; the matrix needs no pivoting.
 template <int Guides>
 RealCoefficients<Guides> fitGuided(const Plane& guide, const Plane& input, Size size, int radius,
                                    int epsilon) {
   RealCoefficients<Guides> out;
-  for (int y = 0; y < size.height; ++y) {
-    for (int x = 0; x < size.width; ++x) {
-      long double mean[Guides + 1] = {};
-      long double m[Guides][Guides + 1] = {};
-      const auto n = static_cast<long double>(forWindow(size, x, y, radius, [&](std::size_t i) {
-        int values[Guides + 1];
-        std::copy_n(guide.data() + Guides * i, Guides, values);
-        values[Guides] = input[i];
-        for (int c = 0; c <= Guides; ++c) {
-          mean[c] += values[c];
-          for (int row = 0; row < Guides; ++row) {
-            m[row][c] += values[row] * values[c];
-          }
-        }
-      }));
-      for (int row = 0; row < Guides; ++row) {
-        for (int c = 0; c <= Guides; ++c) {
-          m[row][c] = m[row][c] / n - mean[row] / n * (mean[c] / n) + (row == c ? epsilon : 0);
-        }
-      }
-      for (int pivot = 0; pivot < Guides; ++pivot) {
-        for (int row = 0; row < Guides; ++row) {
-          const long double factor = row == pivot ? 0 : m[row][pivot] / m[pivot][pivot];
-          for (int c = 0; c <= Guides; ++c) {
-            m[row][c] -= factor * m[pivot][c];
-          }
-        }
-      }
-      long double b = mean[Guides] / n;
-      for (int row = 0; row < Guides; ++row) {
-        const long double a = m[row][Guides] / m[row][row];
-        out[static_cast<std::size_t>(row)].push_back(a);
-        b -= a * (mean[row] / n);
-      }
-      out[Guides].push_back(b);
+  forEachPixel(size.width, size.height, [&](int x, int y) {
+    const auto fit = fitWindow<Guides>(guide, input, size, x, y, radius, epsilon);
+    long double b = fit.mean[Guides];
+    for (std::size_t c = 0; c < Guides; ++c) {
+      out[c].push_back(fit.a[c]);
+      b -= fit.a[c] * fit.mean[c];
     }
-  }
+    out[Guides].push_back(b);
+  });
   return out;
 }
 
@@ -66,16 +37,14 @@ template <int Guides>
 RealCoefficients<Guides> meansOf(const RealCoefficients<Guides>& coefficients, Size size,
                                  int radius) {
   RealCoefficients<Guides> out;
-  for (int y = 0; y < size.height; ++y) {
-    for (int x = 0; x < size.width; ++x) {
-      for (std::size_t c = 0; c <= Guides; ++c) {
-        long double sum = 0;
-        const auto n = static_cast<long double>(
-            forWindow(size, x, y, radius, [&](std::size_t i) { sum += coefficients[c][i]; }));
-        out[c].push_back(sum / n);
-      }
+  forEachPixel(size.width, size.height, [&](int x, int y) {
+    for (std::size_t c = 0; c <= Guides; ++c) {
+      long double sum = 0;
+      const auto n = static_cast<long double>(
+          forWindow(size, x, y, radius, [&](std::size_t i) { sum += coefficients[c][i]; }));
+      out[c].push_back(sum / n);
     }
-  }
+  });
   return out;
 }
 
@@ -102,11 +71,11 @@ inline Plane reduceByMeans(const Plane& plane, Size size, int factor) {
     for (int left = 0; left < size.width; left += factor) {
       int sum = 0;
       int count = 0;
-      for (int y = top; y < std::min(top + factor, size.height); ++y) {
-        for (int x = left; x < std::min(left + factor, size.width); ++x, ++count) {
-          sum += plane[static_cast<std::size_t>(y * size.width + x)];
-        }
-      }
+      forEachIn(left, top, std::min(left + factor, size.width), std::min(top + factor, size.height),
+                [&](int x, int y) {
+                  sum += plane[y * size.width + x];
+                  ++count;
+                });
       out.push_back(static_cast<std::uint8_t>(std::lround(static_cast<double>(sum) / count)));
     }
   }
@@ -130,21 +99,19 @@ inline std::vector<long double> fastGuidedFilter(const Plane& guide, const Plane
     return means[c][static_cast<std::size_t>(y * small.width + x)];
   };
   std::vector<long double> out;
-  for (int y = 0; y < size.height; ++y) {
-    for (int x = 0; x < size.width; ++x) {
-      const long double px = std::max((x + 0.5L) / factor - 0.5L, 0.0L);
-      const long double py = std::max((y + 0.5L) / factor - 0.5L, 0.0L);
-      const int x0 = static_cast<int>(px);
-      const int y0 = static_cast<int>(py);
-      const long double wx = std::floor((px - x0) * 64 + 0.5L + 1e-9L) / 64;
-      const long double wy = std::floor((py - y0) * 64 + 0.5L + 1e-9L) / 64;
-      const auto enlarged = [&](std::size_t c) {
-        return (1 - wy) * ((1 - wx) * at(c, x0, y0) + wx * at(c, x0 + 1, y0)) +
-               wy * ((1 - wx) * at(c, x0, y0 + 1) + wx * at(c, x0 + 1, y0 + 1));
-      };
-      out.push_back(enlarged(0) * guide[out.size()] + enlarged(1));
-    }
-  }
+  forEachPixel(size.width, size.height, [&](int x, int y) {
+    const long double px = std::max((x + 0.5L) / factor - 0.5L, 0.0L);
+    const long double py = std::max((y + 0.5L) / factor - 0.5L, 0.0L);
+    const int x0 = static_cast<int>(px);
+    const int y0 = static_cast<int>(py);
+    const long double wx = std::floor((px - x0) * 64 + 0.5L + 1e-9L) / 64;
+    const long double wy = std::floor((py - y0) * 64 + 0.5L + 1e-9L) / 64;
+    const auto enlarged = [&](std::size_t c) {
+      return (1 - wy) * ((1 - wx) * at(c, x0, y0) + wx * at(c, x0 + 1, y0)) +
+             wy * ((1 - wx) * at(c, x0, y0 + 1) + wx * at(c, x0 + 1, y0 + 1));
+    };
+    out.push_back(enlarged(0) * guide[out.size()] + enlarged(1));
+  });
   return out;
 }
 
@@ -164,25 +131,22 @@ inline Plane bilateral(const Plane& plane, Size size, int radius, double rangeSi
   double sum = 0;
   forDisc([&](int, int, double distance) { sum += gaussian(distance, spaceSigma); });
   const double one = std::min(32767.0, 8388608.0 / sum);
-  Plane out;
-  for (int y = 0; y < size.height; ++y) {
-    for (int x = 0; x < size.width; ++x) {
-      std::int64_t weights = 0;
-      std::int64_t weighted = 0;
-      const int centre = plane[out.size()];
-      forDisc([&](int dx, int dy, double distance) {
-        const int i = std::clamp(x + dx, 0, size.width - 1);
-        const int j = std::clamp(y + dy, 0, size.height - 1);
-        const int sample = plane[static_cast<std::size_t>(j * size.width + i)];
-        const auto weight = std::lround(one * gaussian(sample - centre, rangeSigma) *
-                                        gaussian(distance, spaceSigma));
-        weights += weight;
-        weighted += weight * sample;
-      });
-      out.push_back(static_cast<std::uint8_t>((weighted + weights / 2) / weights));
-    }
-  }
-  return out;
+  return mapPixels(size.width, size.height, [&](int x, int y) {
+    const auto at = [&](int i, int j) {
+      return plane[std::clamp(j, 0, size.height - 1) * size.width +
+                   std::clamp(i, 0, size.width - 1)];
+    };
+    std::int64_t weights = 0;
+    std::int64_t weighted = 0;
+    forDisc([&](int dx, int dy, double distance) {
+      const int sample = at(x + dx, y + dy);
+      const auto weight = std::lround(one * gaussian(sample - at(x, y), rangeSigma) *
+                                      gaussian(distance, spaceSigma));
+      weights += weight;
+      weighted += weight * sample;
+    });
+    return static_cast<std::uint8_t>((weighted + weights / 2) / weights);
+  });
 }
 
 } // namespace tlux::reference

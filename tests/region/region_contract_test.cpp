@@ -1,14 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <cstdint>
 #include <functional>
 #include <limits>
-#include <utility>
-#include <vector>
+#include <span>
 
 #include "region/region_masks.hpp"
-#include "support/fault_injection.hpp"
-#include "tlux/platform.h"
+#include "support/null_arguments.hpp"
+#include "support/pool.hpp"
 #include "tlux/region.h"
 
 // What all functions have in common: which arguments they take, and where their memory comes from.
@@ -111,11 +109,9 @@ TEST(RegionContract, RejectsSizesAndPitches) {
                         {65536, 65536, 32768}};
   Planes planes(mask);
   for (const Case& c : cases) {
-    for (const Call& call : kAllocating) {
-      EXPECT_EQ(call(nullptr, planes, c.pitch, c.width, c.height), TLUX_ERR_INVALID_PARAM);
-    }
-    for (const Call& call : kOthers) {
-      EXPECT_EQ(call(nullptr, planes, c.pitch, c.width, c.height), TLUX_ERR_INVALID_PARAM);
+    for (const std::span<const Call> calls : {std::span<const Call>(kAllocating), {kOthers}}) {
+      for (const Call& call : calls)
+        EXPECT_EQ(call(nullptr, planes, c.pitch, c.width, c.height), TLUX_ERR_INVALID_PARAM);
     }
   }
   EXPECT_TRUE(planes.areUntouched());
@@ -129,25 +125,15 @@ TEST(RegionContract, RejectsNullAndOddArguments) {
   std::uint32_t* labels = p.labels.data();
   auto* odd = reinterpret_cast<std::uint32_t*>(reinterpret_cast<std::uint8_t*>(labels) + 2);
   for (const auto label : {TRegionLabel_RegionLabel4, TRegionLabel_RegionLabel8}) {
-    EXPECT_EQ(label(nullptr, nullptr, 16, 16, 8, labels, 64, &p.count), TLUX_ERR_INVALID_PARAM);
-    EXPECT_EQ(label(nullptr, mask, 16, 16, 8, nullptr, 64, &p.count), TLUX_ERR_INVALID_PARAM);
-    EXPECT_EQ(label(nullptr, mask, 16, 16, 8, labels, 64, nullptr), TLUX_ERR_INVALID_PARAM);
+    expectRefusesEachNull(label, nullptr, mask, 16, 16, 8, labels, 64, &p.count);
     EXPECT_EQ(label(nullptr, mask, 16, 16, 8, odd, 64, &p.count), TLUX_ERR_INVALID_PARAM);
     EXPECT_EQ(label(nullptr, mask, 16, 15, 8, labels, 62, &p.count), TLUX_ERR_INVALID_PARAM);
   }
-  EXPECT_EQ(TLUX_TRegionLabel_Statistics(nullptr, 64, 16, 8, &p.region, 1), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_TRegionLabel_Statistics(labels, 64, 16, 8, nullptr, 1), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_TRegionLabel_RemoveSmall(nullptr, nullptr, 16, 16, 8, 8, 1, &p.count),
-            TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_TRegionLabel_FillHoles(nullptr, nullptr, 16, 16, 8, 8, &p.count),
-            TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_TRegionLabel_Boundary(nullptr, 16, 16, 8, 8, marks, 16), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_TRegionLabel_Boundary(mask, 16, 16, 8, 8, nullptr, 16), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_TRegionLabel_Compare(nullptr, 16, mask, 16, 16, 8, &p.agreement),
-            TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_TRegionLabel_Compare(mask, 16, nullptr, 16, 16, 8, &p.agreement),
-            TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_TRegionLabel_Compare(mask, 16, mask, 16, 16, 8, nullptr), TLUX_ERR_INVALID_PARAM);
+  expectRefusesEachNull(TLUX_TRegionLabel_Statistics, labels, 64, 16, 8, &p.region, 1);
+  expectRefusesEachNull(TLUX_TRegionLabel_RemoveSmall, nullptr, mask, 16, 16, 8, 8, 1, nullptr);
+  expectRefusesEachNull(TLUX_TRegionLabel_FillHoles, nullptr, mask, 16, 16, 8, 8, nullptr);
+  expectRefusesEachNull(TLUX_TRegionLabel_Boundary, mask, 16, 16, 8, 8, marks, 16);
+  expectRefusesEachNull(TLUX_TRegionLabel_Compare, mask, 16, marks, 16, 16, 8, &p.agreement);
   for (const std::uint32_t connectivity : {0u, 1u, 5u, 6u, 7u, 9u, 260u, ~0u}) {
     EXPECT_EQ(TLUX_TRegionLabel_RemoveSmall(nullptr, mask, 16, 16, 8, connectivity, 9, &p.count),
               TLUX_ERR_INVALID_PARAM);
@@ -177,20 +163,12 @@ TEST(RegionContract, WorksInThePublishedPoolAlone) {
       const auto isColumn = [=](int x, int) { return x % 2 == first; };
       for (const MaskGrid& mask :
            {drawMask(width, height, isChecker), drawMask(width, height, isColumn)}) {
-        std::vector<std::uint64_t> memory(
-            static_cast<std::size_t>(height * (9 * width + 24) + 256) / 8);
-        const MMemMgr pool = MMemMgrCreate(memory.data(), memory.size() * 8);
-        const std::int64_t free = GetMaxAllocMemSize(pool);
-        const long asked = allocationCount();
         for (const Call& call : kAllocating) {
           Planes planes(mask);
-          EXPECT_EQ(call(pool, planes, width, static_cast<std::uint32_t>(width),
-                         static_cast<std::uint32_t>(height)),
-                    TLUX_OK)
-              << width << "x" << height;
-          EXPECT_EQ(GetMaxAllocMemSize(pool), free);
+          expectLivesInPool(
+              height * (9 * width + 24) + 256,
+              [&, w = width, h = height](MMemMgr pool) { return call(pool, planes, w, w, h); });
         }
-        EXPECT_EQ(allocationCount(), asked);
       }
     }
   }

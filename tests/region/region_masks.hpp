@@ -1,9 +1,11 @@
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
 #include "reference/labels.hpp"
+#include "support/guarded_buffer.hpp"
 #include "support/random.hpp"
 
 namespace tlux::test {
@@ -23,13 +25,49 @@ inline MaskGrid randomMask(Random& random, int width, int height, int density) {
 template <class IsSet>
 MaskGrid drawMask(int width, int height, IsSet&& isSet) {
   MaskGrid mask{width, height};
-  for (int y = 0; y < height; ++y) {
-    for (int x = 0; x < width; ++x) {
-      mask.at(x, y) = isSet(x, y) ? 128 : 0;
-    }
-  }
+  reference::forEachPixel(width, height,
+                          [&](int x, int y) { mask.at(x, y) = isSet(x, y) ? 128 : 0; });
   return mask;
 }
+
+// A mask in a plane with padded rows, of which the last ends with its last pixel at a page that
+// cannot be touched.
+template <class T>
+class PaddedGrid {
+ public:
+  explicit PaddedGrid(const reference::Grid<T>& grid, int padding = 5)
+      : grid_(grid),
+        stride_(grid.width + padding),
+        buffer_(sizeof(T) * (stride_ * (grid.height - 1) + grid.width), kGap) {
+    for (int y = 0; y < grid.height; ++y)
+      std::copy_n(grid.row(y), grid.width, data() + y * stride_);
+  }
+
+  T* data() { return reinterpret_cast<T*>(buffer_.data()); }
+  std::int32_t pitch() const { return sizeof(T) * stride_; }
+  std::uint32_t width() const { return grid_.width; }
+  std::uint32_t height() const { return grid_.height; }
+
+  // Whether it holds this, and nothing was written beside it.
+  bool holds(const reference::Grid<T>& expected) {
+    const std::uint8_t* last = buffer_.data() + buffer_.size();
+    for (int y = 0; y < grid_.height; ++y) {
+      const T* row = data() + y * stride_;
+      const auto* gap = reinterpret_cast<const std::uint8_t*>(row + grid_.width);
+      const auto* end = std::min(gap + sizeof(T) * (stride_ - grid_.width), last);
+      if (!std::equal(row, row + grid_.width, expected.row(y))) return false;
+      if (std::count(gap, end, kGap) != end - gap) return false;
+    }
+    return buffer_.isIntact();
+  }
+
+ private:
+  static constexpr std::uint8_t kGap = 0xA5;
+  reference::Grid<T> grid_;
+  std::ptrdiff_t stride_;
+  GuardedBuffer buffer_;
+};
+using PaddedMask = PaddedGrid<std::uint8_t>;
 
 // A line one pixel wide that winds inward with one clear pixel between its turns.
 inline MaskGrid spiral(int width, int height) {

@@ -1,15 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cstdint>
 #include <cstdlib>
 #include <functional>
-#include <utility>
-#include <vector>
 
 #include "reference/labels.hpp"
 #include "region/region_masks.hpp"
-#include "support/guarded_buffer.hpp"
 #include "tlux/region.h"
 
 namespace tlux::test {
@@ -34,45 +29,19 @@ void forMasks(const std::function<void(const MaskGrid&)>& check) {
   }
 }
 
-// A mask in a plane with padded rows, guarded on all sides.
-struct PaddedMask {
-  explicit PaddedMask(const MaskGrid& mask)
-      : size(mask.width, mask.height), plane(mask.width, mask.height, mask.width + 5) {
-    for (int y = 0; y < mask.height; ++y) {
-      std::copy_n(&mask.at(0, y), mask.width, plane.data() + y * plane.pitch());
-    }
-  }
-
-  std::uint8_t* data() { return plane.data(); }
-  std::int32_t pitch() const { return plane.pitch(); }
-  std::uint32_t width() const { return static_cast<std::uint32_t>(size.first); }
-  std::uint32_t height() const { return static_cast<std::uint32_t>(size.second); }
-  MaskGrid values() const {
-    MaskGrid result{size.first, size.second};
-    for (int y = 0; y < size.second; ++y) {
-      std::copy_n(plane.data() + y * plane.pitch(), size.first, &result.at(0, y));
-    }
-    return result;
-  }
-
-  std::pair<int, int> size;
-  GuardedPlane plane;
-};
-
 TEST(RemoveSmall, LeavesTheLargeRegions) {
   forMasks([](const MaskGrid& mask) {
     for (const int connectivity : kConnectivities) {
       for (const std::uint32_t area : {0u, 1u, 2u, 3u, 7u, 60u, 0x80000000u, 0xFFFFFFFFu}) {
         PaddedMask actual(mask);
         std::uint32_t removed = kNever;
-        ASSERT_EQ(TLUX_TRegionLabel_RemoveSmall(
-                      nullptr, actual.data(), actual.pitch(), actual.width(), actual.height(),
-                      static_cast<std::uint32_t>(connectivity), area, &removed),
-                  TLUX_OK);
+        ASSERT_EQ(
+            TLUX_TRegionLabel_RemoveSmall(nullptr, actual.data(), actual.pitch(), actual.width(),
+                                          actual.height(), connectivity, area, &removed),
+            TLUX_OK);
         MaskGrid expected = mask;
         ASSERT_EQ(removed, reference::removeSmall(expected, connectivity, area));
-        ASSERT_EQ(actual.values().values, expected.values);
-        ASSERT_TRUE(actual.plane.isIntact());
+        ASSERT_TRUE(actual.holds(expected));
       }
     }
   });
@@ -84,13 +53,11 @@ TEST(FillHoles, SetsWhatIsEnclosed) {
       PaddedMask actual(mask);
       std::uint32_t filled = kNever;
       ASSERT_EQ(TLUX_TRegionLabel_FillHoles(nullptr, actual.data(), actual.pitch(), actual.width(),
-                                            actual.height(),
-                                            static_cast<std::uint32_t>(connectivity), &filled),
+                                            actual.height(), connectivity, &filled),
                 TLUX_OK);
       MaskGrid expected = mask;
       ASSERT_EQ(filled, reference::fillHoles(expected, connectivity));
-      ASSERT_EQ(actual.values().values, expected.values);
-      ASSERT_TRUE(actual.plane.isIntact());
+      ASSERT_TRUE(actual.holds(expected));
     }
   });
 }
@@ -113,15 +80,12 @@ TEST(RegionBoundary, MarksPixelsBesideClearOnes) {
   forMasks([](const MaskGrid& mask) {
     for (const int connectivity : kConnectivities) {
       PaddedMask in(mask);
-      PaddedMask out(
-          MaskGrid{mask.width, mask.height, std::vector(mask.values.size(), uint8_t{9})});
+      PaddedMask out({mask.width, mask.height});
       ASSERT_EQ(TLUX_TRegionLabel_Boundary(in.data(), in.pitch(), in.width(), in.height(),
-                                           static_cast<std::uint32_t>(connectivity), out.data(),
-                                           out.pitch()),
+                                           connectivity, out.data(), out.pitch()),
                 TLUX_OK);
-      ASSERT_EQ(out.values().values, reference::boundary(mask, connectivity).values);
-      ASSERT_EQ(in.values().values, mask.values);
-      ASSERT_TRUE(out.plane.isIntact());
+      ASSERT_TRUE(out.holds(reference::boundary(mask, connectivity)));
+      ASSERT_TRUE(in.holds(mask));
     }
   });
 }
@@ -134,10 +98,8 @@ TEST(RegionStatistics, EqualsTheListOfPixelsOfEachRegion) {
     for (const std::uint32_t count :
          {regions.count - (regions.count > 0 ? 1 : 0), regions.count + 1}) {
       std::vector<TLUX_REGION> actual(count);
-      ASSERT_EQ(TLUX_TRegionLabel_Statistics(regions.labels.values.data(), 4 * mask.width,
-                                             static_cast<std::uint32_t>(mask.width),
-                                             static_cast<std::uint32_t>(mask.height), actual.data(),
-                                             count),
+      ASSERT_EQ(TLUX_TRegionLabel_Statistics(regions.labels.row(0), 4 * mask.width, mask.width,
+                                             mask.height, actual.data(), count),
                 TLUX_OK);
       for (std::uint32_t label = 1; label <= count; ++label) {
         const TLUX_REGION& region = actual[label - 1];

@@ -1,12 +1,12 @@
 #include "reliability/plane_members.hpp"
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 
 #include "reference/box_blur.hpp"
 #include "reference/guided_filter_fast.hpp"
 #include "reference/labels.hpp"
-#include "reference/mask.hpp"
 #include "reference/resize.hpp"
 #include "reference/retinex.hpp"
 #include "reference/selection.hpp"
@@ -102,11 +102,20 @@ int enlargedSample(const reference::Channel& in, int, int, int x, int y) {
   return reference::enlargedByEight(in, kCropLeft + x, kCropTop + y);
 }
 
-template <auto Morph>
+// Pixels within the radius of a clear one, or of what is beyond the mask, are cleared; those within
+// the radius of a set one are set.
+template <bool kIsErosion>
 Bytes morphed(const Bytes& in, Size, Size size) {
-  reference::Mask mask{size.width, size.height, in};
-  Morph(mask, kRadius);
-  return mask.pixels;
+  return reference::mapPixels(size.width, size.height, [&](int x, int y) {
+    bool isNear = false;
+    reference::forEachIn(
+        x - kRadius, y - kRadius, x + kRadius + 1, y + kRadius + 1, [&](int u, int v) {
+          if (std::abs(u - x) + std::abs(v - y) > kRadius) return;
+          const bool isBeyond = u < 0 || v < 0 || u >= size.width || v >= size.height;
+          isNear |= isBeyond ? kIsErosion : (in[v * size.width + u] == 0) == kIsErosion;
+        });
+    return static_cast<std::uint8_t>(isNear == kIsErosion ? 0 : 255);
+  });
 }
 
 template <int kConnectivity>
@@ -280,7 +289,7 @@ constexpr PlaneMember kMembers[] = {
                     static_cast<std::uint32_t>(c.size.height), kRadius, nullptr);
        return TLUX_OK;
      },
-     morphed<reference::erodeByPasses>},
+     morphed<true>},
     {"TLUX_DilateEx", 1, 1,
      [](const PlaneCall& c) {
        copyInput(c);
@@ -289,7 +298,7 @@ constexpr PlaneMember kMembers[] = {
                      static_cast<std::uint32_t>(c.size.height), kRadius, nullptr);
        return TLUX_OK;
      },
-     morphed<reference::dilateByPasses>},
+     morphed<false>},
     {"TRegionLabel_RegionLabel4", 1, 4, label<TRegionLabel_RegionLabel4>, labelled<4>},
     {"TRegionLabel_RegionLabel8", 1, 4, label<TRegionLabel_RegionLabel8>, labelled<8>},
     {"TLUX_TRegionLabel_RemoveSmall", 1, 1,

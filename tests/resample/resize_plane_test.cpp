@@ -1,13 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <cmath>
+#include <array>
 #include <vector>
 
+#include "reference/loops.hpp"
 #include "reference/resize.hpp"
 #include "reference/simple_tools.hpp"
-#include "support/guarded_buffer.hpp"
-#include "support/random.hpp"
+#include "support/null_arguments.hpp"
+#include "support/simple_image.hpp"
 #include "tlux/resize.h"
 
 namespace tlux::test {
@@ -31,28 +31,27 @@ std::vector<std::int16_t> cubicTable(int a) {
   return table;
 }
 
+// The samples of a resized random plane, as those of its source.
 class Resized {
  public:
   Resized(Random& random, const Resize& r, int low, int high, ResizePlane* resize)
-      : source_(
-            static_cast<std::size_t>((r.sourceWidth + 3) * (r.sourceHeight - 1) + r.sourceWidth)),
-        target_(r.width, r.height, r.width + 5),
-        channel_{source_.data(), r.sourceWidth, r.sourceHeight, r.sourceWidth + 3} {
-    random.fill(source_.bytes(), low, high);
-    EXPECT_EQ(resize(source_.data(), r.sourceWidth, r.sourceHeight, r.sourceWidth + 3,
-                     target_.data(), r.width, r.height, r.width + 5),
+      : source_(r.sourceWidth, r.sourceHeight, 1, 8, 3), target_(r.width, r.height, 1, 8, 5) {
+    source_.setPixels(random.values<std::uint8_t>(r.sourceWidth * r.sourceHeight, low, high));
+    EXPECT_EQ(resize(source_->data, r.sourceWidth, r.sourceHeight, source_->stride, target_->data,
+                     r.width, r.height, target_->stride),
               TLUX_OK);
-    EXPECT_TRUE(target_.isIntact());
-    EXPECT_TRUE(source_.isIntact());
+    EXPECT_TRUE(target_.isIntact() && source_.isUnchanged());
   }
 
-  int at(int x, int y) const { return target_.data()[y * target_.pitch() + x]; }
-  const reference::Channel& source() const { return channel_; }
+  int at(int x, int y) const { return target_.at(x, y); }
+  reference::Channel source() const {
+    const img& in = source_.record;
+    return {in.data, in.width, in.height, in.stride};
+  }
 
  private:
-  GuardedBuffer source_;
-  GuardedPlane target_;
-  reference::Channel channel_;
+  TestImage source_;
+  TestImage target_;
 };
 
 // Calls check(resized, resize, x, y) for every output sample of every resize.
@@ -63,11 +62,9 @@ void forEachSample(ResizePlane* resize, int low, int high, Check check) {
     SCOPED_TRACE(testing::Message()
                  << r.sourceWidth << "x" << r.sourceHeight << " to " << r.width << "x" << r.height);
     const Resized resized(random, r, low, high, resize);
-    for (int y = 0; y < r.height; ++y) {
-      for (int x = 0; x < r.width; ++x) {
-        ASSERT_NO_FATAL_FAILURE(check(resized, r, x, y)) << x << "," << y;
-      }
-    }
+    reference::forEachPixel(r.width, r.height, [&](int x, int y) {
+      ASSERT_NO_FATAL_FAILURE(check(resized, r, x, y)) << x << "," << y;
+    });
   }
 }
 
@@ -76,10 +73,9 @@ TEST(ResizeBilinear, IsTheRoundedInterpolationAtAlignedCentres) {
   constexpr double kTolerance = 0.5 + 1.25 / 128 + 2 * 255 / 65536.0;
   forEachSample(asfImageResize_BL_C1, 0, 255,
                 [&](const Resized& resized, const Resize& r, int x, int y) {
-                  const reference::Channel& in = resized.source();
+                  const reference::Channel in = resized.source();
                   ASSERT_EQ(resized.at(x, y), reference::bilinear(in, r.width, r.height, x, y));
-                  const double exact = reference::centreAligned(
-                      {in.data, in.width, in.height, in.pitch, 1}, r.width, r.height, x, y);
+                  const double exact = reference::centreAligned(in, r.width, r.height, x, y);
                   ASSERT_NEAR(resized.at(x, y), exact, kTolerance);
                 });
 }
@@ -88,7 +84,7 @@ TEST(ResizeBicubic, IsTheClampedCubicConvolution) {
   const auto table = cubicTable(TLUX_CUBIC_SHARP);
   forEachSample(
       ImageResize_Cubic_C1, 0, 255, [&](const Resized& resized, const Resize& r, int x, int y) {
-        const reference::Channel& in = resized.source();
+        const reference::Channel in = resized.source();
         ASSERT_EQ(resized.at(x, y), reference::bicubic(in, r.width, r.height, x, y, table.data()));
         const double exact = reference::bicubicExact(in, r.width, r.height, x, y, -0.75);
         ASSERT_NEAR(resized.at(x, y), exact, 1.0); // positions of 1/1024, slopes of up to 255·1.3
@@ -145,11 +141,8 @@ TEST_P(PlaneResizers, KeepFlatPlanesAndEqualSizes) {
   Random random(2);
   for (const Resize& r : kResizes) {
     const Resized copy(random, {r.width, r.height, r.width, r.height}, 0, 255, GetParam());
-    for (int y = 0; y < r.height; ++y) {
-      for (int x = 0; x < r.width; ++x) {
-        ASSERT_EQ(copy.at(x, y), copy.source().at(x, y));
-      }
-    }
+    reference::forEachPixel(
+        r.width, r.height, [&](int x, int y) { ASSERT_EQ(copy.at(x, y), copy.source().at(x, y)); });
     // The columns of equal width are copied too while the rows change.
     const Resized stretched(random, {r.width, 1, r.width, r.height}, 0, 255, GetParam());
     for (int x = 0; x < r.width; ++x) {
@@ -159,30 +152,24 @@ TEST_P(PlaneResizers, KeepFlatPlanesAndEqualSizes) {
 }
 
 TEST_P(PlaneResizers, RefuseBadPlanes) {
-  std::uint8_t source[64] = {};
-  std::uint8_t target[64];
-  std::fill(std::begin(target), std::end(target), std::uint8_t{9});
-  struct Case {
-    const std::uint8_t* source;
-    int sourceWidth, sourceHeight, sourceStride;
-    std::uint8_t* target;
-    int width, height, stride;
-  };
-  for (const Case& c : {Case{nullptr, 4, 4, 4, target, 4, 4, 4},
-                        {source, 4, 4, 4, nullptr, 4, 4, 4},
-                        {source, 0, 4, 4, target, 4, 4, 4},
-                        {source, 4, -1, 4, target, 4, 4, 4},
-                        {source, 4, 4, 3, target, 4, 4, 4},
-                        {source, 4, 4, 4, target, 0, 4, 4},
-                        {source, 4, 4, 4, target, 4, -4, 4},
-                        {source, 4, 4, 4, target, 4, 4, -4}}) {
-    EXPECT_EQ(GetParam()(c.source, c.sourceWidth, c.sourceHeight, c.sourceStride, c.target, c.width,
-                         c.height, c.stride),
+  TestImage source(4, 4, 1, 8);
+  TestImage target(4, 4, 1, 8);
+  const std::uint8_t* in = source->data;
+  for (const auto& [sourceWidth, sourceHeight, sourceStride, width, height, stride] :
+       {std::array{0, 4, 4, 4, 4, 4},
+        {4, -1, 4, 4, 4, 4},
+        {4, 4, 3, 4, 4, 4},
+        {4, 4, 4, 0, 4, 4},
+        {4, 4, 4, 4, -4, 4},
+        {4, 4, 4, 4, 4, -4}}) {
+    EXPECT_EQ(GetParam()(in, sourceWidth, sourceHeight, sourceStride, target->data, width, height,
+                         stride),
               TLUX_ERR_INVALID_PARAM);
   }
-  EXPECT_TRUE(std::all_of(std::begin(target), std::end(target), [](auto v) { return v == 9; }));
-  EXPECT_EQ(Resize_Bicubic_8u_C1(source, 4, 4, 4, target, 4, 4, 4, nullptr),
+  expectRefusesEachNull(GetParam(), in, 4, 4, 4, target->data, 4, 4, 4);
+  EXPECT_EQ(Resize_Bicubic_8u_C1(in, 4, 4, 4, target->data, 4, 4, 4, nullptr),
             TLUX_ERR_INVALID_PARAM);
+  EXPECT_TRUE(target.isUnchanged());
 }
 
 } // namespace

@@ -8,8 +8,8 @@
 
 namespace tlux::test {
 
-// The channels of a picture, each as the plain formulas take it.
-struct PictureChannel {
+// A channel of a frame.
+struct FrameChannel {
   int plane;
   int offset;  // bytes
   int step;    // bytes from one sample to the next
@@ -19,23 +19,27 @@ struct PictureChannel {
   int shiftX;
   int shiftY;
 
-  reference::Channel of(const Picture& picture) const {
-    const auto& p = picture.planes[plane];
-    const std::uint8_t* first = p.bytes.empty() ? nullptr : p.bytes.data() + offset;
-    return {first, width, height, p.pitch, step};
+  // As the plain formulas take it.
+  reference::Channel of(Frame& frame) const {
+    return {frame->plane[plane] + offset, width, height, frame->pitch[plane], step};
   }
-  std::uint8_t& at(Picture& picture, int x, int y) const {
-    auto& p = picture.planes[plane];
-    return p.bytes[static_cast<std::size_t>(y * p.pitch + offset + x * step)];
+  std::uint8_t& at(Frame& frame, int x, int y) const {
+    return frame.row(plane, y)[offset + x * step];
+  }
+  Bytes in(Frame& frame) const {
+    return mapPixels(width, height, [&](int x, int y) { return at(frame, x, y); });
+  }
+  void set(Frame& frame, const Bytes& values) const {
+    forEachPixel(width, height, [&](int x, int y) { at(frame, x, y) = values[y * width + x]; });
   }
 };
 
-inline std::vector<PictureChannel> channelsOf(std::uint32_t format, int w, int h) {
+inline std::vector<FrameChannel> channelsOf(std::uint32_t format, int w, int h) {
   const int family = static_cast<int>(format >> 8);
   const int code = static_cast<int>(format & ~4u);
   if (family == 3 || family == 4) {
     const int bytes = format == TLUX_FMT_BGR32 || format == TLUX_FMT_BGR32_B ? 4 : 3;
-    std::vector<PictureChannel> channels;
+    std::vector<FrameChannel> channels;
     for (int i = 0; i < bytes; ++i) {
       channels.push_back({0, i, bytes, w, w, h, 0, 0});
     }
@@ -47,7 +51,7 @@ inline std::vector<PictureChannel> channelsOf(std::uint32_t format, int w, int h
             {0, 1 - luma, 4, (w + 1) / 2, w / 2, h, 1, 0},
             {0, 3 - luma, 4, w / 2, w / 2, h, 1, 0}};
   }
-  std::vector<PictureChannel> channels = {{0, 0, 1, w, w, h, 0, 0}};
+  std::vector<FrameChannel> channels = {{0, 0, 1, w, w, h, 0, 0}};
   if (family == 7) return channels;
   const int shiftX = family == 8 || (code & 1) != 0 ? 1 : 0;
   const bool hasAllRows = format == TLUX_FMT_YCBCR422_YPUV || code == TLUX_FMT_YCBCR422_P ||
@@ -68,17 +72,16 @@ inline std::vector<PictureChannel> channelsOf(std::uint32_t format, int w, int h
 // What an operation makes of a target: sample(source channel, target channel, x, y) for each, or
 // neutral chroma where the source has none.
 template <class Sample>
-Picture mapped(const Picture& source, Picture target, Sample sample) {
-  const auto from = channelsOf(source.format, source.width, source.height);
-  const auto to = channelsOf(target.format, target.width, target.height);
+Frame mapped(Frame& source, const Frame& before, Sample sample) {
+  Frame target = before.copy();
+  const auto from = channelsOf(source->format, source->width, source->height);
+  const auto to = channelsOf(target->format, target->width, target->height);
   for (std::size_t c = 0; c < to.size(); ++c) {
     const bool isThere = from[c].width > 0 && from[c].height > 0;
-    for (int y = 0; y < to[c].height; ++y) {
-      for (int x = 0; x < to[c].samples; ++x) {
-        to[c].at(target, x, y) =
-            static_cast<std::uint8_t>(isThere ? sample(from[c].of(source), to[c], x, y) : 128);
-      }
-    }
+    forEachPixel(to[c].samples, to[c].height, [&](int x, int y) {
+      to[c].at(target, x, y) =
+          static_cast<std::uint8_t>(isThere ? sample(from[c].of(source), to[c], x, y) : 128);
+    });
   }
   return target;
 }

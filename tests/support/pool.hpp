@@ -1,8 +1,11 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <vector>
 
+#include "support/fault_injection.hpp"
 #include "tlux/platform.h"
 
 namespace tlux::test {
@@ -26,5 +29,15 @@ class Pool {
   MMemMgr manager_;
   std::int64_t whole_;
 };
+
+// Whether call(manager) takes all its memory from the pool that it is given, and gives it back.
+template <class Call>
+void expectLivesInPool(std::size_t bytes, Call&& call) {
+  const Pool pool(bytes);
+  const long asked = allocationCount();
+  EXPECT_EQ(call(pool), TLUX_OK);
+  EXPECT_EQ(allocationCount(), asked);
+  EXPECT_TRUE(pool.isWhole());
+}
 
 } // namespace tlux::test

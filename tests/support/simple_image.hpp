@@ -85,4 +85,10 @@ class TestImage {
   Bytes given_;
 };
 
+// Calls a function that takes its images as planes.
+template <class Function, class... More>
+std::uint32_t onPlanes(Function* function, const img& in, const img& out, More... more) {
+  return function(nullptr, in.data, in.stride, out.data, out.stride, in.width, in.height, more...);
+}
+
 } // namespace tlux::test

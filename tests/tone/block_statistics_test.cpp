@@ -5,6 +5,7 @@
 
 #include "reference/guided_filter_fast.hpp"
 #include "support/frame.hpp"
+#include "support/null_arguments.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tone/block_mean.hpp"
 #include "tone/window_sums.hpp"
@@ -289,10 +290,9 @@ TEST(BlockStatistics, RefuseBadArguments) {
                                 out, g.radius),
               g.expected);
   }
-  EXPECT_EQ(GuideBlock(nullptr, floats, nullptr, 4, 4, 4, floats, mean, 1, 1.0F),
-            TLUX_ERR_INVALID_PARAM);
+  expectRefusesEachNull(GuideBlock, nullptr, floats, floats, 4, 4, 4, mean, mean, 1, 1.0F);
   EXPECT_EQ(BlockMeanVar(nullptr, floats, 4, 4, 3, mean, mean, 1), TLUX_ERR_INVALID_PARAM);
-  UPSampleLine8Int(0, 8, nullptr, ints);
+  callWithEachNull(UPSampleLine8Int, 0, 8, ints, out);
   UPSampleLine8Int(-1, 8, ints, out);
 }
 

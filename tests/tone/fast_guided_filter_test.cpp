@@ -138,18 +138,12 @@ TEST(FastGuidedFilter, UnsolvableBandIsLeftAlone) {
   }
 }
 
-// A pool of the documented size serves any number of frames, and the heap is not asked.
 TEST(FastGuidedFilter, LivesInAPoolOfTheDocumentedSize) {
   Random random(29);
   Frame frame({40, 10}, 0, 0, random);
   const auto expected = frame.expected(16, 20);
-  const Pool pool(4 * (40 * 10 * 4 + 16) + 4 * (320 * 40 + 16) + 64);
-  const long asked = allocationCount();
-  for (int run = 0; run < 3; ++run) {
-    EXPECT_EQ(frame.filter(pool, 16, 20), TLUX_OK);
-    EXPECT_TRUE(pool.isWhole());
-  }
-  EXPECT_EQ(allocationCount(), asked);
+  expectLivesInPool(4 * (40 * 10 * 4 + 16) + 4 * (320 * 40 + 16) + 64,
+                    [&](MMemMgr pool) { return frame.filter(pool, 16, 20); });
   EXPECT_TRUE(frame.outputIs(expected));
 }
 

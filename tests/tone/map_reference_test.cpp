@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "reference/map.hpp"
-#include "support/guarded_buffer.hpp"
+#include "support/simple_image.hpp"
 #include "tlux/transfer.h"
 
 namespace tlux::test {
@@ -35,25 +35,17 @@ TEST(MapReference, IsExactForEveryCodeAndGain) {
 TEST(MapReference, WalksRowsByTheirPitchAndScoresPacked) {
   constexpr int kWidth = 261;
   constexpr int kHeight = 3;
-  GuardedPlane reference(kWidth, kHeight, 264);
-  GuardedPlane mapped(kWidth, kHeight, 270);
+  Random random(1);
+  TestImage reference(random, kWidth, kHeight, 1, 8, 3);
+  TestImage mapped(kWidth, kHeight, 1, 8, 9);
   std::vector<std::uint16_t> scores(std::size_t{kWidth} * kHeight, 40000);
   std::vector<std::uint16_t> gains(65536, 2048);
   gains[40000] = 1024;
-  for (int y = 0; y < kHeight; ++y) {
-    for (int x = 0; x < kWidth; ++x) {
-      reference.data()[y * 264 + x] = static_cast<std::uint8_t>(x + 3 * y);
-    }
-  }
-  mapReference({reference.data(), kWidth, kHeight, 264}, scores.data(),
+  mapReference({reference->data, kWidth, kHeight, reference->stride}, scores.data(),
                {TLUX_Degamma_Table, TLUX_Gamma_Table8, gains.data()},
-               {mapped.data(), kWidth, kHeight, 270});
+               {mapped->data, kWidth, kHeight, mapped->stride});
   EXPECT_TRUE(mapped.isIntact());
-  for (int y = 0; y < kHeight; ++y) {
-    for (int x = 0; x < kWidth; ++x) {
-      ASSERT_EQ(mapped.data()[y * 270 + x], static_cast<std::uint8_t>(x + 3 * y));
-    }
-  }
+  EXPECT_EQ(mapped.pixels(), reference.given());
 }
 
 } // namespace

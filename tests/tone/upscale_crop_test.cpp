@@ -3,6 +3,8 @@
 #include <vector>
 
 #include "support/components.hpp"
+#include "support/null_arguments.hpp"
+#include "support/simple_image.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/upscale.h"
 
@@ -43,21 +45,17 @@ constexpr Crop kCrops[] = {{1, 1, 0, 0, 8, 8},    {1, 1, 5, 7, 3, 1},      {5, 3
 TEST(UpscaleCrop, CutsPlanesOutOfTheEnlargement) {
   Random random(2);
   for (const Crop& c : kCrops) {
-    const int stride = c.lowWidth + 2;
-    GuardedBuffer low(static_cast<std::size_t>(stride * (c.lowHeight - 1) + c.lowWidth));
-    random.fill(low.bytes());
-    GuardedPlane target(c.width, c.height, c.width + 3);
-    ASSERT_EQ(UpcaleCropGray(low.data(), c.lowWidth, c.lowHeight, stride, c.left, c.top,
-                             target.data(), c.width, c.height, target.pitch()),
+    TestImage low(random, c.lowWidth, c.lowHeight, 1, 8, 2);
+    TestImage target(c.width, c.height, 1, 8, 3);
+    ASSERT_EQ(UpcaleCropGray(low->data, c.lowWidth, c.lowHeight, low->stride, c.left, c.top,
+                             target->data, c.width, c.height, target->stride),
               TLUX_OK);
     EXPECT_TRUE(target.isIntact());
-    const reference::Channel in{low.data(), c.lowWidth, c.lowHeight, stride};
-    for (int y = 0; y < c.height; ++y) {
-      for (int x = 0; x < c.width; ++x) {
-        ASSERT_EQ(target.data()[y * target.pitch() + x],
-                  reference::enlargedByEight(in, c.left + x, c.top + y));
-      }
-    }
+    const reference::Channel in{low->data, c.lowWidth, c.lowHeight, low->stride};
+    EXPECT_EQ(
+        target.pixels(), mapPixels(c.width, c.height, [&](int x, int y) {
+          return static_cast<std::uint8_t>(reference::enlargedByEight(in, c.left + x, c.top + y));
+        }));
   }
 }
 
@@ -66,18 +64,16 @@ TEST(UpscaleCrop, CutsImagesOutOfTheEnlargement) {
   for (const std::uint32_t format : kCopied) {
     if (format >= TLUX_FMT_YCBYCR_5 && format <= TLUX_FMT_YCBYCR_8) continue;
     for (const Crop& c : kCrops) {
-      const Picture low = randomPicture(random, format, c.lowWidth, c.lowHeight, 3);
-      const Picture before = randomPicture(random, format, c.width, c.height, 3);
-      Frame in = frameOf(low);
-      Frame out = frameOf(before);
+      Frame in = randomFrame(random, format, c.lowWidth, c.lowHeight, 3);
+      Frame out = randomFrame(random, format, c.width, c.height, 3);
+      const Frame expected =
+          mapped(in, out,
+                 [&](const reference::Channel& channel, const FrameChannel& target, int x, int y) {
+                   return reference::enlargedByEight(channel, (c.left >> target.shiftX) + x,
+                                                     (c.top >> target.shiftY) + y);
+                 });
       ASSERT_EQ(UpcaleCropImage(in.get(), c.left, c.top, out.get()), TLUX_OK);
-      const Picture expected = mapped(
-          low, before,
-          [&](const reference::Channel& channel, const PictureChannel& target, int x, int y) {
-            return reference::enlargedByEight(channel, (c.left >> target.shiftX) + x,
-                                              (c.top >> target.shiftY) + y);
-          });
-      ASSERT_TRUE(out == frameOf(expected)) << std::hex << format;
+      ASSERT_TRUE(out == expected) << std::hex << format;
     }
   }
 }
@@ -85,13 +81,10 @@ TEST(UpscaleCrop, CutsImagesOutOfTheEnlargement) {
 TEST(UpscaleCrop, RefusesBadArguments) {
   std::uint8_t low[4] = {};
   std::uint8_t out[64] = {};
-  EXPECT_EQ(TLUX_UpscaleCalLine8s(nullptr, low, 2, 0, out), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_UpscaleCalLine8s(low, nullptr, 2, 0, out), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_UpscaleCalLine8s(low, low, 2, 0, nullptr), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_UpscaleCalLine8s(low, low, 0, 0, out), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_UpscaleCalLine8s(low, low, 1 << 28, 0, out), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_UpscaleCalLine8s(low, low, 2, 8, out), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_UpscaleCalLine8s(low, low, 2, -1, out), TLUX_ERR_INVALID_PARAM);
+  expectRefusesEachNull(TLUX_UpscaleCalLine8s, low, low, 2, 0, out);
+  for (const auto& [width, phase] : {std::pair{0, 0}, {1 << 28, 0}, {2, 8}, {2, -1}}) {
+    EXPECT_EQ(TLUX_UpscaleCalLine8s(low, low, width, phase, out), TLUX_ERR_INVALID_PARAM);
+  }
   struct Case {
     std::uint8_t* low;
     int stride, left, top;

@@ -21,6 +21,8 @@ struct Command {
 Command addEnhance(CLI::App& app);
 Command addCompare(CLI::App& app);
 Command addInfo(CLI::App& app);
+Command addExplain(CLI::App& app);
+Command addSweep(CLI::App& app);
 
 /** Does @p work; a failure becomes one line on standard error and its exit code. */
 template <typename Work>

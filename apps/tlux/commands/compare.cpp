@@ -6,7 +6,7 @@
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
 #include "engine.hpp"
-#include "media/side_by_side.hpp"
+#include "media/comparison.hpp"
 
 namespace tlux::app {
 
@@ -15,13 +15,26 @@ namespace {
 struct CompareOptions {
   std::filesystem::path input;
   std::filesystem::path output;
+  bool split = false;
+  bool labels = false;
   PictureOptions picture;
 };
 
 constexpr const char* kExamples =
     "Examples:\n"
     "  tlux compare photo.jpg -o both.png\n"
-    "  tlux compare photo.jpg -o both.jpg --strength 80";
+    "  tlux compare photo.jpg -o both.jpg --strength 80\n"
+    "  tlux compare photo.jpg -o halves.png --split --labels";
+
+FramePtr showBoth(const AVFrame& before, const AVFrame& after, const CompareOptions& options) {
+  FramePtr both =
+      options.split ? splitDownTheMiddle(before, after) : placeSideBySide(before, after);
+  if (!options.labels) return both;
+  FramePtr labelled = labelSides(*both);
+  if (labelled != nullptr) return labelled;
+  printWarning(options.output.string() + ": too small for labels");
+  return both;
+}
 
 void compareFile(const CompareOptions& options) {
   const std::optional<RawLayout> raw = rawInputLayout(options.picture);
@@ -35,7 +48,7 @@ void compareFile(const CompareOptions& options) {
   Engine engine;
   const FramePtr after = optimize(engine, picture, options.picture.strength);
   timings.run = watch.lapMilliseconds();
-  picture.frame = placeSideBySide(*picture.frame, *after);
+  picture.frame = showBoth(*picture.frame, *after, options);
   if (picture.alpha != nullptr) {
     printWarning(output.file.string() + ": transparency is dropped in a comparison");
     picture.alpha = nullptr;
@@ -52,11 +65,14 @@ void compareFile(const CompareOptions& options) {
 
 Command addCompare(CLI::App& app) {
   const auto options = std::make_shared<CompareOptions>();
-  CLI::App* parser = app.add_subcommand("compare", "Show a picture before and after, side by side");
+  CLI::App* parser = app.add_subcommand("compare", "Show a picture before and after");
   parser->add_option("input", options->input, "Picture to read")->required()->type_name("FILE");
   parser->add_option("-o,--output", options->output, "Picture to write")
       ->required()
       ->type_name("FILE");
+  parser->add_flag("--split", options->split,
+                   "Show the left half before and the right half after, not both side by side");
+  parser->add_flag("--labels", options->labels, "Write before and after into the picture");
   addPictureOptions(*parser, options->picture);
   parser->footer(kExamples);
   return {parser, [options] {

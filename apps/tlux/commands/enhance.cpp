@@ -1,128 +1,141 @@
-#include <fmt/format.h>
-
 #include <algorithm>
-#include <filesystem>
+#include <atomic>
 #include <memory>
-#include <set>
+#include <mutex>
+#include <optional>
 #include <system_error>
-#include <utility>
+#include <thread>
 #include <vector>
 
 #include "commands/command.hpp"
-#include "commands/picture_options.hpp"
-#include "engine.hpp"
+#include "commands/enhance_job.hpp"
 
 namespace tlux::app {
 
 namespace {
 
-namespace fs = std::filesystem;
-
-struct EnhanceOptions {
-  std::vector<fs::path> inputs;
-  fs::path output;
-  fs::path folder;
-  PictureOptions picture;
-};
-
-struct Job {
-  fs::path input;
-  Output output;
-};
+constexpr int kMostJobs = 64;
 
 constexpr const char* kExamples =
     "Examples:\n"
     "  tlux enhance photo.jpg -o better.jpg\n"
     "  tlux enhance photo.jpg -o better.png --strength 80\n"
-    "  tlux enhance holiday/*.jpg -d enhanced --quality 95\n"
-    "  tlux enhance frame.nv21 -o better.nv21 --size 1920x1080 --format nv21\n"
+    "  tlux enhance holiday/*.jpg holiday/*.mp4 -d enhanced --jobs 4\n"
+    "  tlux enhance clip.mov -o better.mp4 --quality 85\n"
+    "  tlux enhance clip.mkv -o master.mkv --codec ffv1\n"
+    "  ffmpeg -i clip.mp4 -f yuv4mpegpipe - | tlux enhance - -o - | ffmpeg -i - better.mkv\n"
+    "  tlux enhance frames.nv21 -o better.nv21 --size 1920x1080 --format nv21\n"
     "\n"
     "The extension of the output chooses its format. Pictures are turned upright; an embedded\n"
-    "colour profile is kept in PNG and JPEG, other metadata is left behind.\n"
+    "colour profile is kept in PNG and JPEG, other metadata is left behind. Videos keep their\n"
+    "times, rotation, metadata, sound and subtitles as far as the container can hold them; their\n"
+    "frames are encoded anew in 8 bits. '-' stands for standard input and output: YUV4MPEG2, or\n"
+    "raw frames when --size is given.\n"
     "With several files a failed one does not stop the others; the exit code tells the worst:\n"
     "0 done, 1 wrong usage, 2 unreadable input, 3 failed processing or writing.";
 
-/** In a folder a result keeps its name; kinds of file that cannot be written become PNG. */
-fs::path nameInFolder(const fs::path& folder, const fs::path& input,
-                      const EnhanceOptions& options) {
-  fs::path name = folder / input.filename();
-  const bool isRaw = !options.picture.size.empty();
-  if (isRaw) return name.replace_extension(options.picture.format);
-  return findPictureFormat(name) != nullptr ? name : name.replace_extension("png");
-}
-
-std::vector<Job> planJobs(const EnhanceOptions& options) {
-  const bool toFolder = !options.folder.empty();
-  if (toFolder == !options.output.empty()) {
-    throw Error(ExitCode::kUsage, "enhance", "needs either -o FILE or -d FOLDER");
-  }
-  if (!toFolder && options.inputs.size() > 1) {
-    throw Error(ExitCode::kUsage, "-o", "takes one input; use -d FOLDER for several");
-  }
-  std::vector<Job> jobs;
-  std::set<fs::path> taken;
-  for (const fs::path& input : options.inputs) {
-    const fs::path target =
-        toFolder ? nameInFolder(options.folder, input, options) : options.output;
-    jobs.push_back({input, chooseOutput(target, options.picture)});
-    if (!taken.insert(target).second) {
-      throw Error(ExitCode::kUsage, target.string(), "would be written by two of the inputs");
-    }
-  }
-  for (const Job& job : jobs) {
-    for (const fs::path& input : options.inputs) {
-      checkKeepsInput(job.output, input);
-    }
-  }
-  return jobs;
-}
-
-void makeFolder(const fs::path& folder) {
+void makeFolder(const std::filesystem::path& folder) {
   if (folder.empty()) return;
   std::error_code error;
-  fs::create_directories(folder, error);
+  std::filesystem::create_directories(folder, error);
   if (error) throw Error(ExitCode::kFailed, folder.string(), error.message());
 }
 
-void enhanceFile(const Job& job, const std::optional<RawLayout>& raw, const PictureOptions& options,
-                 Engine& engine) {
-  Timings timings;
-  Stopwatch watch;
-  Picture picture = readInput(job.input, raw);
-  timings.decode = watch.lapMilliseconds();
-  picture.frame = optimize(engine, picture, options.strength);
-  timings.run = watch.lapMilliseconds();
-  writeOutput(picture, job.output, options);
-  timings.encode = watch.lapMilliseconds();
-  if (options.quiet) return;
-  printLine(fmt::format("{} -> {}, strength {}: {}", describeInput(job.input, picture),
-                        describeOutput(job.output, picture), options.strength, describe(timings)));
+int processors() {
+  return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
 }
 
+/** The library and the codecs use several processors themselves, reading and writing do not. */
+int chooseJobs(const EnhanceOptions& options, size_t files) {
+  const int wanted = options.jobs > 0 ? options.jobs : std::max(1, processors() / 2);
+  return static_cast<int>(std::min(static_cast<size_t>(wanted), files));
+}
+
+/** The files still to be done, and the worst outcome of those that are. */
+class JobQueue {
+ public:
+  JobQueue(const std::vector<Job>& jobs, const JobSettings& settings)
+      : jobs_(jobs),
+        settings_(settings),
+        progress_(static_cast<int64_t>(jobs.size()),
+                  !settings.options.picture.quiet && isTerminalWatched()) {}
+
+  /** Does jobs until there are none left; for any number of threads. */
+  void work() {
+    std::optional<Engine> engine;
+    for (size_t index = next_++; index < jobs_.size(); index = next_++) {
+      const Job& job = jobs_[index];
+      const ExitCode outcome = reportFailures(job.input.string(), [&] {
+        if (!engine) engine.emplace();
+        enhanceFile(job, settings_, *engine, progress_);
+      });
+      progress_.fileDone();
+      const std::lock_guard lock(mutex_);
+      worst_ = std::max(worst_, outcome);
+    }
+  }
+
+  /** For the time after all work() has returned. */
+  ExitCode worst() const { return worst_; }
+
+ private:
+  const std::vector<Job>& jobs_;
+  const JobSettings& settings_;
+  Progress progress_;
+  std::atomic<size_t> next_ = 0;
+  std::mutex mutex_;
+  ExitCode worst_ = ExitCode::kDone;
+};
+
 ExitCode enhance(const EnhanceOptions& options) {
-  const std::optional<RawLayout> raw = rawInputLayout(options.picture);
+  JobSettings settings = settingsFor(options);
   const std::vector<Job> jobs = planJobs(options);
   makeFolder(options.folder);
-  Engine engine;
-  ExitCode worst = ExitCode::kDone;
-  for (const Job& job : jobs) {
-    const ExitCode outcome =
-        reportFailures(job.input.string(), [&] { enhanceFile(job, raw, options.picture, engine); });
-    worst = std::max(worst, outcome);
+  const int atOnce = chooseJobs(options, jobs.size());
+  // A single file may have all processors.
+  settings.codecThreads = atOnce == 1 ? 0 : std::max(1, processors() / atOnce);
+  JobQueue queue(jobs, settings);
+  {
+    std::vector<std::jthread> helpers;
+    for (int i = 1; i < atOnce; ++i) {
+      helpers.emplace_back([&queue] { queue.work(); });
+    }
+    queue.work();
   }
-  return worst;
+  return queue.worst();
+}
+
+void addVideoOptions(CLI::App& parser, EnhanceOptions& options) {
+  constexpr const char* kVideos = "Videos and pipes";
+  parser.add_option("--as", options.as, "Form of the output, whatever its extension")
+      ->type_name("EXTENSION")
+      ->group(kVideos);
+  parser.add_option("--codec", options.codec, "Video encoder by FFmpeg's name, e.g. libx265, ffv1")
+      ->type_name("NAME")
+      ->group(kVideos);
+  parser.add_option("--fps", options.fps, "Rate of raw frames that become a video")
+      ->type_name("RATE")
+      ->capture_default_str()
+      ->group(kVideos);
 }
 
 } // namespace
 
 Command addEnhance(CLI::App& app) {
   const auto options = std::make_shared<EnhanceOptions>();
-  CLI::App* parser = app.add_subcommand("enhance", "Balance the light of pictures");
-  parser->add_option("input", options->inputs, "Pictures to read")->required()->type_name("FILE");
-  parser->add_option("-o,--output", options->output, "Picture to write")->type_name("FILE");
+  CLI::App* parser = app.add_subcommand("enhance", "Balance the light of pictures and videos");
+  parser->add_option("input", options->inputs, "Pictures or videos to read, or - for a stream")
+      ->required()
+      ->type_name("FILE");
+  parser->add_option("-o,--output", options->output, "File to write, or -")->type_name("FILE");
   parser->add_option("-d,--folder", options->folder, "Folder to write to, made if missing")
       ->type_name("FOLDER");
   addPictureOptions(*parser, options->picture);
+  parser->add_option("-j,--jobs", options->jobs, "Files at once, by default half the processors")
+      ->check(CLI::Range(1, kMostJobs).description(""))
+      ->type_name("N");
+  parser->add_flag("--timing", options->timing, "Tell on standard error what took how long");
+  addVideoOptions(*parser, *options);
   parser->footer(kExamples);
   return {parser, [options] { return enhance(*options); }};
 }

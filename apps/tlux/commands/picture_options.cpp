@@ -85,18 +85,26 @@ std::optional<RawLayout> rawInputLayout(const PictureOptions& options) {
   return layout;
 }
 
-Output chooseOutput(const std::filesystem::path& file, const PictureOptions& options) {
-  const std::string extension = extensionOf(file);
+std::optional<Output> findOutput(const std::filesystem::path& file, const std::string& extension,
+                                 const PictureOptions& options) {
   const bool isGeneric = extension == "yuv" || extension == "raw";
-  Output output = {file, findPictureFormat(file),
-                   rawFormatNamed(isGeneric ? options.format : extension)};
-  if (output.pictureFormat == nullptr && output.rawFormat == AV_PIX_FMT_NONE) {
-    throw Error(ExitCode::kUsage, file.string(),
-                isGeneric ? "raw output needs --format nv21 or nv12"
-                          : "the extension of the output must be one of " + writableExtensions() +
-                                ", nv21, nv12");
+  if (isGeneric && options.format.empty()) {
+    throw Error(ExitCode::kUsage, file.string(), "raw output needs --format nv21 or nv12");
   }
+  const Output output = {file, findPictureFormat("name." + extension),
+                         rawFormatNamed(isGeneric ? options.format : extension)};
+  if (output.pictureFormat == nullptr && output.rawFormat == AV_PIX_FMT_NONE) return std::nullopt;
   return output;
+}
+
+Output chooseOutput(const std::filesystem::path& file, const PictureOptions& options) {
+  const std::optional<Output> output = findOutput(file, extensionOf(file), options);
+  if (!output) {
+    throw Error(
+        ExitCode::kUsage, file.string(),
+        "the extension of the output must be one of " + writableExtensions() + ", nv21, nv12");
+  }
+  return *output;
 }
 
 void checkKeepsInput(const Output& output, const std::filesystem::path& input) {

@@ -35,6 +35,10 @@ struct Output {
   AVPixelFormat rawFormat = AV_PIX_FMT_NONE;
 };
 
+/** The form an extension in lower case stands for, nothing for one that cannot be written. */
+std::optional<Output> findOutput(const std::filesystem::path& file, const std::string& extension,
+                                 const PictureOptions& options);
+
 /** Chooses the form by the extension. Throws Error for an extension that cannot be written. */
 Output chooseOutput(const std::filesystem::path& file, const PictureOptions& options);
 

@@ -1,15 +1,13 @@
 #include "media/av.hpp"
 
-#include <mutex>
 #include <utility>
 
 namespace tlux::app {
 
 namespace {
 
-// FFmpeg may log from its own threads.
-std::mutex logMutex;
-std::string lastLogged;
+// Of each thread by itself, since several files may be worked on at once.
+thread_local std::string lastLogged;
 
 void rememberError(void* /*context*/, int level, const char* format, va_list arguments) {
   if (level > AV_LOG_ERROR) return;
@@ -21,14 +19,12 @@ void rememberError(void* /*context*/, int level, const char* format, va_list arg
   while (!text.empty() && (text.back() == '\n' || text.back() == '.')) {
     text.pop_back();
   }
-  const std::lock_guard lock(logMutex);
   lastLogged = std::move(text);
 }
 
 std::string describe(int code) {
   char reason[AV_ERROR_MAX_STRING_SIZE] = "";
   av_strerror(code, reason, sizeof reason);
-  const std::lock_guard lock(logMutex);
   const std::string detail = std::exchange(lastLogged, {});
   return detail.empty() ? std::string(reason) : reason + (" (" + detail + ")");
 }

@@ -37,10 +37,15 @@ struct ReleaseScaler {
   void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
 };
 
+struct ReleaseOutput {
+  void operator()(AVFormatContext* container) const { avformat_free_context(container); }
+};
+
 using FramePtr = std::unique_ptr<AVFrame, Release<av_frame_free>>;
 using PacketPtr = std::unique_ptr<AVPacket, Release<av_packet_free>>;
 using CodecPtr = std::unique_ptr<AVCodecContext, ReleaseCodec>;
 using FormatPtr = std::unique_ptr<AVFormatContext, Release<avformat_close_input>>;
+using OutputFormatPtr = std::unique_ptr<AVFormatContext, ReleaseOutput>;
 using IoPtr = std::unique_ptr<AVIOContext, Release<avio_closep>>;
 using ScalerPtr = std::unique_ptr<SwsContext, ReleaseScaler>;
 

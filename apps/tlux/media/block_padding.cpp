@@ -8,8 +8,6 @@ namespace tlux::app {
 
 namespace {
 
-constexpr int kBlock = 16;
-
 /** One plane of a frame; rows are bytes, chroma having two to the sample and half the rows. */
 struct Plane {
   uint8_t* data;
@@ -53,11 +51,11 @@ void cutPlane(Plane from, Plane to, int left, int width) {
 FramePtr extendToBlocks(const AVFrame& frame) {
   const int width = FFALIGN(frame.width, kBlock);
   const int height = FFALIGN(frame.height, kBlock);
-  const bool isWhole = width == frame.width && height == frame.height;
+  const bool isWhole = width == frame.width && height == frame.height && width == frame.linesize[0];
   // Frames this small are copied as they are.
   if (isWhole || frame.width < kBlock || frame.height < kBlock) return nullptr;
   FramePtr extended =
-      makeSemiPlanar(static_cast<AVPixelFormat>(frame.format), width, height, FFALIGN(width, 64));
+      makeSemiPlanar(static_cast<AVPixelFormat>(frame.format), width, height, width);
   for (int plane = 0; plane < 2; ++plane) {
     extendPlane(planeOf(frame, plane), planeOf(*extended, plane), width - frame.width, frame.width);
   }

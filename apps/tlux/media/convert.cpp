@@ -33,7 +33,7 @@ bool hasFullRangeName(int format) {
   }
 }
 
-const AVPixFmtDescriptor& layoutOf(const AVFrame& frame) {
+const AVPixFmtDescriptor& descriptorOf(const AVFrame& frame) {
   const AVPixFmtDescriptor* layout = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
   if (layout == nullptr) throw std::runtime_error("unknown pixel layout");
   return *layout;
@@ -80,10 +80,10 @@ ScalerPtr makeScaler(const AVFrame& source, const AVFrame& target) {
   // The ranges decide already here which conversion is chosen.
   setOption(scaler.get(), "src_range", fromFull ? 1 : 0);
   setOption(scaler.get(), "dst_range", toFull ? 1 : 0);
-  if (layoutOf(source).log2_chroma_w == 1) {
+  if (descriptorOf(source).log2_chroma_w == 1) {
     setOption(scaler.get(), "src_h_chr_pos", horizontalChromaPosition(source));
   }
-  if (layoutOf(target).log2_chroma_w == 1) {
+  if (descriptorOf(target).log2_chroma_w == 1) {
     setOption(scaler.get(), "dst_h_chr_pos", horizontalChromaPosition(target));
   }
   check(sws_init_context(scaler.get(), nullptr, nullptr));
@@ -96,7 +96,7 @@ ScalerPtr makeScaler(const AVFrame& source, const AVFrame& target) {
 } // namespace
 
 ColorEncoding colorEncodingOf(const AVFrame& frame) {
-  const AVPixFmtDescriptor& layout = layoutOf(frame);
+  const AVPixFmtDescriptor& layout = descriptorOf(frame);
   const bool isGray = layout.nb_components <= 2;
   ColorEncoding encoding = {frame.color_range, frame.colorspace};
   if (hasFullRangeName(frame.format) || isRgb(layout)) {
@@ -111,16 +111,29 @@ ColorEncoding colorEncodingOf(const AVFrame& frame) {
   return encoding;
 }
 
-void convert(const AVFrame& source, AVFrame& target, ColorEncoding encoding) {
+Converter::Layout Converter::layoutOf(const AVFrame& frame) {
+  return {frame.format,      frame.width,      frame.height,
+          frame.color_range, frame.colorspace, frame.chroma_location};
+}
+
+void Converter::convert(const AVFrame& source, AVFrame& target, ColorEncoding encoding) {
   target.color_range = encoding.range;
-  target.colorspace = isRgb(layoutOf(target)) ? AVCOL_SPC_RGB : encoding.matrix;
+  target.colorspace = isRgb(descriptorOf(target)) ? AVCOL_SPC_RGB : encoding.matrix;
   if (sws_isSupportedInput(static_cast<AVPixelFormat>(source.format)) == 0) {
     throw std::runtime_error(
-        fmt::format("pixel layout {} is not supported", layoutOf(source).name));
+        fmt::format("pixel layout {} is not supported", descriptorOf(source).name));
   }
-  const ScalerPtr scaler = makeScaler(source, target);
-  check(sws_scale(scaler.get(), source.data, source.linesize, 0, source.height, target.data,
+  if (scaler_ == nullptr || layoutOf(source) != source_ || layoutOf(target) != target_) {
+    scaler_ = makeScaler(source, target);
+    source_ = layoutOf(source);
+    target_ = layoutOf(target);
+  }
+  check(sws_scale(scaler_.get(), source.data, source.linesize, 0, source.height, target.data,
                   target.linesize));
+}
+
+void convert(const AVFrame& source, AVFrame& target, ColorEncoding encoding) {
+  Converter().convert(source, target, encoding);
 }
 
 FramePtr convertTo(const AVFrame& source, AVPixelFormat format, ColorEncoding encoding) {

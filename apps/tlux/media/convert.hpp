@@ -20,6 +20,29 @@ ColorEncoding colorEncodingOf(const AVFrame& frame);
  */
 void convert(const AVFrame& source, AVFrame& target, ColorEncoding encoding);
 
+/** convert() for a stream of frames: what depends on their layout alone is made once. */
+class Converter {
+ public:
+  void convert(const AVFrame& source, AVFrame& target, ColorEncoding encoding);
+
+ private:
+  struct Layout {
+    int format;
+    int width;
+    int height;
+    AVColorRange range;
+    AVColorSpace matrix;
+    AVChromaLocation chromaLocation;
+
+    bool operator==(const Layout&) const = default;
+  };
+  static Layout layoutOf(const AVFrame& frame);
+
+  ScalerPtr scaler_;
+  Layout source_ = {};
+  Layout target_ = {};
+};
+
 /** A converted copy, without the properties and the crop of the source. */
 FramePtr convertTo(const AVFrame& source, AVPixelFormat format, ColorEncoding encoding);
 

@@ -4,10 +4,9 @@
 
 #include <cstring>
 #include <fstream>
-#include <vector>
 
 #include "errors.hpp"
-#include "media/reader.hpp"
+#include "media/input_container.hpp"
 #include "media/semi_planar.hpp"
 #include "output_file.hpp"
 
@@ -49,28 +48,42 @@ Picture readRaw(const std::filesystem::path& file, const RawLayout& layout) {
   return picture;
 }
 
-void writeRaw(const AVFrame& frame, const std::filesystem::path& file, AVPixelFormat format,
-              int pitch) {
-  if (pitch == 0) pitch = frame.width;
-  if (pitch < frame.width) {
+std::span<const uint8_t> packRaw(const AVFrame& frame, const std::filesystem::path& file,
+                                 AVPixelFormat format, int pitch, std::vector<uint8_t>& content) {
+  const int left = static_cast<int>(frame.crop_left) & ~1;
+  const int top = static_cast<int>(frame.crop_top) & ~1;
+  const int width = frame.width - left;
+  const int height = frame.height - top;
+  if (pitch == 0) pitch = width;
+  if (pitch < width) {
     throw Error(ExitCode::kFailed, file.string(),
-                fmt::format("rows of {} bytes do not hold {} pixels", pitch, frame.width));
+                fmt::format("rows of {} bytes do not hold {} pixels", pitch, width));
   }
-  std::vector<uint8_t> content(static_cast<size_t>(semiPlanarBytes(frame.height, pitch)));
+  const auto bytes = static_cast<size_t>(semiPlanarBytes(height, pitch));
+  const bool isPacked =
+      left == 0 && top == 0 && frame.linesize[0] == pitch && frame.format == format;
+  if (isPacked) return {frame.data[0], bytes};
+  content.resize(bytes);
   uint8_t* row = content.data();
-  for (int y = 0; y < frame.height; ++y, row += pitch) {
-    std::memcpy(row, frame.data[0] + ptrdiff_t{y} * frame.linesize[0],
-                static_cast<size_t>(frame.width));
+  for (int y = 0; y < height; ++y, row += pitch) {
+    std::memcpy(row, frame.data[0] + ptrdiff_t{top + y} * frame.linesize[0] + left,
+                static_cast<size_t>(width));
   }
-  for (int y = 0; y < frame.height / 2; ++y, row += pitch) {
-    const uint8_t* from = frame.data[1] + ptrdiff_t{y} * frame.linesize[1];
+  for (int y = 0; y < height / 2; ++y, row += pitch) {
+    const uint8_t* from = frame.data[1] + ptrdiff_t{top / 2 + y} * frame.linesize[1] + left;
     if (frame.format == format) {
-      std::memcpy(row, from, static_cast<size_t>(frame.width));
+      std::memcpy(row, from, static_cast<size_t>(width));
     } else {
-      copyExchanged(from, row, frame.width);
+      copyExchanged(from, row, width);
     }
   }
-  writeFileAtomically(file, content);
+  return content;
+}
+
+void writeRaw(const AVFrame& frame, const std::filesystem::path& file, AVPixelFormat format,
+              int pitch) {
+  std::vector<uint8_t> content;
+  writeFileAtomically(file, packRaw(frame, file, format, pitch, content));
 }
 
 } // namespace tlux::app

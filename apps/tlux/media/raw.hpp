@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <span>
+#include <vector>
 
 #include "media/picture.hpp"
 
@@ -18,9 +20,17 @@ struct RawLayout {
 Picture readRaw(const std::filesystem::path& file, const RawLayout& layout);
 
 /**
- * Writes the even-sized frame as it left the library, chroma in the order of @p format.
+ * The bytes of an even-sized frame as it left the library, without padding at its left and top.
+ * @param file named in errors.
+ * @param format order of the chroma samples.
  * @param pitch bytes from row to row, 0 for the width; bytes behind the width are zero.
+ * @param content room for them where the frame does not hold them as they are; keep it for others
+ *        of the same kind.
  */
+std::span<const uint8_t> packRaw(const AVFrame& frame, const std::filesystem::path& file,
+                                 AVPixelFormat format, int pitch, std::vector<uint8_t>& content);
+
+/** Writes a file of what packRaw() gives. */
 void writeRaw(const AVFrame& frame, const std::filesystem::path& file, AVPixelFormat format,
               int pitch);
 

@@ -28,4 +28,16 @@ FramePtr makeSemiPlanarLike(const AVFrame& model) {
   return frame;
 }
 
+TLUX_IMAGE imageOf(const AVFrame& frame) {
+  TLUX_IMAGE image = {};
+  image.format = frame.format == AV_PIX_FMT_NV21 ? TLUX_FMT_YCBCR420_YPVU : TLUX_FMT_YCBCR420_YPUV;
+  image.width = frame.width;
+  image.height = frame.height;
+  for (int plane = 0; plane < 2; ++plane) {
+    image.plane[plane] = frame.data[plane];
+    image.pitch[plane] = frame.linesize[plane];
+  }
+  return image;
+}
+
 } // namespace tlux::app

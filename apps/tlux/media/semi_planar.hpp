@@ -1,6 +1,7 @@
 #pragma once
 
 #include "media/av.hpp"
+#include "tlux.h"
 
 namespace tlux::app {
 
@@ -13,6 +14,9 @@ FramePtr makeSemiPlanar(AVPixelFormat format, int width, int height, int pitch);
 
 /** Same layout, size, row length, crop and colour properties as @p model; pixels are zero. */
 FramePtr makeSemiPlanarLike(const AVFrame& model);
+
+/** The frame as an image of the library, over the same pixels. */
+TLUX_IMAGE imageOf(const AVFrame& frame);
 
 /** Size of both planes in bytes. */
 int64_t semiPlanarBytes(int height, int pitch);

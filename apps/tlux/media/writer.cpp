@@ -103,11 +103,15 @@ PacketPtr encode(AVFrame& frame, const PictureFormat& format, int quality) {
 
 } // namespace
 
+PacketPtr encodePicture(const Picture& picture, const PictureFormat& format, int quality) {
+  return encode(*toEncoderLayout(picture, format), format, quality);
+}
+
 void writePicture(const Picture& picture, const std::filesystem::path& file,
                   const PictureFormat& format, int quality) {
   PacketPtr packet;
   try {
-    packet = encode(*toEncoderLayout(picture, format), format, quality);
+    packet = encodePicture(picture, format, quality);
   } catch (const AvError& error) {
     throw Error(ExitCode::kFailed, file.string(), std::string("cannot encode: ") + error.what());
   }

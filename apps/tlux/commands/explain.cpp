@@ -1,0 +1,103 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <system_error>
+
+#include "commands/command.hpp"
+#include "commands/picture_options.hpp"
+#include "explain/run_report.hpp"
+#include "output_file.hpp"
+
+namespace tlux::app {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct ExplainOptions {
+  fs::path input;
+  fs::path folder;
+  PictureOptions picture;
+};
+
+constexpr const char* kPage = "explain.html";
+constexpr int kSmallestSide = 16;
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  tlux explain photo.jpg -d why\n"
+    "  tlux explain photo.jpg -d why-80 --strength 80\n"
+    "\n"
+    "The folder gets one page, explain.html, that can be opened and passed on by itself, and its\n"
+    "pictures as files.";
+
+void checkFolder(const ExplainOptions& options) {
+  std::vector<std::string> names = reportPictureNames();
+  names.emplace_back(kPage);
+  for (const std::string& name : names) {
+    checkKeepsInput({options.folder / name}, options.input);
+  }
+}
+
+void makeFolder(const fs::path& folder) {
+  std::error_code error;
+  fs::create_directories(folder, error);
+  if (error) throw Error(ExitCode::kFailed, folder.string(), error.message());
+}
+
+void checkSize(const Picture& picture, const fs::path& file) {
+  if (std::min(picture.frame->width, picture.frame->height) >= kSmallestSide) return;
+  throw Error(ExitCode::kFailed, file.string(),
+              fmt::format("pictures of fewer than {} columns or rows are copied, there is nothing "
+                          "to explain",
+                          kSmallestSide));
+}
+
+void writeReport(const Report& report, const fs::path& folder) {
+  for (const EmbeddedPicture& picture : report.pictures) {
+    writeFileAtomically(
+        folder / picture.fileName,
+        std::span(picture.content->data, static_cast<size_t>(picture.content->size)));
+  }
+  // Text as bytes; the writer knows only those.
+  const auto* text = reinterpret_cast<const uint8_t*>(report.html.data());
+  writeFileAtomically(folder / kPage, std::span(text, report.html.size()));
+}
+
+void explainFile(const ExplainOptions& options) {
+  const std::optional<RawLayout> raw = rawInputLayout(options.picture);
+  checkFolder(options);
+  const Picture picture = readInput(options.input, raw);
+  checkSize(picture, options.input);
+  const Report report =
+      explainRun(picture, options.picture.strength, options.input.filename().string());
+  makeFolder(options.folder);
+  writeReport(report, options.folder);
+  if (options.picture.quiet) return;
+  printLine(fmt::format("{} -> {}, strength {}: {} KiB", describeInput(options.input, picture),
+                        (options.folder / kPage).string(), options.picture.strength,
+                        report.html.size() / 1024));
+}
+
+} // namespace
+
+Command addExplain(CLI::App& app) {
+  const auto options = std::make_shared<ExplainOptions>();
+  CLI::App* parser =
+      app.add_subcommand("explain", "Show on a page what was done to a picture, and why");
+  parser->add_option("input", options->input, "Picture to read")->required()->type_name("FILE");
+  parser->add_option("-d,--folder", options->folder, "Folder to write to, made if missing")
+      ->required()
+      ->type_name("FOLDER");
+  addPictureOptions(*parser, options->picture);
+  parser->remove_option(parser->get_option("--quality"));
+  parser->footer(kExamples);
+  return {parser, [options] {
+            return reportFailures(options->input.string(), [&] { explainFile(*options); });
+          }};
+}
+
+} // namespace tlux::app

@@ -1,0 +1,108 @@
+#include <fmt/format.h>
+
+#include <filesystem>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include "commands/command.hpp"
+#include "commands/picture_options.hpp"
+#include "engine.hpp"
+#include "media/contact_sheet.hpp"
+#include "media/rgb_copy.hpp"
+
+namespace tlux::app {
+
+namespace {
+
+struct SweepOptions {
+  std::filesystem::path input;
+  std::filesystem::path output;
+  std::vector<uint32_t> strengths = {0, 20, 50, 100};
+  int tileWidth = 800;
+  int columns = 0;
+  PictureOptions picture;
+};
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  tlux sweep photo.jpg -o sheet.png\n"
+    "  tlux sweep photo.jpg -o sheet.jpg --strengths 0,10,20,30,40,50 --tile-width 400\n"
+    "\n"
+    "Pictures wider than a tile are scaled down, smaller ones are shown as they are.";
+
+Output chooseSheet(const SweepOptions& options) {
+  Output output = chooseOutput(options.output, options.picture);
+  if (output.pictureFormat == nullptr) {
+    throw Error(ExitCode::kUsage, options.output.string(),
+                "a sheet is a picture, its extension must be one of " + writableExtensions());
+  }
+  checkKeepsInput(output, options.input);
+  return output;
+}
+
+std::vector<Tile> makeTiles(const Picture& picture, const SweepOptions& options) {
+  Engine engine;
+  std::vector<Tile> tiles;
+  for (const uint32_t strength : options.strengths) {
+    const FramePtr after = optimize(engine, picture, strength);
+    tiles.push_back(
+        {shrinkToWidth(toRgb(*after), options.tileWidth), fmt::format("strength {}", strength)});
+  }
+  return tiles;
+}
+
+void sweepFile(const SweepOptions& options) {
+  const std::optional<RawLayout> raw = rawInputLayout(options.picture);
+  const Output output = chooseSheet(options);
+
+  Timings timings;
+  Stopwatch watch;
+  const Picture picture = readInput(options.input, raw);
+  timings.decode = watch.lapMilliseconds();
+  const std::vector<Tile> tiles = makeTiles(picture, options);
+  timings.run = watch.lapMilliseconds();
+  Picture sheet;
+  sheet.frame = makeContactSheet(tiles, options.columns);
+  if (picture.alpha != nullptr) {
+    printWarning(output.file.string() + ": transparency is dropped in a sheet");
+  }
+  writeOutput(sheet, output, options.picture);
+  timings.encode = watch.lapMilliseconds();
+  if (options.picture.quiet) return;
+  printLine(fmt::format("{} -> {}, strengths {}: {}", describeInput(options.input, picture),
+                        describeOutput(output, sheet), fmt::join(options.strengths, ", "),
+                        describe(timings)));
+}
+
+} // namespace
+
+Command addSweep(CLI::App& app) {
+  const auto options = std::make_shared<SweepOptions>();
+  CLI::App* parser = app.add_subcommand("sweep", "Show a picture at several strengths on a sheet");
+  parser->add_option("input", options->input, "Picture to read")->required()->type_name("FILE");
+  parser->add_option("-o,--output", options->output, "Picture to write")
+      ->required()
+      ->type_name("FILE");
+  addPictureOptions(*parser, options->picture);
+  parser->remove_option(parser->get_option("--strength"));
+  parser->add_option("--strengths", options->strengths, "Strengths to show, 0 to 100 each")
+      ->delimiter(',')
+      ->allow_extra_args(false)
+      ->check(CLI::Range(0, 100).description(""))
+      ->type_name("LIST")
+      ->default_str("0,20,50,100");
+  parser->add_option("--tile-width", options->tileWidth, "Largest width of a tile in pixels")
+      ->check(CLI::Range(16, 65535).description(""))
+      ->type_name("PIXELS")
+      ->capture_default_str();
+  parser->add_option("--columns", options->columns, "Tiles in a row, chosen if not given")
+      ->check(CLI::Range(1, 100).description(""))
+      ->type_name("COUNT");
+  parser->footer(kExamples);
+  return {parser, [options] {
+            return reportFailures(options->input.string(), [&] { sweepFile(*options); });
+          }};
+}
+
+} // namespace tlux::app

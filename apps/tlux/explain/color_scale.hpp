@@ -1,0 +1,21 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace tlux::app {
+
+struct Color {
+  uint8_t red;
+  uint8_t green;
+  uint8_t blue;
+};
+
+/** From blue at −1 over nearly white at 0 to brown at 1, which colour-blind readers tell apart too.
+ * Values beyond the ends take the colour of the end. */
+Color divergingColor(double value);
+
+/** "#rrggbb". */
+std::string hexOf(Color color);
+
+} // namespace tlux::app

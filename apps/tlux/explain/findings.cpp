@@ -1,0 +1,102 @@
+#include "explain/findings.hpp"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <iterator>
+#include <optional>
+
+namespace tlux::app {
+
+namespace {
+
+// Changes below are not seen.
+constexpr double kNoticeable = 1.02;
+
+std::string percent(double share) {
+  if (share > 0 && share < 0.0005) return "under 0.1&nbsp;%";
+  return fmt::format("{:.{}f}&nbsp;%", 100 * share, share > 0 && share < 0.0995 ? 1 : 0);
+}
+
+std::string describeGains(const Trace& trace) {
+  std::vector<double> lifted;
+  size_t darkened = 0;
+  for (size_t i = 0; i < trace.pixels(); ++i) {
+    const double gain = trace.gainOf(i);
+    if (gain > kNoticeable) lifted.push_back(gain);
+    if (gain < 1 / kNoticeable) ++darkened;
+  }
+  const auto pixels = static_cast<double>(trace.pixels());
+  std::string text = fmt::format("{} of the frame is lifted and {} darkened.",
+                                 percent(static_cast<double>(lifted.size()) / pixels),
+                                 percent(static_cast<double>(darkened) / pixels));
+  if (!lifted.empty()) {
+    text += fmt::format(
+        " Where it is lifted, its light is multiplied by {:.2f} in the middle "
+        "(median) and by {:.2f} at most.",
+        quantile(lifted, 0.5), *std::max_element(lifted.begin(), lifted.end()));
+  }
+  return text;
+}
+
+std::string describeTurningPoint(const std::vector<ToneStep>& curve) {
+  const auto lifts = [](const ToneStep& step) { return step.middle > step.code + 2; };
+  const auto holds = [](const ToneStep& step) { return step.middle < step.code - 2; };
+  const auto firstHeld = std::find_if(curve.begin(), curve.end(), holds);
+  const auto lastLifted = std::find_if(curve.rbegin(), curve.rend(), lifts);
+  if (firstHeld == curve.end()) {
+    return lastLifted == curve.rend() ? "No brightness is changed on the whole."
+                                      : "Nothing is darkened on the whole: what is not lifted "
+                                        "stays as bright as it was.";
+  }
+  if (lastLifted == curve.rend()) return "Nothing is lifted on the whole.";
+  return fmt::format(
+      "Tones turn around luma {:.0f}: what is darker mostly gets brighter, what is "
+      "brighter mostly gets darker.",
+      (firstHeld->code + lastLifted->code) / 2);
+}
+
+std::string describeHistograms(const Histogram& before, const Histogram& after) {
+  return fmt::format(
+      "Mean luma goes from {:.0f} to {:.0f}. Near black (below 16) the picture has "
+      "{} of its pixels instead of {}, near white (above 239) {} instead of {}.",
+      meanOf(before), meanOf(after), percent(shareOf(after, 0, 15)),
+      percent(shareOf(before, 0, 15)), percent(shareOf(after, 240, 255)),
+      percent(shareOf(before, 240, 255)));
+}
+
+/** Where the curve is flat a larger score changes nothing any more. */
+std::string describeLimit(const Trace& trace) {
+  const double limit = largestGainOf(trace);
+  size_t atLimit = 0;
+  for (size_t i = 0; i < trace.pixels(); ++i) {
+    if (trace.gainOf(i) > 0.95 * limit) ++atLimit;
+  }
+  const double share = static_cast<double>(atLimit) / static_cast<double>(trace.pixels());
+  const std::string text =
+      fmt::format("Strength {} multiplies light by {:.2f} at most", trace.strength, limit);
+  if (share < 0.001) return text + ", and hardly any of the frame comes near that.";
+  return text + fmt::format(
+                    "; {} of the frame is within 5&nbsp;% of that, and only a higher "
+                    "strength would lift it more.",
+                    percent(share));
+}
+
+} // namespace
+
+std::vector<std::string> describeFindings(const Trace& trace, const Histogram& before,
+                                          const Histogram& after) {
+  if (trace.strength == 0) {
+    return {"Strength 0 keeps the tones; the guided filter alone smooths fine noise a little.",
+            describeHistograms(before, after)};
+  }
+  return {describeGains(trace), describeTurningPoint(toneCurveOf(trace)),
+          describeHistograms(before, after), describeLimit(trace)};
+}
+
+double largestGainOf(const Trace& trace) {
+  constexpr size_t kLargestScore = 32767;
+  return trace.gainTable[kLargestScore] / 1024.0;
+}
+
+} // namespace tlux::app

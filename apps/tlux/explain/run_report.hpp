@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "explain/embedded_picture.hpp"
+#include "media/picture.hpp"
+
+namespace tlux::app {
+
+/** A page that explains one run, and the pictures in it. */
+struct Report {
+  std::string html;
+  std::vector<EmbeddedPicture> pictures;
+};
+
+/** File names of the pictures of every report. */
+std::vector<std::string> reportPictureNames();
+
+/**
+ * Runs the library on a picture of at least 16×16 pixels.
+ * @param name of the picture, for the heading.
+ */
+Report explainRun(const Picture& picture, uint32_t strength, const std::string& name);
+
+} // namespace tlux::app

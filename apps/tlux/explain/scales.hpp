@@ -1,0 +1,24 @@
+#pragma once
+
+#include <vector>
+
+#include "explain/svg_plot.hpp"
+#include "explain/trace.hpp"
+
+namespace tlux::app {
+
+// Light is compared in stops: one stop is a factor of 2.
+
+/** A score in stops. */
+double stopsOfScore(double score);
+
+/** Scores of the frame from −range to range, a whole number of stops; rare ones may lie beyond. */
+double scoreRange(const Trace& trace);
+std::vector<Tick> scoreTicks(double range);
+
+/** Gains of the strength from −range to range in stops. */
+double gainRange(const Trace& trace);
+/** In stops, labelled as factors: "×½", "×2". */
+std::vector<Tick> gainTicks(double range);
+
+} // namespace tlux::app

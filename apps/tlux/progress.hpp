@@ -1,0 +1,43 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <mutex>
+
+namespace tlux::app {
+
+/** Tells a person at the terminal how far all files together have come. Any thread may report. */
+class Progress {
+ public:
+  /** @param isShown false to tell nothing. */
+  Progress(int64_t files, bool isShown) : files_(files), isShown_(isShown) {}
+  ~Progress() { hide(); }
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  /** A video begins; @p frames is 0 where its length is unknown. */
+  void expectFrames(int64_t frames);
+  void frameDone();
+  void fileDone();
+
+ private:
+  using Clock = std::chrono::steady_clock;
+
+  void show();
+  void hide();
+
+  std::mutex mutex_;
+  int64_t files_;
+  bool isShown_;
+  int64_t filesDone_ = 0;
+  int64_t frames_ = 0;
+  int64_t framesDone_ = 0;
+  bool isLengthKnown_ = true;
+  Clock::time_point start_ = Clock::now();
+  Clock::time_point lastShown_;
+};
+
+/** Whether somebody looks at standard error. */
+bool isTerminalWatched();
+
+} // namespace tlux::app

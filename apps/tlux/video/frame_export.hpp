@@ -1,0 +1,32 @@
+#pragma once
+
+#include "media/convert.hpp"
+#include "video/frame_pool.hpp"
+
+namespace tlux::app {
+
+/** Turns frames of the library into those an encoder takes. */
+class FrameExporter {
+ public:
+  /** @param width of the frames without their padding. */
+  FrameExporter(AVPixelFormat layout, int width, int height, AVColorRange range);
+
+  /** The frame itself where it fits already. Properties go along. */
+  FramePtr exportFrame(FramePtr frame);
+
+ private:
+  bool fitsAlready(const AVFrame& frame) const;
+  bool canCopyRows(const AVFrame& frame) const;
+  void copyRows(const AVFrame& frame, AVFrame& target) const;
+  void copyByConverter(const AVFrame& frame, AVFrame& target);
+
+  AVPixelFormat layout_;
+  int width_;
+  int height_;
+  AVColorRange range_;
+  FramePool targets_;
+  FramePtr intermediate_;
+  Converter converter_;
+};
+
+} // namespace tlux::app

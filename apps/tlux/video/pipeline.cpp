@@ -1,0 +1,144 @@
+#include "video/pipeline.hpp"
+
+#include <fmt/format.h>
+
+#include <exception>
+#include <mutex>
+#include <optional>
+#include <thread>
+#include <utility>
+
+#include "media/semi_planar.hpp"
+#include "video/bounded_queue.hpp"
+#include "video/frame_pool.hpp"
+
+namespace tlux::app {
+
+namespace {
+
+// Enough to ride out frames of uneven cost; more would only hold memory.
+constexpr size_t kFramesBetweenStages = 3;
+
+using PortionQueue = BoundedQueue<Portion>;
+
+/** The queues of a stream with the failure that ended it early. */
+class Line {
+ public:
+  PortionQueue decoded{kFramesBetweenStages};
+  PortionQueue enhanced{kFramesBetweenStages};
+
+  /** Does the work of a stage; the first failure of any stage stops them all. */
+  template <typename Stage>
+  void run(Stage stage) {
+    try {
+      stage();
+    } catch (...) {
+      {
+        const std::lock_guard lock(mutex_);
+        if (!failure_) failure_ = std::current_exception();
+      }
+      decoded.stop();
+      enhanced.stop();
+    }
+  }
+
+  /** For the time after all stages have ended. */
+  void rethrowFailure() const {
+    if (failure_) std::rethrow_exception(failure_);
+  }
+
+ private:
+  std::mutex mutex_;
+  std::exception_ptr failure_;
+};
+
+void readAll(FrameSource& source, PortionQueue& decoded, double& busy) {
+  while (true) {
+    Portion portion;
+    Stopwatch watch;
+    const bool isThere = source.read(portion);
+    busy += watch.lapMilliseconds();
+    if (!isThere || !decoded.push(std::move(portion))) break;
+  }
+  decoded.end();
+}
+
+void enhanceAll(Line& line, Engine& engine, uint32_t strength, double& busy) {
+  std::optional<FramePool> results;
+  while (std::optional<Portion> portion = line.decoded.pop()) {
+    Stopwatch watch;
+    if (portion->frame != nullptr) {
+      const AVFrame& source = *portion->frame;
+      if (!results) {
+        results.emplace([format = static_cast<AVPixelFormat>(source.format), width = source.width,
+                         height = source.height, pitch = source.linesize[0]] {
+          return makeSemiPlanar(format, width, height, pitch);
+        });
+      }
+      FramePtr result = results->take();
+      check(av_frame_copy_props(result.get(), &source));
+      engine.run(source, strength, *result);
+      portion->frame = std::move(result);
+    }
+    busy += watch.lapMilliseconds();
+    if (!line.enhanced.push(std::move(*portion))) return;
+  }
+  line.enhanced.end();
+}
+
+void writeAll(PortionQueue& enhanced, FrameSink& sink, Progress& progress, StreamTimings& timings) {
+  while (std::optional<Portion> portion = enhanced.pop()) {
+    const bool hasFrame = portion->frame != nullptr;
+    Stopwatch watch;
+    sink.write(std::move(*portion));
+    timings.busy.encode += watch.lapMilliseconds();
+    if (!hasFrame) continue;
+    ++timings.frames;
+    progress.frameDone();
+  }
+}
+
+double percent(double part, const StreamTimings& timings) {
+  return timings.whole > 0 ? 100 * part / timings.whole : 0;
+}
+
+} // namespace
+
+StreamTimings enhanceStream(FrameSource& source, Engine& engine, uint32_t strength, FrameSink& sink,
+                            Progress& progress) {
+  progress.expectFrames(source.properties().frameCount);
+  StreamTimings timings;
+  Stopwatch whole;
+  Line line;
+  {
+    std::jthread reader; // joined before the line goes
+    std::jthread enhancer;
+    line.run([&] {
+      reader = std::jthread(
+          [&] { line.run([&] { readAll(source, line.decoded, timings.busy.decode); }); });
+      enhancer = std::jthread(
+          [&] { line.run([&] { enhanceAll(line, engine, strength, timings.busy.run); }); });
+      writeAll(line.enhanced, sink, progress, timings);
+    });
+  }
+  line.rethrowFailure();
+  Stopwatch watch;
+  sink.finish();
+  timings.busy.encode += watch.lapMilliseconds();
+  timings.whole = whole.lapMilliseconds();
+  return timings;
+}
+
+std::string describeSpeed(const StreamTimings& timings) {
+  const double seconds = timings.whole / 1000;
+  return fmt::format("{} frames in {:.2f} s, {:.1f} per second", timings.frames, seconds,
+                     seconds > 0 ? static_cast<double>(timings.frames) / seconds : 0);
+}
+
+std::string describeShares(const StreamTimings& timings) {
+  return fmt::format("at work: decode {:.0f} %, library {:.0f} %, encode {:.0f} % of the time",
+                     percent(timings.busy.decode, timings), percent(timings.busy.run, timings),
+                     percent(timings.busy.encode, timings));
+}
+
+} // namespace tlux::app

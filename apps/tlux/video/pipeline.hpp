@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+
+#include "engine.hpp"
+#include "progress.hpp"
+#include "report.hpp"
+#include "video/frame_stream.hpp"
+
+namespace tlux::app {
+
+/** What a run through a stream took; the stages overlap, so that their sum exceeds the whole. */
+struct StreamTimings {
+  int64_t frames = 0;
+  double whole = 0; // milliseconds
+  Timings busy;
+};
+
+/**
+ * Carries all frames from @p source through @p engine to @p sink and finishes it. Reading, the
+ * library and writing run in threads of their own with a few frames between them. When one of them
+ * fails, the others stop and its failure is thrown.
+ */
+StreamTimings enhanceStream(FrameSource& source, Engine& engine, uint32_t strength, FrameSink& sink,
+                            Progress& progress);
+
+/** "450 frames in 20.1 s, 22.4 per second". */
+std::string describeSpeed(const StreamTimings& timings);
+
+/** How long each stage was at work, as shares of the whole time. */
+std::string describeShares(const StreamTimings& timings);
+
+} // namespace tlux::app
