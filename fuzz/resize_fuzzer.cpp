@@ -13,8 +13,7 @@ namespace {
 
 using reference::Channel;
 using test::Frame;
-using test::Picture;
-using test::PictureChannel;
+using test::FrameChannel;
 
 // Formats with a known order of bytes.
 constexpr std::uint32_t kFormats[] = {
@@ -106,32 +105,31 @@ void cropEnlarged(Input& input) {
       });
 }
 
-Picture takePicture(Input& input, std::uint32_t format, int width, int height) {
-  Picture picture{format, width, height, {}};
-  std::size_t plane = 0;
+Frame takeFrame(Input& input, std::uint32_t format, int width, int height) {
+  Frame frame(format, width, height, Frame::NoPlanes());
   for (const test::PlaneExtent& extent : test::extentsOf(format, width, height)) {
     const int pitch = extent.bytes + input.between(0, 9);
-    picture.planes[plane++] = {input.samples(static_cast<std::size_t>(pitch * extent.rows)), pitch};
+    frame.addPlane(pitch, static_cast<std::size_t>(pitch * extent.rows));
+    input.fill(frame.plane(frame.planeCount() - 1).bytes());
   }
-  return picture;
+  return frame;
 }
 
 void resizeImage(Input& input) {
   const std::uint32_t format = input.oneOf(kFormats);
   const int width = input.between(1, 90);
-  const Picture source = takePicture(input, format, width, input.between(1, 24));
+  Frame in = takeFrame(input, format, width, input.between(1, 24));
   const int outWidth = input.between(1, 90);
-  const Picture before = takePicture(input, format, outWidth, input.between(1, 24));
-  if (source.width == before.width && source.height == before.height) return; // a copy of all bytes
+  Frame out = takeFrame(input, format, outWidth, input.between(1, 24));
+  if (in->width == out->width && in->height == out->height) return; // a copy of all bytes
   enum Way { kNearest, kBilinear, kInPieces, kEnlarged };
   constexpr Way kWays[] = {kNearest, kBilinear, kInPieces, kEnlarged};
   const Way way = input.oneOf(kWays);
-  if (way == kEnlarged && (before.width > 8 * source.width || before.height > 8 * source.height))
-    return;
-  const int left = way == kEnlarged ? input.between(0, 8 * source.width - before.width) : 0;
-  const int top = way == kEnlarged ? input.between(0, 8 * source.height - before.height) : 0;
-  Frame in = test::frameOf(source);
-  Frame out = test::frameOf(before);
+  if (way == kEnlarged && (out->width > 8 * in->width || out->height > 8 * in->height)) return;
+  const int left = way == kEnlarged ? input.between(0, 8 * in->width - out->width) : 0;
+  const int top = way == kEnlarged ? input.between(0, 8 * in->height - out->height) : 0;
+  const Frame source = in.copy();
+  const Frame before = out.copy();
   switch (way) {
     case kNearest:
       require(asfImageResize_NN(in.get(), out.get()) == TLUX_OK);
@@ -140,15 +138,15 @@ void resizeImage(Input& input) {
       require(asfImageResize_BL(in.get(), out.get()) == TLUX_OK);
       break;
     case kInPieces: {
-      const int middle = input.between(0, before.height);
-      require(asfImageResize_BL_Piece(in.get(), out.get(), middle, before.height) == TLUX_OK);
+      const int middle = input.between(0, out->height);
+      require(asfImageResize_BL_Piece(in.get(), out.get(), middle, out->height) == TLUX_OK);
       require(asfImageResize_BL_Piece(in.get(), out.get(), 0, middle) == TLUX_OK);
       break;
     }
     case kEnlarged:
       require(UpcaleCropImage(in.get(), left, top, out.get()) == TLUX_OK);
   }
-  const auto sampleOf = [&](const Channel& channel, const PictureChannel& target, int x, int y) {
+  const auto sampleOf = [&](const Channel& channel, const FrameChannel& target, int x, int y) {
     if (way == kEnlarged) {
       return reference::enlargedByEight(channel, (left >> target.shiftX) + x,
                                         (top >> target.shiftY) + y);
@@ -157,8 +155,8 @@ void resizeImage(Input& input) {
     return way == kNearest ? reference::nearest(channel, columns, target.height, x, y)
                            : reference::bilinear(channel, columns, target.height, x, y);
   };
-  require(out == test::frameOf(test::mapped(source, before, sampleOf)));
-  require(in == test::frameOf(source));
+  require(out == test::mapped(in, before, sampleOf));
+  require(in == source);
 }
 
 } // namespace
