@@ -82,21 +82,21 @@ void erodeOrDilate(Input& input) {
   const bool isErosion = input.flag();
   const int radius = input.radius(254);
 
-  reference::Mask part{
-      static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top), {}};
+  MaskGrid part{static_cast<int>(rect.right - rect.left), static_cast<int>(rect.bottom - rect.top)};
   const auto inMask = [&](MaskGrid& grid, int x, int y) -> std::uint8_t& {
     return grid.at(static_cast<int>(rect.left) + x, static_cast<int>(rect.top) + y);
   };
   MaskGrid expected = mask;
   for (int y = 0; y < part.height; ++y) {
     for (int x = 0; x < part.width; ++x) {
-      part.pixels.push_back(inMask(expected, x, y));
+      part.at(x, y) = inMask(expected, x, y);
     }
   }
   std::uint32_t changed = 0;
-  if (radius >= 1 && radius <= 253 && !part.pixels.empty()) {
-    changed = isErosion ? reference::erodeByPasses(part, radius)
-                        : reference::dilateByPasses(part, radius);
+  if (radius >= 1 && radius <= 253 && !part.values.empty()) {
+    const MaskGrid distances = reference::distancesTo(!isErosion, isErosion, part);
+    part = isErosion ? reference::thresholded(distances, radius, 0, 255, changed)
+                     : reference::thresholded(distances, radius, 255, 0, changed);
     for (int y = 0; y < part.height; ++y) {
       for (int x = 0; x < part.width; ++x) {
         inMask(expected, x, y) = part.at(x, y);

@@ -24,16 +24,15 @@ std::int32_t windowSum(int x, int y, int radius, int width, int firstRow, int en
   return static_cast<std::int32_t>(sum);
 }
 
-struct Coefficients {
+struct GuideLine {
   std::int32_t a;
   std::int32_t b;
   bool solvable;
 };
 
 // Slope and offset of one window, in Q10.
-inline Coefficients guideCoefficients(const std::uint8_t* input, const std::uint8_t* guide, int x,
-                                      int y, int width, int height, int pitch, int radius,
-                                      int eps) {
+inline GuideLine guideCoefficients(const std::uint8_t* input, const std::uint8_t* guide, int x,
+                                   int y, int width, int height, int pitch, int radius, int eps) {
   const auto sumOf = [&](auto quantity) {
     return windowSum(x, y, radius, width, 0, height, [&](int u, int v) {
       const std::ptrdiff_t at = std::ptrdiff_t{v} * pitch + u;
@@ -55,8 +54,10 @@ inline std::int32_t smoothedInBand(const std::int32_t* map, int x, int y, int wi
                                    int stride, int firstRow, int bandRows, int radius) {
   const auto sample = [&](int u, int v) { return map[std::ptrdiff_t{v} * stride + u]; };
   if (y < firstRow + radius || y >= firstRow + bandRows - radius) {
-    return (sample(std::max(x - 1, 0), y) + sample(x, y) + sample(std::min(x + 1, width - 1), y)) /
-           3;
+    std::uint32_t sum = 0;
+    for (int u = x - 1; u <= x + 1; ++u)
+      sum += static_cast<std::uint32_t>(sample(std::clamp(u, 0, width - 1), y));
+    return static_cast<std::int32_t>(sum) / 3;
   }
   return windowSum(x, y, radius, width, firstRow, std::min(firstRow + bandRows, height), sample) /
          (4 * radius * radius);
@@ -90,7 +91,7 @@ void guidedUpsampling(const std::uint8_t* input, const std::uint8_t* guide,
     std::vector<std::int32_t> maps[2] = {std::vector<std::int32_t>(samples),
                                          std::vector<std::int32_t>(samples)};
     forEachIn(0, first, width, end, [&](int x, int y) {
-      const Coefficients raw =
+      const GuideLine raw =
           guideCoefficients(input, guide, x, y, width, height, lowPitch, radius, eps);
       maps[0][y * width + x] = raw.a;
       maps[1][y * width + x] = raw.b;

@@ -13,6 +13,7 @@ std::atomic<int> threadStartsToFault{0};
 std::atomic<bool> fired{false};
 std::atomic<long> live{0};
 std::atomic<long> asked{0};
+std::atomic<long> running{0};
 
 bool isFault(std::atomic<int>& countdown) {
   if (countdown.load() == 0 || countdown.fetch_sub(1) != 1) return false;
@@ -45,6 +46,10 @@ long liveAllocations() {
   return live;
 }
 
+long liveThreads() {
+  return running;
+}
+
 long allocationCount() {
   return asked;
 }
@@ -59,6 +64,7 @@ void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*routine)(void*), void* argument);
+int __real_pthread_join(pthread_t thread, void** result);
 
 void* __wrap_malloc(std::size_t size) {
   ++asked;
@@ -84,7 +90,15 @@ void __wrap_free(void* block) {
 int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*routine)(void*), void* argument) {
   if (isFault(threadStartsToFault)) return EAGAIN;
-  return __real_pthread_create(thread, attributes, routine, argument);
+  const int error = __real_pthread_create(thread, attributes, routine, argument);
+  if (error == 0) ++running;
+  return error;
+}
+
+int __wrap_pthread_join(pthread_t thread, void** result) {
+  const int error = __real_pthread_join(thread, result);
+  if (error == 0) --running;
+  return error;
 }
 
 } // extern "C"

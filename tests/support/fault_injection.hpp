@@ -17,6 +17,8 @@ bool faultFired();
 
 // Blocks allocated and not yet released; compare before and after a call to find a leak.
 long liveAllocations();
+// Threads started and not yet joined.
+long liveThreads();
 // Allocations asked for since the program started.
 long allocationCount();
 

@@ -7,6 +7,7 @@
 #include "support/frame.hpp"
 #include "support/null_arguments.hpp"
 #include "tlux/fast_guided_filter.h"
+#include "tone/block_mean.hpp"
 #include "tone/window_sums.hpp"
 
 namespace tlux::test {
@@ -155,6 +156,30 @@ TEST(BlockMean, BandFormsAreTheFormula) {
       ASSERT_EQ(inBand[at], written ? banded : kUntouched) << x << "," << y;
       ASSERT_EQ(whole[at], inside ? mean : kUntouched) << x << "," << y;
     });
+  }
+}
+
+// A worker of the filter writes the rows of its band alone, also of one shorter than the radius.
+TEST(BlockMean, ABandOfAWorkerKeepsToItsRows) {
+  constexpr int kWidth = 5;
+  constexpr int kHeight = 14;
+  constexpr int kFirst = 4;
+  const auto map = Random(5).values<std::int32_t>(kWidth * kHeight, -1 << 20, 1 << 20);
+  const Plane<const std::int32_t> source{map.data(), kWidth, kHeight, 4 * kWidth};
+  for (int rows = 1; rows <= kHeight - kFirst; ++rows) {
+    for (int radius = 1; radius <= 7; ++radius) {
+      std::vector<std::int32_t> smooth(map.size(), kUntouched);
+      const SmoothedBand band{kFirst, rows, {kFirst, kFirst + rows}};
+      ASSERT_EQ(smoothBand(nullptr, band, source, smooth.data(), radius), TLUX_OK);
+      forEachPixel(kWidth, kHeight, [&](int x, int y) {
+        const bool isOwn = y >= kFirst && y < kFirst + rows;
+        ASSERT_EQ(smooth[y * kWidth + x],
+                  isOwn ? reference::smoothedInBand(map.data(), x, y, kWidth, kHeight, kWidth,
+                                                    kFirst, rows, radius)
+                        : kUntouched)
+            << rows << " rows, radius " << radius;
+      });
+    }
   }
 }
 

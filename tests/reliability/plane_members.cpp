@@ -1,0 +1,368 @@
+#include "reliability/plane_members.hpp"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "reference/box_blur.hpp"
+#include "reference/guided_filter_fast.hpp"
+#include "reference/labels.hpp"
+#include "reference/resize.hpp"
+#include "reference/retinex.hpp"
+#include "reference/selection.hpp"
+#include "reference/simple_tools.hpp"
+#include "reference/smoothing.hpp"
+#include "tlux.h"
+
+namespace tlux::test {
+namespace {
+
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr int kRadius = 2;
+
+// For members that work in place.
+void copyInput(const PlaneCall& c, int pixelBytes = 1) {
+  for (std::ptrdiff_t y = 0; y < c.size.height; ++y)
+    std::memcpy(c.output + y * c.outputPitch, c.input + y * c.inputPitch,
+                static_cast<std::size_t>(c.size.width) * pixelBytes);
+}
+
+class Simple {
+ public:
+  Simple(const std::uint8_t* bytes, int pitch, Size size, int channels) {
+    auto* first = const_cast<std::uint8_t*>(bytes);
+    for (std::ptrdiff_t y = 0; y < size.height; ++y)
+      rows_.push_back(first + y * pitch);
+    record_ = {size.width, size.height, pitch, size.height * pitch,
+               channels,   8,           first, rows_.data()};
+  }
+  operator img*() { return &record_; }
+
+ private:
+  std::vector<std::uint8_t*> rows_;
+  img record_{};
+};
+
+template <class T>
+Bytes bytesOf(const std::vector<T>& values) {
+  Bytes bytes(values.size() * sizeof(T));
+  if (!values.empty()) std::memcpy(bytes.data(), values.data(), bytes.size());
+  return bytes;
+}
+
+template <class T>
+std::vector<T> valuesOf(const Bytes& bytes) {
+  std::vector<T> values(bytes.size() / sizeof(T));
+  if (!bytes.empty()) std::memcpy(values.data(), bytes.data(), bytes.size());
+  return values;
+}
+
+reference::Channel channelOf(const Bytes& in, Size size) {
+  return {in.data(), size.width, size.height, size.width};
+}
+
+Bytes guided(const Bytes& in, Size, Size size) {
+  const int radius = std::min(kRadius, std::max(size.width, size.height));
+  return reference::applyCoefficients<1>(reference::guidedCoefficients(in, in, size, radius), in,
+                                         size, radius);
+}
+
+Bytes boxBlur(const Bytes& in, Size, Size size) {
+  Bytes out = in;
+  reference::boxBlur(out, size.width, size.height, size.width, kRadius);
+  return out;
+}
+
+template <auto SampleOf>
+Bytes resized(const Bytes& in, Size inputSize, Size size) {
+  return reference::mapPixels(size.width, size.height, [&](int x, int y) {
+    return static_cast<std::uint8_t>(
+        SampleOf(channelOf(in, inputSize), size.width, size.height, x, y));
+  });
+}
+
+int cubicSample(const reference::Channel& in, int width, int height, int x, int y) {
+  static const std::vector<std::int16_t> kTable = [] {
+    std::vector<std::int16_t> table(TLUX_CUBIC_TABLE_SIZE);
+    InitCubicCoeffTab(table.data(), TLUX_CUBIC_SHARP);
+    return table;
+  }();
+  return reference::bicubic(in, width, height, x, y, kTable.data());
+}
+
+Size twoThirds(Size size) {
+  return {size.width * 2 / 3 + 1, size.height * 2 / 3 + 1};
+}
+
+constexpr int kCropLeft = 5;
+constexpr int kCropTop = 3;
+
+int enlargedSample(const reference::Channel& in, int, int, int x, int y) {
+  return reference::enlargedByEight(in, kCropLeft + x, kCropTop + y);
+}
+
+// Pixels within the radius of a clear one, or of what is beyond the mask, are cleared; those within
+// the radius of a set one are set.
+template <bool kIsErosion>
+Bytes morphed(const Bytes& in, Size, Size size) {
+  return reference::mapPixels(size.width, size.height, [&](int x, int y) {
+    bool isNear = false;
+    reference::forEachIn(
+        x - kRadius, y - kRadius, x + kRadius + 1, y + kRadius + 1, [&](int u, int v) {
+          if (std::abs(u - x) + std::abs(v - y) > kRadius) return;
+          const bool isBeyond = u < 0 || v < 0 || u >= size.width || v >= size.height;
+          isNear |= isBeyond ? kIsErosion : (in[v * size.width + u] == 0) == kIsErosion;
+        });
+    return static_cast<std::uint8_t>(isNear == kIsErosion ? 0 : 255);
+  });
+}
+
+template <int kConnectivity>
+Bytes labelled(const Bytes& in, Size, Size size) {
+  return bytesOf(
+      reference::floodLabels({size.width, size.height, in}, kConnectivity).labels.values);
+}
+
+template <auto Label>
+std::uint32_t label(const PlaneCall& c) {
+  std::uint32_t count = 0;
+  return Label(nullptr, c.input, c.inputPitch, static_cast<std::uint32_t>(c.size.width),
+               static_cast<std::uint32_t>(c.size.height),
+               reinterpret_cast<std::uint32_t*>(c.output), c.outputPitch, &count);
+}
+
+constexpr std::uint32_t kSmallest = 9;
+
+Bytes removedSmall(const Bytes& in, Size, Size size) {
+  reference::MaskGrid mask{size.width, size.height, in};
+  reference::removeSmall(mask, 4, kSmallest);
+  return mask.values;
+}
+
+Bytes filledHoles(const Bytes& in, Size, Size size) {
+  reference::MaskGrid mask{size.width, size.height, in};
+  reference::fillHoles(mask, 8);
+  return mask.values;
+}
+
+Bytes boundaryOf(const Bytes& in, Size, Size size) {
+  return reference::boundary({size.width, size.height, in}, 4).values;
+}
+
+template <auto Convert>
+std::uint32_t convert(const PlaneCall& c, int channels) {
+  Simple source(c.input, c.inputPitch, c.size, 3);
+  Simple target(c.output, c.outputPitch, c.size, channels);
+  Convert(source, target);
+  return TLUX_OK;
+}
+
+template <class PixelOf>
+Bytes converted(const Bytes& in, PixelOf pixelOf) {
+  Bytes out;
+  for (std::size_t i = 0; i < in.size(); i += 3)
+    pixelOf(out, in[i], in[i + 1], in[i + 2]);
+  return out;
+}
+
+const Bytes& someTable() {
+  static const Bytes kTable = [] {
+    Bytes table;
+    for (int i = 0; i < 256; ++i)
+      table.push_back(static_cast<std::uint8_t>(i * 37 + 11));
+    return table;
+  }();
+  return kTable;
+}
+
+std::vector<std::int16_t> lightOf(const std::uint8_t* codes, std::size_t count) {
+  std::vector<std::int16_t> light;
+  for (std::size_t i = 0; i < count; ++i)
+    light.push_back(static_cast<std::int16_t>(codes[i] * 16));
+  return light;
+}
+
+template <bool kIsBand>
+Bytes smoothedMap(const Bytes& in, Size, Size size) {
+  const auto map = valuesOf<std::int32_t>(in);
+  const int width = size.width;
+  const int height = size.height;
+  return bytesOf(reference::mapPixels(width, height, [&](int x, int y) {
+    if (kIsBand) {
+      return reference::smoothedInBand(map.data(), x, y, width, height, width, 0, height, kRadius);
+    }
+    const auto sample = [&](int u, int v) { return map[v * width + u]; };
+    return reference::windowSum(x, y, kRadius, width, 0, height, sample) / (4 * kRadius * kRadius);
+  }));
+}
+
+template <auto Smooth>
+std::uint32_t smoothMap(const PlaneCall& c) {
+  return Smooth(nullptr, 0, c.size.height, reinterpret_cast<const std::int32_t*>(c.input),
+                c.size.height, c.size.width, c.size.width,
+                reinterpret_cast<std::int32_t*>(c.output), kRadius);
+}
+
+constexpr PlaneMember kMembers[] = {
+    // Filters
+    {"DstFilterChannel", 1, 1,
+     [](const PlaneCall& c) {
+       return DstFilterChannel(nullptr, c.input, c.inputPitch, c.input, c.inputPitch, c.output,
+                               c.outputPitch, c.size.width, c.size.height, kRadius);
+     },
+     guided},
+    {"guided_filter_1dI", 1, 1,
+     [](const PlaneCall& c) {
+       Simple source(c.input, c.inputPitch, c.size, 1);
+       Simple target(c.output, c.outputPitch, c.size, 1);
+       guided_filter_1dI(nullptr, source, source, target, kRadius);
+       return TLUX_OK;
+     },
+     guided},
+    {"BilateralFilter1D", 1, 1,
+     [](const PlaneCall& c) {
+       return BilateralFilter1D(nullptr, c.input, c.inputPitch, c.output, c.outputPitch,
+                                c.size.width, c.size.height, 1, 20, 1.5F);
+     },
+     [](const Bytes& in, Size, Size size) { return reference::bilateral(in, size, 1, 20, 1.5); }},
+    {"TLUX_BoxBlur_Byte", 1, 1,
+     [](const PlaneCall& c) {
+       copyInput(c);
+       return TLUX_BoxBlur_Byte(nullptr, c.output, c.size.width, c.size.height, c.outputPitch,
+                                kRadius, 0);
+     },
+     boxBlur},
+
+    // Tone and exposure
+    {"BlockMeanVarIntMT", 4, 4, smoothMap<BlockMeanVarIntMT>, smoothedMap<false>, true},
+    {"BlockMeanVarIntMTBorder", 4, 4, smoothMap<BlockMeanVarIntMTBorder>, smoothedMap<true>, true},
+    {"AME_GenerateRetinexLogGain", 1, 2,
+     [](const PlaneCall& c) {
+       auto light = lightOf(c.input, static_cast<std::size_t>(c.size.width) * c.size.height);
+       return AME_GenerateRetinexLogGain(nullptr, nullptr, light.data(), c.size.width,
+                                         c.size.height, reinterpret_cast<std::uint16_t*>(c.output));
+     },
+     [](const Bytes& in, Size, Size size) {
+       return bytesOf(
+           reference::retinexScore(lightOf(in.data(), in.size()), size.width, size.height));
+     },
+     true},
+    {"AME_SmoothSelect", 1, 1,
+     [](const PlaneCall& c) {
+       return AME_SmoothSelect(nullptr, c.input, c.output, c.size.width, c.size.height);
+     },
+     [](const Bytes& in, Size, Size size) {
+       return reference::smoothSelection(in, size.width, size.height);
+     },
+     true},
+
+    // Resizers
+    {"asfImageResize_BL_C1", 1, 1,
+     [](const PlaneCall& c) {
+       return asfImageResize_BL_C1(c.input, c.inputSize.width, c.inputSize.height, c.inputPitch,
+                                   c.output, c.size.width, c.size.height, c.outputPitch);
+     },
+     resized<reference::bilinear>, false, twoThirds},
+    {"ImageResize_Cubic_C1", 1, 1,
+     [](const PlaneCall& c) {
+       return ImageResize_Cubic_C1(c.input, c.inputSize.width, c.inputSize.height, c.inputPitch,
+                                   c.output, c.size.width, c.size.height, c.outputPitch);
+     },
+     resized<cubicSample>, false, twoThirds},
+    {"UpcaleCropGray", 1, 1,
+     [](const PlaneCall& c) {
+       return UpcaleCropGray(c.input, c.inputSize.width, c.inputSize.height, c.inputPitch,
+                             kCropLeft, kCropTop, c.output, c.size.width, c.size.height,
+                             c.outputPitch);
+     },
+     resized<enlargedSample>, false,
+     [](Size size) {
+       return Size{(kCropLeft + size.width + 7) / 8, (kCropTop + size.height + 7) / 8};
+     }},
+
+    // Masks and regions
+    {"TLUX_ErodeEx", 1, 1,
+     [](const PlaneCall& c) {
+       copyInput(c);
+       TLUX_ErodeEx(c.output, c.outputPitch, static_cast<std::uint32_t>(c.size.width),
+                    static_cast<std::uint32_t>(c.size.height), kRadius, nullptr);
+       return TLUX_OK;
+     },
+     morphed<true>},
+    {"TLUX_DilateEx", 1, 1,
+     [](const PlaneCall& c) {
+       copyInput(c);
+       TLUX_DilateEx(c.output, static_cast<std::uint32_t>(c.outputPitch),
+                     static_cast<std::uint32_t>(c.size.width),
+                     static_cast<std::uint32_t>(c.size.height), kRadius, nullptr);
+       return TLUX_OK;
+     },
+     morphed<false>},
+    {"TRegionLabel_RegionLabel4", 1, 4, label<TRegionLabel_RegionLabel4>, labelled<4>},
+    {"TRegionLabel_RegionLabel8", 1, 4, label<TRegionLabel_RegionLabel8>, labelled<8>},
+    {"TLUX_TRegionLabel_RemoveSmall", 1, 1,
+     [](const PlaneCall& c) {
+       copyInput(c);
+       return TLUX_TRegionLabel_RemoveSmall(
+           nullptr, c.output, c.outputPitch, static_cast<std::uint32_t>(c.size.width),
+           static_cast<std::uint32_t>(c.size.height), 4, kSmallest, nullptr);
+     },
+     removedSmall},
+    {"TLUX_TRegionLabel_FillHoles", 1, 1,
+     [](const PlaneCall& c) {
+       copyInput(c);
+       return TLUX_TRegionLabel_FillHoles(nullptr, c.output, c.outputPitch,
+                                          static_cast<std::uint32_t>(c.size.width),
+                                          static_cast<std::uint32_t>(c.size.height), 8, nullptr);
+     },
+     filledHoles},
+    {"TLUX_TRegionLabel_Boundary", 1, 1,
+     [](const PlaneCall& c) {
+       return TLUX_TRegionLabel_Boundary(
+           c.input, c.inputPitch, static_cast<std::uint32_t>(c.size.width),
+           static_cast<std::uint32_t>(c.size.height), 4, c.output, c.outputPitch);
+     },
+     boundaryOf},
+
+    // Tools of one pixel
+    {"TLUX_AdjustImageByTable", 1, 1,
+     [](const PlaneCall& c) {
+       copyInput(c);
+       TLUX_IMAGE image{TLUX_FMT_GRAY, c.size.width, c.size.height, {c.output}, {c.outputPitch}};
+       TLUX_AdjustImageByTable(&image, someTable().data());
+       return TLUX_OK;
+     },
+     [](const Bytes& in, Size, Size) {
+       Bytes out = in;
+       for (std::uint8_t& pixel : out)
+         pixel = someTable()[pixel];
+       return out;
+     }},
+    {"to_gray", 3, 1, [](const PlaneCall& c) { return convert<to_gray>(c, 1); },
+     [](const Bytes& in, Size, Size) {
+       return converted(
+           in, [](Bytes& out, int b, int g, int r) { out.push_back(reference::gray(b, g, r)); });
+     }},
+    {"to_maxgray", 3, 1, [](const PlaneCall& c) { return convert<to_maxgray>(c, 1); },
+     [](const Bytes& in, Size, Size) {
+       return converted(in, [](Bytes& out, int b, int g, int r) {
+         out.push_back(static_cast<std::uint8_t>(std::max({b, g, r})));
+       });
+     }},
+    {"img_lab", 3, 3, [](const PlaneCall& c) { return convert<img_lab>(c, 3); },
+     [](const Bytes& in, Size, Size) {
+       return converted(in, [](Bytes& out, int b, int g, int r) {
+         const reference::Lab lab = reference::lab(b, g, r);
+         out.insert(out.end(), {lab.l, lab.a, lab.b});
+       });
+     }},
+};
+
+} // namespace
+
+std::span<const PlaneMember> planeMembers() {
+  return kMembers;
+}
+
+} // namespace tlux::test

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <cstdint>
+#include <ostream>
+#include <span>
+#include <vector>
+
+#include "reference/guided_filter.hpp"
+
+namespace tlux::test {
+
+using reference::Size;
+
+// Memory of one call: rows of samples, so many bytes apart.
+struct PlaneCall {
+  const std::uint8_t* input;
+  int inputPitch;
+  Size inputSize;
+  std::uint8_t* output;
+  int outputPitch;
+  Size size;
+};
+
+// An exported function of planes, and the formula that it follows to the bit.
+struct PlaneMember {
+  const char* name;
+  int inputBytes; // a pixel
+  int outputBytes;
+  std::uint32_t (*apply)(const PlaneCall& call);
+  // Of rows end to end.
+  std::vector<std::uint8_t> (*formula)(const std::vector<std::uint8_t>& input, Size inputSize,
+                                       Size size);
+  bool isPacked = false; // takes rows end to end only
+  Size (*inputSize)(Size size) = [](Size size) { return size; };
+};
+
+inline std::ostream& operator<<(std::ostream& out, const PlaneMember& member) {
+  return out << member.name;
+}
+
+std::span<const PlaneMember> planeMembers();
+
+} // namespace tlux::test
