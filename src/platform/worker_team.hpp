@@ -2,11 +2,13 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <type_traits>
 
+#include "base/bands.hpp"
 #include "tlux/platform.h"
 
 namespace tlux {
@@ -76,5 +78,19 @@ class WorkerTeam {
   std::int64_t count_ = 0;
   std::atomic<std::int64_t> next_{0};
 };
+
+// Calls work(rows, slot) for all rows of a plane in parts of `partRows`, shared by the team. Null:
+// the caller does them at once.
+template <class Work>
+void shareRows(WorkerTeam* team, std::int32_t height, std::int32_t partRows, Work&& work) {
+  if (team == nullptr) {
+    work(Band{0, height}, 0);
+    return;
+  }
+  team->share((std::int64_t{height} + partRows - 1) / partRows, [&](std::int64_t i, int slot) {
+    const auto first = static_cast<std::int32_t>(i * partRows);
+    work(Band{first, first + std::min(partRows, height - first)}, slot);
+  });
+}
 
 } // namespace tlux
