@@ -4,11 +4,11 @@
 #   app    libraries of the command       bench  benchmarks and the peers they measure
 #   clang  Clang and its sanitizers       lint   formatter and static checks
 #   aarch64  GCC for AArch64, an emulator and the sources of GoogleTest
-#   docs   generator of the reference
+#   docs   generator of the reference     count  counter of instructions
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|count …" >&2
   exit 1
 }
 
@@ -22,6 +22,7 @@ packages_of() {
     aarch64) echo g++-aarch64-linux-gnu qemu-user googletest ;;
     lint) echo git clang-format clang-tidy ;;
     docs) echo doxygen ;;
+    count) echo valgrind ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }
