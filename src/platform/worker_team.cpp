@@ -1,19 +1,29 @@
 #include "platform/worker_team.hpp"
 
 #include <sched.h>
+#include <time.h>
 
 namespace tlux {
 namespace {
 
-// How often somebody looks whether a wait is over before going to sleep: a tenth of a millisecond
-// or so. Waking up a sleeping processor takes about as long as a small share. The processor is
-// left to whoever has something to do.
-constexpr int kLooks = 200;
+// How long somebody looks whether a wait is over before going to sleep: waking up a sleeping
+// processor takes about as long as a small share. The caller looks for less, since it may keep from
+// work the very thread it waits for; a thread without work leaves the processor to whoever has
+// some.
+constexpr std::int64_t kCallerLooks = 10'000; // ns
+constexpr std::int64_t kThreadLooks = 100'000;
 
-template <class IsOver>
-void watch(IsOver isOver) {
-  for (int i = 0; i < kLooks && !isOver(); ++i) {
-    sched_yield();
+std::int64_t now() {
+  timespec time{};
+  clock_gettime(CLOCK_MONOTONIC, &time);
+  return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
+}
+
+template <class IsOver, class Pause>
+void watch(std::int64_t duration, IsOver isOver, Pause pause) {
+  const std::int64_t end = now() + duration;
+  while (!isOver() && now() < end) {
+    pause();
   }
 }
 
@@ -101,7 +111,8 @@ void WorkerTeam::perform(std::int64_t count, Call call, void* work) {
 
   takePart(0);
 
-  watch([this] { return active_ == 0; });
+  watch(
+      kCallerLooks, [this] { return active_ == 0; }, [] {});
   pthread_mutex_lock(&mutex_);
   isOpen_ = false;
   while (active_ > 0) {
@@ -121,7 +132,7 @@ void WorkerTeam::waitForShare() {
   if (!isWatched_) {
     isWatched_ = true;
     pthread_mutex_unlock(&mutex_);
-    watch(isOver);
+    watch(kThreadLooks, isOver, [] { sched_yield(); });
     pthread_mutex_lock(&mutex_);
     isWatched_ = false;
   }

@@ -117,9 +117,9 @@ std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& 
 }
 
 std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean,
-                            WorkerTeam& team) {
+                            WorkerTeam* team) {
   return withMemory(manager, nullptr, frame, [&](std::int16_t* memory) {
-    return scoreFrameIn(memory, manager, frame, mean, &team);
+    return scoreFrameIn(memory, manager, frame, mean, team);
   });
 }
 

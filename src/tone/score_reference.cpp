@@ -8,14 +8,16 @@
 namespace tlux {
 bool scoreReference(MMemMgr manager, WorkerTeam& team, Plane<const std::uint8_t> reference,
                     const std::uint16_t* degamma, std::uint16_t* scores) {
-  const Scratch<std::int16_t> logLuma(manager, std::int64_t{reference.width} * reference.height);
+  const std::int64_t pixels = std::int64_t{reference.width} * reference.height;
+  const Scratch<std::int16_t> logLuma(manager, pixels);
   if (!logLuma) return false;
+  WorkerTeam* const helpers = teamFor(team, pixels);
   const auto table = logLumaOfCodes(degamma);
   const std::int32_t mean = convertSamples(
       reference, packedPlane(logLuma.get(), reference.width, reference.height),
-      [&table](std::uint8_t code) { return table[code]; }, &team);
+      [&table](std::uint8_t code) { return table[code]; }, helpers);
   const RetinexFrame frame = {logLuma.get(), scores, reference.width, reference.height};
-  return scoreLogFrame(manager, frame, mean, team) == TLUX_OK;
+  return scoreLogFrame(manager, frame, mean, helpers) == TLUX_OK;
 }
 
 std::int64_t scoreReferencePoolBytes(std::int32_t width, std::int32_t height) {
