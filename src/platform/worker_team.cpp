@@ -106,7 +106,7 @@ void WorkerTeam::perform(std::int64_t count, Call call, void* work) {
   slots_ = 1;
   isOpen_ = true;
   ++shares_;
-  if (!isWatched_) pthread_cond_signal(&opened_);
+  pthread_cond_signal(&opened_); // also when one looks: it may have lost its processor meanwhile
   pthread_mutex_unlock(&mutex_);
 
   takePart(0);
