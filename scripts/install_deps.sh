@@ -7,10 +7,11 @@
 #   docs   generator of the reference
 #   java   what the camera example for Android is tested with
 #   abi    comparison of the interface with its baseline
+#   count  counter of instructions
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi|count …" >&2
   exit 1
 }
 
@@ -26,6 +27,7 @@ packages_of() {
     docs) echo doxygen ;;
     java) echo default-jdk-headless ;;
     abi) echo abigail-tools ;;
+    count) echo valgrind ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }

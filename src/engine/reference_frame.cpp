@@ -44,16 +44,15 @@ std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLU
 
 void fillReferenceFrame(WorkerTeam& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference) {
   constexpr std::int32_t kRows = 8; // that one thread makes at a time; even
-  team.share((reference.height + kRows - 1) / kRows, [&](std::int64_t i, int /*slot*/) {
-    const auto first = static_cast<std::int32_t>(i * kRows);
+  shareRows(&team, reference.height, kRows, [&](Band rows, int /*slot*/) {
     TLUX_IMAGE part = reference;
-    part.height = std::min(kRows, reference.height - first);
+    part.height = rows.end - rows.first;
     for (int plane = 0; plane < 3; ++plane) {
-      part.plane[plane] += std::ptrdiff_t{first} * reference.pitch[plane];
+      part.plane[plane] += std::ptrdiff_t{rows.first} * reference.pitch[plane];
     }
-    const TLUX_CROP_RECT blocks = {0, first * kReferenceReduction,
+    const TLUX_CROP_RECT blocks = {0, rows.first * kReferenceReduction,
                                    reference.width * kReferenceReduction - 1,
-                                   (first + part.height) * kReferenceReduction - 1};
+                                   rows.end * kReferenceReduction - 1};
     TLUX_ScaleCropImage(&source, &part, &blocks, kReferenceReduction);
   });
 }

@@ -32,13 +32,14 @@ class Pyramid {
     }
   }
 
-  PyramidOutcome build(MeanAndRange& statistics);
-  PyramidOutcome collapse(Plane<std::int16_t> output);
+  PyramidOutcome build(MeanAndRange* statistics);
+  PyramidOutcome collapse(Plane<std::int16_t> output, WorkerTeam* team);
 
  private:
   PyramidOutcome add(std::int32_t width, std::int32_t height);
   void drop();
   void scaleSmallestToMean();
+  void blendIntoOutput(Plane<std::int16_t> output, double share, WorkerTeam* team);
 
   MMemMgr manager_;
   Plane<const std::int16_t> source_;
@@ -80,8 +81,8 @@ bool hasSmallerLevel(std::int32_t width, std::int32_t height) {
   return width > 1 && height > 1;
 }
 
-PyramidOutcome Pyramid::build(MeanAndRange& statistics) {
-  bool measured = false;
+PyramidOutcome Pyramid::build(MeanAndRange* statistics) {
+  bool measured = statistics == nullptr;
   std::int32_t width = source_.width;
   std::int32_t height = source_.height;
   while (hasSmallerLevel(width, height)) {
@@ -90,7 +91,7 @@ PyramidOutcome Pyramid::build(MeanAndRange& statistics) {
     const PyramidOutcome outcome = add(width, height);
     if (outcome != PyramidOutcome::kDone) return outcome;
     if (!measured && width <= kMeasuredWidth) {
-      statistics = meanAndRangeOf(planeOf(*smallest_));
+      *statistics = meanAndRangeOf(planeOf(*smallest_));
       measured = true;
     }
   }
@@ -106,19 +107,29 @@ void Pyramid::scaleSmallestToMean() {
   }
 }
 
-PyramidOutcome Pyramid::collapse(Plane<std::int16_t> output) {
+// The source is of the size of the output, or is read as if it were.
+void Pyramid::blendIntoOutput(Plane<std::int16_t> output, double share, WorkerTeam* team) {
+  constexpr std::int32_t kPartRows = 32;
+  const std::int64_t scratch = smoothDoubleScratch(smallest_->width);
+  const bool isShared = free_.samples >= WorkerTeam::kSize * scratch;
+  const auto source = packedPlane(source_.data, output.width, output.height);
+  shareRows(isShared ? team : nullptr, output.height, kPartRows, [&](Band rows, int slot) {
+    smoothDoubleBlend(planeOf(*smallest_), source, output, rows, free_.data + slot * scratch,
+                      1 - share, share);
+  });
+}
+
+PyramidOutcome Pyramid::collapse(Plane<std::int16_t> output, WorkerTeam* team) {
   scaleSmallestToMean();
   for (double decay = 1; smallest_ != nullptr; decay *= kBlendDecay, drop()) {
     if (free_.samples < smoothDoubleScratch(smallest_->width)) return PyramidOutcome::kNoScratch;
     const double share = kBlendStart * decay;
     if (AmePyramidLevel* larger = smallest_->larger; larger != nullptr) {
       const Plane<std::int16_t> plane = planeOf(*larger);
-      smoothDoubleBlend(planeOf(*smallest_), plane, plane, free_.data, 1 - share,
+      smoothDoubleBlend(planeOf(*smallest_), plane, plane, {0, plane.height}, free_.data, 1 - share,
                         share * mean_ / larger->mean);
     } else {
-      // A source of another size than the output is read as a plane of the output's.
-      const auto source = packedPlane(source_.data, output.width, output.height);
-      smoothDoubleBlend(planeOf(*smallest_), source, output, free_.data, 1 - share, share);
+      blendIntoOutput(output, share, team);
     }
   }
   return PyramidOutcome::kDone;
@@ -136,11 +147,11 @@ std::int64_t pyramidPoolBytes(std::int32_t width, std::int32_t height) {
 
 PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
                              Plane<std::int16_t> output, PyramidScratch scratch,
-                             MeanAndRange* statistics) {
+                             MeanAndRange* statistics, WorkerTeam* team) {
   Pyramid pyramid(manager, source, scratch);
   MeanAndRange measured{0, 0, 0};
-  PyramidOutcome outcome = pyramid.build(measured);
-  if (outcome == PyramidOutcome::kDone) outcome = pyramid.collapse(output);
+  PyramidOutcome outcome = pyramid.build(statistics == nullptr ? nullptr : &measured);
+  if (outcome == PyramidOutcome::kDone) outcome = pyramid.collapse(output, team);
   const bool finished = outcome == PyramidOutcome::kDone || outcome == PyramidOutcome::kNoLevel;
   if (finished && statistics != nullptr) *statistics = measured;
   return outcome;
@@ -162,9 +173,10 @@ void AME_PyramidFilter(MMemMgr manager, uint32_t statistics[3], const int16_t* s
   if (int64_t{outputWidth} * outputHeight > int64_t{width} * height) return;
 
   tlux::MeanAndRange measured{0, 0, 0};
-  const tlux::PyramidOutcome outcome = tlux::smoothPyramid(
-      manager, tlux::packedPlane(source, width, height),
-      tlux::packedPlane(output, outputWidth, outputHeight), {scratch, scratchLength}, &measured);
+  const tlux::PyramidOutcome outcome =
+      tlux::smoothPyramid(manager, tlux::packedPlane(source, width, height),
+                          tlux::packedPlane(output, outputWidth, outputHeight),
+                          {scratch, scratchLength}, &measured, nullptr);
   const bool finished =
       outcome == tlux::PyramidOutcome::kDone || outcome == tlux::PyramidOutcome::kNoLevel;
   if (!finished || statistics == nullptr) return;

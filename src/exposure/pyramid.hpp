@@ -4,6 +4,7 @@
 
 #include "base/plane.hpp"
 #include "exposure/mean.hpp"
+#include "platform/worker_team.hpp"
 #include "tlux/base.h"
 
 namespace tlux {
@@ -34,9 +35,10 @@ enum class PyramidOutcome {
 };
 
 // Smooths `source` over all scales into `output`, which has its size and may be the same plane.
-// `statistics` receives those of the largest level that is at most 200 wide; null: not wanted.
+// `statistics` receives those of the largest level that is at most 200 wide; null: not wanted. With
+// a team, the last and largest step is shared where the scratch allows it.
 PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
                              Plane<std::int16_t> output, PyramidScratch scratch,
-                             MeanAndRange* statistics);
+                             MeanAndRange* statistics, WorkerTeam* team);
 
 } // namespace tlux

@@ -61,9 +61,12 @@ void repeatEnds(std::int16_t* row, std::ptrdiff_t width) {
 // which are all that one output row needs. Rows outside the plane repeat the edge.
 class SmoothedRows {
  public:
-  // `scratch` holds kRing + 1 padded rows.
-  SmoothedRows(Plane<const std::int16_t> plane, std::int16_t* scratch)
-      : plane_(plane), stride_(std::ptrdiff_t{plane.width} + kRowPadding), ring_(scratch + kPad) {}
+  // `scratch` holds kRing + 1 padded rows. No row before `first` is asked for.
+  SmoothedRows(Plane<const std::int16_t> plane, std::int64_t first, std::int16_t* scratch)
+      : plane_(plane),
+        stride_(std::ptrdiff_t{plane.width} + kRowPadding),
+        ring_(scratch + kPad),
+        made_(clamped(first)) {}
 
   const std::int16_t* row(std::int64_t y) {
     const std::int64_t inside = clamped(y);
@@ -92,7 +95,7 @@ class SmoothedRows {
   Plane<const std::int16_t> plane_;
   std::ptrdiff_t stride_;
   std::int16_t* ring_;
-  std::int64_t made_ = 0;
+  std::int64_t made_; // rows before this one
 };
 
 struct BlendWeights { // Q8
@@ -137,16 +140,16 @@ TLUX_MULTIVERSION void doubleAndBlend(const std::int16_t* row, const std::int16_
 } // namespace
 
 void smoothDoubleBlend(Plane<const std::int16_t> small, Plane<const std::int16_t> large,
-                       Plane<std::int16_t> output, std::int16_t* scratch, double enlargedWeight,
-                       double largeWeight) {
+                       Plane<std::int16_t> output, Band outputRows, std::int16_t* scratch,
+                       double enlargedWeight, double largeWeight) {
   const BlendWeights weights{toQ8(enlargedWeight), toQ8(largeWeight)};
   const std::ptrdiff_t stride = std::ptrdiff_t{small.width} + kRowPadding;
-  SmoothedRows rows(small, scratch);
+  SmoothedRows rows(small, std::int64_t{outputRows.first} / 2 - 2, scratch);
   std::int16_t* between = scratch + (kRing + 1) * stride;
   const std::ptrdiff_t columns =
       std::min(2 * std::ptrdiff_t{small.width}, std::ptrdiff_t{output.width});
 
-  for (std::int32_t y = 0; y < output.height; ++y) {
+  for (std::int32_t y = outputRows.first; y < outputRows.end; ++y) {
     const std::int32_t k = y / 2;
     const int side = y % 2 == 0 ? -1 : 1; // where the nearer neighbour lies
     const auto rowAt = [&](int offset) { return rows.row(std::int64_t{k} + offset) - kPad; };
@@ -167,6 +170,6 @@ void AME_SmoothDoubleBlend(const int16_t* small, int32_t smallWidth, int32_t sma
   if (smallWidth < 1 || smallHeight < 1 || largeWidth < 1 || largeHeight < 1) return;
   tlux::smoothDoubleBlend(tlux::packedPlane(small, smallWidth, smallHeight),
                           tlux::packedPlane(large, largeWidth, largeHeight),
-                          tlux::packedPlane(output, largeWidth, largeHeight), scratch,
-                          enlargedWeight, largeWeight);
+                          tlux::packedPlane(output, largeWidth, largeHeight), {0, largeHeight},
+                          scratch, enlargedWeight, largeWeight);
 }

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "base/bands.hpp"
 #include "base/plane.hpp"
 
 namespace tlux {
@@ -16,9 +17,9 @@ constexpr std::int64_t smoothDoubleScratch(std::int32_t smallWidth) {
 
 // output = enlargedWeight · (small, smoothed and doubled) + largeWeight · large, weights in Q8
 // after rounding. `large` and `output` have one size and may be the same plane; all planes are
-// packed.
+// packed. Only `rows` of them are made; they do not depend on each other.
 void smoothDoubleBlend(Plane<const std::int16_t> small, Plane<const std::int16_t> large,
-                       Plane<std::int16_t> output, std::int16_t* scratch, double enlargedWeight,
-                       double largeWeight);
+                       Plane<std::int16_t> output, Band rows, std::int16_t* scratch,
+                       double enlargedWeight, double largeWeight);
 
 } // namespace tlux

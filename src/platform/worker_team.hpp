@@ -2,11 +2,13 @@
 
 #include <pthread.h>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
 #include <type_traits>
 
+#include "base/bands.hpp"
 #include "tlux/platform.h"
 
 namespace tlux {
@@ -20,15 +22,17 @@ class WorkerTeam {
  public:
   static constexpr int kSize = 4;
 
-  // Starts the threads. When one cannot be started, the later ones are not started either.
+  // Starts the first thread, which starts the others while the caller is already at work. When one
+  // cannot be started, the later ones are not started either.
   WorkerTeam();
   WorkerTeam(const WorkerTeam&) = delete;
   WorkerTeam& operator=(const WorkerTeam&) = delete;
   // Every thread that was started has ended on return.
   ~WorkerTeam();
 
-  int started() const { return started_; }
-  bool isComplete() const { return started_ == kSize; }
+  // Waits until no thread is yet to be started.
+  int started();
+  bool isComplete() { return started() == kSize; }
 
   // Calls work(item, slot) for the items 0 to count − 1 and waits for all. Of the calls that run at
   // the same time no two have the same slot, 0 to kSize − 1.
@@ -45,26 +49,48 @@ class WorkerTeam {
   using Call = void (*)(void* work, std::int64_t item, int slot);
 
   static void* run(void* team);
+  static void* runFirst(void* team);
+  void startOthers();
+  void finishStart(int started);
   void perform(std::int64_t count, Call call, void* work);
   void takePart(int slot);
   void serve();
+  bool canJoin(std::int64_t served) const;
+  void waitForShare();
 
+  // The first handle is the caller's, the others are the first thread's until that has ended.
   std::array<TLUX_MThread, kSize> threads_{};
-  int started_ = 0;
 
-  pthread_mutex_t mutex_; // guards what follows, but for the items of an open share
-  pthread_cond_t opened_; // a share was opened, or the team dismissed
-  pthread_cond_t left_;   // the last participant left a share
-  std::int64_t shares_ = 0;
+  pthread_mutex_t mutex_;  // guards what follows, but for the items of an open share
+  pthread_cond_t started_; // all threads are started that can be
+  pthread_cond_t opened_;  // a share was opened, or the team dismissed
+  pthread_cond_t left_;    // the last participant left a share
+  int startedCount_ = -1;  // below 0: not known yet
   bool isOpen_ = false;
-  bool isDismissed_ = false;
-  int slots_ = 0;  // taken in the open share
-  int active_ = 0; // threads, but for the caller's, inside the share
+  bool isWatched_ = false; // by a thread that looks for the next share instead of sleeping
+  std::atomic<std::int64_t> shares_{0};
+  std::atomic<bool> isDismissed_{false};
+  int slots_ = 0;              // taken in the open share
+  std::atomic<int> active_{0}; // threads, but for the caller's, inside the share
 
   Call call_ = nullptr;
   void* work_ = nullptr;
   std::int64_t count_ = 0;
   std::atomic<std::int64_t> next_{0};
 };
+
+// Calls work(rows, slot) for all rows of a plane in parts of `partRows`, shared by the team. Null:
+// the caller does them at once.
+template <class Work>
+void shareRows(WorkerTeam* team, std::int32_t height, std::int32_t partRows, Work&& work) {
+  if (team == nullptr) {
+    work(Band{0, height}, 0);
+    return;
+  }
+  team->share((std::int64_t{height} + partRows - 1) / partRows, [&](std::int64_t i, int slot) {
+    const auto first = static_cast<std::int32_t>(i * partRows);
+    work(Band{first, first + std::min(partRows, height - first)}, slot);
+  });
+}
 
 } // namespace tlux

@@ -11,7 +11,7 @@ namespace tlux {
 namespace {
 
 constexpr int kNeutral = 128;
-constexpr std::ptrdiff_t kBlockPairs = 128;
+constexpr std::ptrdiff_t kBlockPairs = 512;
 constexpr std::int32_t kUnity = 1024; // Q10
 
 // Luma of a block's pairs before and after. Black, whose ratio is unity, counts as 1 to 1.
@@ -44,43 +44,41 @@ inline std::uint16_t pairSum(const std::uint8_t* luma, std::ptrdiff_t k) {
 // the quotient's rounding error is at most a/s · 2^-24 < 1/s, and a/s is at least 1/s below the
 // next integer unless it is one.
 inline std::int32_t ratioOf(const PairSums& sums, std::ptrdiff_t k) {
-  const std::int32_t dividend = sums.after[k] * kUnity;
-  return static_cast<std::int32_t>(static_cast<float>(dividend) /
-                                   static_cast<float>(sums.before[k]));
+  const float dividend = static_cast<float>(sums.after[k]) * static_cast<float>(kUnity);
+  return static_cast<std::int32_t>(dividend / static_cast<float>(sums.before[k]));
 }
 
-// One sample at signed distance d from neutral and n = |d| moves to distance m = ratio · d, or
-// inside the zone to ((zone − n) · d + n · m) / zone, and is clamped to 0 … 255. Where the sum is
-// negative it is clamped to black, so that the shift may stand for a truncating division.
+// The upper half of a product.
+inline std::int16_t upperHalf(std::int16_t a, std::int16_t b) {
+  return static_cast<std::int16_t>((a * b) >> 16);
+}
+
+// One sample at signed distance d from neutral moves by e = (ratio − 1) · d, inside the zone by the
+// part |d| / zone of it, and is clamped to 0 … 255. Where the result is negative it is clamped to
+// black, so that the shift may stand for a truncating division.
 //
-// In 16-bit lanes, for ratios below kShortRatio: |d| <= 128 keeps |m| to 2^15 / zone, and the sum,
-// which is zone · m outside the zone, to 2^15.
+// In 16-bit lanes, for ratios below kShortRatio: |d| <= 128 keeps |e| below 2^15 / zone. Shifts
+// are upper halves of products, which no compiler widens to 32 bits.
 template <int kZone>
 constexpr std::int32_t kShortRatio = kUnity * 256 / kZone;
 
 template <int kZone>
 inline std::uint8_t scaleSample(std::uint8_t chroma, std::int16_t ratio) {
   const auto d = static_cast<std::int16_t>(chroma - kNeutral);
-  const auto d64 = static_cast<std::int16_t>(d * 64);
-  const auto n = static_cast<std::int16_t>(d < 0 ? -d : d);
-  const auto m = static_cast<std::int16_t>((ratio * d64) >> 16); // rounds down
-  const auto weight = static_cast<std::int16_t>(n < kZone ? n : kZone);
-  const auto change = static_cast<std::int16_t>(weight * static_cast<std::int16_t>(m - d));
-  const auto sum = static_cast<std::int16_t>(static_cast<std::int16_t>(kZone * d) + change);
-  auto moved = static_cast<std::int16_t>(kNeutral + (sum >> std::countr_zero(unsigned{kZone})));
-  moved = moved < 0 ? std::int16_t{0} : moved;
-  moved = moved > 255 ? std::int16_t{255} : moved;
-  return static_cast<std::uint8_t>(moved);
+  const std::int16_t e = upperHalf(static_cast<std::int16_t>(ratio - kUnity), 64 * d);
+  const std::int16_t weight = std::min<std::int16_t>(std::max<std::int16_t>(d, -d), kZone);
+  const std::int16_t change = upperHalf((1 << 14) / kZone * weight, 4 * e);
+  const auto moved = static_cast<std::int16_t>(chroma + change);
+  return static_cast<std::uint8_t>(std::clamp<std::int16_t>(moved, 0, 255));
 }
 
 // The same for any ratio.
 template <int kZone>
 inline std::uint8_t scaleSample(std::uint8_t chroma, std::int32_t ratio) {
   const std::int32_t d = chroma - kNeutral;
-  const std::int32_t m = (ratio * d) >> 10;
+  const std::int32_t e = ((ratio - kUnity) * d) >> 10;
   const std::int32_t weight = std::min(d < 0 ? -d : d, kZone);
-  const std::int32_t sum = kZone * d + weight * (m - d);
-  return clampToByte(kNeutral + (sum >> std::countr_zero(unsigned{kZone})));
+  return clampToByte(chroma + ((weight * e) >> std::countr_zero(unsigned{kZone})));
 }
 
 // Ratios of a block, each twice, once for either chroma sample of its pair. False when they do not

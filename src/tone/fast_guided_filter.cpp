@@ -1,9 +1,7 @@
 #include "tone/fast_guided_filter.hpp"
 
 #include <algorithm>
-#include <cstring>
 
-#include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
 #include "tone/block_mean.hpp"
 #include "tone/guide_block.hpp"
@@ -16,39 +14,6 @@ constexpr std::int64_t kPoolHeader = 16;
 constexpr std::int64_t kPoolSlack = 64; // end header, alignment, rounding of the blocks
 constexpr std::int64_t kWorkerBytesPerPitch = 40;
 
-// Clamped in the lanes it comes in.
-template <class Value>
-std::uint8_t clampLuma(Value value) {
-  value = value < 0 ? Value{0} : value;
-  value = value > 255 ? Value{255} : value;
-  return static_cast<std::uint8_t>(value);
-}
-
-// The whole way of a pixel in one pass. Results go through a short buffer, so that the compiler
-// need not fear that the output lies over the guide, which it may.
-template <int kPhase, class Slope>
-[[gnu::always_inline]] inline void applyPhase(const CoefficientLines<Slope>& lines,
-                                              const std::uint8_t* guide, std::uint8_t* out,
-                                              std::ptrdiff_t width) {
-  constexpr std::ptrdiff_t kBlock = 512;
-  const Slope* __restrict upperA = lines.upperA;
-  const Slope* __restrict lowerA = lines.lowerA;
-  const std::int32_t* __restrict upperB = lines.upperB;
-  const std::int32_t* __restrict lowerB = lines.lowerB;
-  std::uint8_t block[kBlock];
-  for (std::ptrdiff_t first = 0; first < width; first += kBlock) {
-    const std::ptrdiff_t count = std::min(width - first, kBlock);
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
-      const std::ptrdiff_t x = first + i;
-      const Slope luma = guide[x];
-      const Slope a = mixEighths<kPhase>(upperA[x], lowerA[x]);
-      const std::int32_t b = mixEighths<kPhase>(upperB[x], lowerB[x]);
-      block[i] = clampLuma(static_cast<Slope>(wrappingAdd(b, wrappingMul(luma, a)) >> 10));
-    }
-    std::memcpy(out + first, block, static_cast<std::size_t>(count));
-  }
-}
-
 TLUX_MULTIVERSION bool isWithin(const std::int32_t* values, std::ptrdiff_t count,
                                 std::int32_t magnitude) {
   std::int32_t lowest = 0;
@@ -60,38 +25,14 @@ TLUX_MULTIVERSION bool isWithin(const std::int32_t* values, std::ptrdiff_t count
   return lowest >= -magnitude && highest <= magnitude;
 }
 
-bool haveShortSlopes(const TLUX_GUIDE_CONTEXT& band, Band rows) {
-  constexpr std::int32_t kLargestOffset = 1 << 24;
+bool fitShortLines(const TLUX_GUIDE_CONTEXT& band, Band rows) {
   const std::ptrdiff_t first = std::ptrdiff_t{rows.first} * band.lowWidth;
   const std::ptrdiff_t count = std::ptrdiff_t{rows.end - rows.first} * band.lowWidth;
-  return isWithin(band.smoothA + first, count, kMixable16) &&
-         isWithin(band.smoothB + first, count, kLargestOffset);
-}
-
-template <int kPhase, class Slope>
-[[gnu::always_inline]] inline void applyFromPhase(int phase, const CoefficientLines<Slope>& lines,
-                                                  const std::uint8_t* guide, std::uint8_t* out,
-                                                  std::ptrdiff_t width) {
-  if (phase == kPhase) {
-    applyPhase<kPhase>(lines, guide, out, width);
-  } else if constexpr (kPhase + 1 < kUpsampling) {
-    applyFromPhase<kPhase + 1>(phase, lines, guide, out, width);
-  }
+  return isWithin(band.smoothA + first, count, kLargestShortA) &&
+         isWithin(band.smoothB + first, count, kLargestShortB);
 }
 
 } // namespace
-
-TLUX_MULTIVERSION void applyCoefficients(int phase, const CoefficientLines<std::int16_t>& lines,
-                                         const std::uint8_t* guide, std::uint8_t* out,
-                                         std::ptrdiff_t width) {
-  applyFromPhase<0>(phase, lines, guide, out, width);
-}
-
-TLUX_MULTIVERSION void applyCoefficients(int phase, const CoefficientLines<std::int32_t>& lines,
-                                         const std::uint8_t* guide, std::uint8_t* out,
-                                         std::ptrdiff_t width) {
-  applyFromPhase<0>(phase, lines, guide, out, width);
-}
 
 Coefficients computeCoefficients(const TLUX_GUIDE_CONTEXT& band) {
   const Band rows = rowsOf(band);
@@ -108,16 +49,17 @@ Coefficients computeCoefficients(const TLUX_GUIDE_CONTEXT& band) {
       smooth(band.rawB, band.smoothB) != TLUX_OK) {
     return Coefficients::kNone;
   }
-  return haveShortSlopes(band, rows) ? Coefficients::kShort : Coefficients::kLong;
+  return fitShortLines(band, rows) ? Coefficients::kShort : Coefficients::kLong;
 }
 
 std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius, std::int64_t ownBytes) {
   const std::int64_t sums =
       std::max(guideBlockScratchBytes(lowWidth, radius), blockMeanScratchBytes(lowWidth, radius));
-  const std::int64_t line =
-      2 * kUpsampling * std::int64_t{lowWidth} * std::int64_t{sizeof(std::int32_t)};
-  return std::max(kPoolHeader + sums, 2 * (kPoolHeader + line)) + kPoolHeader + ownBytes +
-         kPoolSlack;
+  constexpr std::int64_t kLineBytes = 4 * std::int64_t{sizeof(std::int32_t)};
+  static_assert(LongLineRing::kPlanes * sizeof(LongLineRing::Sample) == kLineBytes &&
+                ShortLineRing::kPlanes * sizeof(ShortLineRing::Sample) == kLineBytes);
+  const std::int64_t lines = kUpsampling * std::int64_t{lowWidth} * kLineBytes;
+  return kPoolHeader + std::max(sums, lines) + kPoolHeader + ownBytes + kPoolSlack;
 }
 
 namespace {
@@ -126,10 +68,12 @@ namespace {
 struct StoreRows {
   const TLUX_GUIDE_CONTEXT* band;
 
-  template <class Slope>
-  void operator()(std::int64_t y, int phase, const CoefficientLines<Slope>& lines) const {
-    const std::int64_t at = y * band->fullPitch;
-    applyCoefficients(phase, lines, band->fullGuide + at, band->fullOut + at,
+  template <class Lines>
+  void operator()(std::int64_t y, int phase, const Lines& lines) const {
+    const std::int64_t upper = y * band->fullPitch;
+    const std::int64_t lower = upper + band->fullPitch;
+    applyCoefficients(phase, lines, {band->fullGuide + upper, band->fullGuide + lower},
+                      {band->fullOut + upper, band->fullOut + lower},
                       std::ptrdiff_t{kUpsampling} * band->lowWidth);
   }
 };

@@ -8,35 +8,17 @@
 #include "platform/scratch.hpp"
 #include "platform/worker_team.hpp"
 #include "tlux/fast_guided_filter.h"
-#include "tone/upsample_line.hpp"
+#include "tone/coefficient_lines.hpp"
 
 // The fast guided filter in two shares of work: the coefficients of the four bands, then strips of
 // the full-resolution rows. What is done with a row is the caller's: FastGuideFilterMT() stores it,
 // MultiThreadGuideTone() takes it for a change of luma, a run goes on to its chroma.
 namespace tlux {
 
-// The horizontally interpolated coefficient rows that a full-resolution row lies between. Slopes
-// are held in 16 bits where a band's coefficients allow it, which pictures do: that halves the
-// work.
-template <class Slope>
-struct CoefficientLines {
-  const Slope* upperA;
-  const Slope* lowerA;
-  const std::int32_t* upperB;
-  const std::int32_t* lowerB;
-};
-
-// out = clamp((a · guide + b) >> 10), a and b taken phase/8 of the way from the upper lines to the
-// lower. out may be guide.
-void applyCoefficients(int phase, const CoefficientLines<std::int16_t>& lines,
-                       const std::uint8_t* guide, std::uint8_t* out, std::ptrdiff_t width);
-void applyCoefficients(int phase, const CoefficientLines<std::int32_t>& lines,
-                       const std::uint8_t* guide, std::uint8_t* out, std::ptrdiff_t width);
-
 // What the smoothed coefficients of a band are like.
 enum class Coefficients {
   kNone,  // they could not be computed
-  kShort, // slopes can be interpolated, and results clamped, in 16 bits: a · guide + b < 2^25
+  kShort, // they fit ShortLines
   kLong,
 };
 
@@ -77,53 +59,99 @@ struct Strip {
 // Low-resolution rows of a strip. The line at its top is interpolated once more for each strip.
 inline constexpr std::int32_t kStripRows = 4;
 
-template <class Slope, class EmitRow>
-bool upsampleStrip(const Strip& strip, EmitRow emitRow) {
+// Rows of long coefficients at full width: each low row is interpolated once, as the lower line,
+// which then becomes the upper one.
+class LongLineRing {
+ public:
+  using Sample = std::int32_t;
+  static constexpr int kPlanes = 4; // of Sample
+
+  LongLineRing(Sample* scratch, std::ptrdiff_t lowWidth)
+      : a_(scratch), b_(scratch + 2 * kUpsampling * lowWidth), lowWidth_(lowWidth) {}
+
+  void interpolate(const TLUX_GUIDE_CONTEXT& band, std::int32_t y) {
+    upsampleRow(band.smoothA + y * lowWidth_, a_ + at(y), lowWidth_);
+    upsampleRow(band.smoothB + y * lowWidth_, b_ + at(y), lowWidth_);
+  }
+  LongLines between(std::int32_t upper, std::int32_t lower) const {
+    return {a_ + at(upper), a_ + at(lower), b_ + at(upper), b_ + at(lower)};
+  }
+
+ private:
+  std::ptrdiff_t at(std::int32_t y) const { return y % 2 * kUpsampling * lowWidth_; }
+
+  Sample* a_;
+  Sample* b_;
+  std::ptrdiff_t lowWidth_;
+};
+
+// The same of short ones.
+class ShortLineRing {
+ public:
+  using Sample = std::int16_t;
+  static constexpr int kPlanes = kShortPlanes;
+
+  ShortLineRing(Sample* scratch, std::ptrdiff_t lowWidth)
+      : scratch_(scratch), lowWidth_(lowWidth) {}
+
+  void interpolate(const TLUX_GUIDE_CONTEXT& band, std::int32_t y) {
+    upsampleShortLine(band.smoothA + y * lowWidth_, band.smoothB + y * lowWidth_, line(y),
+                      lowWidth_);
+  }
+  ShortLines between(std::int32_t upper, std::int32_t lower) const {
+    const ShortLines lines = {line(upper), line(lower), {plane(6), plane(7)}};
+    computeSteps(lines.upper, lines.lower, lines.step, kUpsampling * lowWidth_);
+    return lines;
+  }
+
+ private:
+  Sample* plane(int i) const { return scratch_ + i * kUpsampling * lowWidth_; }
+  ShortLine line(std::int32_t y) const {
+    const int first = y % 2 * 3;
+    return {plane(first), plane(first + 1), plane(first + 2)};
+  }
+
+  Sample* scratch_;
+  std::ptrdiff_t lowWidth_;
+};
+
+template <class Ring, class EmitRows>
+bool upsampleStrip(const Strip& strip, EmitRows emitRows) {
   const TLUX_GUIDE_CONTEXT& band = *strip.band;
   const Band rows = strip.rows;
   const std::int32_t last = rowsOf(band).end - 1;
-  const std::ptrdiff_t lowWidth = band.lowWidth;
-  const std::int64_t width = kUpsampling * std::int64_t{lowWidth};
-  const Scratch<Slope> linesA(strip.manager, 2 * width);
-  const Scratch<std::int32_t> linesB(strip.manager, 2 * width);
-  if (!linesA || !linesB) return false;
+  const Scratch<typename Ring::Sample> scratch(
+      strip.manager, Ring::kPlanes * kUpsampling * std::int64_t{band.lowWidth});
+  if (!scratch) return false;
 
-  // Each low row is interpolated once: as the lower line, which then becomes the upper one.
-  const auto interpolate = [&](std::int32_t y) {
-    const std::ptrdiff_t line = (y - rows.first) % 2 * width;
-    upsampleRow(band.smoothA + y * lowWidth, linesA.get() + line, lowWidth);
-    upsampleRow(band.smoothB + y * lowWidth, linesB.get() + line, lowWidth);
-  };
-  interpolate(rows.first);
+  Ring ring(scratch.get(), band.lowWidth);
+  ring.interpolate(band, rows.first);
   for (std::int32_t y = rows.first; y < rows.end; ++y) {
     const std::int32_t next = y < last ? y + 1 : y; // bands are not blended
-    if (next != y) interpolate(next);
-    const std::ptrdiff_t upper = (y - rows.first) % 2 * width;
-    const std::ptrdiff_t lower = (next - rows.first) % 2 * width;
-    const CoefficientLines<Slope> lines = {linesA.get() + upper, linesA.get() + lower,
-                                           linesB.get() + upper, linesB.get() + lower};
-    for (int phase = 0; phase < kUpsampling; ++phase) {
-      emitRow(std::int64_t{kUpsampling} * y + phase, phase, lines);
+    if (next != y) ring.interpolate(band, next);
+    const auto lines = ring.between(y, next);
+    for (int phase = 0; phase < kUpsampling; phase += 2) {
+      emitRows(std::int64_t{kUpsampling} * y + phase, phase, lines);
     }
   }
   return true;
 }
 
-// Calls emitRow(y, phase, lines) for each full-resolution row y of a strip. False, and nothing is
-// emitted, when memory is short or the band has no coefficients.
-template <class EmitRow>
-bool filterStrip(const Strip& strip, EmitRow emitRow) {
+// Calls emitRows(y, phase, lines) for each pair y, y + 1 of full-resolution rows of a strip. False,
+// and nothing is emitted, when memory is short or the band has no coefficients.
+template <class EmitRows>
+bool filterStrip(const Strip& strip, EmitRows emitRows) {
   if (strip.rows.first >= strip.rows.end || strip.coefficients == Coefficients::kNone) return false;
-  return strip.coefficients == Coefficients::kShort ? upsampleStrip<std::int16_t>(strip, emitRow)
-                                                    : upsampleStrip<std::int32_t>(strip, emitRow);
+  return strip.coefficients == Coefficients::kShort ? upsampleStrip<ShortLineRing>(strip, emitRows)
+                                                    : upsampleStrip<LongLineRing>(strip, emitRows);
 }
 
 // The same for a whole band, whose coefficients are computed first.
-template <class EmitRow>
-bool filterBand(const TLUX_GUIDE_CONTEXT& band, EmitRow emitRow) {
+template <class EmitRows>
+bool filterBand(const TLUX_GUIDE_CONTEXT& band, EmitRows emitRows) {
   const Band rows = rowsOf(band);
   if (rows.first >= rows.end) return false;
-  return filterStrip({&band, rows, computeCoefficients(band), band.manager}, emitRow);
+  return filterStrip({&band, rows, computeCoefficients(band), band.manager}, emitRows);
 }
 
 // Calls work(strip) for all strips of a frame, `frame` describing all but the memory and the rows

@@ -8,25 +8,33 @@
 namespace tlux {
 namespace {
 
-// Takes the filtered rows for a change of luma, in a buffer of one row.
+// Takes the filtered rows for a change of luma, in a buffer of two rows.
 struct ToneRows {
   const TLUX_GUIDE_TONE_CONTEXT& band;
   std::uint8_t* delta;
 
-  template <class Slope>
-  void operator()(std::int64_t y, int phase, const CoefficientLines<Slope>& lines) const {
+  template <class Lines>
+  void operator()(std::int64_t y, int phase, const Lines& lines) const {
     const TLUX_GUIDE_CONTEXT& filter = band.filter;
     const std::ptrdiff_t width = std::ptrdiff_t{kUpsampling} * filter.lowWidth;
     const std::uint8_t* guide = filter.fullGuide + y * band.guidePitch;
-    applyCoefficients(phase, lines, guide, delta, width);
-    GuideToneNV21Line(static_cast<std::int32_t>(y), filter.fullOut + y * filter.fullPitch,
-                      band.uvOut + y / 2 * band.uvOutPitch, guide,
-                      band.uvIn + y / 2 * band.uvInPitch, delta, static_cast<std::int32_t>(width));
+    applyCoefficients(phase, lines, {guide, guide + band.guidePitch}, {delta, delta + width},
+                      width);
+    for (int i = 0; i < 2; ++i) {
+      GuideToneNV21Line(
+          static_cast<std::int32_t>(y) + i, filter.fullOut + (y + i) * filter.fullPitch,
+          band.uvOut + y / 2 * band.uvOutPitch, guide + i * band.guidePitch,
+          band.uvIn + y / 2 * band.uvInPitch, delta + i * width, static_cast<std::int32_t>(width));
+    }
   }
 };
 
-Scratch<std::uint8_t> deltaRow(MMemMgr manager, const TLUX_GUIDE_CONTEXT& filter) {
-  return {manager, std::int64_t{kUpsampling} * filter.lowWidth};
+constexpr std::int64_t deltaBytes(const TLUX_GUIDE_CONTEXT& filter) {
+  return 2 * kUpsampling * std::int64_t{filter.lowWidth};
+}
+
+Scratch<std::uint8_t> deltaRows(MMemMgr manager, const TLUX_GUIDE_CONTEXT& filter) {
+  return {manager, deltaBytes(filter)};
 }
 
 // A packed copy of the top left of a luma plane, so that the guide stays as it is while the rows of
@@ -49,10 +57,10 @@ std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
   frame.fullGuide = luma.get();
   frame.fullOut = output.plane[0];
   frame.fullPitch = output.pitch[0];
-  const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius, width);
+  const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius, deltaBytes(frame));
   WorkerTeam team;
   return filterInStrips(manager, frame, bytes, team, [&](const Strip& strip) {
-    const Scratch<std::uint8_t> delta = deltaRow(strip.manager, *strip.band);
+    const Scratch<std::uint8_t> delta = deltaRows(strip.manager, *strip.band);
     if (!delta) return;
     const TLUX_GUIDE_TONE_CONTEXT band = {*strip.band,     source.plane[1],
                                           output.plane[1], static_cast<std::int32_t>(width),
@@ -66,7 +74,7 @@ std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
 
 void SingleThreadGuideTone(const TLUX_GUIDE_TONE_CONTEXT* context) noexcept {
   if (context == nullptr) return;
-  const auto delta = tlux::deltaRow(context->filter.manager, context->filter);
+  const auto delta = tlux::deltaRows(context->filter.manager, context->filter);
   if (delta) tlux::filterBand(context->filter, tlux::ToneRows{*context, delta.get()});
 }
 

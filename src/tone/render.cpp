@@ -48,11 +48,13 @@ class RowRenderer {
   const ChromaWalk& chroma() const { return chroma_; }
   bool chromaFollows() const { return chromaFollows_; }
 
-  template <class Slope>
-  void operator()(std::int64_t y, int phase, const CoefficientLines<Slope>& lines) const {
-    applyCoefficients(phase, lines, sourceRow(y), outputRow(y), filteredColumns_);
+  template <class Lines>
+  void operator()(std::int64_t y, int phase, const Lines& lines) const {
+    applyCoefficients(phase, lines, {sourceRow(y), sourceRow(y + 1)},
+                      {outputRow(y), outputRow(y + 1)}, filteredColumns_);
     copyFrom(filteredColumns_, y);
-    if (chromaFollows_ && y % 2 == 0) chroma_.scaleRow(y / 2);
+    copyFrom(filteredColumns_, y + 1);
+    if (chromaFollows_) chroma_.scaleRow(y / 2);
   }
 
   // Rows that are not filtered.

@@ -35,13 +35,13 @@ std::int64_t workSamples(std::int64_t pixels) {
   return 2 * pixels + pyramidSamples(pixels);
 }
 
-// Linear light to log luminance about its anchor, half-way between the frame's mean and grey.
-void toLogLuma(const Samples& plane) {
-  const std::int32_t mean = convertSamples(plane, plane, [](std::int16_t v) {
-    return kLogTable[static_cast<std::size_t>(clampTo(v, 0, kLinearLevels - 1))];
-  });
-  const double towardsGrey = (kGreyLog - mean) * 0.5 + 512.0;
-  shiftSamples(plane, mean + saturatingTrunc<std::int32_t>(towardsGrey));
+std::int16_t logLumaOf(std::int16_t linear) {
+  return kLogTable[static_cast<std::size_t>(clampTo(linear, 0, kLinearLevels - 1))];
+}
+
+// What log luminance is counted from: half-way between the frame's mean and grey.
+std::int32_t anchorOf(std::int32_t mean) {
+  return mean + saturatingTrunc<std::int32_t>((kGreyLog - mean) * 0.5 + 512.0);
 }
 
 // energy = detail² / 1024, saturated. A square that leaves 31 bits counts as none.
@@ -56,14 +56,16 @@ TLUX_MULTIVERSION void detailEnergy(const std::int16_t* __restrict logLuma,
 }
 
 // Energy to deviation, in place; returns the frame's mean deviation.
-std::int32_t toDeviation(const Samples& plane) {
-  return convertSamples(plane, plane, [](std::int16_t v) {
+std::int32_t toDeviation(const Samples& plane, WorkerTeam* team) {
+  const auto deviationOf = [](std::int16_t v) {
     return kDeviationTable[static_cast<std::size_t>(std::max<std::int32_t>(v, 0))];
-  });
+  };
+  return convertSamples(plane, plane, deviationOf, team);
 }
 
-// `memory` holds workSamples().
-std::uint32_t scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexFrame& frame) {
+// `memory` holds workSamples(), the frame log luminance.
+std::uint32_t scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexFrame& frame,
+                           std::int32_t mean, WorkerTeam* team) {
   const std::int64_t pixels = std::int64_t{frame.width} * frame.height;
   const auto planeAt = [&](auto* data) { return packedPlane(data, frame.width, frame.height); };
   const Samples logLuma = planeAt(frame.logLuma);
@@ -71,25 +73,27 @@ std::uint32_t scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexF
   const Samples energy = planeAt(memory + pixels);
   const PyramidScratch scratch{memory + 2 * pixels, pyramidSamples(pixels)};
 
-  toLogLuma(logLuma);
-  const PyramidOutcome smoothing = smoothPyramid(manager, logLuma, base, scratch, nullptr);
+  shiftSamples(logLuma, anchorOf(mean));
+  const PyramidOutcome smoothing = smoothPyramid(manager, logLuma, base, scratch, nullptr, team);
   if (smoothing == PyramidOutcome::kNoMemory) return TLUX_ERR_NO_MEMORY;
   // A frame without a pyramid is its own base: no detail.
   if (smoothing != PyramidOutcome::kDone) std::copy_n(logLuma.data, pixels, base.data);
 
   detailEnergy(logLuma.data, base.data, pixels, energy.data);
-  if (smoothPyramid(manager, energy, energy, scratch, nullptr) == PyramidOutcome::kNoMemory) {
+  if (smoothPyramid(manager, energy, energy, scratch, nullptr, team) == PyramidOutcome::kNoMemory) {
     return TLUX_ERR_NO_MEMORY;
   }
-  const std::int32_t deviation = toDeviation(energy);
+  const std::int32_t deviation = toDeviation(energy, team);
   const auto contrast = saturatingTrunc<std::int32_t>(std::sqrt(deviation / 1024.0) * 1024);
-  computeScore({logLuma, base, energy}, kReciprocalTable.data(), contrast, planeAt(frame.scores));
+  computeScore({logLuma, base, energy}, kReciprocalTable.data(), contrast, planeAt(frame.scores),
+               team);
   return TLUX_OK;
 }
 
-} // namespace
-
-std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& frame) {
+// Calls score(memory) with the working memory for a frame that is not empty.
+template <class Score>
+std::uint32_t withMemory(MMemMgr manager, void* workBuffer, const RetinexFrame& frame,
+                         Score score) {
   if (frame.width < 0 || frame.height < 0) return TLUX_ERR_NO_MEMORY;
   if (frame.width == 0 || frame.height == 0) return TLUX_OK;
   const std::int64_t pixels = std::int64_t{frame.width} * frame.height;
@@ -97,12 +101,34 @@ std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& 
 
   const std::int64_t samples = workSamples(pixels);
   const bool fitsGiven = 2 * samples <= 5 * pixels;
-  if (workBuffer != nullptr && fitsGiven) {
-    return scoreFrameIn(static_cast<std::int16_t*>(workBuffer), manager, frame);
-  }
+  if (workBuffer != nullptr && fitsGiven) return score(static_cast<std::int16_t*>(workBuffer));
   const Scratch<std::int16_t> own(manager, samples);
-  if (!own) return TLUX_ERR_NO_MEMORY;
-  return scoreFrameIn(own.get(), manager, frame);
+  return own ? score(own.get()) : TLUX_ERR_NO_MEMORY;
+}
+
+} // namespace
+
+std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& frame) {
+  return withMemory(manager, workBuffer, frame, [&](std::int16_t* memory) {
+    const Samples plane = packedPlane(frame.logLuma, frame.width, frame.height);
+    const std::int32_t mean = convertSamples(plane, plane, logLumaOf);
+    return scoreFrameIn(memory, manager, frame, mean, nullptr);
+  });
+}
+
+std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean,
+                            WorkerTeam* team) {
+  return withMemory(manager, nullptr, frame, [&](std::int16_t* memory) {
+    return scoreFrameIn(memory, manager, frame, mean, team);
+  });
+}
+
+std::array<std::int16_t, 256> logLumaOfCodes(const std::uint16_t* degamma) {
+  std::array<std::int16_t, 256> table{};
+  for (std::size_t code = 0; code < table.size(); ++code) {
+    table[code] = logLumaOf(static_cast<std::int16_t>(degamma[code]));
+  }
+  return table;
 }
 
 std::int64_t scorePoolBytes(std::int32_t width, std::int32_t height) {

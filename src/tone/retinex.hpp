@@ -1,7 +1,9 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 
+#include "platform/worker_team.hpp"
 #include "tlux/base.h"
 
 namespace tlux {
@@ -16,6 +18,21 @@ struct RetinexFrame {
 
 // `workBuffer` holds 5 bytes a pixel; null: everything is allocated. Returns a result code.
 std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& frame);
+
+// The same of a frame that holds log luminance, of this mean, with a team to share the work or
+// null.
+std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean,
+                            WorkerTeam* team);
+
+// The team where a frame is large enough to share its steps, otherwise null: handing over those of
+// a small frame takes longer than doing them.
+inline WorkerTeam* teamFor(WorkerTeam& team, std::int64_t pixels) {
+  constexpr std::int64_t kSharedPixels = 1 << 16;
+  return pixels >= kSharedPixels ? &team : nullptr;
+}
+
+// Log luminance of every code, by way of its linear light.
+std::array<std::int16_t, 256> logLumaOfCodes(const std::uint16_t* degamma);
 
 // What scoreFrame() without a work buffer takes out of a pool.
 std::int64_t scorePoolBytes(std::int32_t width, std::int32_t height);

@@ -1,32 +1,23 @@
 #include "tone/score_reference.hpp"
 
+#include "exposure/log_table.hpp"
 #include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
-#include "tlux/retinex.h"
 #include "tone/retinex.hpp"
 
 namespace tlux {
-namespace {
-
-void linearise(Plane<const std::uint8_t> codes, const std::uint16_t* degamma,
-               std::int16_t* linear) {
-  for (std::int32_t y = 0; y < codes.height; ++y) {
-    const std::uint8_t* row = codes.row(y);
-    for (std::int32_t x = 0; x < codes.width; ++x) {
-      *linear++ = static_cast<std::int16_t>(degamma[row[x]]);
-    }
-  }
-}
-
-} // namespace
-
-bool scoreReference(MMemMgr manager, Plane<const std::uint8_t> reference,
+bool scoreReference(MMemMgr manager, WorkerTeam& team, Plane<const std::uint8_t> reference,
                     const std::uint16_t* degamma, std::uint16_t* scores) {
-  const Scratch<std::int16_t> luma(manager, std::int64_t{reference.width} * reference.height);
-  if (!luma) return false;
-  linearise(reference, degamma, luma.get());
-  return AME_GenerateRetinexLogGain(manager, nullptr, luma.get(), reference.width, reference.height,
-                                    scores) == TLUX_OK;
+  const std::int64_t pixels = std::int64_t{reference.width} * reference.height;
+  const Scratch<std::int16_t> logLuma(manager, pixels);
+  if (!logLuma) return false;
+  WorkerTeam* const helpers = teamFor(team, pixels);
+  const auto table = logLumaOfCodes(degamma);
+  const std::int32_t mean = convertSamples(
+      reference, packedPlane(logLuma.get(), reference.width, reference.height),
+      [&table](std::uint8_t code) { return table[code]; }, helpers);
+  const RetinexFrame frame = {logLuma.get(), scores, reference.width, reference.height};
+  return scoreLogFrame(manager, frame, mean, helpers) == TLUX_OK;
 }
 
 std::int64_t scoreReferencePoolBytes(std::int32_t width, std::int32_t height) {

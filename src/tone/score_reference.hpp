@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
+#include "platform/worker_team.hpp"
 #include "tlux/platform.h"
 
 namespace tlux {
@@ -10,8 +11,9 @@ namespace tlux {
 // Writes the Retinex score of every luma code of the reference frame: packed rows of the 16-bit
 // patterns that index a gain table. `degamma` takes codes to linear light (12 bit). False when the
 // working memory cannot be had; the scores are then as they were.
-[[nodiscard]] bool scoreReference(MMemMgr manager, Plane<const std::uint8_t> reference,
-                                  const std::uint16_t* degamma, std::uint16_t* scores);
+[[nodiscard]] bool scoreReference(MMemMgr manager, WorkerTeam& team,
+                                  Plane<const std::uint8_t> reference, const std::uint16_t* degamma,
+                                  std::uint16_t* scores);
 
 // What scoreReference() takes out of a pool.
 std::int64_t scoreReferencePoolBytes(std::int32_t width, std::int32_t height);

@@ -41,11 +41,12 @@ bool allocateScores(MMemMgr manager, TLUX_ENGINE& engine) {
 
 // False when the engine has no scores of this size. Those of an earlier frame will do: better a
 // picture whose tones lag behind than none.
-bool updateScores(MMemMgr manager, TLUX_ENGINE& engine) {
+bool updateScores(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine) {
   const bool hasScores = engine.logGainMap != nullptr && engine.logGainWidth == engine.refWidth &&
                          engine.logGainHeight == engine.refHeight;
   if (!hasScores && !allocateScores(manager, engine)) return false;
-  if (scoreReference(manager, lumaOf(*engine.images[0]), engine.degammaTable, engine.logGainMap)) {
+  if (scoreReference(manager, team, lumaOf(*engine.images[0]), engine.degammaTable,
+                     engine.logGainMap)) {
     return true;
   }
   if (!hasScores) releaseScores(manager, engine);
@@ -60,12 +61,11 @@ bool updateGainTable(MMemMgr manager, TLUX_ENGINE& engine, std::uint32_t strengt
 void mapOnTeam(WorkerTeam& team, const TLUX_ENGINE& engine, Plane<const std::uint8_t> reference,
                Plane<std::uint8_t> mapped) {
   const ToneTables tables = {engine.degammaTable, engine.gammaTable, engine.gainLut};
-  team.share((reference.height + kMappedRows - 1) / kMappedRows, [&](std::int64_t i, int /*slot*/) {
-    const auto first = static_cast<std::int32_t>(i * kMappedRows);
-    const std::int32_t rows = std::min(kMappedRows, reference.height - first);
-    mapReference({reference.row(first), reference.width, rows, reference.pitch},
-                 engine.logGainMap + std::ptrdiff_t{first} * reference.width, tables,
-                 {mapped.row(first), mapped.width, rows, mapped.pitch});
+  shareRows(&team, reference.height, kMappedRows, [&](Band part, int /*slot*/) {
+    const std::int32_t rows = part.end - part.first;
+    mapReference({reference.row(part.first), reference.width, rows, reference.pitch},
+                 engine.logGainMap + std::ptrdiff_t{part.first} * reference.width, tables,
+                 {mapped.row(part.first), mapped.width, rows, mapped.pitch});
   });
 }
 
@@ -98,7 +98,7 @@ bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output) {
 std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                            const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                            std::uint32_t strength, Rest rest) {
-  if (!updateScores(manager, engine)) return TLUX_ERR_NO_MEMORY;
+  if (!updateScores(manager, team, engine)) return TLUX_ERR_NO_MEMORY;
   if (!updateGainTable(manager, engine, strength)) return TLUX_ERR_NO_MEMORY;
 
   const Plane<const std::uint8_t> reference = lumaOf(*engine.images[0]);

@@ -10,14 +10,12 @@
 namespace tlux {
 namespace {
 
-template <class Sample, int... kPhases>
+template <int... kPhases>
 [[gnu::always_inline]] inline void upsamplePairs(
-    const std::int32_t* __restrict lowRow, Sample* __restrict line, std::ptrdiff_t pairs,
+    const std::int32_t* __restrict lowRow, std::int32_t* __restrict line, std::ptrdiff_t pairs,
     std::integer_sequence<int, kPhases...> /*phases*/) {
   for (std::ptrdiff_t x = 0; x < pairs; ++x) {
-    ((line[kUpsampling * x + kPhases] =
-          static_cast<Sample>(mixEighths<kPhases>(lowRow[x], lowRow[x + 1]))),
-     ...);
+    ((line[kUpsampling * x + kPhases] = mixEighths<kPhases>(lowRow[x], lowRow[x + 1])), ...);
   }
 }
 
@@ -36,25 +34,13 @@ constexpr auto mixers(std::integer_sequence<int, kPhases...> /*phases*/) {
 
 constexpr std::make_integer_sequence<int, kUpsampling> kPhases;
 
-template <class Sample>
-[[gnu::always_inline]] inline void upsampleRowInto(const std::int32_t* lowRow, Sample* line,
-                                                   std::ptrdiff_t lowWidth) {
-  if (lowWidth < 1) return;
-  upsamplePairs(lowRow, line, lowWidth - 1, kPhases);
-  std::fill_n(line + kUpsampling * (lowWidth - 1), kUpsampling,
-              static_cast<Sample>(lowRow[lowWidth - 1]));
-}
-
 } // namespace
 
 TLUX_MULTIVERSION void upsampleRow(const std::int32_t* lowRow, std::int32_t* line,
                                    std::ptrdiff_t lowWidth) {
-  upsampleRowInto(lowRow, line, lowWidth);
-}
-
-TLUX_MULTIVERSION void upsampleRow(const std::int32_t* lowRow, std::int16_t* line,
-                                   std::ptrdiff_t lowWidth) {
-  upsampleRowInto(lowRow, line, lowWidth);
+  if (lowWidth < 1) return;
+  upsamplePairs(lowRow, line, lowWidth - 1, kPhases);
+  std::fill_n(line + kUpsampling * (lowWidth - 1), kUpsampling, lowRow[lowWidth - 1]);
 }
 
 } // namespace tlux

@@ -7,7 +7,11 @@
 #include "support/fault_injection.hpp"
 #include "support/guarded_buffer.hpp"
 #include "support/null_arguments.hpp"
+#include "support/pool.hpp"
+#include "support/random.hpp"
 #include "tlux/retinex.h"
+#include "tlux/transfer.h"
+#include "tone/score_reference.hpp"
 
 namespace tlux::test {
 namespace {
@@ -48,6 +52,28 @@ TEST(RetinexScore, MatchesTheFormula) {
         EXPECT_TRUE(work.isIntact());
       }
     }
+  }
+}
+
+// The score of codes, whose steps threads share when the frame is large: also one whose pyramid
+// leaves no room for a blend of every thread.
+TEST(RetinexScore, OfCodesMatchesTheFormulaWhoeverDoesIt) {
+  WorkerTeam team;
+  for (const auto& [width, height] : {std::pair{66, 30}, {302, 218}, {480, 270}, {8200, 8}}) {
+    SCOPED_TRACE(testing::Message() << width << "x" << height);
+    const int pitch = width + 3;
+    const auto codes = Random(7).values<std::uint8_t>(static_cast<std::size_t>(pitch * height));
+    LogPlane linear(width, height);
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) {
+        linear.samples[static_cast<std::size_t>(y * width + x)] = static_cast<std::int16_t>(
+            TLUX_Degamma_Table[codes[static_cast<std::size_t>(y * pitch + x)]]);
+      }
+    }
+    Scores actual(linear.samples.size(), 0xBEEF);
+    ASSERT_TRUE(scoreReference(nullptr, team, {codes.data(), width, height, pitch},
+                               TLUX_Degamma_Table, actual.data()));
+    EXPECT_EQ(actual, reference::retinexScore(linear.samples, width, height));
   }
 }
 

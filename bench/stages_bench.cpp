@@ -1,0 +1,90 @@
+#include <benchmark/benchmark.h>
+
+#include <cstdint>
+#include <vector>
+
+#include "camera_frames.hpp"
+#include "tlux/engine.h"
+#include "tlux/fast_guided_filter.h"
+#include "tlux/mark.h"
+#include "tlux/resample.h"
+#include "tone/chroma_rule.hpp"
+#include "tone/map_reference.hpp"
+#include "tone/score_reference.hpp"
+
+// The stages of a run one by one, on frames that start outside the caches. Filter and chroma are
+// one pass in a run; the team is started before, but for the filter's.
+namespace {
+
+constexpr std::int32_t kRadius = 16;
+constexpr std::int32_t kEps = 20;
+
+// A frame that has run once, so that the engine holds its reference frame, scores and gains.
+struct Stage {
+  explicit Stage(const benchmark::State& state)
+      : frames(static_cast<int>(state.range(0)), static_cast<int>(state.range(1))) {
+    TLUX_Init(nullptr, &engine);
+    source = frames.record(frames.source());
+    output = frames.record(frames.output());
+    const std::uint32_t strength = 50;
+    TLUX_RunDynamicRangeOptimizationImage(nullptr, engine, &source, 1, &output, &strength, 0);
+    const TLUX_IMAGE& image = *engine->images[0];
+    reference = {image.plane[0], image.width, image.height, image.pitch[0]};
+    mapped.resize(static_cast<std::size_t>(image.pitch[0]) *
+                  static_cast<std::size_t>(image.height));
+    map();
+  }
+  Stage(const Stage&) = delete;
+  Stage& operator=(const Stage&) = delete;
+  ~Stage() { TLUX_Uninit(nullptr, engine); }
+
+  void reduce() { TLUX_ScaleCropImage(&source, engine->images[0], nullptr, 8); }
+  void score() {
+    benchmark::DoNotOptimize(
+        tlux::scoreReference(nullptr, team, reference, engine->degammaTable, engine->logGainMap));
+  }
+  void map() {
+    tlux::mapReference(reference, engine->logGainMap,
+                       {engine->degammaTable, engine->gammaTable, engine->gainLut},
+                       {mapped.data(), reference.width, reference.height, reference.pitch});
+  }
+  void filter() {
+    FastGuideFilterMT(nullptr, mapped.data(), reference.data, source.plane[0], output.plane[0],
+                      reference.width, reference.height, static_cast<std::int32_t>(reference.pitch),
+                      output.pitch[0], kRadius, kEps);
+  }
+  void chroma() { tlux::scaleChromaByLumaRatio(source, output); }
+  void mark() { TLUX_EmbeddedMark(&output); }
+
+  CameraFrames frames;
+  TLUX_ENGINE* engine = nullptr;
+  TLUX_IMAGE source;
+  TLUX_IMAGE output;
+  tlux::Plane<const std::uint8_t> reference;
+  std::vector<std::uint8_t> mapped;
+  tlux::WorkerTeam team;
+};
+
+template <void (Stage::*kStage)()>
+void runStage(benchmark::State& state) {
+  Stage stage(state);
+  for (auto _ : state) {
+    (stage.*kStage)();
+    stage.frames.advance();
+    stage.source = stage.frames.record(stage.frames.source());
+    stage.output = stage.frames.record(stage.frames.output());
+  }
+}
+
+void frameSizes(benchmark::internal::Benchmark* family) {
+  family->Args({1920, 1080})->Args({3840, 2160})->Unit(benchmark::kMillisecond)->UseRealTime();
+}
+
+BENCHMARK(runStage<&Stage::reduce>)->Name("Stage/reduce")->Apply(frameSizes);
+BENCHMARK(runStage<&Stage::score>)->Name("Stage/score")->Apply(frameSizes);
+BENCHMARK(runStage<&Stage::map>)->Name("Stage/map")->Apply(frameSizes);
+BENCHMARK(runStage<&Stage::filter>)->Name("Stage/filter")->Apply(frameSizes);
+BENCHMARK(runStage<&Stage::chroma>)->Name("Stage/chroma")->Apply(frameSizes);
+BENCHMARK(runStage<&Stage::mark>)->Name("Stage/mark")->Apply(frameSizes);
+
+} // namespace
