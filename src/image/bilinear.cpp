@@ -65,7 +65,7 @@ TLUX_MULTIVERSION void centreAlignedAlongY(const std::int16_t* __restrict upper,
                                            const std::int16_t* __restrict lower,
                                            std::int16_t weight, std::ptrdiff_t count,
                                            std::uint8_t* __restrict out) {
-  std::int16_t weights[kRunSize];
+  std::int16_t weights[kRunSize<CentreAligned>];
   std::fill_n(weights, count, weight);
   for (std::ptrdiff_t k = 0; k < count; ++k) {
     const auto middle =

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 namespace tlux {
@@ -26,12 +27,14 @@ namespace tlux {
 template <class Policy>
 using Weights = std::array<typename Policy::Weight, std::size_t{Policy::kWeights}>;
 
-// Samples that are interpolated at a time.
-inline constexpr std::int32_t kRunSize = 512;
+// Samples that are interpolated at a time: whole rows of most pictures, since memory is fastest in
+// order, in about 50 KB of stack.
+template <class Policy>
+inline constexpr std::int32_t kRunSize = 4096 / Policy::kTaps;
 
 // The weights of each sample of a run.
 template <class Policy>
-using WeightLines = std::array<std::array<typename Policy::Weight, std::size_t{kRunSize}>,
+using WeightLines = std::array<std::array<typename Policy::Weight, std::size_t{kRunSize<Policy>}>,
                                std::size_t{Policy::kWeights}>;
 
 template <class Policy>
@@ -66,12 +69,13 @@ template <class Policy>
 class InterpolatedRun {
   using Row = typename Policy::Row;
   static constexpr std::size_t kTaps = Policy::kTaps;
+  static constexpr std::int32_t kSize = kRunSize<Policy>;
   static constexpr bool kIsPick = Policy::kWeights == 0;
 
  public:
   // Whole pixels, so that their samples are collected together.
   static std::int64_t sizeFor(const SampleLayout& layout) {
-    return kRunSize - kRunSize % layout.channels;
+    return kSize - kSize % layout.channels;
   }
 
   // Samples [first, first + count) of an output row; count is at most sizeFor(layout).
@@ -88,13 +92,16 @@ class InterpolatedRun {
       for (std::size_t j = 0; j < weights_.size(); ++j) {
         weights_[j][static_cast<std::size_t>(k)] = point.weights[j];
       }
-      const bool isInside =
-          point.first >= 0 && point.first + std::int64_t{Policy::kTaps} <= x.inputs;
+      const bool isInside = point.first >= 0 && point.first + std::int64_t{kTaps} <= x.inputs;
       const bool isWhole = k - channel + layout.channels <= count;
       if (!isInside || !isWhole) continue;
       if (insideEnd_ == 0) insideFirst_ = k;
+      const std::ptrdiff_t distance = offsets_[0][k] - offsets_[0][insideFirst_];
+      if (distance > std::numeric_limits<std::uint16_t>::max()) continue;
+      distances_[k] = static_cast<std::uint16_t>(distance);
       insideEnd_ = k + 1;
     }
+    insideEnd_ -= (insideEnd_ - insideFirst_) % static_cast<std::int32_t>(layout.channels);
   }
 
   // Writes the run's samples of the output row that `point` belongs to. inputRow(i) is input row i.
@@ -106,7 +113,7 @@ class InterpolatedRun {
       Policy::alongY(rows, point.weights, count_, out);
       return;
     }
-    std::uint8_t line[kRunSize];
+    std::uint8_t line[kSize];
     Policy::alongY(rows, point.weights, count_, line);
     for (std::int32_t k = 0; k < count_; ++k) {
       out[k * step] = line[k];
@@ -161,31 +168,50 @@ class InterpolatedRun {
 
   // Where all taps lie side by side in the input, pixels are copied whole.
   template <int kChannels>
-  void gatherInside(const std::uint8_t* __restrict in, std::uint8_t* __restrict taps) const {
-    constexpr bool kIsOneTap = kChannels == 1 || kTaps == 1;
-    constexpr std::ptrdiff_t kCopied = kIsOneTap ? kChannels * kTaps : kChannels;
-    const std::ptrdiff_t* __restrict offsets = offsets_[0];
-    const std::ptrdiff_t end = insideEnd_;
-    if constexpr (kIsOneTap) {
-#pragma GCC unroll 4
-      for (std::ptrdiff_t k = insideFirst_; k < end; k += kChannels) {
-        std::memcpy(taps + k * std::ptrdiff_t{kTaps}, in + offsets[k], kCopied);
-      }
+  void gatherInside(const std::uint8_t* in, std::uint8_t* taps) const {
+    constexpr std::ptrdiff_t kStep{kTaps};
+    in += offsets_[0][insideFirst_];
+    if constexpr (kChannels == 1 || kTaps == 1) {
+      copyPixels<kChannels, kChannels * kTaps>(in, taps, kStep);
+    } else if constexpr (kChannels == 2 && kTaps == 2) {
+      copyPixels<2, 4>(in, taps, kStep);
+      swapMiddleBytes(taps + kStep * insideFirst_, (insideEnd_ - insideFirst_) / 2);
     } else {
-      std::uint8_t lines[kTaps][kRunSize];
+      std::uint8_t lines[kTaps][kSize];
       for (std::size_t j = 0; j < kTaps; ++j) {
-        const std::uint8_t* __restrict from = in + j * kChannels;
-        std::uint8_t* __restrict line = lines[j];
-#pragma GCC unroll 4
-        for (std::ptrdiff_t k = insideFirst_; k < end; k += kChannels) {
-          std::memcpy(line + k, from + offsets[k], kCopied);
-        }
+        copyPixels<kChannels, kChannels>(in + j * kChannels, lines[j], 1);
       }
-      for (std::ptrdiff_t k = insideFirst_; k < end; ++k) {
+      for (std::ptrdiff_t k = insideFirst_; k < insideEnd_; ++k) {
         for (std::size_t j = 0; j < kTaps; ++j) {
-          taps[k * std::ptrdiff_t{kTaps} + static_cast<std::ptrdiff_t>(j)] = lines[j][k];
+          taps[k * kStep + static_cast<std::ptrdiff_t>(j)] = lines[j][k];
         }
       }
+    }
+  }
+
+  template <int kChannels, int kBytes>
+  void copyPixels(const std::uint8_t* __restrict in, std::uint8_t* __restrict out,
+                  std::ptrdiff_t step) const {
+    const std::uint16_t* __restrict distances = distances_;
+    const std::ptrdiff_t end = insideEnd_;
+#pragma GCC unroll 4
+    for (std::ptrdiff_t k = insideFirst_; k < end; k += kChannels) {
+      std::memcpy(out + k * step, in + distances[k], kBytes);
+    }
+  }
+
+  // Four bytes are copied by one instruction; the fourth is that of the next pixel.
+  static constexpr int copiedBytes(int channels) {
+    return channels == 3 ? 4 : channels;
+  }
+
+  // The pairs of two pixels become two taps of either component.
+  static void swapMiddleBytes(std::uint8_t* bytes, std::ptrdiff_t words) {
+    for (std::ptrdiff_t i = 0; i < words; ++i) {
+      std::uint32_t word;
+      std::memcpy(&word, bytes + 4 * i, sizeof word);
+      word = (word & 0xFF0000FFu) | (word & 0xFF00u) << 8 | (word >> 8 & 0xFF00u);
+      std::memcpy(bytes + 4 * i, &word, sizeof word);
     }
   }
 
@@ -202,14 +228,16 @@ class InterpolatedRun {
 
   std::int64_t channels_; // 0 where the samples of a pixel do not lie side by side
   std::int32_t count_;
-  // The samples of whole pixels whose taps all lie side by side in the input.
+  // The samples of whole pixels whose taps all lie side by side in the input, and how far from
+  // those of the first one: narrow numbers, to keep the nearest cache for the samples.
   std::int32_t insideFirst_ = 0;
   std::int32_t insideEnd_ = 0;
+  std::uint16_t distances_[kSize];
   std::int64_t rowInSlot_[kTaps] = {}; // one more than the row; 0 for none
-  std::ptrdiff_t offsets_[kTaps][kRunSize];
+  std::ptrdiff_t offsets_[kTaps][kSize];
   WeightLines<Policy> weights_;
-  std::uint8_t taps_[kTaps * kRunSize];
-  Row slots_[kTaps][kRunSize] = {};
+  std::uint8_t taps_[kTaps * kSize];
+  Row slots_[kTaps][kSize] = {};
 };
 
 // The part of an output that is made: samples [0, rowSamples) of rows [firstRow, endRow).
