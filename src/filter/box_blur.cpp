@@ -5,6 +5,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "base/multiversion.hpp"
 #include "base/plane.hpp"
 #include "filter/prefix_sum.hpp"
 #include "platform/scratch.hpp"
@@ -118,7 +119,7 @@ requires(sizeof(Sample) == 1)
 
 // The mean passes the type only next to its limits, so each stretch is looked at before it is
 // clamped. A mean is at most twice the type's range away.
-[[gnu::noinline]] void writeMeans(const std::uint32_t* __restrict sums,
+TLUX_MULTIVERSION void writeMeans(const std::uint32_t* __restrict sums,
                                   const std::uint32_t* __restrict ends, std::uint16_t k,
                                   std::int16_t* __restrict out, std::int32_t width) {
   constexpr std::int32_t kStretch = 256;
@@ -144,7 +145,7 @@ requires(sizeof(Sample) == 1)
 }
 
 // No mean of 32-bit sums passes 32 bits, since k ≤ 7282 once the radius is above 0.
-[[gnu::noinline]] void writeMeans(const std::uint32_t* __restrict sums,
+TLUX_MULTIVERSION void writeMeans(const std::uint32_t* __restrict sums,
                                   const std::uint32_t* __restrict ends, std::uint16_t k,
                                   std::int32_t* __restrict out, std::int32_t width) {
   for (std::int32_t x = 0; x < width; ++x) {

@@ -12,7 +12,7 @@ struct Size {
   int width, height;
 };
 
-constexpr Size kSizes[] = {{1, 1}, {1, 6}, {2, 2}, {3, 5}, {16, 9}, {37, 22}, {530, 3}};
+constexpr Size kSizes[] = {{1, 1}, {1, 6}, {2, 2}, {3, 5}, {16, 9}, {37, 22}, {4102, 3}};
 
 bool isResized(std::uint32_t format) {
   return format < TLUX_FMT_YCBYCR_5 || format > TLUX_FMT_YCBYCR_8;
