@@ -10,7 +10,7 @@ namespace tlux {
 namespace {
 
 std::uint16_t tapPair(const std::uint8_t* taps, std::ptrdiff_t sample) {
-  std::uint16_t pair;
+  std::uint16_t pair = 0;
   std::memcpy(&pair, taps + 2 * sample, sizeof pair);
   return pair;
 }

@@ -208,7 +208,7 @@ class InterpolatedRun {
   // The pairs of two pixels become two taps of either component.
   static void swapMiddleBytes(std::uint8_t* bytes, std::ptrdiff_t words) {
     for (std::ptrdiff_t i = 0; i < words; ++i) {
-      std::uint32_t word;
+      std::uint32_t word = 0;
       std::memcpy(&word, bytes + 4 * i, sizeof word);
       word = (word & 0xFF0000FFu) | (word & 0xFF00u) << 8 | (word >> 8 & 0xFF00u);
       std::memcpy(bytes + 4 * i, &word, sizeof word);

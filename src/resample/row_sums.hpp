@@ -33,7 +33,8 @@ template <RowPattern kPattern>
 [[gnu::always_inline]] inline std::uint16_t fold(typename WordLanes<kPattern>::Sum lanes) {
   using Sum = typename WordLanes<kPattern>::Sum;
   if constexpr (sizeof(Sum) == 4 && WordLanes<kPattern>::foldAt() == 0b101) {
-    // Two lanes of 16 bits, added in the upper one: otherwise compilers narrow both before they add.
+    // Two lanes of 16 bits, added in the upper one: otherwise compilers narrow both before they
+    // add.
     return static_cast<std::uint16_t>((lanes + (lanes << 16)) >> 16);
   }
   Sum total = 0;
