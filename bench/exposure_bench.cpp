@@ -38,7 +38,7 @@ void retinexScore(benchmark::State& state) {
   }
   setPixels(state);
 }
-BENCHMARK(retinexScore)->Args({240, 134})->Args({500, 374});
+BENCHMARK(retinexScore)->Name("RetinexScore")->Args({240, 134})->Args({500, 374});
 
 void pyramid(benchmark::State& state) {
   const auto width = static_cast<int>(state.range(0));
@@ -53,7 +53,7 @@ void pyramid(benchmark::State& state) {
   }
   setPixels(state);
 }
-BENCHMARK(pyramid)->Args({240, 134})->Args({500, 374});
+BENCHMARK(pyramid)->Name("Pyramid")->Args({240, 134})->Args({500, 374});
 
 void gainTable(benchmark::State& state) {
   std::vector<std::uint16_t> table(65536);
@@ -62,7 +62,7 @@ void gainTable(benchmark::State& state) {
     benchmark::DoNotOptimize(table.data());
   }
 }
-BENCHMARK(gainTable)->Arg(50);
+BENCHMARK(gainTable)->Name("GainTable")->Arg(50);
 
 void lineTone(benchmark::State& state) {
   const int width = 1920;
@@ -79,6 +79,6 @@ void lineTone(benchmark::State& state) {
   }
   state.SetItemsProcessed(state.iterations() * width);
 }
-BENCHMARK(lineTone);
+BENCHMARK(lineTone)->Name("LineTone");
 
 } // namespace

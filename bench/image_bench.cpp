@@ -1,9 +1,7 @@
-#include <benchmark/benchmark.h>
-
 #include <cstring>
-#include <numeric>
 #include <vector>
 
+#include "pictures.hpp"
 #include "tlux/copy.h"
 #include "tlux/resize.h"
 #include "tlux/simple_image.h"
@@ -41,7 +39,7 @@ void copyNv21(benchmark::State& state) {
   }
   countPixels(state, std::int64_t{kWidth} * kHeight);
 }
-BENCHMARK(copyNv21);
+BENCHMARK(copyNv21)->Name("CopyNv21")->Unit(benchmark::kMillisecond);
 
 void copyNv21ByMemcpy(benchmark::State& state) {
   const Nv21 source;
@@ -53,7 +51,7 @@ void copyNv21ByMemcpy(benchmark::State& state) {
   }
   countPixels(state, std::int64_t{kWidth} * kHeight);
 }
-BENCHMARK(copyNv21ByMemcpy);
+BENCHMARK(copyNv21ByMemcpy)->Name("CopyNv21/memcpy")->Unit(benchmark::kMillisecond);
 
 void copyNv21OddRect(benchmark::State& state) {
   const Nv21 source;
@@ -67,17 +65,15 @@ void copyNv21OddRect(benchmark::State& state) {
   }
   countPixels(state, std::int64_t{kWidth} * kHeight);
 }
-BENCHMARK(copyNv21OddRect);
+BENCHMARK(copyNv21OddRect)->Name("CopyNv21OddRect")->Unit(benchmark::kMillisecond);
 
-// Simple images of a size that stays in the second-level cache, so that the arithmetic shows.
 class Simple {
  public:
-  Simple(int depth, int channels, int width = 640, int height = 120)
+  Simple(int depth, int channels, int width = 1920, int height = 1080)
       : image_(createimg(nullptr, width, height, depth, channels)) {
-    std::uint32_t value = 1;
+    std::uint32_t seed = 1;
     for (int i = 0; i < image_->size; ++i) {
-      value = value * 1664525 + 1013904223;
-      image_->data[i] = static_cast<std::uint8_t>(value >> 24);
+      image_->data[i] = static_cast<std::uint8_t>(bench::nextNoise(seed));
     }
   }
   ~Simple() { release_img(nullptr, &image_); }
@@ -115,21 +111,21 @@ void toGray(benchmark::State& state) {
   const Simple target(8, 1);
   run(state, target.pixels(), [&] { to_gray(source, target); });
 }
-BENCHMARK(toGray)->Arg(3)->Arg(4);
+BENCHMARK(toGray)->Name("ToGray")->Unit(benchmark::kMillisecond)->Arg(3)->Arg(4);
 
 void toMaxGray(benchmark::State& state) {
   const Simple source(8, static_cast<int>(state.range(0)));
   const Simple target(8, 1);
   run(state, target.pixels(), [&] { to_maxgray(source, target); });
 }
-BENCHMARK(toMaxGray)->Arg(3)->Arg(4);
+BENCHMARK(toMaxGray)->Name("ToMaxGray")->Unit(benchmark::kMillisecond)->Arg(3)->Arg(4);
 
 void lab(benchmark::State& state) {
   const Simple source(8, 3);
   const Simple target(8, 3);
   run(state, target.pixels(), [&] { img_lab(source, target); });
 }
-BENCHMARK(lab);
+BENCHMARK(lab)->Name("Lab")->Unit(benchmark::kMillisecond);
 
 void difference2(benchmark::State& state) {
   const Simple a(8, 1);
@@ -137,7 +133,7 @@ void difference2(benchmark::State& state) {
   const Simple out(8, 1);
   run(state, out.pixels(), [&] { img_subnorm(a, b, out); });
 }
-BENCHMARK(difference2);
+BENCHMARK(difference2)->Name("Difference/2")->Unit(benchmark::kMillisecond);
 
 void difference3(benchmark::State& state) {
   const Simple a(8, 1);
@@ -145,7 +141,7 @@ void difference3(benchmark::State& state) {
   const Simple out(8, 1);
   run(state, out.pixels(), [&] { img_subnorm3(a, b, b, out); });
 }
-BENCHMARK(difference3);
+BENCHMARK(difference3)->Name("Difference/3")->Unit(benchmark::kMillisecond);
 
 void difference5(benchmark::State& state) {
   const Simple a(8, 1);
@@ -153,7 +149,7 @@ void difference5(benchmark::State& state) {
   const Simple out(8, 1);
   run(state, out.pixels(), [&] { img_subnorm2(a, b, b, b, b, out); });
 }
-BENCHMARK(difference5);
+BENCHMARK(difference5)->Name("Difference/5")->Unit(benchmark::kMillisecond);
 
 void maskUnion(benchmark::State& state) {
   const Simple a(8, 1);
@@ -161,48 +157,63 @@ void maskUnion(benchmark::State& state) {
   const Simple out(8, 1);
   run(state, out.pixels(), [&] { img_or(a, b, out); });
 }
-BENCHMARK(maskUnion);
+BENCHMARK(maskUnion)->Name("MaskUnion")->Unit(benchmark::kMillisecond);
 
 void intToByte(benchmark::State& state) {
   const Simple image(32, 1);
   std::vector<std::uint8_t> bytes(static_cast<std::size_t>(image.pixels()));
   run(state, image.pixels(), [&] { int2byte(image, bytes.data()); });
 }
-BENCHMARK(intToByte);
+BENCHMARK(intToByte)->Name("IntToByte")->Unit(benchmark::kMillisecond);
 
 void byteToInt(benchmark::State& state) {
   const Simple image(32, 1);
   std::vector<std::uint8_t> bytes(static_cast<std::size_t>(image.pixels()));
   run(state, image.pixels(), [&] { byte2int(bytes.data(), 0, image); });
 }
-BENCHMARK(byteToInt);
+BENCHMARK(byteToInt)->Name("ByteToInt")->Unit(benchmark::kMillisecond);
 
 // Arguments: channels, then the output size in quarters of the input.
 void resizeA(benchmark::State& state) {
   const int channels = static_cast<int>(state.range(0));
   const int quarters = static_cast<int>(state.range(1));
   const Simple source(8, channels);
-  const Simple target(8, channels, 160 * quarters, 30 * quarters);
+  const Simple target(8, channels, 480 * quarters, 270 * quarters);
   run(state, target.pixels(), [&] { resize_a(source, target); });
 }
-BENCHMARK(resizeA)->ArgsProduct({{1, 3}, {3, 8}});
+BENCHMARK(resizeA)->Name("ResizeA")->Unit(benchmark::kMillisecond)->ArgsProduct({{1, 3}, {3, 8}});
 
 void resizeBilinear(benchmark::State& state) {
   const int quarters = static_cast<int>(state.range(0));
   const Simple source(8, 1);
-  const Simple target(8, 1, 160 * quarters, 30 * quarters);
+  const Simple target(8, 1, 480 * quarters, 270 * quarters);
   run(state, target.pixels(), [&] { resize_C1(nullptr, source, target); });
 }
-BENCHMARK(resizeBilinear)->Arg(3)->Arg(8);
+BENCHMARK(resizeBilinear)->Name("ResizeC1")->Unit(benchmark::kMillisecond)->Arg(3)->Arg(8);
 
 #ifdef TLUX_BENCH_OPENCV
+void resizeAOpenCv(benchmark::State& state) {
+  const int channels = static_cast<int>(state.range(0));
+  const int quarters = static_cast<int>(state.range(1));
+  const Simple source(8, channels);
+  const Simple target(8, channels, 480 * quarters, 270 * quarters);
+  cv::Mat out = target.mat();
+  run(state, target.pixels(), [&] { cv::resize(source.mat(), out, out.size()); });
+}
+BENCHMARK(resizeAOpenCv)
+    ->Name("ResizeA/opencv")
+    ->Unit(benchmark::kMillisecond)
+    ->ArgsProduct({{1, 3}, {3, 8}});
+
 void toGrayOpenCv(benchmark::State& state) {
-  const Simple source(8, 3);
+  const int channels = static_cast<int>(state.range(0));
+  const Simple source(8, channels);
   const Simple target(8, 1);
   cv::Mat out = target.mat();
-  run(state, target.pixels(), [&] { cv::cvtColor(source.mat(), out, cv::COLOR_BGR2GRAY); });
+  const int code = channels == 3 ? cv::COLOR_BGR2GRAY : cv::COLOR_BGRA2GRAY;
+  run(state, target.pixels(), [&] { cv::cvtColor(source.mat(), out, code); });
 }
-BENCHMARK(toGrayOpenCv);
+BENCHMARK(toGrayOpenCv)->Name("ToGray/opencv")->Unit(benchmark::kMillisecond)->Arg(3)->Arg(4);
 
 void labOpenCv(benchmark::State& state) {
   const Simple source(8, 3);
@@ -210,7 +221,7 @@ void labOpenCv(benchmark::State& state) {
   cv::Mat out = target.mat();
   run(state, target.pixels(), [&] { cv::cvtColor(source.mat(), out, cv::COLOR_LBGR2Lab); });
 }
-BENCHMARK(labOpenCv);
+BENCHMARK(labOpenCv)->Name("Lab/opencv")->Unit(benchmark::kMillisecond);
 
 void difference2OpenCv(benchmark::State& state) {
   const Simple a(8, 1);
@@ -219,16 +230,20 @@ void difference2OpenCv(benchmark::State& state) {
   cv::Mat out = target.mat();
   run(state, target.pixels(), [&] { cv::absdiff(a.mat(), b.mat(), out); });
 }
-BENCHMARK(difference2OpenCv);
+BENCHMARK(difference2OpenCv)->Name("Difference/2/opencv")->Unit(benchmark::kMillisecond);
 
 void resizeBilinearOpenCv(benchmark::State& state) {
   const int quarters = static_cast<int>(state.range(0));
   const Simple source(8, 1);
-  const Simple target(8, 1, 160 * quarters, 30 * quarters);
+  const Simple target(8, 1, 480 * quarters, 270 * quarters);
   cv::Mat out = target.mat();
   run(state, target.pixels(), [&] { cv::resize(source.mat(), out, out.size()); });
 }
-BENCHMARK(resizeBilinearOpenCv)->Arg(3)->Arg(8);
+BENCHMARK(resizeBilinearOpenCv)
+    ->Name("ResizeC1/opencv")
+    ->Unit(benchmark::kMillisecond)
+    ->Arg(3)
+    ->Arg(8);
 #endif
 
 } // namespace

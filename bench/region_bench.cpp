@@ -1,11 +1,10 @@
-#include <benchmark/benchmark.h>
-
 #include <cstdint>
 #include <vector>
 
+#include "pictures.hpp"
 #include "tlux/region.h"
 
-#if TLUX_BENCH_OPENCV
+#ifdef TLUX_BENCH_OPENCV
 #include <opencv2/imgproc.hpp>
 #endif
 
@@ -21,11 +20,9 @@ enum Kind {
 }; // the first argument of every benchmark; the second is the connectivity
 
 std::vector<std::uint8_t> noise() {
-  std::vector<std::uint8_t> mask(kPixels);
-  std::uint32_t seed = 1;
+  std::vector<std::uint8_t> mask = bench::noise(kPixels);
   for (std::uint8_t& pixel : mask) {
-    seed = seed * 1664525u + 1013904223u;
-    pixel = (seed >> 31) != 0 ? 255 : 0;
+    pixel = pixel >= 128 ? 255 : 0;
   }
   return mask;
 }
@@ -79,7 +76,7 @@ void labelRegions(benchmark::State& state) {
     benchmark::DoNotOptimize(label(state.range(1), maskOf(state.range(0)), labels));
   }
 }
-BENCHMARK(labelRegions)->Apply(everyMask);
+BENCHMARK(labelRegions)->Name("Label")->Apply(everyMask);
 
 void labelAndMeasureRegions(benchmark::State& state) {
   std::vector<std::uint32_t> labels(kPixels);
@@ -90,7 +87,7 @@ void labelAndMeasureRegions(benchmark::State& state) {
     benchmark::ClobberMemory();
   }
 }
-BENCHMARK(labelAndMeasureRegions)->Apply(everyMask);
+BENCHMARK(labelAndMeasureRegions)->Name("LabelAndMeasure")->Apply(everyMask);
 
 // No region is too small, so that every round has the same work.
 void findSmallRegions(benchmark::State& state) {
@@ -100,7 +97,7 @@ void findSmallRegions(benchmark::State& state) {
                                   static_cast<std::uint32_t>(state.range(1)), 1, nullptr);
   }
 }
-BENCHMARK(findSmallRegions)->Apply(everyMask);
+BENCHMARK(findSmallRegions)->Name("RemoveSmall")->Apply(everyMask);
 
 void markBoundary(benchmark::State& state) {
   const std::vector<std::uint8_t>& mask = maskOf(state.range(0));
@@ -111,7 +108,7 @@ void markBoundary(benchmark::State& state) {
     benchmark::ClobberMemory();
   }
 }
-BENCHMARK(markBoundary)->Apply(everyMask);
+BENCHMARK(markBoundary)->Name("Boundary")->Apply(everyMask);
 
 void compareMasks(benchmark::State& state) {
   TLUX_MASK_AGREEMENT agreement;
@@ -121,9 +118,9 @@ void compareMasks(benchmark::State& state) {
     benchmark::DoNotOptimize(agreement);
   }
 }
-BENCHMARK(compareMasks)->Unit(benchmark::kMillisecond);
+BENCHMARK(compareMasks)->Name("Compare")->Unit(benchmark::kMillisecond);
 
-#if TLUX_BENCH_OPENCV
+#ifdef TLUX_BENCH_OPENCV
 
 cv::Mat matOf(std::int64_t kind) {
   cv::setNumThreads(1);
@@ -138,7 +135,7 @@ void labelRegionsOpenCv(benchmark::State& state) {
         cv::connectedComponents(mask, labels, static_cast<int>(state.range(1))));
   }
 }
-BENCHMARK(labelRegionsOpenCv)->Apply(everyMask);
+BENCHMARK(labelRegionsOpenCv)->Name("Label/opencv")->Apply(everyMask);
 
 void labelAndMeasureRegionsOpenCv(benchmark::State& state) {
   const cv::Mat mask = matOf(state.range(0));
@@ -151,7 +148,7 @@ void labelAndMeasureRegionsOpenCv(benchmark::State& state) {
     benchmark::ClobberMemory();
   }
 }
-BENCHMARK(labelAndMeasureRegionsOpenCv)->Apply(everyMask);
+BENCHMARK(labelAndMeasureRegionsOpenCv)->Name("LabelAndMeasure/opencv")->Apply(everyMask);
 
 #endif
 

@@ -1,9 +1,8 @@
-#include <benchmark/benchmark.h>
-
 #include <cstdint>
 #include <cstring>
 #include <vector>
 
+#include "pictures.hpp"
 #include "tlux/resample.h"
 
 #ifdef TLUX_BENCH_OPENCV
@@ -13,133 +12,177 @@
 #include <libyuv.h>
 #endif
 
-// The reduction of a 12-megapixel frame by each factor, beside a copy of that frame (the bandwidth
-// of the machine) and box filters of the same planes.
+// Reductions of frames by each factor, and conversions from B, G, R.
 namespace {
 
-constexpr int kWidth = 4000;
-constexpr int kHeight = 3000;
-constexpr int kFrameBytes = kWidth * kHeight * 3 / 2;
+struct Arguments {
+  explicit Arguments(const benchmark::State& state)
+      : sourceWidth(static_cast<int>(state.range(0))),
+        sourceHeight(static_cast<int>(state.range(1))),
+        factor(static_cast<int>(state.range(2))) {}
 
-std::vector<std::uint8_t> frame(std::size_t bytes) {
-  std::vector<std::uint8_t> result(bytes);
-  std::uint32_t state = 1;
-  for (auto& byte : result) {
-    state = state * 1664525U + 1013904223U;
-    byte = static_cast<std::uint8_t>(state >> 24);
-  }
-  return result;
+  std::size_t pixels() const { return static_cast<std::size_t>(sourceWidth) * sourceHeight; }
+  std::size_t frameBytes() const { return pixels() * 3 / 2; }
+  int width() const { return sourceWidth / factor / 2 * 2; }
+  int height() const { return sourceHeight / factor / 2 * 2; }
+  std::size_t outputPixels() const { return static_cast<std::size_t>(width()) * height(); }
+
+  int sourceWidth;
+  int sourceHeight;
+  int factor;
+};
+
+template <int kFactor>
+void reductions(benchmark::internal::Benchmark* family) {
+  bench::frameSizes(family, {kFactor});
 }
 
-void copyOfTheFrame(benchmark::State& state) {
-  const auto source = frame(kFrameBytes);
+using Member = void (*)(const TLUX_IMAGE*, TLUX_IMAGE*, const TLUX_CROP_RECT*);
+
+void reduce(benchmark::State& state, Member member, std::uint32_t layout) {
+  const Arguments of(state);
+  const int width = of.sourceWidth;
+  // Room for every layout, and for the pair before the first chroma row.
+  auto bytes = bench::noise(4 * of.pixels() + 2);
+  const bool packed = layout == TLUX_FMT_YCBYCR || layout == TLUX_FMT_BAYER;
+  const int chromaPitch = (layout >> 8) == 8 ? width : width / 2;
+  std::uint8_t* chroma = bytes.data() + of.pixels() + 2;
+  const TLUX_IMAGE source{0,
+                          width,
+                          of.sourceHeight,
+                          {bytes.data(), chroma, chroma + of.pixels() / 2},
+                          {packed ? 2 * width : width, chromaPitch, chromaPitch}};
+  std::vector<std::uint8_t> output(3 * of.outputPixels());
+  TLUX_IMAGE destination{};
+  destination.width = of.width();
+  for (std::size_t i = 0; i < 3; ++i) {
+    destination.plane[i] = output.data() + i * of.outputPixels();
+    destination.pitch[i] = of.width();
+  }
+  const TLUX_CROP_RECT crop{0, 0, of.width() * of.factor - 1, of.height() * of.factor - 1};
+  for (auto _ : state) {
+    member(&source, &destination, &crop);
+    benchmark::ClobberMemory();
+  }
+}
+#define BENCH_MEMBER(FUNCTION, LAYOUT, N)                          \
+  BENCHMARK_CAPTURE(reduce, FUNCTION, FUNCTION, TLUX_FMT_##LAYOUT) \
+      ->Name("Reduce/" #LAYOUT)                                    \
+      ->Apply(reductions<N>);
+TLUX_RESAMPLE_DISPATCHED_MEMBERS(BENCH_MEMBER)
+
+// The bandwidth of the machine.
+void copyFrame(benchmark::State& state) {
+  const auto source = bench::noise(Arguments(state).frameBytes());
   std::vector<std::uint8_t> destination(source.size());
   for (auto _ : state) {
     std::memcpy(destination.data(), source.data(), source.size());
     benchmark::ClobberMemory();
   }
 }
-BENCHMARK(copyOfTheFrame)->Name("resample/copy_of_the_frame")->Unit(benchmark::kMillisecond);
-
-using Member = void (*)(const TLUX_IMAGE*, TLUX_IMAGE*, const TLUX_CROP_RECT*);
-
-void reduce(benchmark::State& state, Member member, int factor) {
-  // Room for every layout, and for the pair before the first chroma row.
-  auto bytes = frame(std::size_t{4} * kWidth * kHeight + 2);
-  TLUX_IMAGE source{};
-  source.width = kWidth;
-  source.height = kHeight;
-  const bool packed = state.range(0) == TLUX_FMT_YCBYCR || state.range(0) == TLUX_FMT_BAYER;
-  const bool interleaved = (state.range(0) >> 8) == 8;
-  source.plane[0] = bytes.data();
-  source.plane[1] = bytes.data() + kWidth * kHeight + 2;
-  source.plane[2] = source.plane[1] + kWidth * kHeight / 2;
-  source.pitch[0] = packed ? 2 * kWidth : kWidth;
-  source.pitch[1] = source.pitch[2] = interleaved ? kWidth : kWidth / 2;
-  const int width = kWidth / factor / 2 * 2;
-  const int height = kHeight / factor / 2 * 2;
-  std::vector<std::uint8_t> output(std::size_t{3} * width * height);
-  TLUX_IMAGE destination{};
-  destination.width = width;
-  for (int i = 0; i < 3; ++i) {
-    destination.plane[i] = output.data() + i * width * height;
-    destination.pitch[i] = width;
-  }
-  const TLUX_CROP_RECT crop{0, 0, width * factor - 1, height * factor - 1};
-  for (auto _ : state) {
-    member(&source, &destination, &crop);
-    benchmark::ClobberMemory();
-  }
-}
-#define BENCH_MEMBER(FUNCTION, LAYOUT, N)          \
-  BENCHMARK_CAPTURE(reduce, FUNCTION, FUNCTION, N) \
-      ->Name("resample/" #LAYOUT "/" #N)           \
-      ->Arg(TLUX_FMT_##LAYOUT)                     \
-      ->Unit(benchmark::kMillisecond);
-TLUX_RESAMPLE_DISPATCHED_MEMBERS(BENCH_MEMBER)
+BENCHMARK(copyFrame)->Name("Reduce/YCBCR420_YPVU/memcpy")->Apply(reductions<1>);
 
 #ifdef TLUX_BENCH_LIBYUV
+void everyFactor(benchmark::internal::Benchmark* family) {
+  for (int factor = 2; factor <= 8; ++factor) {
+    bench::frameSizes(family, {factor});
+  }
+}
+
 // The same output, planes of full chroma, from box filters.
 void libyuvBox(benchmark::State& state, bool interleaved) {
-  const int factor = static_cast<int>(state.range(0));
-  const int width = kWidth / factor / 2 * 2;
-  const int height = kHeight / factor / 2 * 2;
-  const int chromaWidth = width * factor / 2;
-  const int chromaHeight = height * factor / 2;
-  const auto source = frame(kFrameBytes);
-  const std::uint8_t* chroma = source.data() + kWidth * kHeight;
-  std::vector<std::uint8_t> output(std::size_t{3} * width * height);
-  std::vector<std::uint8_t> pairs(std::size_t{2} * width * height);
-  std::uint8_t* first = output.data() + width * height;
-  std::uint8_t* second = first + width * height;
+  const Arguments of(state);
+  const int width = of.width();
+  const int height = of.height();
+  const int chromaWidth = width * of.factor / 2;
+  const int chromaHeight = height * of.factor / 2;
+  const auto source = bench::noise(of.frameBytes());
+  const std::uint8_t* chroma = source.data() + of.pixels();
+  std::vector<std::uint8_t> output(3 * of.outputPixels());
+  std::vector<std::uint8_t> pairs(2 * of.outputPixels());
+  std::uint8_t* first = output.data() + of.outputPixels();
+  std::uint8_t* second = first + of.outputPixels();
   for (auto _ : state) {
-    libyuv::ScalePlane(source.data(), kWidth, width * factor, height * factor, output.data(), width,
-                       width, height, libyuv::kFilterBox);
+    libyuv::ScalePlane(source.data(), of.sourceWidth, width * of.factor, height * of.factor,
+                       output.data(), width, width, height, libyuv::kFilterBox);
     if (interleaved) {
-      libyuv::UVScale(chroma, kWidth, chromaWidth, chromaHeight, pairs.data(), 2 * width, width,
-                      height, libyuv::kFilterBox);
+      libyuv::UVScale(chroma, of.sourceWidth, chromaWidth, chromaHeight, pairs.data(), 2 * width,
+                      width, height, libyuv::kFilterBox);
       libyuv::SplitUVPlane(pairs.data(), 2 * width, first, width, second, width, width, height);
     } else {
-      libyuv::ScalePlane(chroma, kWidth / 2, chromaWidth, chromaHeight, first, width, width, height,
+      const int pitch = of.sourceWidth / 2;
+      libyuv::ScalePlane(chroma, pitch, chromaWidth, chromaHeight, first, width, width, height,
                          libyuv::kFilterBox);
-      libyuv::ScalePlane(chroma + kWidth * kHeight / 4, kWidth / 2, chromaWidth, chromaHeight,
-                         second, width, width, height, libyuv::kFilterBox);
+      libyuv::ScalePlane(chroma + of.pixels() / 4, pitch, chromaWidth, chromaHeight, second, width,
+                         width, height, libyuv::kFilterBox);
     }
     benchmark::ClobberMemory();
   }
 }
 BENCHMARK_CAPTURE(libyuvBox, semiPlanar, true)
-    ->Name("resample/libyuv_box_semi_planar")
-    ->DenseRange(2, 8)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(libyuvBox, planar, false)
-    ->Name("resample/libyuv_box_planar")
-    ->DenseRange(2, 8)
-    ->Unit(benchmark::kMillisecond);
-#endif
+    ->Name("Reduce/YCBCR420_YPVU/libyuv")
+    ->Apply(everyFactor);
+BENCHMARK_CAPTURE(libyuvBox, planar, false)->Name("Reduce/YCBCR420_P/libyuv")->Apply(everyFactor);
 
-#ifdef TLUX_BENCH_OPENCV
-void openCvArea(benchmark::State& state) {
-  const int factor = static_cast<int>(state.range(0));
-  cv::setNumThreads(1);
-  auto source = frame(kFrameBytes);
-  const cv::Mat luma(kHeight, kWidth, CV_8UC1, source.data());
-  const cv::Mat chroma(kHeight / 2, kWidth / 2, CV_8UC2, source.data() + kWidth * kHeight);
-  const cv::Size size(kWidth / factor, kHeight / factor);
-  cv::Mat lumaOut;
-  cv::Mat chromaOut;
+// Another output: both planes by the same factor, so that chroma stays interleaved and has a
+// quarter of the samples.
+void libyuvBoxToNv21(benchmark::State& state) {
+  const Arguments of(state);
+  const int width = of.width();
+  const int height = of.height();
+  const auto source = bench::noise(of.frameBytes());
+  std::vector<std::uint8_t> output(of.outputPixels() * 3 / 2);
   for (auto _ : state) {
-    cv::resize(luma, lumaOut, size, 0, 0, cv::INTER_AREA);
-    cv::resize(chroma, chromaOut, size / 2, 0, 0, cv::INTER_AREA);
+    libyuv::ScalePlane(source.data(), of.sourceWidth, width * of.factor, height * of.factor,
+                       output.data(), width, width, height, libyuv::kFilterBox);
+    libyuv::UVScale(source.data() + of.pixels(), of.sourceWidth, width * of.factor / 2,
+                    height * of.factor / 2, output.data() + of.outputPixels(), width, width / 2,
+                    height / 2, libyuv::kFilterBox);
     benchmark::ClobberMemory();
   }
 }
-BENCHMARK(openCvArea)
-    ->Name("resample/opencv_area")
-    ->Arg(2)
-    ->Arg(4)
-    ->Arg(8)
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK(libyuvBoxToNv21)->Name("Reduce/YCBCR420_YPVU/libyuv_nv21")->Apply(everyFactor);
+#endif
+
+template <auto Convert>
+void convertBgr(benchmark::State& state) {
+  const int width = static_cast<int>(state.range(0));
+  const int height = static_cast<int>(state.range(1));
+  const auto source = bench::noise(std::size_t{3} * width * height);
+  std::vector<std::uint8_t> output(source.size());
+  for (auto _ : state) {
+    Convert(source.data(), width, height, output.data());
+    benchmark::ClobberMemory();
+  }
+}
+constexpr void (*frameSizes)(benchmark::internal::Benchmark*) = bench::frameSizes;
+BENCHMARK(convertBgr<BGRToYCbCr444>)->Name("BgrToYCbCr/1")->Apply(frameSizes);
+BENCHMARK(convertBgr<ResampleImage4_BGRToYCbCr444>)->Name("BgrToYCbCr/4")->Apply(frameSizes);
+BENCHMARK(convertBgr<ResampleImage8_BGRToYCbCr444>)->Name("BgrToYCbCr/8")->Apply(frameSizes);
+
+#ifdef TLUX_BENCH_OPENCV
+// Of every second row as ours, or of all rows of a reduced picture.
+void convertBgrOpenCv(benchmark::State& state, int factor) {
+  cv::setNumThreads(1);
+  const int width = static_cast<int>(state.range(0));
+  const int height = static_cast<int>(state.range(1));
+  auto samples = bench::noise(std::size_t{3} * width * height);
+  cv::Mat source(height, width, CV_8UC3, samples.data());
+  if (factor == 1)
+    source = cv::Mat(height / 2, width, CV_8UC3, samples.data(), std::size_t{6} * width);
+  cv::Mat reduced;
+  cv::Mat output;
+  for (auto _ : state) {
+    if (factor > 1) {
+      cv::resize(source, reduced, source.size() / factor, 0, 0, cv::INTER_AREA);
+    }
+    cv::cvtColor(factor > 1 ? reduced : source, output, cv::COLOR_BGR2YCrCb);
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK_CAPTURE(convertBgrOpenCv, by1, 1)->Name("BgrToYCbCr/1/opencv")->Apply(frameSizes);
+BENCHMARK_CAPTURE(convertBgrOpenCv, by4, 4)->Name("BgrToYCbCr/4/opencv")->Apply(frameSizes);
+BENCHMARK_CAPTURE(convertBgrOpenCv, by8, 8)->Name("BgrToYCbCr/8/opencv")->Apply(frameSizes);
 #endif
 
 } // namespace

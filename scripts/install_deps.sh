@@ -20,7 +20,7 @@ packages_of() {
     build) echo g++ cmake ninja-build pkg-config ;;
     test) echo libgtest-dev python3 ffmpeg parallel groff-base mandoc zsh fish ;;
     app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev libavfilter-dev fonts-dejavu-core ;;
-    bench) echo libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev ;;
+    bench) echo python3 libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev ;;
     clang) echo clang libclang-rt-dev ;;
     aarch64) echo g++-aarch64-linux-gnu qemu-user googletest python3 ;;
     lint) echo git clang-format clang-tidy ;;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
 #include "filter/guided_planes.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/smoothing.h"
@@ -117,7 +118,7 @@ class PaddedRows {
   std::uint8_t* memory_;
 };
 
-[[gnu::noinline]] void writeDifferences(const std::uint8_t* __restrict a,
+TLUX_MULTIVERSION void writeDifferences(const std::uint8_t* __restrict a,
                                         const std::uint8_t* __restrict b, std::int32_t count,
                                         std::uint8_t* __restrict out) {
   for (std::int32_t x = 0; x < count; ++x) {
@@ -128,6 +129,7 @@ class PaddedRows {
 [[gnu::noinline]] void lookUp(const std::uint8_t* __restrict differences,
                               const std::uint16_t* __restrict table, std::int32_t count,
                               std::uint16_t* __restrict out) {
+#pragma GCC unroll 8
   for (std::int32_t x = 0; x < count; ++x) {
     out[x] = table[differences[x]];
   }
@@ -146,9 +148,9 @@ struct Weighted {
   }
 };
 
-[[gnu::noinline]] void accumulate(const Weighted& first, const Weighted& second, std::int32_t count,
-                                  std::uint32_t* __restrict weightSums,
-                                  std::uint32_t* __restrict sums) {
+TLUX_MULTIVERSION void addWeighted(const Weighted& first, const Weighted& second,
+                                   std::int32_t count, std::uint32_t* __restrict weightSums,
+                                   std::uint32_t* __restrict sums) {
   const std::uint16_t* __restrict weightsA = first.weights;
   const std::uint16_t* __restrict weightsB = second.weights;
   const std::uint8_t* __restrict a = first.samples;
@@ -162,9 +164,9 @@ struct Weighted {
 
 // Rounded quotients. The sums are below 2³¹. The double quotient truncates exactly: where it is not
 // whole it is at least 1 / weight ≥ 2⁻²⁴ away from the next whole number.
-[[gnu::noinline]] void divide(const std::uint32_t* __restrict sums,
-                              const std::uint32_t* __restrict weightSums, std::int32_t count,
-                              std::uint8_t* __restrict out) {
+TLUX_MULTIVERSION void divideRounded(const std::uint32_t* __restrict sums,
+                                     const std::uint32_t* __restrict weightSums, std::int32_t count,
+                                     std::uint8_t* __restrict out) {
   for (std::int32_t x = 0; x < count; ++x) {
     const auto weight = static_cast<std::int32_t>(weightSums[x]);
     const std::int32_t half = weight / 2;
@@ -190,9 +192,9 @@ void filterStretch(const PaddedRows& rows, const WeightTables& tables, std::int3
     const std::uint16_t* table = tables.at(dx, dy);
     one.weigh(rows.at(y + dy) + first + dx, centres, table, count);
     other.weigh(rows.at(y - dy) + first - dx, centres, table, count);
-    accumulate(one, other, count, weightSums, sums);
+    addWeighted(one, other, count, weightSums, sums);
   });
-  divide(sums, weightSums, count, out);
+  divideRounded(sums, weightSums, count, out);
 }
 
 std::uint32_t bilateralFilter(MMemMgr manager, Plane<const std::uint8_t> input,

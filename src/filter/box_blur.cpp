@@ -5,6 +5,7 @@
 #include <limits>
 #include <type_traits>
 
+#include "base/multiversion.hpp"
 #include "base/plane.hpp"
 #include "filter/prefix_sum.hpp"
 #include "platform/scratch.hpp"
@@ -118,7 +119,7 @@ requires(sizeof(Sample) == 1)
 
 // The mean passes the type only next to its limits, so each stretch is looked at before it is
 // clamped. A mean is at most twice the type's range away.
-[[gnu::noinline]] void writeMeans(const std::uint32_t* __restrict sums,
+TLUX_MULTIVERSION void writeMeans(const std::uint32_t* __restrict sums,
                                   const std::uint32_t* __restrict ends, std::uint16_t k,
                                   std::int16_t* __restrict out, std::int32_t width) {
   constexpr std::int32_t kStretch = 256;
@@ -144,11 +145,20 @@ requires(sizeof(Sample) == 1)
 }
 
 // No mean of 32-bit sums passes 32 bits, since k ≤ 7282 once the radius is above 0.
-[[gnu::noinline]] void writeMeans(const std::uint32_t* __restrict sums,
+TLUX_MULTIVERSION void writeMeans(const std::uint32_t* __restrict sums,
                                   const std::uint32_t* __restrict ends, std::uint16_t k,
                                   std::int32_t* __restrict out, std::int32_t width) {
   for (std::int32_t x = 0; x < width; ++x) {
     out[x] = roundedMean(ends[x] - sums[x], k);
+  }
+}
+
+// Asks for a row ahead of its use: processors foresee rows only up to the end of a memory page.
+void prefetch(const void* row, std::int64_t bytes) {
+  constexpr std::int64_t kCacheLine = 64;
+  const auto* first = static_cast<const std::byte*>(row);
+  for (std::int64_t i = 0; i < bytes; i += kCacheLine) {
+    __builtin_prefetch(first + i);
   }
 }
 
@@ -183,6 +193,7 @@ std::uint32_t blurRows(MMemMgr manager, Plane<Sample> plane, std::int32_t radius
     paddedPrefixSums<Sample>(columns, plane.width, radius, sums);
     std::copy_n(row, width, above(y));
     slideDown(columns, below(y + radius + 1), above(y - radius), plane.width);
+    prefetch(below(y + radius + 2), width * std::int64_t{sizeof(Sample)});
     writeMeans(sums, sums + d, k, row, plane.width);
   }
   return TLUX_OK;

@@ -19,16 +19,10 @@ class CornerAligned {
     return {position >> 8, {static_cast<Weight>(position & 255)}};
   }
 
-  static Row alongX(const std::array<std::uint8_t, 2>& taps, const std::array<Weight, 1>& weight) {
-    return static_cast<Row>(taps[0] * (256 - weight[0]) + taps[1] * weight[0]);
-  }
-
-  static std::uint8_t alongY(const std::array<Row, 2>& rows, const std::array<Weight, 1>& weight) {
-    const auto nearWeight = static_cast<Weight>(256 - weight[0]);
-    const std::uint32_t sum =
-        std::uint32_t{rows[0]} * nearWeight + std::uint32_t{rows[1]} * weight[0];
-    return static_cast<std::uint8_t>(sum >> 16);
-  }
+  static void alongX(const std::uint8_t* taps, const WeightLines<CornerAligned>& weights,
+                     std::ptrdiff_t count, Row* out);
+  static void alongY(const RowsBelow<CornerAligned>& rows, const Weights<CornerAligned>& weights,
+                     std::ptrdiff_t count, std::uint8_t* out);
 
  private:
   std::int64_t step_;
@@ -57,22 +51,12 @@ class CentreAligned {
     return {position / unit, {static_cast<Weight>(fraction - 32768)}};
   }
 
-  static Row alongX(const std::array<std::uint8_t, 2>& taps, const std::array<Weight, 1>& weight) {
-    const auto middle = static_cast<Row>((taps[0] + taps[1]) << 6);
-    const auto difference = static_cast<Row>((taps[1] - taps[0]) * 128);
-    return static_cast<Row>(middle + upperHalf(difference, weight[0]));
-  }
-
-  static std::uint8_t alongY(const std::array<Row, 2>& rows, const std::array<Weight, 1>& weight) {
-    const auto middle = static_cast<Row>(static_cast<std::uint16_t>(rows[0] + rows[1]) >> 1);
-    const auto difference = static_cast<Row>(rows[1] - rows[0]);
-    const auto value = static_cast<Row>(middle + upperHalf(difference, weight[0]) + 65);
-    return static_cast<std::uint8_t>(value >> 7);
-  }
+  static void alongX(const std::uint8_t* taps, const WeightLines<CentreAligned>& weights,
+                     std::ptrdiff_t count, Row* out);
+  static void alongY(const RowsBelow<CentreAligned>& rows, const Weights<CentreAligned>& weights,
+                     std::ptrdiff_t count, std::uint8_t* out);
 
  private:
-  static Row upperHalf(std::int16_t a, std::int16_t b) { return static_cast<Row>((a * b) >> 16); }
-
   std::int64_t inputs_;
   std::int64_t outputs_;
 };

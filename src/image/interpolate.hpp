@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 namespace tlux {
@@ -16,12 +17,28 @@ namespace tlux {
 //   kTaps, kWeights     taps per axis, and the numbers that weigh them
 //   Weight, Row         type of a weight, and of a sample of a row interpolated along x
 //   at(i)               TapPoint of output sample i
-//   alongX(taps, w)     Row of bytes that lie side by side
-//   alongY(rows, w)     the output byte of Rows that lie below each other
+//   alongX(taps, weights, count, out)
+//                       Rows of a run of samples, the taps of each side by side; not called
+//                       without weights, when the tap is the Row
+//   alongY(rows, weights, count, out)
+//                       output bytes of a run of Rows that lie below each other
 //
 // Taps beyond an edge of the input are its edge sample.
 template <class Policy>
 using Weights = std::array<typename Policy::Weight, std::size_t{Policy::kWeights}>;
+
+// Samples that are interpolated at a time: whole rows of most pictures, since memory is fastest in
+// order, in about 50 KB of stack.
+template <class Policy>
+inline constexpr std::int32_t kRunSize = 4096 / Policy::kTaps;
+
+// The weights of each sample of a run.
+template <class Policy>
+using WeightLines = std::array<std::array<typename Policy::Weight, std::size_t{kRunSize<Policy>}>,
+                               std::size_t{Policy::kWeights}>;
+
+template <class Policy>
+using RowsBelow = std::array<const typename Policy::Row*, std::size_t{Policy::kTaps}>;
 
 template <class Policy>
 struct TapPoint {
@@ -52,17 +69,19 @@ template <class Policy>
 class InterpolatedRun {
   using Row = typename Policy::Row;
   static constexpr std::size_t kTaps = Policy::kTaps;
-  static constexpr std::size_t kWeights = Policy::kWeights;
+  static constexpr std::int32_t kSize = kRunSize<Policy>;
+  static constexpr bool kIsPick = Policy::kWeights == 0;
 
  public:
-  static constexpr std::int32_t kSize = 512;
-  using WeightLines = std::array<std::array<typename Policy::Weight, std::size_t{kSize}>, kWeights>;
+  // Whole pixels, so that their samples are collected together.
+  static std::int64_t sizeFor(const SampleLayout& layout) {
+    return kSize - kSize % layout.channels;
+  }
 
-  // Samples [first, first + count) of an output row; count is at most kSize.
+  // Samples [first, first + count) of an output row; count is at most sizeFor(layout).
   InterpolatedRun(const Axis<Policy>& x, const SampleLayout& layout, std::int64_t first,
                   std::int32_t count)
-      : count_(count) {
-    const bool isContiguous = layout.channels == 1 && layout.step == 1;
+      : channels_(layout.step == 1 ? layout.channels : 0), count_(count) {
     for (std::int32_t k = 0; k < count; ++k) {
       const std::int64_t channel = (first + k) % layout.channels;
       const TapPoint<Policy> point = x.policy.at((first + k) / layout.channels);
@@ -70,15 +89,19 @@ class InterpolatedRun {
         const std::int64_t pixel = x.clamped(point.first + static_cast<std::int64_t>(j));
         offsets_[j][k] = (pixel * layout.channels + channel) * layout.step;
       }
-      for (std::size_t j = 0; j < kWeights; ++j) {
+      for (std::size_t j = 0; j < weights_.size(); ++j) {
         weights_[j][static_cast<std::size_t>(k)] = point.weights[j];
       }
-      const bool isInside =
-          point.first >= 0 && point.first + std::int64_t{Policy::kTaps} <= x.inputs;
-      if (!isContiguous || !isInside) continue;
+      const bool isInside = point.first >= 0 && point.first + std::int64_t{kTaps} <= x.inputs;
+      const bool isWhole = k - channel + layout.channels <= count;
+      if (!isInside || !isWhole) continue;
       if (insideEnd_ == 0) insideFirst_ = k;
+      const std::ptrdiff_t distance = offsets_[0][k] - offsets_[0][insideFirst_];
+      if (distance > std::numeric_limits<std::uint16_t>::max()) continue;
+      distances_[k] = static_cast<std::uint16_t>(distance);
       insideEnd_ = k + 1;
     }
+    insideEnd_ -= (insideEnd_ - insideFirst_) % static_cast<std::int32_t>(layout.channels);
   }
 
   // Writes the run's samples of the output row that `point` belongs to. inputRow(i) is input row i.
@@ -87,11 +110,11 @@ class InterpolatedRun {
                const TapPoint<Policy>& point, InputRow inputRow) {
     const auto rows = rowsAt(y, point.first, inputRow, std::make_index_sequence<kTaps>{});
     if (step == 1) {
-      mix(out, rows, point.weights, std::make_index_sequence<kTaps>{});
+      Policy::alongY(rows, point.weights, count_, out);
       return;
     }
     std::uint8_t line[kSize];
-    mix(line, rows, point.weights, std::make_index_sequence<kTaps>{});
+    Policy::alongY(rows, point.weights, count_, line);
     for (std::int32_t k = 0; k < count_; ++k) {
       out[k * step] = line[k];
     }
@@ -99,8 +122,8 @@ class InterpolatedRun {
 
  private:
   template <class InputRow, std::size_t... kTap>
-  std::array<const Row*, kTaps> rowsAt(const Axis<Policy>& y, std::int64_t first, InputRow inputRow,
-                                       std::index_sequence<kTap...> /*taps*/) {
+  RowsBelow<Policy> rowsAt(const Axis<Policy>& y, std::int64_t first, InputRow inputRow,
+                           std::index_sequence<kTap...> /*taps*/) {
     return {interpolated(y.clamped(first + std::int64_t{kTap}), inputRow)...};
   }
 
@@ -110,81 +133,109 @@ class InterpolatedRun {
     const std::size_t slot = static_cast<std::size_t>(y) % kTaps;
     if (rowInSlot_[slot] != y + 1) {
       rowInSlot_[slot] = y + 1;
-      gather(inputRow(y));
-      interpolateAlongX(slots_[slot]);
+      if constexpr (kIsPick) {
+        gather(inputRow(y), slots_[slot]);
+      } else {
+        gather(inputRow(y), taps_);
+        Policy::alongX(taps_, weights_, count_, slots_[slot]);
+      }
     }
     return slots_[slot];
   }
 
   // Collects the taps of all samples, side by side, so that the arithmetic can be vectorised.
-  void gather(const std::uint8_t* in) {
-    gatherEach(in, 0, insideFirst_);
-    gatherInside(in, offsets_[0], taps_, insideFirst_, insideEnd_);
-    gatherEach(in, insideEnd_, count_);
-  }
-
-  static void gatherInside(const std::uint8_t* __restrict in,
-                           const std::ptrdiff_t* __restrict offsets, std::uint8_t* __restrict taps,
-                           std::ptrdiff_t first, std::ptrdiff_t end) {
-#pragma GCC unroll 4
-    for (std::ptrdiff_t k = first; k < end; ++k) {
-      std::memcpy(taps + k * std::ptrdiff_t{kTaps}, in + offsets[k], kTaps);
+  void gather(const std::uint8_t* in, std::uint8_t* taps) const {
+    switch (channels_) {
+      case 1:
+        return gatherAround<1>(in, taps);
+      case 2:
+        return gatherAround<2>(in, taps);
+      case 3:
+        return gatherAround<3>(in, taps);
+      case 4:
+        return gatherAround<4>(in, taps);
+      default:
+        return gatherEach(in, taps, 0, count_);
     }
   }
 
-  void gatherEach(const std::uint8_t* __restrict in, std::ptrdiff_t first, std::ptrdiff_t end) {
+  template <int kChannels>
+  void gatherAround(const std::uint8_t* in, std::uint8_t* taps) const {
+    gatherEach(in, taps, 0, insideFirst_);
+    gatherInside<kChannels>(in, taps);
+    gatherEach(in, taps, insideEnd_, count_);
+  }
+
+  // Where all taps lie side by side in the input, pixels are copied whole.
+  template <int kChannels>
+  void gatherInside(const std::uint8_t* in, std::uint8_t* taps) const {
+    constexpr std::ptrdiff_t kStep{kTaps};
+    in += offsets_[0][insideFirst_];
+    if constexpr (kChannels == 1 || kTaps == 1) {
+      copyPixels<kChannels, kChannels * kTaps>(in, taps, kStep);
+    } else if constexpr (kChannels == 2 && kTaps == 2) {
+      copyPixels<2, 4>(in, taps, kStep);
+      swapMiddleBytes(taps + kStep * insideFirst_, (insideEnd_ - insideFirst_) / 2);
+    } else {
+      std::uint8_t lines[kTaps][kSize];
+      for (std::size_t j = 0; j < kTaps; ++j) {
+        copyPixels<kChannels, kChannels>(in + j * kChannels, lines[j], 1);
+      }
+      for (std::ptrdiff_t k = insideFirst_; k < insideEnd_; ++k) {
+        for (std::size_t j = 0; j < kTaps; ++j) {
+          taps[k * kStep + static_cast<std::ptrdiff_t>(j)] = lines[j][k];
+        }
+      }
+    }
+  }
+
+  template <int kChannels, int kBytes>
+  void copyPixels(const std::uint8_t* __restrict in, std::uint8_t* __restrict out,
+                  std::ptrdiff_t step) const {
+    const std::uint16_t* __restrict distances = distances_;
+    const std::ptrdiff_t end = insideEnd_;
+#pragma GCC unroll 4
+    for (std::ptrdiff_t k = insideFirst_; k < end; k += kChannels) {
+      std::memcpy(out + k * step, in + distances[k], kBytes);
+    }
+  }
+
+  // Four bytes are copied by one instruction; the fourth is that of the next pixel.
+  static constexpr int copiedBytes(int channels) {
+    return channels == 3 ? 4 : channels;
+  }
+
+  // The pairs of two pixels become two taps of either component.
+  static void swapMiddleBytes(std::uint8_t* bytes, std::ptrdiff_t words) {
+    for (std::ptrdiff_t i = 0; i < words; ++i) {
+      std::uint32_t word = 0;
+      std::memcpy(&word, bytes + 4 * i, sizeof word);
+      word = (word & 0xFF0000FFu) | (word & 0xFF00u) << 8 | (word >> 8 & 0xFF00u);
+      std::memcpy(bytes + 4 * i, &word, sizeof word);
+    }
+  }
+
+  void gatherEach(const std::uint8_t* __restrict in, std::uint8_t* __restrict taps,
+                  std::ptrdiff_t first, std::ptrdiff_t end) const {
     for (std::size_t j = 0; j < kTaps; ++j) {
       const std::ptrdiff_t* __restrict offsets = offsets_[j];
-      std::uint8_t* __restrict taps = taps_ + j;
+      std::uint8_t* __restrict tap = taps + j;
       for (std::ptrdiff_t k = first; k < end; ++k) {
-        taps[k * std::ptrdiff_t{kTaps}] = in[offsets[k]];
+        tap[k * std::ptrdiff_t{kTaps}] = in[offsets[k]];
       }
     }
   }
 
-  void interpolateAlongX(Row* __restrict out) const {
-    for (std::size_t k = 0; k < static_cast<std::size_t>(count_); ++k) {
-      std::array<std::uint8_t, kTaps> taps;
-      for (std::size_t j = 0; j < kTaps; ++j) {
-        taps[j] = taps_[k * kTaps + j];
-      }
-      out[k] = Policy::alongX(taps, weightsAt(weights_, k));
-    }
-  }
-
-  template <std::size_t... kTap>
-  void mix(std::uint8_t* __restrict out, const std::array<const Row*, kTaps>& rows,
-           const Weights<Policy>& weights, std::index_sequence<kTap...> /*taps*/) {
-    for (std::size_t j = 0; j < kWeights; ++j) {
-      std::fill_n(rowWeights_[j].begin(), count_, weights[j]);
-    }
-    mixLines(out, count_, rowWeights_, rows[kTap]...);
-  }
-
-  template <class... RowOf>
-  static void mixLines(std::uint8_t* __restrict out, std::int32_t count, const WeightLines& weights,
-                       const RowOf* __restrict... rows) {
-    for (std::size_t k = 0; k < static_cast<std::size_t>(count); ++k) {
-      out[k] = Policy::alongY({rows[k]...}, weightsAt(weights, k));
-    }
-  }
-
-  static Weights<Policy> weightsAt(const WeightLines& lines, std::size_t k) {
-    Weights<Policy> weights;
-    for (std::size_t j = 0; j < kWeights; ++j) {
-      weights[j] = lines[j][k];
-    }
-    return weights;
-  }
-
+  std::int64_t channels_; // 0 where the samples of a pixel do not lie side by side
   std::int32_t count_;
-  // The samples whose taps all lie side by side in the input.
+  // The samples of whole pixels whose taps all lie side by side in the input, and how far from
+  // those of the first one: narrow numbers, to keep the nearest cache for the samples.
   std::int32_t insideFirst_ = 0;
   std::int32_t insideEnd_ = 0;
+  std::uint16_t distances_[kSize];
   std::int64_t rowInSlot_[kTaps] = {}; // one more than the row; 0 for none
   std::ptrdiff_t offsets_[kTaps][kSize];
-  WeightLines weights_;
-  WeightLines rowWeights_; // of the output row, each repeated: products of two loaded vectors
+  WeightLines<Policy> weights_;
   std::uint8_t taps_[kTaps * kSize];
   Row slots_[kTaps][kSize] = {};
 };
@@ -201,8 +252,9 @@ template <class Policy, class InputRow, class OutputRow>
 void interpolate(const Axis<Policy>& x, const Axis<Policy>& y, const SampleLayout& layout,
                  const OutputRange& range, InputRow inputRow, OutputRow outputRow) {
   using Run = InterpolatedRun<Policy>;
-  for (std::int64_t first = 0; first < range.rowSamples; first += Run::kSize) {
-    const std::int64_t count = std::min<std::int64_t>(range.rowSamples - first, Run::kSize);
+  const std::int64_t size = Run::sizeFor(layout);
+  for (std::int64_t first = 0; first < range.rowSamples; first += size) {
+    const std::int64_t count = std::min(range.rowSamples - first, size);
     Run run(x, layout, first, static_cast<std::int32_t>(count));
     for (std::int64_t row = range.firstRow; row < range.endRow; ++row) {
       run.mixRows(outputRow(row) + first * layout.step, layout.step, y, y.policy.at(row), inputRow);

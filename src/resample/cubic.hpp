@@ -1,6 +1,5 @@
 #pragma once
 
-#include "base/fixed_point.hpp"
 #include "image/interpolate.hpp"
 #include "tlux/resize.h"
 
@@ -57,28 +56,12 @@ class Cubic {
     return point;
   }
 
-  static Row alongX(const std::array<std::uint8_t, 4>& taps, const Weights<Cubic>& weights) {
-    constexpr int kShift = 8; // Q14 to Q6
-    const std::int32_t sum = sumOf<std::int16_t>({taps[0], taps[1], taps[2], taps[3]}, weights);
-    return static_cast<Row>(wrappingAdd(sum, 1 << (kShift - 1)) >> kShift);
-  }
-
-  static std::uint8_t alongY(const std::array<Row, 4>& rows, const Weights<Cubic>& weights) {
-    constexpr int kShift = 20; // Q20 to samples
-    const std::int32_t sum = wrappingAdd(sumOf<Row>(rows, weights), 1 << (kShift - 1));
-    // Narrowed before it is clamped: 16-bit lanes.
-    const auto value = static_cast<std::int16_t>(sum >> kShift);
-    const auto positive = std::max<std::int16_t>(value, 0);
-    return static_cast<std::uint8_t>(std::min<std::int16_t>(positive, 255));
-  }
+  static void alongX(const std::uint8_t* taps, const WeightLines<Cubic>& weights,
+                     std::ptrdiff_t count, Row* out);
+  static void alongY(const RowsBelow<Cubic>& rows, const Weights<Cubic>& weights,
+                     std::ptrdiff_t count, std::uint8_t* out);
 
  private:
-  template <class Sample>
-  static std::int32_t sumOf(const std::array<Sample, 4>& samples, const Weights<Cubic>& weights) {
-    return wrappingAdd(wrappingAdd(samples[0] * weights[0], samples[1] * weights[1]),
-                       wrappingAdd(samples[2] * weights[2], samples[3] * weights[3]));
-  }
-
   std::int64_t inputs_;
   std::int64_t outputs_;
   const std::int16_t* table_;

@@ -19,11 +19,9 @@ class Nearest {
     return {(2 * i + 1) * inputs_ / (2 * outputs_), {}};
   }
 
-  static Row alongX(const std::array<std::uint8_t, 1>& taps, const Weights<Nearest>& /*none*/) {
-    return taps[0];
-  }
-  static std::uint8_t alongY(const std::array<Row, 1>& rows, const Weights<Nearest>& /*none*/) {
-    return rows[0];
+  static void alongY(const RowsBelow<Nearest>& rows, const Weights<Nearest>& /*none*/,
+                     std::ptrdiff_t count, std::uint8_t* out) {
+    std::memcpy(out, rows[0], static_cast<std::size_t>(count));
   }
 
  private:

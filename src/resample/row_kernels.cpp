@@ -66,39 +66,33 @@ using ReduceRow = decltype(RowKernel::reduce);
 template <RowPattern kPattern, int kRows, Mean kMean>
 constexpr ReduceRow kReduceRow = reduceRow<kPattern, kRows, kMean>;
 
-// Camera frames by 8, which every run begins with, and by 2.
-constexpr Reduction kEighth = reductionOf(Sampling::k420, 8);
-constexpr RowPattern kLumaBy8 = fullColumns(kEighth.luma);
-constexpr RowPattern kPairsBy8 = halfColumns(kEighth.chroma, 2, 0);
-constexpr Reduction kHalf = reductionOf(Sampling::k420, 2);
-constexpr RowPattern kLumaBy2 = fullColumns(kHalf.luma);
-constexpr RowPattern kPairsBy2 = halfColumns(kHalf.chroma, 2, 0);
+// Camera frames, whose reduction by 8 every run begins with.
+template <int kFactor>
+constexpr Reduction kCamera = reductionOf(Sampling::k420, kFactor);
+template <int kFactor>
+constexpr RowPattern kLuma = fullColumns(kCamera<kFactor>.luma);
+template <int kFactor>
+constexpr RowPattern kPairs = halfColumns(kCamera<kFactor>.chroma, 2, 0);
 
-TLUX_MULTIVERSION void reduceLumaBy8(const SourceRows& rows, std::uint8_t* first,
-                                     std::uint8_t* second, std::ptrdiff_t steps) {
-  reduceRow<kLumaBy8, 3, Mean::kNinth>(rows, first, second, steps);
-}
-TLUX_MULTIVERSION void reducePairsBy8(const SourceRows& rows, std::uint8_t* first,
-                                      std::uint8_t* second, std::ptrdiff_t steps) {
-  reduceRow<kPairsBy8, 3, Mean::kNinth>(rows, first, second, steps);
-}
-TLUX_MULTIVERSION void reduceLumaBy2(const SourceRows& rows, std::uint8_t* first,
-                                     std::uint8_t* second, std::ptrdiff_t steps) {
-  reduceRow<kLumaBy2, 2, Mean::kQuarter>(rows, first, second, steps);
-}
-TLUX_MULTIVERSION void reducePairsBy2(const SourceRows& rows, std::uint8_t* first,
-                                      std::uint8_t* second, std::ptrdiff_t steps) {
-  reduceRow<kPairsBy2, 1, Mean::kOne>(rows, first, second, steps);
-}
-
-template <>
-constexpr ReduceRow kReduceRow<kLumaBy8, 3, Mean::kNinth> = reduceLumaBy8;
-template <>
-constexpr ReduceRow kReduceRow<kPairsBy8, 3, Mean::kNinth> = reducePairsBy8;
-template <>
-constexpr ReduceRow kReduceRow<kLumaBy2, 2, Mean::kQuarter> = reduceLumaBy2;
-template <>
-constexpr ReduceRow kReduceRow<kPairsBy2, 1, Mean::kOne> = reducePairsBy2;
+#define TLUX_REDUCE_CAMERA_ROWS(NAME, PATTERN, GRID)                                             \
+  TLUX_MULTIVERSION void NAME(const SourceRows& rows, std::uint8_t* first, std::uint8_t* second, \
+                              std::ptrdiff_t steps) {                                            \
+    reduceRow<PATTERN, (GRID).rows.count, (GRID).mean>(rows, first, second, steps);              \
+  }                                                                                              \
+  template <>                                                                                    \
+  constexpr ReduceRow kReduceRow<PATTERN, (GRID).rows.count, (GRID).mean> = NAME;
+#define TLUX_REDUCE_CAMERA(N)                                         \
+  TLUX_REDUCE_CAMERA_ROWS(reduceLumaBy##N, kLuma<N>, kCamera<N>.luma) \
+  TLUX_REDUCE_CAMERA_ROWS(reducePairsBy##N, kPairs<N>, kCamera<N>.chroma)
+TLUX_REDUCE_CAMERA(2)
+TLUX_REDUCE_CAMERA(3)
+TLUX_REDUCE_CAMERA(4)
+TLUX_REDUCE_CAMERA(5)
+TLUX_REDUCE_CAMERA(6)
+TLUX_REDUCE_CAMERA(7)
+TLUX_REDUCE_CAMERA(8)
+#undef TLUX_REDUCE_CAMERA
+#undef TLUX_REDUCE_CAMERA_ROWS
 
 template <int kStride>
 void widenRow(const std::uint8_t* __restrict cb, const std::uint8_t* __restrict cr,

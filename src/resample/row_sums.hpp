@@ -32,6 +32,11 @@ template <int kCount, class F>
 template <RowPattern kPattern>
 [[gnu::always_inline]] inline std::uint16_t fold(typename WordLanes<kPattern>::Sum lanes) {
   using Sum = typename WordLanes<kPattern>::Sum;
+  if constexpr (sizeof(Sum) == 4 && WordLanes<kPattern>::foldAt() == 0b101) {
+    // Two lanes of 16 bits, added in the upper one: otherwise compilers narrow both before they
+    // add.
+    return static_cast<std::uint16_t>((lanes + (lanes << 16)) >> 16);
+  }
   Sum total = 0;
   unroll<8>([&](auto byte) {
     if constexpr ((WordLanes<kPattern>::foldAt() >> byte & 1U) != 0) {

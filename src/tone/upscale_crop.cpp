@@ -25,16 +25,25 @@ class EighthSteps {
     return {position / kUpsampling, {static_cast<Weight>(position % kUpsampling)}};
   }
 
-  static std::uint8_t alongX(const std::array<std::uint8_t, 2>& taps,
-                             const std::array<Weight, 1>& weight) {
-    const auto sum = static_cast<Weight>(taps[0] * (kUpsampling - weight[0]) + taps[1] * weight[0]);
-    return static_cast<std::uint8_t>(sum / kUpsampling);
+  static void alongX(const std::uint8_t* __restrict taps, const WeightLines<EighthSteps>& weights,
+                     std::ptrdiff_t count, Row* __restrict out) {
+    for (std::ptrdiff_t k = 0; k < count; ++k) {
+      out[k] = between(taps[2 * k], taps[2 * k + 1], weights[0][static_cast<std::size_t>(k)]);
+    }
   }
-  static std::uint8_t alongY(const std::array<Row, 2>& rows, const std::array<Weight, 1>& weight) {
-    return alongX(rows, weight);
+  static void alongY(const RowsBelow<EighthSteps>& rows, const Weights<EighthSteps>& weights,
+                     std::ptrdiff_t count, std::uint8_t* __restrict out) {
+    for (std::ptrdiff_t k = 0; k < count; ++k) {
+      out[k] = between(rows[0][k], rows[1][k], weights[0]);
+    }
   }
 
  private:
+  static std::uint8_t between(std::uint8_t first, std::uint8_t second, Weight weight) {
+    const auto sum = static_cast<Weight>(first * (kUpsampling - weight) + second * weight);
+    return static_cast<std::uint8_t>(sum / kUpsampling);
+  }
+
   std::int64_t origin_;
 };
 
