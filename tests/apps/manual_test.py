@@ -79,7 +79,7 @@ class Manual(CommandTest):
         self.assertLessEqual(self.options(), options_in(self.sections["DESCRIPTION"]))
 
     def test_tells_of_no_option_that_is_not_there(self):
-        for command in self.commands("op"):
+        for command in self.commands():
             with self.subTest(command=" ".join(command)):
                 told = options_in(self.sections[" ".join(command)])
                 self.assertEqual(set(), told - self.options(*command))

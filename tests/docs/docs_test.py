@@ -20,7 +20,8 @@ PAGES = sorted([*SOURCE.glob("*.md"), *SOURCE.glob("docs/*.md"), *SOURCE.glob("e
 FENCE = re.compile(r"^```(\w*)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
 
-RUN_ELSEWHERE = ("archives.md",)  # its commands: tests/apps/archives_test.py
+# Their commands run in tests/apps/archives_test.py and command_page_test.py.
+RUN_ELSEWHERE = ("archives.md", "command.md")
 
 
 def blocks(language):

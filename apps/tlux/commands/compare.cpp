@@ -71,7 +71,7 @@ Command addCompare(CLI::App& app) {
       ->required()
       ->type_name("FILE");
   parser->add_flag("--split", options->split,
-                   "Show the left half before and the right half after, not both side by side");
+                   "The left half before, the right half after, in one picture");
   parser->add_flag("--labels", options->labels, "Write before and after into the picture");
   addPictureOptions(*parser, options->picture);
   parser->footer(kExamples);
