@@ -26,7 +26,7 @@ else
 fi
 )";
 
-/** Text between brackets or colons of a specification. */
+/** Text between brackets or colons of an argument of _arguments. */
 std::string escaped(const std::string& text) {
   std::string result;
   for (const char c : text) {
