@@ -9,12 +9,12 @@ enhanced=out/night-bridge-lamps-enhanced.png
 comparison=out/night-bridge-lamps-compare.png
 
 scripts/install_deps.sh build app
-# A folder of its own: the release preset's also builds the tests, which need more packages.
-cmake --preset release -B build/demo -DTLUX_BUILD_TESTS=OFF >/dev/null
-cmake --build build/demo --target tlux_command
+# Without the tests, which need more packages.
+cmake --preset release -DTLUX_BUILD_TESTS=OFF >/dev/null
+cmake --build --preset release --target tlux_command
 
 mkdir -p out
-build/demo/apps/tlux enhance "$photo" -o "$enhanced" --strength "$strength"
-build/demo/apps/tlux compare "$photo" -o "$comparison" --strength "$strength"
+build/release/apps/tlux enhance "$photo" -o "$enhanced" --strength "$strength"
+build/release/apps/tlux compare "$photo" -o "$comparison" --strength "$strength"
 echo "enhanced picture:   $PWD/$enhanced"
 echo "before and after:   $PWD/$comparison"
