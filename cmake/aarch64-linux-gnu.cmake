@@ -4,6 +4,7 @@ set(CMAKE_SYSTEM_PROCESSOR aarch64)
 if(NOT CMAKE_CXX_COMPILER)
   set(CMAKE_C_COMPILER aarch64-linux-gnu-gcc)
   set(CMAKE_CXX_COMPILER aarch64-linux-gnu-g++)
+  set(CMAKE_CXX_FLAGS_INIT -Wno-psabi) # notes on what changed with GCC 10
 endif()
 # Clang, one compiler for all targets, has to be told which.
 set(CMAKE_C_COMPILER_TARGET aarch64-linux-gnu)

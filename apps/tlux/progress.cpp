@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <string>
 
 #include "report.hpp"
@@ -15,7 +16,7 @@ namespace {
 constexpr std::chrono::milliseconds kInterval(200);
 
 std::string describeDuration(double seconds) {
-  const auto whole = static_cast<int64_t>(seconds + 0.5);
+  const auto whole = int64_t{std::lround(seconds)};
   return whole < 3600 ? fmt::format("{}:{:02}", whole / 60, whole % 60)
                       : fmt::format("{}:{:02}:{:02}", whole / 3600, whole / 60 % 60, whole % 60);
 }

@@ -152,6 +152,7 @@ void printTable(const std::vector<Measurement>& measurements) {
 
 void printJson(const std::vector<Measurement>& measurements, const BenchOptions& options) {
   std::vector<std::string> results;
+  results.reserve(measurements.size());
   for (const Measurement& m : measurements) {
     results.push_back(fmt::format(
         R"({{"width": {}, "height": {}, "runs": {}, "milliseconds": {:.4f}, )"
@@ -172,6 +173,7 @@ ExitCode bench(const BenchOptions& options) {
   if (options.size.width > 0) sizes = {options.size};
   CacheFlusher cache;
   std::vector<Measurement> measurements;
+  measurements.reserve(sizes.size());
   for (const Size size : sizes) {
     measurements.push_back(measure(size, options, cache));
   }
