@@ -139,10 +139,8 @@ void blur(Input& input) {
 }
 
 } // namespace
-} // namespace tlux::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace tlux::fuzz;
+void check(Input& input) {
   constexpr void (*kChecks[])(Input&) = {filterGuided,
                                          filterGuided,
                                          filterGuided,
@@ -150,7 +148,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
                                          blur<std::int8_t, TLUX_BoxBlur_Int8>,
                                          blur<std::int16_t, TLUX_BoxBlur_Int16>,
                                          blur<std::int32_t, TLUX_BoxBlur_Int32>};
-  Input input(data, size);
   input.oneOf(kChecks)(input);
-  return 0;
 }
+
+} // namespace tlux::fuzz

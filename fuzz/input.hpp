@@ -81,6 +81,9 @@ class Input {
   FuzzedDataProvider bytes_;
 };
 
+// What a fuzzer does with one input; each defines it.
+void check(Input& input);
+
 // The heap, or a pool of any size that everything must be given back to.
 class Memory {
  public:

@@ -220,12 +220,10 @@ void outlineAndCompare(Input& input) {
 }
 
 } // namespace
-} // namespace tlux::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace tlux::fuzz;
+void check(Input& input) {
   constexpr void (*kChecks[])(Input&) = {erodeOrDilate, label, cleanUp, outlineAndCompare};
-  Input input(data, size);
   input.oneOf(kChecks)(input);
-  return 0;
 }
+
+} // namespace tlux::fuzz

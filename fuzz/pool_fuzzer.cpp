@@ -107,10 +107,9 @@ void run(Input& input) {
 }
 
 } // namespace
-} // namespace tlux::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  tlux::fuzz::Input input(data, size);
-  tlux::fuzz::run(input);
-  return 0;
+void check(Input& input) {
+  run(input);
 }
+
+} // namespace tlux::fuzz

@@ -280,14 +280,12 @@ void smoothSelection(Input& input) {
 }
 
 } // namespace
-} // namespace tlux::fuzz
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  using namespace tlux::fuzz;
+void check(Input& input) {
   constexpr void (*kChecks[])(Input&) = {scoreFrame,      expandGains,    mapFrame,
                                          scaleChroma,     filterGuided,   smoothMaps,
                                          selectExposures, smoothSelection};
-  Input input(data, size);
   input.oneOf(kChecks)(input);
-  return 0;
 }
+
+} // namespace tlux::fuzz
