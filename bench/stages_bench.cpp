@@ -4,13 +4,13 @@
 #include <vector>
 
 #include "camera_frames.hpp"
+#include "chroma/chroma_rule.hpp"
+#include "score/score_reference.hpp"
 #include "tlux/engine.h"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/mark.h"
 #include "tlux/resample.h"
-#include "tone/chroma_rule.hpp"
 #include "tone/map_reference.hpp"
-#include "tone/score_reference.hpp"
 
 // The stages of a run one by one, on frames that start outside the caches. Filter and chroma are
 // one pass in a run; the team is started before, but for the filter's.

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Writes src/exposure/selection_tables.cpp: fractional exposure values and the smoothing kernel.
+"""Writes src/selection/selection_tables.cpp: fractional exposure values and the smoothing kernel.
 
 Run it again after changing it:
-    scripts/make_selection_tables.py > src/exposure/selection_tables.cpp
+    scripts/make_selection_tables.py > src/selection/selection_tables.cpp
 """
 
 import math

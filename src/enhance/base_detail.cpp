@@ -6,11 +6,11 @@
 
 #include "base/fixed_point.hpp"
 #include "filter/guided_planes.hpp"
+#include "guided_upsampling/window_sums.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/detail.h"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/transfer.h"
-#include "tone/window_sums.hpp"
 
 // Light is the decimal logarithm of linear light, 12 bits and 1 to keep it above 0: log10 of
 // 1 / 4096 for black to 0 for white.

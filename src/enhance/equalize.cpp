@@ -1,12 +1,12 @@
 #include <array>
 #include <cstring>
 
+#include "chroma/chroma_rule.hpp"
 #include "enhance/adaptive_equalizer.hpp"
 #include "enhance/histogram.hpp"
 #include "enhance/lookup.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/equalization.h"
-#include "tone/chroma_rule.hpp"
 
 namespace tlux {
 namespace {

@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <cstring>
 
+#include "chroma/chroma_rule.hpp"
+#include "guided_upsampling/fast_guided_filter.hpp"
 #include "platform/pool_need.hpp"
-#include "tone/chroma_rule.hpp"
-#include "tone/fast_guided_filter.hpp"
 
 namespace tlux {
 namespace {

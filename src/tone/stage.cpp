@@ -4,14 +4,14 @@
 #include <cstddef>
 #include <utility>
 
+#include "gain/gain_table.hpp"
 #include "image/format.hpp"
 #include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
+#include "score/score_reference.hpp"
 #include "tlux/retinex.h"
 #include "tlux/tone_stage.h"
-#include "tone/gain_table.hpp"
 #include "tone/map_reference.hpp"
-#include "tone/score_reference.hpp"
 
 namespace tlux {
 namespace {

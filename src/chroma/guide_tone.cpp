@@ -1,0 +1,104 @@
+#include <algorithm>
+
+#include "chroma/semi_planar.hpp"
+#include "guided_upsampling/fast_guided_filter.hpp"
+#include "guided_upsampling/window_sums.hpp"
+#include "tlux/tone.h"
+
+namespace tlux {
+namespace {
+
+// Takes the filtered rows for a change of luma, in a buffer of two rows.
+struct ToneRows {
+  const TLUX_GUIDE_TONE_CONTEXT& band;
+  std::uint8_t* delta;
+
+  template <class Lines>
+  void operator()(std::int64_t y, int phase, const Lines& lines) const {
+    const TLUX_GUIDE_CONTEXT& filter = band.filter;
+    const std::ptrdiff_t width = std::ptrdiff_t{kUpsampling} * filter.lowWidth;
+    const std::uint8_t* guide = filter.fullGuide + y * band.guidePitch;
+    applyCoefficients(phase, lines, {guide, guide + band.guidePitch}, {delta, delta + width},
+                      width);
+    for (int i = 0; i < 2; ++i) {
+      GuideToneNV21Line(
+          static_cast<std::int32_t>(y) + i, filter.fullOut + (y + i) * filter.fullPitch,
+          band.uvOut + y / 2 * band.uvOutPitch, guide + i * band.guidePitch,
+          band.uvIn + y / 2 * band.uvInPitch, delta + i * width, static_cast<std::int32_t>(width));
+    }
+  }
+};
+
+constexpr std::int64_t deltaBytes(const TLUX_GUIDE_CONTEXT& filter) {
+  return 2 * kUpsampling * std::int64_t{filter.lowWidth};
+}
+
+Scratch<std::uint8_t> deltaRows(MMemMgr manager, const TLUX_GUIDE_CONTEXT& filter) {
+  return {manager, deltaBytes(filter)};
+}
+
+// A packed copy of the top left of a luma plane, so that the guide stays as it is while the rows of
+// the frame are rewritten.
+void copyLuma(const TLUX_IMAGE& source, std::uint8_t* copy, std::int64_t width,
+              std::int64_t height) {
+  for (std::int64_t y = 0; y < height; ++y) {
+    MMemCpy(copy + y * width, source.plane[0] + y * source.pitch[0],
+            static_cast<std::uint64_t>(width));
+  }
+}
+
+std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                          TLUX_GUIDE_CONTEXT frame) {
+  const std::int64_t width = std::int64_t{kUpsampling} * frame.lowWidth;
+  const std::int64_t height = std::int64_t{kUpsampling} * frame.lowHeight;
+  const Scratch<std::uint8_t> luma(manager, width * height);
+  if (!luma) return TLUX_ERR_NO_MEMORY;
+  copyLuma(source, luma.get(), width, height);
+  frame.fullGuide = luma.get();
+  frame.fullOut = output.plane[0];
+  frame.fullPitch = output.pitch[0];
+  const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius, deltaBytes(frame));
+  WorkerTeam team;
+  return filterInStrips(manager, frame, bytes, team, [&](const Strip& strip) {
+    const Scratch<std::uint8_t> delta = deltaRows(strip.manager, *strip.band);
+    if (!delta) return;
+    const TLUX_GUIDE_TONE_CONTEXT band = {*strip.band,     source.plane[1],
+                                          output.plane[1], static_cast<std::int32_t>(width),
+                                          source.pitch[1], output.pitch[1]};
+    filterStrip(strip, ToneRows{band, delta.get()});
+  });
+}
+
+} // namespace
+} // namespace tlux
+
+void SingleThreadGuideTone(const TLUX_GUIDE_TONE_CONTEXT* context) noexcept {
+  if (context == nullptr) return;
+  const auto delta = tlux::deltaRows(context->filter.manager, context->filter);
+  if (delta) tlux::filterBand(context->filter, tlux::ToneRows{*context, delta.get()});
+}
+
+uint32_t MultiThreadGuideTone(MMemMgr memMgr, const TLUX_IMAGE* source, TLUX_IMAGE* output,
+                              const uint8_t* delta, const uint8_t* guide, int32_t lowW,
+                              int32_t lowH, int32_t lowPitch, int32_t radius,
+                              int32_t eps) noexcept {
+  if (source == nullptr || output == nullptr || delta == nullptr || guide == nullptr ||
+      lowPitch < lowW || !tlux::isWindowRadius(radius)) {
+    return TLUX_ERR_INVALID_PARAM;
+  }
+  if (lowW < 1 || lowH < 1) return lowW < 0 || lowH < 0 ? TLUX_ERR_NO_MEMORY : TLUX_OK;
+  for (const TLUX_IMAGE* image : {source, static_cast<const TLUX_IMAGE*>(output)}) {
+    const uint32_t result = tlux::checkSemiPlanar(*image, std::int64_t{tlux::kUpsampling} * lowW,
+                                                  std::int64_t{tlux::kUpsampling} * lowH);
+    if (result != TLUX_OK) return result;
+  }
+  TLUX_GUIDE_CONTEXT frame = {};
+  frame.input = delta;
+  frame.guide = guide;
+  frame.lowWidth = lowW;
+  frame.lowHeight = lowH;
+  frame.lowPitch = lowPitch;
+  frame.radius = radius;
+  frame.eps = eps;
+  return tlux::toneInBands(memMgr, *source, *output, frame);
+}

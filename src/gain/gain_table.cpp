@@ -1,0 +1,32 @@
+#include "gain/gain_table.hpp"
+
+#include "gain/fill_light_curve.hpp"
+#include "gain/linear_gain.hpp"
+#include "platform/pool_need.hpp"
+#include "platform/scratch.hpp"
+#include "tlux/retinex.h"
+
+namespace tlux {
+
+void fillGainTable(std::uint16_t* table, std::uint32_t strength) {
+  fillLightCurve(table, strength, kUnityGain);
+  table[32768] = table[32769]; // the curve has no entry for score −32768 of its own
+}
+
+std::int64_t gainTablePoolBytes() {
+  return poolBlock(kGainTableEntries * sizeof(std::uint16_t));
+}
+
+} // namespace tlux
+
+uint32_t TLUX_TonemapGainLUT(MMemMgr manager, TLUX_ENGINE* engine, uint32_t strength) noexcept {
+  if (engine == nullptr) return TLUX_ERR_INVALID_PARAM;
+  if (engine->gainLut == nullptr) {
+    tlux::Scratch<uint16_t> table(manager, tlux::kGainTableEntries);
+    if (!table) return TLUX_ERR_NO_MEMORY;
+    engine->gainLut = table.release();
+  }
+  tlux::fillGainTable(engine->gainLut, strength);
+  engine->gainLutStrength = strength;
+  return TLUX_OK;
+}

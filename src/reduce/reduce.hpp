@@ -1,0 +1,23 @@
+#pragma once
+
+#include "reduce/crop.hpp"
+#include "reduce/layout.hpp"
+
+namespace tlux {
+
+// Reduces the whole blocks of a rectangle that is not empty; all planes are there.
+
+// By 2 to 14 or kFourThirds, from planes of luma and chroma.
+void reducePlanes(Layout layout, int factor, const TLUX_IMAGE& source, const Crop& crop,
+                  const TLUX_IMAGE& destination);
+// By 2 to 14, from packed 4:2:2.
+void reducePacked(int factor, const TLUX_IMAGE& source, const Crop& crop,
+                  const TLUX_IMAGE& destination);
+// By 8, from a mosaic of 16-bit samples.
+void reduceRawMosaic(std::uint32_t arrangement, const TLUX_IMAGE& source, const Crop& crop,
+                     const TLUX_IMAGE& destination);
+// Not reduced: luma is copied, chroma widened to full columns and rows.
+void widenChroma(Layout layout, const TLUX_IMAGE& source, const Crop& crop,
+                 const TLUX_IMAGE& destination);
+
+} // namespace tlux

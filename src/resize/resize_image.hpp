@@ -1,0 +1,79 @@
+#pragma once
+
+#include <algorithm>
+
+#include "image/component.hpp"
+#include "resize/interpolate.hpp"
+
+namespace tlux {
+
+// Rows [first, end) of an image.
+struct RowRange {
+  std::int64_t first;
+  std::int64_t end;
+};
+
+// A component's part of a range of luma rows: each of its rows goes with its first luma row, so
+// that ranges which tile the image tile the component.
+RowRange rowsOf(const ComponentPlane& plane, const Component& component, const RowRange& range);
+
+// What can be resized: two images of one format, which has components.
+std::uint32_t checkResize(const TLUX_IMAGE& source, const TLUX_IMAGE& target);
+
+void copyRows(const TLUX_IMAGE& source, const TLUX_IMAGE& target, const RowRange& range);
+// For chroma of which the source has no sample.
+void fillNeutral(const ComponentPlane& target, const Component& component, const RowRange& rows);
+
+// Interpolates the rows of one component of which the source has samples.
+template <class Policy>
+void interpolateComponent(const Axis<Policy>& x, const Axis<Policy>& y,
+                          const ComponentPlane& source, const ComponentPlane& target,
+                          const Component& component, const RowRange& rows) {
+  interpolate(
+      x, y, {component.channels, component.step}, {target.rowSamples, rows.first, rows.end},
+      [&](std::int64_t row) { return source.row(row); },
+      [&](std::int64_t row) { return target.row(row); });
+}
+
+// Calls resize(source, target, component, rows) for each component of images that pass
+// checkResize().
+template <class Resize>
+void forEachComponent(const TLUX_IMAGE& source, const TLUX_IMAGE& target, const RowRange& range,
+                      Resize resize) {
+  for (const Component& component : componentsOf(*findFormat(source.format))) {
+    const ComponentPlane from = planeOf(source, component);
+    const ComponentPlane to = planeOf(target, component);
+    if (to.isEmpty()) continue;
+    const RowRange rows = rowsOf(to, component, range);
+    if (from.width == 0 || from.height == 0) {
+      fillNeutral(to, component, rows);
+    } else {
+      resize(from, to, component, rows);
+    }
+  }
+}
+
+// Resizes the rows of `range` of the target.
+template <class Policy>
+std::uint32_t resizeImage(const TLUX_IMAGE* source, const TLUX_IMAGE* target,
+                          const RowRange& range) {
+  if (source == nullptr || target == nullptr) return TLUX_ERR_INVALID_PARAM;
+  const std::uint32_t outcome = checkResize(*source, *target);
+  if (outcome != TLUX_OK) return outcome;
+  if (source->width == target->width && source->height == target->height) {
+    copyRows(*source, *target, range);
+    return TLUX_OK;
+  }
+  forEachComponent(*source, *target, range,
+                   [](const ComponentPlane& from, const ComponentPlane& to,
+                      const Component& component, const RowRange& rows) {
+                     // A cut pixel alone in its row stands for a whole one.
+                     const std::int64_t columns = std::max<std::int64_t>(to.width, 1);
+                     interpolateComponent<Policy>({{from.width, columns}, from.width},
+                                                  {{from.height, to.height}, from.height}, from, to,
+                                                  component, rows);
+                   });
+  return TLUX_OK;
+}
+
+} // namespace tlux

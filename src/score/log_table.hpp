@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstdint>
+
+#include "base/plane.hpp"
+#include "score/mean.hpp"
+
+namespace tlux {
+
+// Replaces every sample by convert(sample) and returns the mean of the row means of the results.
+// `destination` may be `source`. With a team, rows are shared.
+template <class Sample, class Convert>
+std::int32_t convertSamples(Plane<Sample> source, Plane<std::int16_t> destination,
+                            Convert&& convert, WorkerTeam* team = nullptr) {
+  const auto convertRow = [&](std::int32_t y) {
+    const Sample* in = source.row(y);
+    std::int16_t* out = destination.row(y);
+    std::uint32_t sum = 0;
+    for (std::ptrdiff_t x = 0; x < source.width; ++x) {
+      out[x] = static_cast<std::int16_t>(convert(in[x]));
+      sum += static_cast<std::uint32_t>(out[x]);
+    }
+    return static_cast<std::int32_t>(sum);
+  };
+  return meanOfRowMeans(source.width, source.height, convertRow, team);
+}
+
+// Subtracts an offset from every sample, with 16-bit wrap-around.
+void shiftSamples(Plane<std::int16_t> plane, std::int32_t offset);
+
+} // namespace tlux

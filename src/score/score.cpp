@@ -1,0 +1,61 @@
+#include "score/score.hpp"
+
+#include <algorithm>
+#include <array>
+
+#include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
+#include "tlux/statistics.h"
+
+namespace tlux {
+namespace {
+
+// In pieces: the reciprocals are looked up first, which leaves a loop of plain arithmetic. The
+// scores, too, are held back for a piece, since they may replace an input.
+TLUX_MULTIVERSION void scoreRow(const std::int16_t* logLuma, const std::int16_t* base,
+                                const std::int16_t* deviation, const std::uint32_t* reciprocals,
+                                std::int32_t contrast, std::ptrdiff_t width, std::uint16_t* score) {
+  constexpr std::ptrdiff_t kPiece = 128;
+  std::array<std::int32_t, kPiece> reciprocal;
+  std::array<std::uint16_t, kPiece> result;
+  for (std::ptrdiff_t first = 0; first < width; first += kPiece) {
+    const std::ptrdiff_t count = std::min(kPiece, width - first);
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+      const auto index = static_cast<std::uint16_t>(deviation[first + i]);
+      reciprocal[i] = static_cast<std::int32_t>(reciprocals[index]);
+    }
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+      const std::int32_t l = logLuma[first + i];
+      const std::int32_t detail = wrappingMul(l - base[first + i], contrast) >> 4;
+      const std::int32_t relative = wrappingMul(detail, reciprocal[i]) >> 15;
+      result[i] = static_cast<std::uint16_t>(relative - l);
+    }
+    std::copy_n(result.data(), count, score + first);
+  }
+}
+
+} // namespace
+
+void computeScore(const ScorePlanes& planes, const std::uint32_t* reciprocals,
+                  std::int32_t contrast, Plane<std::uint16_t> score, WorkerTeam* team) {
+  constexpr std::int32_t kPartRows = 16;
+  shareRows(team, score.height, kPartRows, [&](Band rows, int /*slot*/) {
+    for (std::int32_t y = rows.first; y < rows.end; ++y) {
+      scoreRow(planes.logLuma.row(y), planes.base.row(y), planes.deviation.row(y), reciprocals,
+               contrast, score.width, score.row(y));
+    }
+  });
+}
+
+} // namespace tlux
+
+void AME_Generate_Score(const int16_t* logLuma, const int16_t* base, uint16_t* output,
+                        const int16_t* deviation, const uint32_t* reciprocals, int32_t width,
+                        int32_t height, int32_t contrast) noexcept {
+  if (logLuma == nullptr || base == nullptr || output == nullptr) return;
+  if (deviation == nullptr || reciprocals == nullptr) return;
+  tlux::computeScore(
+      {tlux::packedPlane(logLuma, width, height), tlux::packedPlane(base, width, height),
+       tlux::packedPlane(deviation, width, height)},
+      reciprocals, contrast, tlux::packedPlane(output, width, height));
+}

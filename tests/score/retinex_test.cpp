@@ -1,0 +1,127 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "reference/retinex.hpp"
+#include "score/contents.hpp"
+#include "score/score_reference.hpp"
+#include "support/fault_injection.hpp"
+#include "support/guarded_buffer.hpp"
+#include "support/null_arguments.hpp"
+#include "support/pool.hpp"
+#include "support/random.hpp"
+#include "tlux/retinex.h"
+#include "tlux/transfer.h"
+
+namespace tlux::test {
+namespace {
+
+using reference::LogPlane;
+using Scores = std::vector<std::uint16_t>;
+
+constexpr std::size_t kTableBytes = 262144;
+
+void expectScores(const LogPlane& linear, void* workBuffer) {
+  std::vector<std::int16_t> expectedLog;
+  const Scores expected =
+      reference::retinexScore(linear.samples, linear.width, linear.height, &expectedLog);
+  std::vector<std::int16_t> log = linear.samples;
+  Scores actual(log.size(), 0xBEEF);
+  ASSERT_EQ(AME_GenerateRetinexLogGain(nullptr, workBuffer, log.data(), linear.width, linear.height,
+                                       actual.data()),
+            TLUX_OK);
+  ASSERT_EQ(log, expectedLog);
+  ASSERT_EQ(actual, expected);
+}
+
+// Sizes around the change of the pyramid's memory (2048 and 2050 pixels), and frames too narrow for
+// it; without and with a work buffer that ends at a page that cannot be touched.
+TEST(RetinexScore, MatchesTheFormula) {
+  const std::pair<int, int> sizes[] = {
+      {1, 1},   {1, 40},  {40, 1},  {2, 2},   {3, 5},    {16, 12},  {23, 89},   {32, 64},
+      {683, 3}, {41, 50}, {7, 293}, {90, 67}, {1200, 3}, {3, 1200}, {240, 134}, {250, 190}};
+  for (const auto& [width, height] : sizes) {
+    for (const Content content : kContents) {
+      SCOPED_TRACE(testing::Message() << width << "x" << height << " " << int(content));
+      for (const auto& [low, high] : {std::pair{0, 4095}, {0, 60}, {-300, 32767}, {2000, 4000}}) {
+        const LogPlane linear = makePlane(content, width, height, low, high);
+        expectScores(linear, nullptr);
+        GuardedBuffer work(5 * linear.samples.size(), 0xEE);
+        // The start of the buffer is as even as its size.
+        if (work.size() % 2 == 0) expectScores(linear, work.data());
+        EXPECT_TRUE(work.isIntact());
+      }
+    }
+  }
+}
+
+// The score of codes, whose steps threads share when the frame is large: also one whose pyramid
+// leaves no room for a blend of every thread.
+TEST(RetinexScore, OfCodesMatchesTheFormulaWhoeverDoesIt) {
+  WorkerTeam team;
+  for (const auto& [width, height] : {std::pair{66, 30}, {302, 218}, {480, 270}, {8200, 8}}) {
+    SCOPED_TRACE(testing::Message() << width << "x" << height);
+    const int pitch = width + 3;
+    const auto codes = Random(7).values<std::uint8_t>(static_cast<std::size_t>(pitch * height));
+    LogPlane linear(width, height);
+    for (int y = 0; y < height; ++y) {
+      for (int x = 0; x < width; ++x) {
+        linear.samples[static_cast<std::size_t>(y * width + x)] = static_cast<std::int16_t>(
+            TLUX_Degamma_Table[codes[static_cast<std::size_t>(y * pitch + x)]]);
+      }
+    }
+    Scores actual(linear.samples.size(), 0xBEEF);
+    ASSERT_TRUE(scoreReference(nullptr, team, {codes.data(), width, height, pitch},
+                               TLUX_Degamma_Table, actual.data()));
+    EXPECT_EQ(actual, reference::retinexScore(linear.samples, width, height));
+  }
+}
+
+TEST(RetinexScore, UsesTheWorkBufferOfALargeFrame) {
+  for (const auto& [width, height] : {std::pair{512, 512}, {600, 437}}) {
+    const LogPlane linear = makePlane(Content::kNoise, width, height, 0, 4095);
+    GuardedBuffer work(5 * linear.samples.size() + kTableBytes);
+    std::vector<std::int16_t> log = linear.samples;
+    Scores scores(log.size());
+    const long before = allocationCount();
+    AME_GenerateRetinexLogGain(nullptr, work.data(), log.data(), width, height, scores.data());
+    EXPECT_LE(allocationCount() - before, 2 * 10); // the records of the two pyramids
+    EXPECT_EQ(scores, reference::retinexScore(linear.samples, width, height));
+    EXPECT_TRUE(work.isIntact());
+  }
+}
+
+// The base of a uniform frame is the frame: a score is the negated log luminance about its anchor,
+// positive (brightening) in the dark and negative in the light.
+TEST(RetinexScore, OfAUniformFrameIsItsNegatedLogLuma) {
+  for (const int linear : {0, 40, 737, 4095}) {
+    std::vector<std::int16_t> log(60 * 34, static_cast<std::int16_t>(linear));
+    Scores scores(log.size());
+    ASSERT_EQ(AME_GenerateRetinexLogGain(nullptr, nullptr, log.data(), 60, 34, scores.data()),
+              TLUX_OK);
+    for (std::size_t i = 0; i < scores.size(); ++i) {
+      ASSERT_EQ(static_cast<std::int16_t>(scores[i]), -log[0]);
+    }
+    EXPECT_NEAR(log[0], -0.5 * (6761.4 - 1024 * std::log(linear + 30.0)) - 512, 2);
+  }
+}
+
+TEST(RetinexScore, RefusesWhatIsNoFrame) {
+  std::int16_t log = 5;
+  std::uint16_t score = 6;
+  expectRefusesEachNull(AME_GenerateRetinexLogGain, nullptr, nullptr, &log, 1, 1, &score);
+  constexpr int kMax = std::numeric_limits<int>::max();
+  for (const auto& [width, height, result] : {std::tuple{0, 4, TLUX_OK},
+                                              {4, 0, TLUX_OK},
+                                              {-3, -4, TLUX_ERR_NO_MEMORY},
+                                              {-3, 4, TLUX_ERR_NO_MEMORY},
+                                              {3, -4, TLUX_ERR_NO_MEMORY},
+                                              {kMax, kMax, TLUX_ERR_NO_MEMORY}}) {
+    EXPECT_EQ(AME_GenerateRetinexLogGain(nullptr, nullptr, &log, width, height, &score), result);
+  }
+  EXPECT_EQ(log, 5);
+  EXPECT_EQ(score, 6);
+}
+
+} // namespace
+} // namespace tlux::test
