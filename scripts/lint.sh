@@ -1,5 +1,6 @@
 #!/bin/sh
-# Checks formatting and runs clang-tidy over the library and the command. usage: scripts/lint.sh [--fix]
+# Checks formatting and that no subsystem includes a later one, and runs clang-tidy over the library and the command.
+# usage: scripts/lint.sh [--fix]
 set -eu
 cd "$(dirname "$0")/.."
 scripts/install_deps.sh build app lint
@@ -9,6 +10,7 @@ if [ "${1:-}" = --fix ]; then
 else
   clang-format --dry-run -Werror $sources
 fi
+scripts/rooms.sh
 [ -f build/release/compile_commands.json ] || cmake --preset release >/dev/null
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
