@@ -28,6 +28,7 @@
 #include "tlux/resample.h"
 #include "tlux/resize.h"
 #include "tlux/retinex.h"
+#include "tlux/rgb.h"
 #include "tlux/selection.h"
 #include "tlux/simple_image.h"
 #include "tlux/smoothing.h"

@@ -1,0 +1,62 @@
+/**
+ * @file rgb.h
+ * @brief Conversion between packed RGB pictures and NV21 or NV12 frames.
+ */
+#ifndef TLUX_RGB_H
+#define TLUX_RGB_H
+
+#include "base.h"
+#include "image.h"
+
+TLUX_BEGIN_DECLS
+
+/**
+ * @defgroup rgb RGB pictures
+ *
+ * ITU-R BT.601, full range, as JFIF has it: Y = 0.299 R + 0.587 G + 0.114 B, Cb = (B − Y) / 1.772 +
+ * 128, Cr = (R − Y) / 1.402 + 128, each rounded once. The chroma of a frame is the mean of 2 × 2
+ * pixels and lies between them; on the way back it is interpolated with weights 9, 3, 3, 1 of 16.
+ * Gray pixels come back as they were.
+ *
+ * A frame has even sides: a picture of odd width or height belongs to the frame one larger, whose
+ * last column or row repeats the picture's.
+ * @{
+ */
+
+/** Order of the bytes of a pixel; the fourth byte is alpha or anything else. */
+#define TLUX_RGB 0u
+#define TLUX_RGBA 1u
+#define TLUX_BGR 2u
+#define TLUX_BGRA 3u
+
+/** A packed picture of 8 bits a sample in memory of the caller's. */
+typedef struct TLUX_PICTURE {
+  uint8_t* pixels; /**< First byte of the first row. */
+  int64_t pitch;   /**< Bytes from one row to the next, at least a row; may be negative. */
+  int32_t width;   /**< Pixels of a row, at least 1. */
+  int32_t height;  /**< Rows, at least 1. */
+  uint32_t layout; /**< ::TLUX_RGB, ::TLUX_RGBA, ::TLUX_BGR or ::TLUX_BGRA. */
+  uint32_t reserved;
+} TLUX_PICTURE;
+
+/**
+ * Fills a frame from a picture. Alpha is ignored, padding is left as it is.
+ * @param frame NV21 or NV12, the picture's size rounded up to even; not overlapping the picture.
+ * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM: nothing is written.
+ */
+TLUX_API uint32_t TLUX_PictureToFrame(const TLUX_PICTURE* picture,
+                                      const TLUX_IMAGE* frame) TLUX_NOEXCEPT;
+
+/**
+ * Fills a picture from a frame. Its fourth bytes and its padding are left as they are.
+ * @param frame NV21 or NV12, the picture's size rounded up to even; not overlapping the picture.
+ * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM: nothing is written.
+ */
+TLUX_API uint32_t TLUX_FrameToPicture(const TLUX_IMAGE* frame,
+                                      const TLUX_PICTURE* picture) TLUX_NOEXCEPT;
+
+/** @} */
+
+TLUX_END_DECLS
+
+#endif /* TLUX_RGB_H */
