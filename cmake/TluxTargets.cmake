@@ -27,7 +27,8 @@ endfunction()
 # names it exports in exports.list.
 function(tlux_add_subsystem)
   foreach(source IN LISTS ARGN)
-    target_sources(tlux_objects PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
+    cmake_path(ABSOLUTE_PATH source) # generated ones lie elsewhere
+    target_sources(tlux_objects PRIVATE "${source}")
   endforeach()
   set_property(GLOBAL APPEND PROPERTY TLUX_EXPORT_LISTS "${CMAKE_CURRENT_SOURCE_DIR}/exports.list")
 endfunction()

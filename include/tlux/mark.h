@@ -13,9 +13,9 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup mark Output mark
  *
- * A run of the engine ends by blending this mark into its output, so that an optimized frame can be
- * told from an original. It is the word TLUX, light with a dark edge, about half opaque, and grows
- * with the frame.
+ * Every run ends by blending this mark into its output, so that an optimized frame can be told from
+ * an original. It is a small scale of hairlines, at most a quarter opaque, and grows with the
+ * frame. Whoever builds the library can put in a picture of their own: -DTLUX_MARK=FILE.png.
  * @{
  */
 

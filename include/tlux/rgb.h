@@ -23,11 +23,10 @@ TLUX_BEGIN_DECLS
  * @{
  */
 
-/** Order of the bytes of a pixel; the fourth byte is alpha or anything else. */
-#define TLUX_RGB 0u
-#define TLUX_RGBA 1u
-#define TLUX_BGR 2u
-#define TLUX_BGRA 3u
+#define TLUX_RGB 0u  /**< Three bytes a pixel: red, green, blue. */
+#define TLUX_RGBA 1u /**< As RGB, and a fourth byte: alpha or anything else. */
+#define TLUX_BGR 2u  /**< Three bytes a pixel: blue, green, red. */
+#define TLUX_BGRA 3u /**< As BGR, and a fourth byte. */
 
 /** A packed picture of 8 bits a sample in memory of the caller's. */
 typedef struct TLUX_PICTURE {

@@ -9,13 +9,13 @@
 namespace tlux::test {
 namespace {
 
-// The output of a run that no other came before.
+// The output of a run that no other came before, but for the mark: its upper nine tenths.
 std::uint64_t hashOfRun(const FrameShape& shape, Scene scene, std::uint32_t strength) {
   ScopedEngine engine;
   Frame source(shape, scene);
   Frame output(shape);
   EXPECT_EQ(engine.run(source, output, strength), TLUX_OK);
-  return output.hash();
+  return output.hash(shape.height * 9 / 10);
 }
 
 testing::AssertionResult equalsReference(const FrameShape& sourceShape,
@@ -110,11 +110,11 @@ TEST(Run, KeepsItsBytes) {
     std::uint64_t hash;
   };
   const Pinned kPinned[] = {
-      {{640, 480}, Scene::kWindow, 50, 0x8B6A48D5232D6B19},
-      {{640, 480}, Scene::kGradient, 400, 0x12C7F79C972D92D6},
-      {{640, 480, 0, 0, TLUX_FMT_YCBCR420_YPUV}, Scene::kNoise, 100, 0x4715A01D522ACA0D},
-      {{1920, 1080}, Scene::kWindow, 20, 0x68A1E21A56B9F76B},
-      {{1918, 1078, 1920, 1920}, Scene::kWindow, 100, 0x02C0E4947844996D},
+      {{640, 480}, Scene::kWindow, 50, 0x7BD6AA8DEE7CE653},
+      {{640, 480}, Scene::kGradient, 400, 0x201E5B7903635021},
+      {{640, 480, 0, 0, TLUX_FMT_YCBCR420_YPUV}, Scene::kNoise, 100, 0x6A1A948BC100AAC5},
+      {{1920, 1080}, Scene::kWindow, 20, 0x7F395D3BC3BA2063},
+      {{1918, 1078, 1920, 1920}, Scene::kWindow, 100, 0x9EDC6CBA7DF51AF1},
   };
   for (const Pinned& pinned : kPinned) {
     EXPECT_EQ(hashOfRun(pinned.shape, pinned.scene, pinned.strength), pinned.hash)

@@ -67,7 +67,7 @@ void soak(std::optional<Pool> pool) {
       const std::size_t round = static_cast<std::size_t>(frame) / std::size(kSteps);
       const std::size_t i = static_cast<std::size_t>(frame) % std::size(kSteps);
       ASSERT_EQ(engine.run(sources[i], outputs[i], kSteps[i].strength), TLUX_OK) << frame;
-      const Held now = {pool ? pool->largestFree() : 0, liveAllocations(), outputs[i].hash()};
+      const Held now = {pool ? pool->largestFree() : 0, liveAllocations(), outputs[i].hash(outputs[i]->height)};
       if (round == 0) {
         ScopedEngine fresh;
         Frame expected(kSteps[i].shape);

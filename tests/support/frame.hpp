@@ -150,12 +150,12 @@ class Frame {
     return out;
   }
 
-  // FNV-1a of the samples, without the bytes between the rows.
-  std::uint64_t hash() {
+  // FNV-1a of the samples of the first rows of luma and of their chroma.
+  std::uint64_t hash(int lumaRows) {
     std::uint64_t hash = 0xCBF29CE484222325;
     for (int plane = 0; plane < 2; ++plane) {
-      for (const std::uint8_t sample : samples(plane))
-        hash = (hash ^ sample) * 0x100000001B3;
+      forEachPixel(image_.width, plane == 0 ? lumaRows : lumaRows / 2,
+                   [&](int x, int y) { hash = (hash ^ row(plane, y)[x]) * 0x100000001B3; });
     }
     return hash;
   }
