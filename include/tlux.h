@@ -33,6 +33,7 @@
 #include "tlux/simple_image.h"
 #include "tlux/smoothing.h"
 #include "tlux/statistics.h"
+#include "tlux/stream.h"
 #include "tlux/tone.h"
 #include "tlux/tone_stage.h"
 #include "tlux/transfer.h"

@@ -29,10 +29,14 @@ inline std::uint16_t pairSum(const std::uint8_t* luma, std::ptrdiff_t k) {
 
 [[gnu::always_inline]] inline void sumPairs(const std::uint8_t* __restrict oldLuma,
                                             const std::uint8_t* __restrict newLuma,
-                                            std::ptrdiff_t pairs, PairSums& sums) {
+                                            std::ptrdiff_t pairs, std::uint16_t black,
+                                            PairSums& sums) {
+  const auto aboveBlack = [black](std::uint16_t sum) {
+    return static_cast<std::uint16_t>(std::max(sum, black) - black);
+  };
   for (std::ptrdiff_t k = 0; k < pairs; ++k) {
-    const std::uint16_t before = pairSum(oldLuma, k);
-    const std::uint16_t after = pairSum(newLuma, k);
+    const std::uint16_t before = aboveBlack(pairSum(oldLuma, k));
+    const std::uint16_t after = aboveBlack(pairSum(newLuma, k));
     sums.before[k] = before == 0 ? 1 : before;
     sums.after[k] = before == 0 ? 1 : after;
   }
@@ -43,10 +47,34 @@ inline std::uint16_t pairSum(const std::uint8_t* luma, std::ptrdiff_t k) {
 // The float quotient truncates to the exact one: dividend a <= 510 · 1024 and divisor s are exact,
 // the quotient's rounding error is at most a/s · 2^-24 < 1/s, and a/s is at least 1/s below the
 // next integer unless it is one.
-inline std::int32_t ratioOf(const PairSums& sums, std::ptrdiff_t k) {
-  const float dividend = static_cast<float>(sums.after[k]) * static_cast<float>(kUnity);
-  return static_cast<std::int32_t>(dividend / static_cast<float>(sums.before[k]));
-}
+struct FullRatio {
+  std::uint16_t black() const { return 0; } // of a pair
+
+  std::int32_t operator()(const PairSums& sums, std::ptrdiff_t k) const {
+    const float dividend = static_cast<float>(sums.after[k]) * static_cast<float>(kUnity);
+    return static_cast<std::int32_t>(dividend / static_cast<float>(sums.before[k]));
+  }
+};
+
+// 1024 + (after / before − 1) · share · 1024, the change truncated.
+class PartRatio {
+ public:
+  explicit PartRatio(const ChromaRule& rule)
+      : black_(static_cast<std::uint16_t>(2 * rule.black)),
+        unit_(static_cast<float>(kUnity * rule.percent) / 100.0F) {}
+
+  std::uint16_t black() const { return black_; }
+
+  std::int32_t operator()(const PairSums& sums, std::ptrdiff_t k) const {
+    const auto before = static_cast<float>(sums.before[k]);
+    const float change = static_cast<float>(sums.after[k]) - before;
+    return kUnity + static_cast<std::int32_t>(change * unit_ / before);
+  }
+
+ private:
+  std::uint16_t black_;
+  float unit_;
+};
 
 // The upper half of a product.
 inline std::int16_t upperHalf(std::int16_t a, std::int16_t b) {
@@ -83,8 +111,9 @@ inline std::uint8_t scaleSample(std::uint8_t chroma, std::int32_t ratio) {
 
 // Ratios of a block, each twice, once for either chroma sample of its pair. False when they do not
 // all fit.
-template <int kZone>
+template <int kZone, class Ratio>
 [[gnu::always_inline]] inline bool computeShortRatios(const PairSums& sums, std::ptrdiff_t pairs,
+                                                      Ratio ratioOf,
                                                       std::uint32_t* __restrict ratios) {
   std::uint32_t bits = 0;
   for (std::ptrdiff_t k = 0; k < pairs; ++k) {
@@ -95,19 +124,19 @@ template <int kZone>
   return bits < kShortRatio<kZone>;
 }
 
-template <int kZone>
+template <int kZone, class Ratio = FullRatio>
 [[gnu::always_inline]] inline void scaleRow(const std::uint8_t* oldLuma,
                                             const std::uint8_t* newLuma,
                                             const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
-                                            std::ptrdiff_t pairs) {
+                                            std::ptrdiff_t pairs, Ratio ratioOf = {}) {
   PairSums sums; // NOLINT(cppcoreguidelines-pro-type-member-init): filled block by block
   std::uint32_t ratios[kBlockPairs];
   std::uint8_t scaled[2 * kBlockPairs];
   for (std::ptrdiff_t first = 0; first < pairs; first += kBlockPairs) {
     const std::ptrdiff_t count = std::min(pairs - first, kBlockPairs);
     const std::uint8_t* chroma = chromaIn + 2 * first;
-    sumPairs(oldLuma + 2 * first, newLuma + 2 * first, count, sums);
-    if (computeShortRatios<kZone>(sums, count, ratios)) {
+    sumPairs(oldLuma + 2 * first, newLuma + 2 * first, count, ratioOf.black(), sums);
+    if (computeShortRatios<kZone>(sums, count, ratioOf, ratios)) {
       for (std::ptrdiff_t i = 0; i < 2 * count; ++i) {
         std::int16_t ratio = 0;
         std::memcpy(&ratio, reinterpret_cast<const std::byte*>(ratios) + 2 * i, sizeof ratio);
@@ -127,6 +156,13 @@ TLUX_MULTIVERSION void scaleChromaRowNarrowly(const std::uint8_t* oldLuma,
                                               const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
                                               std::ptrdiff_t pairs) {
   scaleRow<kNeutralZone>(oldLuma, newLuma, chromaIn, chromaOut, pairs);
+}
+
+TLUX_MULTIVERSION void scaleChromaRowPartly(PartRatio ratioOf, const std::uint8_t* oldLuma,
+                                            const std::uint8_t* newLuma,
+                                            const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
+                                            std::ptrdiff_t pairs) {
+  scaleRow<kNeutralZone>(oldLuma, newLuma, chromaIn, chromaOut, pairs, ratioOf);
 }
 
 TLUX_MULTIVERSION void scaleChromaRowWidely(const std::uint8_t* oldLuma,
@@ -150,6 +186,16 @@ void scaleChromaRow<kWideNeutralZone>(const std::uint8_t* oldLuma, const std::ui
                                       const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
                                       std::ptrdiff_t pairs) {
   scaleChromaRowWidely(oldLuma, newLuma, chromaIn, chromaOut, pairs);
+}
+
+void scaleChromaRow(const ChromaRule& rule, const std::uint8_t* oldLuma,
+                    const std::uint8_t* newLuma, const std::uint8_t* chromaIn,
+                    std::uint8_t* chromaOut, std::ptrdiff_t pairs) {
+  if (rule.black == 0 && rule.percent == 100) {
+    scaleChromaRowNarrowly(oldLuma, newLuma, chromaIn, chromaOut, pairs);
+  } else {
+    scaleChromaRowPartly(PartRatio(rule), oldLuma, newLuma, chromaIn, chromaOut, pairs);
+  }
 }
 
 } // namespace tlux

@@ -27,4 +27,17 @@ void scaleChromaRow<kWideNeutralZone>(const std::uint8_t* oldLuma, const std::ui
                                       const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
                                       std::ptrdiff_t pairs);
 
+// How chroma follows luma: where luma counts from, and how much of the change of its ratio, in per
+// cent, reaches the chroma.
+struct ChromaRule {
+  int black = 0;
+  int percent = 100;
+};
+
+// The same with the narrow zone and a rule of the caller's: the ratio is 1 + (ratio − 1) ·
+// percent / 100, its change truncated.
+void scaleChromaRow(const ChromaRule& rule, const std::uint8_t* oldLuma,
+                    const std::uint8_t* newLuma, const std::uint8_t* chromaIn,
+                    std::uint8_t* chromaOut, std::ptrdiff_t pairs);
+
 } // namespace tlux

@@ -39,11 +39,6 @@ std::int16_t logLumaOf(std::int16_t linear) {
   return kLogTable[static_cast<std::size_t>(clampTo(linear, 0, kLinearLevels - 1))];
 }
 
-// What log luminance is counted from: half-way between the frame's mean and grey.
-std::int32_t anchorOf(std::int32_t mean) {
-  return mean + saturatingTrunc<std::int32_t>((kGreyLog - mean) * 0.5 + 512.0);
-}
-
 // energy = detail² / 1024, saturated. A square that leaves 31 bits counts as none.
 TLUX_MULTIVERSION void detailEnergy(const std::int16_t* __restrict logLuma,
                                     const std::int16_t* __restrict base, std::ptrdiff_t count,
@@ -107,6 +102,11 @@ std::uint32_t withMemory(MMemMgr manager, void* workBuffer, const RetinexFrame& 
 }
 
 } // namespace
+
+// Half-way between the frame's mean and grey.
+std::int32_t anchorOf(std::int32_t mean) {
+  return mean + saturatingTrunc<std::int32_t>((kGreyLog - mean) * 0.5 + 512.0);
+}
 
 std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& frame) {
   return withMemory(manager, workBuffer, frame, [&](std::int16_t* memory) {

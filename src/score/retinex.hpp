@@ -24,6 +24,9 @@ std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& 
 std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean,
                             WorkerTeam* team);
 
+// What log luminance of that mean is counted from.
+std::int32_t anchorOf(std::int32_t mean);
+
 // The team where a frame is large enough to share its steps, otherwise null: handing over those of
 // a small frame takes longer than doing them.
 inline WorkerTeam* teamFor(WorkerTeam& team, std::int64_t pixels) {

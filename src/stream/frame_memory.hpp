@@ -1,0 +1,96 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "base/plane.hpp"
+#include "tlux/platform.h"
+
+namespace tlux {
+
+// Where the working planes of a frame lie in one block. The score and the filter follow each other
+// and share their memory.
+class FrameLayout {
+ public:
+  FrameLayout(std::int32_t width, std::int32_t height, std::uint32_t workers);
+
+  std::int32_t refWidth() const { return refWidth_; }
+  std::int32_t refHeight() const { return refHeight_; }
+  std::int64_t pixels() const { return std::int64_t{refWidth_} * refHeight_; }
+  std::int64_t bytes() const { return bytes_; }
+
+ private:
+  friend class FrameMemory;
+
+  std::int32_t refWidth_;
+  std::int32_t refHeight_;
+  std::int64_t workerBytes_; // of the filter, for each worker
+  std::int64_t scoreBytes_;
+  // From the start of the block.
+  std::int64_t mapped_;
+  std::int64_t scores_;
+  std::int64_t gains_;
+  std::int64_t shared_;
+  std::int64_t workerRows_;
+  std::int64_t rowBytes_; // of a worker
+  std::int64_t bytes_;
+};
+
+// The four maps of the filter's coefficients.
+struct CoefficientPlanes {
+  std::int32_t* rawA;
+  std::int32_t* rawB;
+  std::int32_t* smoothA;
+  std::int32_t* smoothB;
+};
+
+// One block for the frames of a stream. It grows with them and is kept.
+class FrameMemory {
+ public:
+  explicit FrameMemory(MMemMgr manager) : manager_(manager) {}
+  FrameMemory(const FrameMemory&) = delete;
+  FrameMemory& operator=(const FrameMemory&) = delete;
+  ~FrameMemory() { MMemFree(manager_, block_); }
+
+  // Makes room for a frame. False when there is no memory; what earlier frames left is then gone.
+  [[nodiscard]] bool reserve(const FrameLayout& layout);
+
+  const FrameLayout& layout() const { return layout_; }
+  Plane<std::uint8_t> reference() const { return plane<std::uint8_t>(0); }
+  Plane<std::uint8_t> mapped() const { return plane<std::uint8_t>(layout_.mapped_); }
+  std::uint16_t* scores() const { return at<std::uint16_t>(layout_.scores_); }
+  std::uint16_t* gains() const { return at<std::uint16_t>(layout_.gains_); }
+
+  // While the scores are made: a pool for that.
+  std::int16_t* logLuma() const { return at<std::int16_t>(layout_.shared_); }
+  MMemMgr scorePool() const;
+
+  // While the frame is filtered: the maps, and for each worker a pool and three rows of the frame.
+  CoefficientPlanes coefficients() const;
+  MMemMgr workerPool(int worker) const;
+  std::uint8_t* workerRow(int worker, int row) const;
+
+ private:
+  template <class T>
+  T* at(std::int64_t offset) const {
+    return reinterpret_cast<T*>(block_ + offset);
+  }
+  template <class T>
+  Plane<T> plane(std::int64_t offset) const {
+    return packedPlane(at<T>(offset), layout_.refWidth_, layout_.refHeight_);
+  }
+  std::byte* workerMemory(int worker) const;
+
+  MMemMgr manager_;
+  std::byte* block_ = nullptr;
+  std::int64_t size_ = 0;
+  FrameLayout layout_{0, 0, 1};
+};
+
+// Blocks that filter in parallel at most: a band or a strip for each worker.
+constexpr int filterPools(std::uint32_t workers) {
+  constexpr int kBands = 4;
+  return workers > kBands ? static_cast<int>(workers) : kBands;
+}
+
+} // namespace tlux

@@ -1,0 +1,74 @@
+#include "stream/options.hpp"
+
+#include <unistd.h>
+
+#include <algorithm>
+
+#if defined(__linux__)
+#include <sched.h>
+#endif
+
+namespace tlux {
+namespace {
+
+// More threads than that hardly shorten a frame: its smallest steps do not divide further.
+constexpr std::uint32_t kDefaultThreads = 4;
+
+// Processors that the process may use; those that are there where that cannot be told.
+std::uint32_t usableProcessors() {
+#if defined(__linux__)
+  cpu_set_t processors;
+  CPU_ZERO(&processors);
+  if (sched_getaffinity(0, sizeof processors, &processors) == 0) {
+    return static_cast<std::uint32_t>(std::max(CPU_COUNT(&processors), 1));
+  }
+#endif
+  return static_cast<std::uint32_t>(std::max(sysconf(_SC_NPROCESSORS_ONLN), 1L));
+}
+
+bool areInRange(const TLUX_STREAM_OPTIONS& options) {
+  const bool hasWorkers = options.workers >= 1 && options.workers <= kMostWorkers;
+  return options.range <= TLUX_RANGE_LIMITED && options.steady <= kMostSteady &&
+         options.colour <= kFullColour && options.fineWindows <= 1 &&
+         options.threads <= kMostWorkers && (options.parallelFor == nullptr || hasWorkers) &&
+         options.reserved == 0;
+}
+
+} // namespace
+
+TLUX_STREAM_OPTIONS optionsFor(std::uint32_t tones) {
+  TLUX_STREAM_OPTIONS options = {};
+  options.size = sizeof options;
+  options.range = TLUX_RANGE_FULL;
+  options.colour = kFullColour;
+  options.workers = kDefaultThreads;
+  if (tones == TLUX_TONES_NATURAL) {
+    options.steady = 8;
+    options.colour = 50;
+    options.fineWindows = 1;
+  }
+  return options;
+}
+
+bool readOptions(const TLUX_STREAM_OPTIONS* given, TLUX_STREAM_OPTIONS& options) {
+  if (given == nullptr) {
+    options = optionsFor(TLUX_TONES_NATURAL);
+    return true;
+  }
+  if (given->size != sizeof *given) return false;
+  options = *given;
+  return areInRange(options);
+}
+
+bool canChange(const TLUX_STREAM_OPTIONS& from, const TLUX_STREAM_OPTIONS& to) {
+  return from.threads == to.threads && from.parallelFor == to.parallelFor &&
+         from.parallelContext == to.parallelContext && from.workers == to.workers;
+}
+
+std::uint32_t workersOf(const TLUX_STREAM_OPTIONS& options) {
+  if (options.parallelFor != nullptr) return options.workers;
+  if (options.threads != 0) return options.threads;
+  return std::min(usableProcessors(), kDefaultThreads);
+}
+
+} // namespace tlux

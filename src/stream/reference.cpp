@@ -1,0 +1,45 @@
+#include "stream/reference.hpp"
+
+#include <algorithm>
+
+#include "reduce/row_reader.hpp"
+#include "stream/video_range.hpp"
+
+namespace tlux {
+namespace {
+
+constexpr int kReduction = 8;
+constexpr std::int64_t kRowsAtATime = 8;
+
+// Rows of the frame that row y of the reference is made of; below the frame, its last one.
+SourceRows rowsFor(Plane<const std::uint8_t> luma, std::int64_t y) {
+  constexpr SubGrid kGrid = reductionOf(Sampling::k420, kReduction).luma;
+  SourceRows rows{};
+  for (int tap = 0; tap < kGrid.rows.count; ++tap) {
+    const std::int64_t last = std::int64_t{luma.height} - 1;
+    rows[static_cast<std::size_t>(tap)] = luma.row(std::min(kGrid.row(y, tap), last));
+  }
+  return rows;
+}
+
+} // namespace
+
+bool fillStreamReference(Crew& crew, Plane<const std::uint8_t> luma, std::uint32_t range,
+                         Plane<std::uint8_t> reference) {
+  const RowKernel& kernel = rowKernels().of(Sampling::k420, kReduction).luma;
+  const std::int64_t height = reference.height;
+  return crew.share((height + kRowsAtATime - 1) / kRowsAtATime, [&](std::int64_t i, int /*slot*/) {
+    const std::int64_t end = std::min((i + 1) * kRowsAtATime, height);
+    for (std::int64_t y = i * kRowsAtATime; y < end; ++y) {
+      std::uint8_t* row = reference.row(y);
+      reduceRow(kernel, rowsFor(luma, y), rowsFor(luma, y + 1), luma.width, row, nullptr,
+                reference.width);
+      if (range == TLUX_RANGE_LIMITED) {
+        std::transform(row, row + reference.width, row,
+                       [](std::uint8_t code) { return kFullRangeLuma[code]; });
+      }
+    }
+  });
+}
+
+} // namespace tlux

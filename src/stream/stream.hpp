@@ -1,0 +1,52 @@
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+#include "stream/crew.hpp"
+#include "stream/frame_memory.hpp"
+#include "stream/render.hpp"
+#include "tlux/stream.h"
+#include "gain/gain_table.hpp"
+
+// The record behind the interface; see tlux/stream.h for what each call does.
+struct TLUX_STREAM {
+ public:
+  TLUX_STREAM(MMemMgr manager, const TLUX_STREAM_OPTIONS& options);
+
+  MMemMgr manager() const { return manager_; }
+  bool change(const TLUX_STREAM_OPTIONS& options);
+  std::uint32_t run(const TLUX_IMAGE& source, const TLUX_IMAGE& output, std::uint32_t strength);
+  void reset();
+  bool report(TLUX_STREAM_REPORT& report) const;
+
+ private:
+  std::uint32_t optimize(const tlux::StreamFrame& frame, std::uint32_t strength);
+  bool scoreReference();
+  bool mapReference();
+  void updateGainTable(std::uint32_t strength);
+  void fillGains() const;
+
+  MMemMgr manager_;
+  TLUX_STREAM_OPTIONS options_;
+  tlux::Crew crew_;
+  tlux::FrameMemory memory_;
+
+  std::int32_t mean_ = 0; // of the latest frame, log luminance
+  std::int32_t anchor_ = 0;
+  bool hasMean_ = false; // false: the next frame counts as a cut
+  bool isCut_ = false;
+  bool hasReport_ = false;
+
+  std::uint32_t tableStrength_ = 0;
+  bool hasTable_ = false;
+  std::array<std::uint16_t, tlux::kGainTableEntries> gainTable_;
+};
+
+namespace tlux {
+
+// Bytes of a pool for a stream and frames up to this size.
+std::int64_t streamPoolBytes(const TLUX_STREAM_OPTIONS& options, std::int32_t width,
+                             std::int32_t height);
+
+} // namespace tlux

@@ -1,0 +1,188 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "engine/scoped_engine.hpp"
+#include "stream/scoped_stream.hpp"
+#include "support/effort.hpp"
+#include "support/random.hpp"
+#include "tlux/mark.h"
+#include "tlux/tone_stage.h"
+
+// Exact tones are those of the run on a frame whose last column and row go on up to the next
+// multiple of 16, cut back, with the mark in its own corner.
+namespace tlux::test {
+namespace {
+
+int wholeBlocks(int side) {
+  return (side + 15) / 16 * 16;
+}
+
+Frame continued(Frame& source) {
+  const TLUX_IMAGE& image = source.image();
+  Frame out({wholeBlocks(image.width), wholeBlocks(image.height), 0, 0, image.format});
+  for (int plane = 0; plane < 2; ++plane) {
+    const int step = plane + 1; // of one sample
+    for (int y = 0; y < out->height >> plane; ++y) {
+      const std::uint8_t* in = source.row(plane, std::min(y, (image.height >> plane) - 1));
+      for (int x = 0; x < out->width; ++x) {
+        out.row(plane, y)[x] = in[x < image.width ? x : image.width - step + x % step];
+      }
+    }
+  }
+  return out;
+}
+
+// The stage of the run that comes before the mark, on a frame of whole blocks.
+Frame tonesOf(Frame& whole, std::uint32_t strength) {
+  ScopedEngine engine;
+  Frame out({whole->width, whole->height, 0, 0, whole->format});
+  EXPECT_EQ(engine.run(whole, out, strength), TLUX_OK); // makes the reference frame
+  EXPECT_EQ(TLUX_Tonemapping(nullptr, &engine.state(), &whole.image(), &out.image(), 0, &strength),
+            TLUX_OK);
+  return out;
+}
+
+// Samples as the run has them; the rest of the output as it was.
+Frame expectedOf(Frame& source, const Frame& blank, std::uint32_t strength) {
+  Frame whole = continued(source);
+  Frame tones = tonesOf(whole, strength);
+  Frame out = blank.copy();
+  for (int plane = 0; plane < 2; ++plane) {
+    for (int y = 0; y < out->height >> plane; ++y) {
+      std::copy_n(tones.row(plane, y), out->width, out.row(plane, y));
+    }
+  }
+  TLUX_EmbeddedMark(&out.image());
+  return out;
+}
+
+// Runners of a caller's: the parts backwards, one after the other; each in a thread of its own.
+std::uint32_t runBackwards(void* /*context*/, TLUX_PART part, void* work, std::uint32_t count) {
+  while (count-- > 0)
+    part(work, count);
+  return TLUX_OK;
+}
+
+std::uint32_t runAtOnce(void* /*context*/, TLUX_PART part, void* work, std::uint32_t count) {
+  std::vector<std::thread> threads;
+  for (std::uint32_t i = 0; i < count; ++i)
+    threads.emplace_back(part, work, i);
+  for (std::thread& thread : threads)
+    thread.join();
+  return TLUX_OK;
+}
+
+std::vector<TLUX_STREAM_OPTIONS> everyKindOfThreads() {
+  std::vector<TLUX_STREAM_OPTIONS> kinds;
+  for (const std::uint32_t threads : {0U, 1U, 2U, 5U}) {
+    kinds.push_back(streamOptions(TLUX_TONES_EXACT));
+    kinds.back().threads = threads;
+  }
+  for (const TLUX_PARALLEL_FOR run : {runBackwards, runAtOnce}) {
+    for (const std::uint32_t workers : {1U, 3U, 64U}) {
+      kinds.push_back(streamOptions(TLUX_TONES_EXACT));
+      kinds.back().parallelFor = run;
+      kinds.back().workers = workers;
+    }
+  }
+  return kinds;
+}
+
+// One stream for all frames, whose sizes and strengths change from call to call.
+class ExactStream : public testing::Test {
+ protected:
+  void expectEqual(ScopedStream& stream, const FrameShape& in, const FrameShape& out, Scene scene,
+                   std::uint32_t strength) {
+    SCOPED_TRACE(testing::Message() << in.width << 'x' << in.height << " pitches " << in.lumaPitch
+                                    << ',' << in.chromaPitch << " -> " << out.lumaPitch << ','
+                                    << out.chromaPitch << " strength " << strength);
+    Frame source(in, scene, random_.bits());
+    const Frame original = source.copy();
+    Frame output(out);
+    const Frame expected = expectedOf(source, output, strength);
+    ASSERT_EQ(stream.run(source, output, strength), TLUX_OK);
+    EXPECT_TRUE(output == expected);
+    EXPECT_TRUE(source == original);
+    const Frame inPlace = expectedOf(source, source, strength);
+    ASSERT_EQ(stream.run(source, source, strength), TLUX_OK);
+    EXPECT_TRUE(source == inPlace);
+  }
+
+  FrameShape randomShape(int largest) {
+    FrameShape shape{2 * random_.intBetween(1, largest / 2),
+                     2 * random_.intBetween(1, largest / 2)};
+    shape.format = random_.intBetween(0, 1) != 0 ? TLUX_FMT_YCBCR420_YPVU : TLUX_FMT_YCBCR420_YPUV;
+    if (random_.intBetween(0, 3) == 0) { // whole blocks
+      shape.width = wholeBlocks(shape.width);
+      shape.height = wholeBlocks(shape.height);
+    }
+    return padded(shape);
+  }
+
+  FrameShape padded(FrameShape shape) {
+    const int padding[] = {0, 0, 1, 4, 64};
+    shape.lumaPitch = shape.width + padding[random_.intBetween(0, 4)];
+    shape.chromaPitch = shape.width + padding[random_.intBetween(0, 4)];
+    return shape;
+  }
+
+  Random random_{17};
+};
+
+TEST_F(ExactStream, EqualsTheRunForAnyFrameWhoeverWorks) {
+  constexpr std::uint32_t kStrengths[] = {0, 1, 25, 50, 100, 400, 0xFFFFFFFF};
+  for (const TLUX_STREAM_OPTIONS& options : everyKindOfThreads()) {
+    ScopedStream stream(options);
+    for (int i = 0; i < (kIsFast ? 24 : 4); ++i) {
+      const FrameShape shape = randomShape(i % 4 == 0 ? 700 : 160);
+      const Scene scene = kScenes[random_.intBetween(0, 4)];
+      expectEqual(stream, shape, padded(shape), scene, kStrengths[random_.intBetween(0, 6)]);
+    }
+  }
+}
+
+TEST_F(ExactStream, EqualsTheRunForEverySmallSize) {
+  ScopedStream stream(TLUX_TONES_EXACT);
+  for (int height = 2; height <= 36; height += 2) {
+    for (int width = 2; width <= 36; width += kIsFast ? 2 : 6) {
+      expectEqual(stream, {width, height}, {width, height}, Scene::kNoise, 60);
+    }
+  }
+}
+
+// Widths around the pieces of the kernels, a frame with the commonest size, one that is marked.
+TEST_F(ExactStream, EqualsTheRunForLargeSizes) {
+  ScopedStream stream(TLUX_TONES_EXACT);
+  for (const FrameShape& shape : {FrameShape{1920, 1080},
+                                  {1022, 130},
+                                  {1026, 98},
+                                  {4098, 50},
+                                  {50, 4098},
+                                  {1440, 1080, 1536, 1600}}) {
+    expectEqual(stream, shape, shape, Scene::kWindow, 50);
+  }
+}
+
+// Whole blocks need no continuing: the bytes of the run itself.
+TEST_F(ExactStream, EqualsTheRunItself) {
+  for (const FrameShape& shape :
+       {FrameShape{640, 480}, {1280, 720, 0, 0, TLUX_FMT_YCBCR420_YPUV}}) {
+    for (const std::uint32_t strength : {0U, 30U, 100U}) {
+      Frame source(shape, Scene::kWindow);
+      Frame expected(shape);
+      Frame output(shape);
+      ScopedEngine engine;
+      ASSERT_EQ(engine.run(source, expected, strength), TLUX_OK);
+      ScopedStream stream(TLUX_TONES_EXACT);
+      ASSERT_EQ(stream.run(source, output, strength), TLUX_OK);
+      EXPECT_TRUE(output == expected);
+    }
+  }
+}
+
+} // namespace
+} // namespace tlux::test
