@@ -4,10 +4,10 @@
 #include <array>
 #include <cstring>
 
-#include "stream/options.hpp"
-#include "stream/video_range.hpp"
 #include "chroma/chroma_row.hpp"
 #include "guided_upsampling/fast_guided_filter.hpp"
+#include "stream/options.hpp"
+#include "stream/video_range.hpp"
 
 namespace tlux {
 namespace {

@@ -3,15 +3,15 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "score/log_table.hpp"
 #include "platform/pool_need.hpp"
+#include "score/log_table.hpp"
+#include "score/retinex.hpp"
 #include "stream/frame_pair.hpp"
 #include "stream/options.hpp"
 #include "stream/reference.hpp"
 #include "tlux/mark.h"
 #include "tlux/transfer.h"
 #include "tone/map_reference.hpp"
-#include "score/retinex.hpp"
 
 namespace {
 

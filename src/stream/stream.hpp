@@ -3,11 +3,11 @@
 #include <array>
 #include <cstdint>
 
+#include "gain/gain_table.hpp"
 #include "stream/crew.hpp"
 #include "stream/frame_memory.hpp"
 #include "stream/render.hpp"
 #include "tlux/stream.h"
-#include "gain/gain_table.hpp"
 
 // The record behind the interface; see tlux/stream.h for what each call does.
 struct TLUX_STREAM {
