@@ -1,7 +1,8 @@
 /**
  * @file tlux.hpp
- * @brief The engine, images and pools as C++20 objects that release themselves. Header-only and
- *        optional: everything here is a thin cover of the C interface and mixes with it freely.
+ * @brief The engine, streams, images and pools as C++20 objects that release themselves.
+ * Header-only and optional: everything here is a thin cover of the C interface and mixes with it
+ * freely.
  *
  * Nothing throws. A constructor that failed leaves an object that converts to false and says why.
  * Objects hold the handle of their pool: they must end before the pool's memory does.
@@ -168,6 +169,73 @@ class Engine {
  private:
   Pool pool_;
   TLUX_ENGINE* engine_ = nullptr;
+  std::uint32_t status_;
+};
+
+/** A stream (TLUX_OpenStream()). One thread at a time. */
+class Stream {
+ public:
+  /** A starting point, TLUX_TONES_*, to change where it should differ. */
+  [[nodiscard]] static TLUX_STREAM_OPTIONS options(std::uint32_t tones) noexcept {
+    TLUX_STREAM_OPTIONS options = {};
+    TLUX_InitStreamOptions(&options, sizeof options, tones);
+    return options;
+  }
+
+  explicit Stream(const TLUX_STREAM_OPTIONS& options, Pool pool = Pool::heap()) noexcept
+      : status_(TLUX_OpenStream(pool.handle(), &options, &stream_)) {}
+
+  /** With natural tones. */
+  explicit Stream(Pool pool = Pool::heap()) noexcept : Stream(options(TLUX_TONES_NATURAL), pool) {}
+
+  Stream(Stream&& other) noexcept
+      : stream_(std::exchange(other.stream_, nullptr)), status_(other.status_) {}
+
+  Stream& operator=(Stream&& other) noexcept {
+    std::swap(stream_, other.stream_);
+    std::swap(status_, other.status_);
+    return *this;
+  }
+
+  ~Stream() { TLUX_CloseStream(&stream_); }
+
+  explicit operator bool() const noexcept { return stream_ != nullptr; }
+
+  /** Result code of the opening. */
+  [[nodiscard]] std::uint32_t status() const noexcept { return status_; }
+
+  /** The stream for the C interface; null when its opening failed or it was moved from. */
+  [[nodiscard]] TLUX_STREAM* get() noexcept { return stream_; }
+
+  /** TLUX_RunStream(); a stream that is not there is a bad argument. */
+  [[nodiscard]] std::uint32_t run(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                                  std::uint32_t strength) noexcept {
+    return TLUX_RunStream(stream_, &source, &output, strength);
+  }
+
+  /** The same in place. */
+  [[nodiscard]] std::uint32_t run(const TLUX_IMAGE& frame, std::uint32_t strength) noexcept {
+    return run(frame, frame, strength);
+  }
+
+  /** TLUX_ChangeStream(). */
+  [[nodiscard]] std::uint32_t change(const TLUX_STREAM_OPTIONS& options) noexcept {
+    return TLUX_ChangeStream(stream_, &options);
+  }
+
+  /** TLUX_ResetStream(). */
+  void reset() noexcept { TLUX_ResetStream(stream_); }
+
+  /** What the latest frame looked like; nothing before the first. */
+  [[nodiscard]] std::optional<TLUX_STREAM_REPORT> report() const noexcept {
+    TLUX_STREAM_REPORT report = {};
+    report.size = sizeof report;
+    if (TLUX_ReadStreamReport(stream_, &report) != TLUX_OK) return std::nullopt;
+    return report;
+  }
+
+ private:
+  TLUX_STREAM* stream_ = nullptr;
   std::uint32_t status_;
 };
 

@@ -56,24 +56,23 @@ struct FullRatio {
   }
 };
 
-// 1024 + (after / before − 1) · share · 1024, the change truncated.
+// 1024 + share · (ratio − 1024), the change rounded down.
 class PartRatio {
  public:
   explicit PartRatio(const ChromaRule& rule)
       : black_(static_cast<std::uint16_t>(2 * rule.black)),
-        unit_(static_cast<float>(kUnity * rule.percent) / 100.0F) {}
+        shareQ15_(((1 << 15) * rule.percent + 50) / 100) {}
 
   std::uint16_t black() const { return black_; }
 
   std::int32_t operator()(const PairSums& sums, std::ptrdiff_t k) const {
-    const auto before = static_cast<float>(sums.before[k]);
-    const float change = static_cast<float>(sums.after[k]) - before;
-    return kUnity + static_cast<std::int32_t>(change * unit_ / before);
+    const std::int64_t change = FullRatio()(sums, k) - kUnity;
+    return kUnity + static_cast<std::int32_t>((change * shareQ15_) >> 15);
   }
 
  private:
   std::uint16_t black_;
-  float unit_;
+  std::int32_t shareQ15_;
 };
 
 // The upper half of a product.

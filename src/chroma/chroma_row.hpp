@@ -35,7 +35,7 @@ struct ChromaRule {
 };
 
 // The same with the narrow zone and a rule of the caller's: the ratio is 1 + (ratio − 1) ·
-// percent / 100, its change truncated.
+// percent / 100, its change rounded down.
 void scaleChromaRow(const ChromaRule& rule, const std::uint8_t* oldLuma,
                     const std::uint8_t* newLuma, const std::uint8_t* chromaIn,
                     std::uint8_t* chromaOut, std::ptrdiff_t pairs);

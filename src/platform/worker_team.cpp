@@ -29,7 +29,13 @@ void watch(std::int64_t duration, IsOver isOver, Pause pause) {
 
 } // namespace
 
-WorkerTeam::WorkerTeam() {
+WorkerTeam::WorkerTeam(int threads, int size)
+    : Team(
+          [](Team& team, std::int64_t count, Call call, void* work) {
+            static_cast<WorkerTeam&>(team).perform(count, call, work);
+          },
+          size),
+      wanted_(threads) {
   pthread_mutex_init(&mutex_, nullptr);
   pthread_cond_init(&started_, nullptr);
   pthread_cond_init(&opened_, nullptr);
@@ -64,7 +70,7 @@ void* WorkerTeam::runFirst(void* team) {
 
 void WorkerTeam::startOthers() {
   int started = 1;
-  for (; started < kSize; ++started) {
+  for (; started < wanted_; ++started) {
     const TLUX_MThread thread = TLUX_MThreadCreate(&WorkerTeam::run, this);
     if (thread == 0) break;
     threads_[static_cast<std::size_t>(started)] = thread;
@@ -122,7 +128,7 @@ void WorkerTeam::perform(std::int64_t count, Call call, void* work) {
 }
 
 bool WorkerTeam::canJoin(std::int64_t served) const {
-  return isOpen_ && served != shares_ && slots_ < kSize;
+  return isOpen_ && served != shares_ && slots_ < size();
 }
 
 // With the mutex held, when there is nothing to join. May end without a share.
@@ -152,7 +158,7 @@ void WorkerTeam::serve() {
     served = shares_;
     const int slot = slots_++;
     ++active_;
-    if (slots_ < kSize) pthread_cond_signal(&opened_);
+    if (slots_ < size()) pthread_cond_signal(&opened_);
     pthread_mutex_unlock(&mutex_);
     takePart(slot);
     pthread_mutex_lock(&mutex_);

@@ -2,13 +2,11 @@
 
 #include <pthread.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
-#include <type_traits>
 
-#include "base/bands.hpp"
+#include "platform/team.hpp"
 #include "tlux/platform.h"
 
 namespace tlux {
@@ -18,13 +16,16 @@ namespace tlux {
 // Items of work are not dealt out in advance: whoever is free claims the next one, since cores are
 // of different speed and busy with other things. The calling thread takes part; a thread that wakes
 // up late finds the work done.
-class WorkerTeam {
+class WorkerTeam : public Team {
  public:
   static constexpr int kSize = 4;
 
+  static constexpr int kMostThreads = 63;
+
   // Starts the first thread, which starts the others while the caller is already at work. When one
-  // cannot be started, the later ones are not started either.
-  WorkerTeam();
+  // cannot be started, the later ones are not started either. `threads` is at least 1, kMostThreads
+  // at most; `size` counts the caller, too.
+  explicit WorkerTeam(int threads = kSize, int size = kSize);
   WorkerTeam(const WorkerTeam&) = delete;
   WorkerTeam& operator=(const WorkerTeam&) = delete;
   // Every thread that was started has ended on return.
@@ -32,22 +33,9 @@ class WorkerTeam {
 
   // Waits until no thread is yet to be started.
   int started();
-  bool isComplete() { return started() == kSize; }
-
-  // Calls work(item, slot) for the items 0 to count − 1 and waits for all. Of the calls that run at
-  // the same time no two have the same slot, 0 to kSize − 1.
-  template <class Work>
-  void share(std::int64_t count, Work&& work) {
-    using Callable = std::remove_reference_t<Work>;
-    const auto call = [](void* callable, std::int64_t item, int slot) {
-      (*static_cast<Callable*>(callable))(item, slot);
-    };
-    perform(count, call, &work);
-  }
+  bool isComplete() { return started() == wanted_; }
 
  private:
-  using Call = void (*)(void* work, std::int64_t item, int slot);
-
   static void* run(void* team);
   static void* runFirst(void* team);
   void startOthers();
@@ -59,7 +47,8 @@ class WorkerTeam {
   void waitForShare();
 
   // The first handle is the caller's, the others are the first thread's until that has ended.
-  std::array<TLUX_MThread, kSize> threads_{};
+  std::array<TLUX_MThread, kMostThreads> threads_{};
+  int wanted_;
 
   pthread_mutex_t mutex_;  // guards what follows, but for the items of an open share
   pthread_cond_t started_; // all threads are started that can be
@@ -78,19 +67,5 @@ class WorkerTeam {
   std::int64_t count_ = 0;
   std::atomic<std::int64_t> next_{0};
 };
-
-// Calls work(rows, slot) for all rows of a plane in parts of `partRows`, shared by the team. Null:
-// the caller does them at once.
-template <class Work>
-void shareRows(WorkerTeam* team, std::int32_t height, std::int32_t partRows, Work&& work) {
-  if (team == nullptr) {
-    work(Band{0, height}, 0);
-    return;
-  }
-  team->share((std::int64_t{height} + partRows - 1) / partRows, [&](std::int64_t i, int slot) {
-    const auto first = static_cast<std::int32_t>(i * partRows);
-    work(Band{first, first + std::min(partRows, height - first)}, slot);
-  });
-}
 
 } // namespace tlux

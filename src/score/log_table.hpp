@@ -11,7 +11,7 @@ namespace tlux {
 // `destination` may be `source`. With a team, rows are shared.
 template <class Sample, class Convert>
 std::int32_t convertSamples(Plane<Sample> source, Plane<std::int16_t> destination,
-                            Convert&& convert, WorkerTeam* team = nullptr) {
+                            Convert&& convert, Team* team = nullptr) {
   const auto convertRow = [&](std::int32_t y) {
     const Sample* in = source.row(y);
     std::int16_t* out = destination.row(y);

@@ -5,7 +5,7 @@
 
 #include "base/fixed_point.hpp"
 #include "base/plane.hpp"
-#include "platform/worker_team.hpp"
+#include "platform/team.hpp"
 
 namespace tlux {
 
@@ -14,7 +14,7 @@ namespace tlux {
 // team, rows are shared.
 template <class RowSum>
 std::int32_t meanOfRowMeans(std::int32_t width, std::int32_t height, RowSum&& rowSum,
-                            WorkerTeam* team = nullptr) {
+                            Team* team = nullptr) {
   if (width <= 0 || height <= 0) return 0;
   constexpr std::int32_t kPartRows = 16;
   std::atomic<std::uint32_t> total{0}; // wraps

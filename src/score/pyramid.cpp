@@ -22,8 +22,13 @@ Plane<std::int16_t> planeOf(const AmePyramidLevel& level) {
 // records are released.
 class Pyramid {
  public:
-  Pyramid(MMemMgr manager, Plane<const std::int16_t> source, PyramidScratch scratch)
-      : manager_(manager), source_(source), mean_(meanOf(source)), free_(scratch) {}
+  Pyramid(MMemMgr manager, Plane<const std::int16_t> source, PyramidScratch scratch,
+          LevelMeans means)
+      : manager_(manager),
+        source_(source),
+        mean_(meanOf(source)),
+        means_(means),
+        free_(scratch) {}
   Pyramid(const Pyramid&) = delete;
   Pyramid& operator=(const Pyramid&) = delete;
   ~Pyramid() {
@@ -33,17 +38,22 @@ class Pyramid {
   }
 
   PyramidOutcome build(MeanAndRange* statistics);
-  PyramidOutcome collapse(Plane<std::int16_t> output, WorkerTeam* team);
+  PyramidOutcome collapse(Plane<std::int16_t> output, Team* team);
 
  private:
   PyramidOutcome add(std::int32_t width, std::int32_t height);
   void drop();
+  // Of a weight · mean_ / level.mean, left to right.
+  double matched(double weight, const AmePyramidLevel& level) const {
+    return means_ == LevelMeans::kMatched ? weight * mean_ / level.mean : weight;
+  }
   void scaleSmallestToMean();
-  void blendIntoOutput(Plane<std::int16_t> output, double share, WorkerTeam* team);
+  void blendIntoOutput(Plane<std::int16_t> output, double share, Team* team);
 
   MMemMgr manager_;
   Plane<const std::int16_t> source_;
-  std::int32_t mean_; // of the source; every level is brought to it
+  std::int32_t mean_; // of the source; levels are brought to it where means_ says so
+  LevelMeans means_;
   PyramidScratch free_;
   AmePyramidLevel* smallest_ = nullptr;
 };
@@ -99,6 +109,7 @@ PyramidOutcome Pyramid::build(MeanAndRange* statistics) {
 }
 
 void Pyramid::scaleSmallestToMean() {
+  if (means_ == LevelMeans::kKept) return;
   const double factor = mean_ / smallest_->mean;
   const std::int64_t samples = std::int64_t{smallest_->width} * smallest_->height;
   for (std::int64_t i = 0; i < samples; ++i) {
@@ -108,10 +119,10 @@ void Pyramid::scaleSmallestToMean() {
 }
 
 // The source is of the size of the output, or is read as if it were.
-void Pyramid::blendIntoOutput(Plane<std::int16_t> output, double share, WorkerTeam* team) {
+void Pyramid::blendIntoOutput(Plane<std::int16_t> output, double share, Team* team) {
   constexpr std::int32_t kPartRows = 32;
   const std::int64_t scratch = smoothDoubleScratch(smallest_->width);
-  const bool isShared = free_.samples >= WorkerTeam::kSize * scratch;
+  const bool isShared = team != nullptr && free_.samples >= team->size() * scratch;
   const auto source = packedPlane(source_.data, output.width, output.height);
   shareRows(isShared ? team : nullptr, output.height, kPartRows, [&](Band rows, int slot) {
     smoothDoubleBlend(planeOf(*smallest_), source, output, rows, free_.data + slot * scratch,
@@ -119,7 +130,7 @@ void Pyramid::blendIntoOutput(Plane<std::int16_t> output, double share, WorkerTe
   });
 }
 
-PyramidOutcome Pyramid::collapse(Plane<std::int16_t> output, WorkerTeam* team) {
+PyramidOutcome Pyramid::collapse(Plane<std::int16_t> output, Team* team) {
   scaleSmallestToMean();
   for (double decay = 1; smallest_ != nullptr; decay *= kBlendDecay, drop()) {
     if (free_.samples < smoothDoubleScratch(smallest_->width)) return PyramidOutcome::kNoScratch;
@@ -127,7 +138,7 @@ PyramidOutcome Pyramid::collapse(Plane<std::int16_t> output, WorkerTeam* team) {
     if (AmePyramidLevel* larger = smallest_->larger; larger != nullptr) {
       const Plane<std::int16_t> plane = planeOf(*larger);
       smoothDoubleBlend(planeOf(*smallest_), plane, plane, {0, plane.height}, free_.data, 1 - share,
-                        share * mean_ / larger->mean);
+                        matched(share, *larger));
     } else {
       blendIntoOutput(output, share, team);
     }
@@ -147,8 +158,9 @@ std::int64_t pyramidPoolBytes(std::int32_t width, std::int32_t height) {
 
 PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
                              Plane<std::int16_t> output, PyramidScratch scratch,
-                             MeanAndRange* statistics, WorkerTeam* team) {
-  Pyramid pyramid(manager, source, scratch);
+                             MeanAndRange* statistics, Team* team,
+                             LevelMeans means) {
+  Pyramid pyramid(manager, source, scratch, means);
   MeanAndRange measured{0, 0, 0};
   PyramidOutcome outcome = pyramid.build(statistics == nullptr ? nullptr : &measured);
   if (outcome == PyramidOutcome::kDone) outcome = pyramid.collapse(output, team);

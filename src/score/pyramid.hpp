@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
-#include "platform/worker_team.hpp"
+#include "platform/team.hpp"
 #include "score/mean.hpp"
 #include "tlux/base.h"
 
@@ -27,6 +27,12 @@ struct PyramidScratch {
 // What smoothPyramid() takes out of a pool.
 std::int64_t pyramidPoolBytes(std::int32_t width, std::int32_t height);
 
+// What becomes of the mean of each level, which rounding moves off the mean of the source.
+enum class LevelMeans {
+  kMatched, // it is scaled to that: near zero by a ratio that is rounding noise
+  kKept,
+};
+
 enum class PyramidOutcome {
   kDone,
   kNoLevel,   // the source is one row or one column: the output is as it was
@@ -39,6 +45,7 @@ enum class PyramidOutcome {
 // a team, the last and largest step is shared where the scratch allows it.
 PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
                              Plane<std::int16_t> output, PyramidScratch scratch,
-                             MeanAndRange* statistics, WorkerTeam* team);
+                             MeanAndRange* statistics, Team* team,
+                             LevelMeans means = LevelMeans::kMatched);
 
 } // namespace tlux

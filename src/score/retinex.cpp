@@ -51,16 +51,17 @@ TLUX_MULTIVERSION void detailEnergy(const std::int16_t* __restrict logLuma,
 }
 
 // Energy to deviation, in place; returns the frame's mean deviation.
-std::int32_t toDeviation(const Samples& plane, WorkerTeam* team) {
+std::int32_t toDeviation(const Samples& plane, Team* team) {
   const auto deviationOf = [](std::int16_t v) {
     return kDeviationTable[static_cast<std::size_t>(std::max<std::int32_t>(v, 0))];
   };
   return convertSamples(plane, plane, deviationOf, team);
 }
 
-// `memory` holds workSamples(), the frame log luminance.
+// `memory` holds workSamples(), the frame log luminance, counted from `anchor`. `steadiness` null:
+// the frame is by itself.
 std::uint32_t scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexFrame& frame,
-                           std::int32_t mean, WorkerTeam* team) {
+                           std::int32_t anchor, Steadiness* steadiness, Team* team) {
   const std::int64_t pixels = std::int64_t{frame.width} * frame.height;
   const auto planeAt = [&](auto* data) { return packedPlane(data, frame.width, frame.height); };
   const Samples logLuma = planeAt(frame.logLuma);
@@ -68,18 +69,24 @@ std::uint32_t scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexF
   const Samples energy = planeAt(memory + pixels);
   const PyramidScratch scratch{memory + 2 * pixels, pyramidSamples(pixels)};
 
-  shiftSamples(logLuma, anchorOf(mean));
-  const PyramidOutcome smoothing = smoothPyramid(manager, logLuma, base, scratch, nullptr, team);
+  const bool isSteady = steadiness != nullptr && steadiness->isOn();
+  const LevelMeans means = isSteady ? LevelMeans::kKept : LevelMeans::kMatched;
+
+  shiftSamples(logLuma, anchor);
+  const PyramidOutcome smoothing =
+      smoothPyramid(manager, logLuma, base, scratch, nullptr, team, means);
   if (smoothing == PyramidOutcome::kNoMemory) return TLUX_ERR_NO_MEMORY;
   // A frame without a pyramid is its own base: no detail.
   if (smoothing != PyramidOutcome::kDone) std::copy_n(logLuma.data, pixels, base.data);
 
   detailEnergy(logLuma.data, base.data, pixels, energy.data);
-  if (smoothPyramid(manager, energy, energy, scratch, nullptr, team) == PyramidOutcome::kNoMemory) {
+  if (smoothPyramid(manager, energy, energy, scratch, nullptr, team, means) ==
+      PyramidOutcome::kNoMemory) {
     return TLUX_ERR_NO_MEMORY;
   }
   const std::int32_t deviation = toDeviation(energy, team);
-  const auto contrast = saturatingTrunc<std::int32_t>(std::sqrt(deviation / 1024.0) * 1024);
+  auto contrast = saturatingTrunc<std::int32_t>(std::sqrt(deviation / 1024.0) * 1024);
+  if (steadiness != nullptr) contrast = steadiness->followContrast(contrast);
   computeScore({logLuma, base, energy}, kReciprocalTable.data(), contrast, planeAt(frame.scores),
                team);
   return TLUX_OK;
@@ -112,14 +119,21 @@ std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& 
   return withMemory(manager, workBuffer, frame, [&](std::int16_t* memory) {
     const Samples plane = packedPlane(frame.logLuma, frame.width, frame.height);
     const std::int32_t mean = convertSamples(plane, plane, logLumaOf);
-    return scoreFrameIn(memory, manager, frame, mean, nullptr);
+    return scoreFrameIn(memory, manager, frame, anchorOf(mean), nullptr, nullptr);
   });
 }
 
 std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean,
-                            WorkerTeam* team) {
+                            Team* team) {
   return withMemory(manager, nullptr, frame, [&](std::int16_t* memory) {
-    return scoreFrameIn(memory, manager, frame, mean, team);
+    return scoreFrameIn(memory, manager, frame, anchorOf(mean), nullptr, team);
+  });
+}
+
+std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, Steadiness& steadiness,
+                            Team* team) {
+  return withMemory(manager, nullptr, frame, [&](std::int16_t* memory) {
+    return scoreFrameIn(memory, manager, frame, steadiness.anchor(), &steadiness, team);
   });
 }
 

@@ -3,7 +3,8 @@
 #include <array>
 #include <cstdint>
 
-#include "platform/worker_team.hpp"
+#include "platform/team.hpp"
+#include "score/steadiness.hpp"
 #include "tlux/base.h"
 
 namespace tlux {
@@ -22,14 +23,18 @@ std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& 
 // The same of a frame that holds log luminance, of this mean, with a team to share the work or
 // null.
 std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean,
-                            WorkerTeam* team);
+                            Team* team);
+
+// The same of a frame that follows others, whose mean was entered.
+std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, Steadiness& steadiness,
+                            Team* team);
 
 // What log luminance of that mean is counted from.
 std::int32_t anchorOf(std::int32_t mean);
 
 // The team where a frame is large enough to share its steps, otherwise null: handing over those of
 // a small frame takes longer than doing them.
-inline WorkerTeam* teamFor(WorkerTeam& team, std::int64_t pixels) {
+inline Team* teamFor(Team& team, std::int64_t pixels) {
   constexpr std::int64_t kSharedPixels = 1 << 16;
   return pixels >= kSharedPixels ? &team : nullptr;
 }

@@ -37,7 +37,7 @@ TLUX_MULTIVERSION void scoreRow(const std::int16_t* logLuma, const std::int16_t*
 } // namespace
 
 void computeScore(const ScorePlanes& planes, const std::uint32_t* reciprocals,
-                  std::int32_t contrast, Plane<std::uint16_t> score, WorkerTeam* team) {
+                  std::int32_t contrast, Plane<std::uint16_t> score, Team* team) {
   constexpr std::int32_t kPartRows = 16;
   shareRows(team, score.height, kPartRows, [&](Band rows, int /*slot*/) {
     for (std::int32_t y = rows.first; y < rows.end; ++y) {

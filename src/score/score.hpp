@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
-#include "platform/worker_team.hpp"
+#include "platform/team.hpp"
 
 namespace tlux {
 
@@ -17,6 +17,6 @@ struct ScorePlanes {
 // score = detail · contrast / deviation − log luminance, as 16-bit patterns; reciprocals[d] is
 // 524288 / d. `score` may be one of the inputs. With a team, rows are shared.
 void computeScore(const ScorePlanes& planes, const std::uint32_t* reciprocals,
-                  std::int32_t contrast, Plane<std::uint16_t> score, WorkerTeam* team = nullptr);
+                  std::int32_t contrast, Plane<std::uint16_t> score, Team* team = nullptr);
 
 } // namespace tlux

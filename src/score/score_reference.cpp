@@ -6,12 +6,12 @@
 #include "score/retinex.hpp"
 
 namespace tlux {
-bool scoreReference(MMemMgr manager, WorkerTeam& team, Plane<const std::uint8_t> reference,
+bool scoreReference(MMemMgr manager, Team& team, Plane<const std::uint8_t> reference,
                     const std::uint16_t* degamma, std::uint16_t* scores) {
   const std::int64_t pixels = std::int64_t{reference.width} * reference.height;
   const Scratch<std::int16_t> logLuma(manager, pixels);
   if (!logLuma) return false;
-  WorkerTeam* const helpers = teamFor(team, pixels);
+  Team* const helpers = teamFor(team, pixels);
   const auto table = logLumaOfCodes(degamma);
   const std::int32_t mean = convertSamples(
       reference, packedPlane(logLuma.get(), reference.width, reference.height),

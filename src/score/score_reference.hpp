@@ -3,7 +3,7 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
-#include "platform/worker_team.hpp"
+#include "platform/team.hpp"
 #include "tlux/platform.h"
 
 namespace tlux {
@@ -11,7 +11,7 @@ namespace tlux {
 // Writes the Retinex score of every luma code of the reference frame: packed rows of the 16-bit
 // patterns that index a gain table. `degamma` takes codes to linear light (12 bit). False when the
 // working memory cannot be had; the scores are then as they were.
-[[nodiscard]] bool scoreReference(MMemMgr manager, WorkerTeam& team,
+[[nodiscard]] bool scoreReference(MMemMgr manager, Team& team,
                                   Plane<const std::uint8_t> reference, const std::uint16_t* degamma,
                                   std::uint16_t* scores);
 

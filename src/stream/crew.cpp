@@ -1,64 +1,64 @@
 #include "stream/crew.hpp"
 
 #include <algorithm>
+#include <atomic>
+#include <utility>
 
 #include "stream/options.hpp"
 
 namespace tlux {
-namespace {
 
-constexpr std::uint32_t kTeam = WorkerTeam::kSize;
+CallersTeam::CallersTeam(const TLUX_STREAM_OPTIONS& options)
+    : Team(
+          [](Team& team, std::int64_t count, Call call, void* work) {
+            static_cast<CallersTeam&>(team).perform(count, call, work);
+          },
+          static_cast<int>(options.workers)),
+      parallelFor_(options.parallelFor),
+      context_(options.parallelContext) {}
 
-} // namespace
-
-Crew::Crew(const TLUX_STREAM_OPTIONS& options)
-    : parallelFor_(options.parallelFor), context_(options.parallelContext) {
-  const std::uint32_t workers = workersOf(options);
-  size_ = static_cast<int>(parallelFor_ != nullptr || workers == 1 ? workers : kTeam);
+bool CallersTeam::takeFailure() {
+  return std::exchange(hasFailed_, false);
 }
 
-bool Crew::start() {
-  if (parallelFor_ != nullptr || size_ == 1) return true;
-  if (!threads_) threads_.emplace();
-  if (threads_->isComplete()) return true;
-  threads_.reset();
-  return false;
-}
-
-bool Crew::perform(const Job& job) {
-  if (parallelFor_ != nullptr && size_ > 1 && job.count > 1) return performByCaller(job);
-  auto work = [&job](std::int64_t item, int slot) { job.call(job.work, item, slot); };
-  if (threads_ && job.count > 1) {
-    threads_->share(job.count, work);
-    return true;
-  }
-  for (std::int64_t item = 0; item < job.count; ++item) {
-    work(item, 0);
-  }
-  return true;
-}
-
-// Parts claim items one by one: whichever run, in whatever order, all is done when they return.
-bool Crew::performByCaller(const Job& job) {
-  struct Parts {
-    const Job& job;
+void CallersTeam::perform(std::int64_t count, Call call, void* work) {
+  struct Job {
+    Call call;
+    void* work;
+    std::int64_t count;
     std::atomic<std::int64_t> next{0};
 
     void takePart(int slot) {
       while (true) {
         const std::int64_t item = next.fetch_add(1, std::memory_order_relaxed);
-        if (item >= job.count) return;
-        job.call(job.work, item, slot);
+        if (item >= count) return;
+        call(work, item, slot);
       }
     }
-  } parts{job};
-  const auto part = [](void* work, std::uint32_t index) {
-    static_cast<Parts*>(work)->takePart(static_cast<int>(index));
+  } job{call, work, count};
+  const auto part = [](void* shared, std::uint32_t index) {
+    static_cast<Job*>(shared)->takePart(static_cast<int>(index));
   };
-  const auto count = static_cast<std::uint32_t>(std::min<std::int64_t>(size_, job.count));
-  const bool isComplete = parallelFor_(context_, part, &parts, count) == TLUX_OK;
-  parts.takePart(0);
-  return isComplete;
+  const auto parts = static_cast<std::uint32_t>(std::min<std::int64_t>(size(), count));
+  if (parallelFor_(context_, part, &job, parts) != TLUX_OK) hasFailed_ = true;
+  job.takePart(0);
+}
+
+Crew::Crew(const TLUX_STREAM_OPTIONS& options) : size_(static_cast<int>(workersOf(options))) {
+  if (options.parallelFor != nullptr) callers_.emplace(options);
+}
+
+bool Crew::start() {
+  if (callers_ || size_ == 1) return true;
+  if (!threads_) threads_.emplace(size_ - 1, size_);
+  if (threads_->isComplete()) return true;
+  threads_.reset();
+  return false;
+}
+
+Team* Crew::team() {
+  if (callers_) return &*callers_;
+  return threads_ ? &*threads_ : nullptr;
 }
 
 } // namespace tlux

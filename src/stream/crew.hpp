@@ -1,17 +1,32 @@
 #pragma once
 
-#include <atomic>
-#include <cstdint>
 #include <optional>
-#include <type_traits>
 
+#include "platform/team.hpp"
 #include "platform/worker_team.hpp"
 #include "tlux/stream.h"
 
 namespace tlux {
 
-// Who works on a frame: the calling thread alone, the caller's parallel for, or threads that stay
-// with the stream.
+// The caller's parallel for as a team. Parts claim items one by one: whichever run, in whatever
+// order, all is done when they have returned.
+class CallersTeam : public Team {
+ public:
+  explicit CallersTeam(const TLUX_STREAM_OPTIONS& options);
+
+  // Whether it failed since this was asked last. What it left over was done all the same.
+  bool takeFailure();
+
+ private:
+  void perform(std::int64_t count, Call call, void* work);
+
+  TLUX_PARALLEL_FOR parallelFor_;
+  void* context_;
+  bool hasFailed_ = false;
+};
+
+// Who works on the frames of a stream: the calling thread alone, the caller's parallel for, or
+// threads that stay with the stream.
 class Crew {
  public:
   explicit Crew(const TLUX_STREAM_OPTIONS& options);
@@ -21,33 +36,27 @@ class Crew {
   // Makes sure of the stream's own threads. False when they cannot be started.
   [[nodiscard]] bool start();
 
-  // Calls work(item, slot) for the items 0 to count − 1 and waits for all. Of the calls that run at
-  // the same time no two have the same slot, 0 to size() − 1. False when the caller's parallel for
-  // says that it failed; what it left over is done all the same.
-  template <class Work>
-  bool share(std::int64_t count, Work&& work) {
-    using Callable = std::remove_reference_t<Work>;
-    const Job job = {[](void* callable, std::int64_t item, int slot) {
-                       (*static_cast<Callable*>(callable))(item, slot);
-                     },
-                     &work, count};
-    return perform(job);
-  }
+  // Null: the calling thread alone.
+  Team* team();
+  // Whether the caller's parallel for failed since this was asked last.
+  bool takeFailure() { return callers_ && callers_->takeFailure(); }
 
  private:
-  struct Job {
-    void (*call)(void* work, std::int64_t item, int slot);
-    void* work;
-    std::int64_t count;
-  };
-
-  bool perform(const Job& job);
-  bool performByCaller(const Job& job);
-
-  TLUX_PARALLEL_FOR parallelFor_;
-  void* context_;
   int size_;
+  std::optional<CallersTeam> callers_;
   std::optional<WorkerTeam> threads_;
 };
+
+// Calls work(item, slot) for the items 0 to count − 1, shared by a team or, null, by the caller.
+template <class Work>
+void shareItems(Team* team, std::int64_t count, Work&& work) {
+  if (team != nullptr && count > 1) {
+    team->share(count, work);
+    return;
+  }
+  for (std::int64_t item = 0; item < count; ++item) {
+    work(item, 0);
+  }
+}
 
 } // namespace tlux

@@ -5,8 +5,8 @@
 
 #include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
-#include "stream/render.hpp"
 #include "score/retinex.hpp"
+#include "stream/render.hpp"
 
 namespace tlux {
 namespace {

@@ -9,7 +9,7 @@ namespace tlux {
 namespace {
 
 constexpr int kReduction = 8;
-constexpr std::int64_t kRowsAtATime = 8;
+constexpr std::int32_t kRowsAtATime = 8;
 
 // Rows of the frame that row y of the reference is made of; below the frame, its last one.
 SourceRows rowsFor(Plane<const std::uint8_t> luma, std::int64_t y) {
@@ -24,13 +24,11 @@ SourceRows rowsFor(Plane<const std::uint8_t> luma, std::int64_t y) {
 
 } // namespace
 
-bool fillStreamReference(Crew& crew, Plane<const std::uint8_t> luma, std::uint32_t range,
+void fillStreamReference(Team* team, Plane<const std::uint8_t> luma, std::uint32_t range,
                          Plane<std::uint8_t> reference) {
   const RowKernel& kernel = rowKernels().of(Sampling::k420, kReduction).luma;
-  const std::int64_t height = reference.height;
-  return crew.share((height + kRowsAtATime - 1) / kRowsAtATime, [&](std::int64_t i, int /*slot*/) {
-    const std::int64_t end = std::min((i + 1) * kRowsAtATime, height);
-    for (std::int64_t y = i * kRowsAtATime; y < end; ++y) {
+  shareRows(team, reference.height, kRowsAtATime, [&](Band rows, int /*slot*/) {
+    for (std::int32_t y = rows.first; y < rows.end; ++y) {
       std::uint8_t* row = reference.row(y);
       reduceRow(kernel, rowsFor(luma, y), rowsFor(luma, y + 1), luma.width, row, nullptr,
                 reference.width);

@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cstring>
 
-#include "stream/options.hpp"
-#include "stream/video_range.hpp"
 #include "chroma/chroma_row.hpp"
 #include "guided_upsampling/fast_guided_filter.hpp"
+#include "guided_upsampling/fine_fit.hpp"
+#include "platform/pool_need.hpp"
+#include "stream/options.hpp"
+#include "stream/video_range.hpp"
 
 namespace tlux {
 namespace {
@@ -87,28 +90,20 @@ class FrameFilter {
     for (int i = 0; i < pools; ++i) {
       pools_[static_cast<std::size_t>(i)] = memory.workerPool(i);
     }
-    describeBands();
   }
 
-  bool computeAllCoefficients() {
-    return crew_.share(kBandCount, [&](std::int64_t index, int /*slot*/) {
-      const auto i = static_cast<std::size_t>(index);
-      const TLUX_GUIDE_CONTEXT& band = bands_[i];
-      coefficients_[i] = computeCoefficients(band);
-      if (!frame_.isVideoRange || coefficients_[i] == Coefficients::kNone) return;
-      const Band rows = rowsOf(band);
-      const std::ptrdiff_t first = std::ptrdiff_t{rows.first} * band.lowWidth;
-      const std::ptrdiff_t count = std::ptrdiff_t{rows.end} * band.lowWidth - first;
-      toVideoRange(band.smoothA + first, band.smoothB + first, std::max(count, std::ptrdiff_t{0}));
-    });
+  void computeAllCoefficients() {
+    if (frame_.hasFineWindows) {
+      fitAllFinely();
+    } else {
+      fitInBands();
+    }
   }
 
-  // What the crew cannot do is done by the calling thread: once rows are written there is no way
-  // back.
   void writeRows() {
     const std::int64_t stripsPerBand =
         (std::int64_t{bands_[0].bandRows} + kStripRows - 1) / kStripRows;
-    crew_.share(kBandCount * stripsPerBand, [&](std::int64_t index, int slot) {
+    shareItems(crew_.team(), bandCount_ * stripsPerBand, [&](std::int64_t index, int slot) {
       const auto i = static_cast<std::size_t>(index / stripsPerBand);
       const Band rows = rowsOf(bands_[i]);
       const auto first = static_cast<std::int32_t>(rows.first + index % stripsPerBand * kStripRows);
@@ -123,7 +118,7 @@ class FrameFilter {
   }
 
  private:
-  void describeBands() {
+  TLUX_GUIDE_CONTEXT wholeFrame() const {
     const CoefficientPlanes maps = memory_.coefficients();
     TLUX_GUIDE_CONTEXT whole = {};
     whole.input = memory_.mapped().data;
@@ -137,13 +132,65 @@ class FrameFilter {
     whole.rawB = maps.rawB;
     whole.smoothA = maps.smoothA;
     whole.smoothB = maps.smoothB;
-    whole.bandRows = bandHeight(whole.lowHeight);
+    whole.bandRows = whole.lowHeight;
+    return whole;
+  }
+
+  // As the run: every band by itself.
+  void fitInBands() {
+    bandCount_ = kBandCount;
     for (int i = 0; i < kBandCount; ++i) {
       TLUX_GUIDE_CONTEXT& band = bands_[static_cast<std::size_t>(i)];
-      band = whole;
+      band = wholeFrame();
       band.manager = pools_[static_cast<std::size_t>(i)];
-      band.startRow = i * whole.bandRows;
+      band.bandRows = bandHeight(band.lowHeight);
+      band.startRow = i * band.bandRows;
     }
+    shareItems(crew_.team(), kBandCount, [&](std::int64_t index, int /*slot*/) {
+      const auto i = static_cast<std::size_t>(index);
+      coefficients_[i] = computeCoefficients(bands_[i]);
+      if (coefficients_[i] != Coefficients::kNone) finish(rowsOf(bands_[i]));
+    });
+  }
+
+  // One band, the parts being no more than a share of the work.
+  void fitAllFinely() {
+    bandCount_ = 1;
+    bands_[0] = wholeFrame();
+    const CoefficientPlanes maps = memory_.coefficients();
+    const Plane<std::int32_t> a = mapOf(maps.rawA);
+    const Plane<std::int32_t> b = mapOf(maps.rawB);
+    const std::int32_t parts = std::clamp(crew_.size(), 1, kBandCount);
+    const std::int32_t partRows = (a.height + parts - 1) / parts;
+    std::atomic<bool> isDone{true};
+    shareRows(crew_.team(), a.height, partRows, [&](Band rows, int slot) {
+      const MMemMgr pool = pools_[static_cast<std::size_t>(slot)];
+      if (!fitFinely(pool, rows, memory_.mapped(), memory_.reference(), kFilterRegularisation,
+                     a.data, b.data)) {
+        isDone = false;
+      }
+    });
+    shareRows(crew_.team(), a.height, partRows, [&](Band rows, int slot) {
+      const MMemMgr pool = pools_[static_cast<std::size_t>(slot)];
+      if (!isDone || !smoothFinely(pool, rows, a, b, maps.smoothA, maps.smoothB)) {
+        isDone = false;
+      } else {
+        finish(rows);
+      }
+    });
+    coefficients_[0] = isDone ? Coefficients::kShort : Coefficients::kNone;
+  }
+
+  Plane<std::int32_t> mapOf(std::int32_t* data) const {
+    return packedPlane(data, memory_.layout().refWidth(), memory_.layout().refHeight());
+  }
+
+  void finish(Band rows) const {
+    if (!frame_.isVideoRange || rows.first >= rows.end) return;
+    const CoefficientPlanes maps = memory_.coefficients();
+    const std::ptrdiff_t width = memory_.layout().refWidth();
+    const std::ptrdiff_t first = rows.first * width;
+    toVideoRange(maps.smoothA + first, maps.smoothB + first, rows.end * width - first);
   }
 
   void copyStrip(std::int32_t first, std::int32_t end) const {
@@ -158,6 +205,7 @@ class FrameFilter {
   const FrameMemory& memory_;
   const StreamFrame& frame_;
   std::array<MMemMgr, kMostWorkers> pools_{};
+  int bandCount_ = 0;
   std::array<TLUX_GUIDE_CONTEXT, kBandCount> bands_{};
   std::array<Coefficients, kBandCount> coefficients_{};
 };
@@ -166,8 +214,10 @@ class FrameFilter {
 
 bool renderStreamFrame(Crew& crew, const FrameMemory& memory, const StreamFrame& frame) {
   FrameFilter filter(crew, memory, frame);
-  if (!filter.computeAllCoefficients()) return false;
+  filter.computeAllCoefficients();
+  if (crew.takeFailure()) return false;
   filter.writeRows();
+  crew.takeFailure(); // what it left over was done: once rows are written there is no way back
   return true;
 }
 
@@ -177,7 +227,7 @@ void copyStreamFrame(const StreamFrame& frame) {
 }
 
 std::int64_t filterPoolBytes(std::int32_t refWidth) {
-  return workerPoolBytes(refWidth, kFilterRadius);
+  return std::max(workerPoolBytes(refWidth, kFilterRadius), poolOf(poolBlock(fineFitScratchBytes(refWidth))));
 }
 
 } // namespace tlux

@@ -14,12 +14,13 @@ struct StreamFrame {
   const TLUX_IMAGE& output; // the source, or memory of its own
   bool isVideoRange;
   int colour; // per cent
+  bool hasFineWindows;
 
   bool isInPlace() const { return source.plane[0] == output.plane[0]; }
 };
 
 // Carries the mapped reference to the luma of the output along the edges of the source, and lets
-// its chroma follow. False, with nothing written, as Crew::share().
+// its chroma follow. False, with nothing written, when the caller's parallel for fails.
 bool renderStreamFrame(Crew& crew, const FrameMemory& memory, const StreamFrame& frame);
 
 // The source as it is.

@@ -1,24 +1,18 @@
 #include "stream/stream.hpp"
 
 #include <algorithm>
-#include <cstdlib>
 
-#include "score/log_table.hpp"
 #include "platform/pool_need.hpp"
+#include "score/log_table.hpp"
+#include "score/retinex.hpp"
 #include "stream/frame_pair.hpp"
 #include "stream/options.hpp"
 #include "stream/reference.hpp"
 #include "tlux/mark.h"
 #include "tlux/transfer.h"
 #include "tone/map_reference.hpp"
-#include "score/retinex.hpp"
 
 namespace {
-
-// A change of the mean log luminance by half a stop, 1024 · ln(2) / 2, is a cut: within a scene a
-// light that floods less than 7 % of the picture changes it by less, and so does a camera that
-// follows the light, in steps of a third of a stop at most.
-constexpr std::int32_t kCut = 355;
 
 // Reference rows that are mapped at a time.
 constexpr std::int32_t kMappedRows = 16;
@@ -37,14 +31,14 @@ bool TLUX_STREAM::change(const TLUX_STREAM_OPTIONS& options) {
 }
 
 void TLUX_STREAM::reset() {
-  hasMean_ = false;
+  steadiness_.reset();
 }
 
 std::uint32_t TLUX_STREAM::run(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                                std::uint32_t strength) {
   if (!tlux::isStreamPair(source, output)) return TLUX_ERR_INVALID_PARAM;
   const tlux::StreamFrame frame = {source, output, options_.range == TLUX_RANGE_LIMITED,
-                                   static_cast<int>(options_.colour)};
+                                   static_cast<int>(options_.colour), options_.fineWindows != 0};
   const std::uint32_t result = optimize(frame, strength);
   hasReport_ = result == TLUX_OK;
   if (result != TLUX_OK) {
@@ -65,34 +59,35 @@ std::uint32_t TLUX_STREAM::optimize(const tlux::StreamFrame& frame, std::uint32_
 
   const Plane<const std::uint8_t> luma = {source.plane[0], source.width, source.height,
                                           source.pitch[0]};
-  if (!tlux::fillStreamReference(crew_, luma, options_.range, memory_.reference())) {
-    return TLUX_ERR_THREAD;
-  }
-  if (!scoreReference()) return TLUX_ERR_NO_MEMORY;
+  tlux::fillStreamReference(crew_.team(), luma, options_.range, memory_.reference());
+  tlux::Steadiness steadiness = steadiness_; // kept when the frame is done
+  if (!scoreReference(steadiness)) return TLUX_ERR_NO_MEMORY;
   updateGainTable(strength);
+  mapReference();
+  if (crew_.takeFailure()) return TLUX_ERR_THREAD;
   // The filter smooths fine noise even where no tone changes: a video is then better left alone.
   if (strength == 0 && frame.isVideoRange) {
     tlux::copyStreamFrame(frame);
-    return TLUX_OK;
+  } else if (!tlux::renderStreamFrame(crew_, memory_, frame)) {
+    return TLUX_ERR_THREAD;
   }
-  if (!mapReference() || !tlux::renderStreamFrame(crew_, memory_, frame)) return TLUX_ERR_THREAD;
+  steadiness_ = steadiness;
   return TLUX_OK;
 }
 
-bool TLUX_STREAM::scoreReference() {
+bool TLUX_STREAM::scoreReference(tlux::Steadiness& steadiness) {
   const Plane<std::uint8_t> reference = memory_.reference();
+  tlux::Team* team = crew_.team();
+  if (team != nullptr) team = tlux::teamFor(*team, memory_.layout().pixels());
   const auto table = tlux::logLumaOfCodes(TLUX_Degamma_Table);
   std::int16_t* logLuma = memory_.logLuma();
-  const std::int32_t mean =
-      tlux::convertSamples(reference, tlux::packedPlane(logLuma, reference.width, reference.height),
-                           [&table](std::uint8_t code) { return table[code]; });
+  const std::int32_t mean = tlux::convertSamples(
+      reference, tlux::packedPlane(logLuma, reference.width, reference.height),
+      [&table](std::uint8_t code) { return table[code]; }, team);
   const tlux::RetinexFrame frame = {logLuma, memory_.scores(), reference.width, reference.height};
-  if (tlux::scoreLogFrame(memory_.scorePool(), frame, mean, nullptr) != TLUX_OK) return false;
-  isCut_ = !hasMean_ || std::abs(mean - mean_) > kCut;
-  anchor_ = tlux::anchorOf(mean);
-  mean_ = mean;
-  hasMean_ = true;
-  return true;
+  steadiness.setFrames(options_.steady);
+  steadiness.enter(mean);
+  return tlux::scoreLogFrame(memory_.scorePool(), frame, steadiness, team) == TLUX_OK;
 }
 
 void TLUX_STREAM::updateGainTable(std::uint32_t strength) {
@@ -102,17 +97,15 @@ void TLUX_STREAM::updateGainTable(std::uint32_t strength) {
   hasTable_ = true;
 }
 
-bool TLUX_STREAM::mapReference() {
+void TLUX_STREAM::mapReference() {
   const Plane<std::uint8_t> reference = memory_.reference();
   const Plane<std::uint8_t> mapped = memory_.mapped();
   const tlux::ToneTables tables = {TLUX_Degamma_Table, TLUX_Gamma_Table8, gainTable_.data()};
-  const std::int64_t parts = (std::int64_t{reference.height} + kMappedRows - 1) / kMappedRows;
-  return crew_.share(parts, [&](std::int64_t i, int /*slot*/) {
-    const auto first = static_cast<std::int32_t>(i * kMappedRows);
-    const std::int32_t rows = std::min(kMappedRows, reference.height - first);
-    tlux::mapReference({reference.row(first), reference.width, rows, reference.pitch},
-                       memory_.scores() + std::ptrdiff_t{first} * reference.width, tables,
-                       {mapped.row(first), mapped.width, rows, mapped.pitch});
+  tlux::shareRows(crew_.team(), reference.height, kMappedRows, [&](tlux::Band part, int /*slot*/) {
+    const std::int32_t rows = part.end - part.first;
+    tlux::mapReference({reference.row(part.first), reference.width, rows, reference.pitch},
+                       memory_.scores() + std::ptrdiff_t{part.first} * reference.width, tables,
+                       {mapped.row(part.first), mapped.width, rows, mapped.pitch});
   });
 }
 
@@ -132,9 +125,9 @@ bool TLUX_STREAM::report(TLUX_STREAM_REPORT& report) const {
   report.reference = reference.data;
   report.scores = reinterpret_cast<const std::int16_t*>(memory_.scores());
   report.gains = memory_.gains();
-  report.mean = mean_;
-  report.anchor = anchor_;
-  report.isCut = isCut_ ? 1 : 0;
+  report.mean = steadiness_.mean();
+  report.anchor = steadiness_.anchor();
+  report.isCut = steadiness_.isCut() ? 1 : 0;
   report.reserved = 0;
   return true;
 }

@@ -3,11 +3,12 @@
 #include <array>
 #include <cstdint>
 
+#include "gain/gain_table.hpp"
+#include "score/steadiness.hpp"
 #include "stream/crew.hpp"
 #include "stream/frame_memory.hpp"
 #include "stream/render.hpp"
 #include "tlux/stream.h"
-#include "gain/gain_table.hpp"
 
 // The record behind the interface; see tlux/stream.h for what each call does.
 struct TLUX_STREAM {
@@ -22,8 +23,8 @@ struct TLUX_STREAM {
 
  private:
   std::uint32_t optimize(const tlux::StreamFrame& frame, std::uint32_t strength);
-  bool scoreReference();
-  bool mapReference();
+  bool scoreReference(tlux::Steadiness& steadiness);
+  void mapReference();
   void updateGainTable(std::uint32_t strength);
   void fillGains() const;
 
@@ -32,10 +33,7 @@ struct TLUX_STREAM {
   tlux::Crew crew_;
   tlux::FrameMemory memory_;
 
-  std::int32_t mean_ = 0; // of the latest frame, log luminance
-  std::int32_t anchor_ = 0;
-  bool hasMean_ = false; // false: the next frame counts as a cut
-  bool isCut_ = false;
+  tlux::Steadiness steadiness_;
   bool hasReport_ = false;
 
   std::uint32_t tableStrength_ = 0;

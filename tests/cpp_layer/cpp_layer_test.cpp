@@ -27,6 +27,39 @@ void paint(Image& frame) {
   }
 }
 
+TEST(CppLayer, StreamsFrames) {
+  const long heapBlocks = liveAllocations();
+  {
+    Image source(kWidth, kHeight, TLUX_FMT_YCBCR420_YPVU);
+    Image output(kWidth, kHeight, TLUX_FMT_YCBCR420_YPVU);
+    Image expected(kWidth, kHeight, TLUX_FMT_YCBCR420_YPVU);
+    ASSERT_TRUE(source && output && expected);
+    paint(source);
+    Stream opened(Stream::options(TLUX_TONES_EXACT));
+    Stream stream(std::move(opened));
+    Engine engine;
+    ASSERT_TRUE(stream && engine && !opened);
+    EXPECT_FALSE(stream.report().has_value());
+    ASSERT_EQ(engine.run(*source, *expected, 50), TLUX_OK);
+    ASSERT_EQ(stream.run(*source, *output, 50), TLUX_OK);
+    EXPECT_TRUE(std::ranges::equal(output.row(0, 99), expected.row(0, 99)));
+    EXPECT_EQ(stream.report()->width, kWidth / 8);
+    EXPECT_EQ(stream.change(Stream::options(TLUX_TONES_NATURAL)), TLUX_OK);
+    stream.reset();
+    ASSERT_EQ(stream.run(*source, *output, 50), TLUX_OK);
+    stream.reset();
+    ASSERT_EQ(stream.run(*source, 50), TLUX_OK); // in place
+    EXPECT_TRUE(std::ranges::equal(source.row(0, 99), output.row(0, 99)));
+    EXPECT_EQ(opened.run(*source, 50), TLUX_ERR_INVALID_PARAM);
+
+    std::vector<std::byte> tooSmall(1000);
+    const Stream failed(*Pool::over(tooSmall));
+    EXPECT_FALSE(failed);
+    EXPECT_EQ(failed.status(), TLUX_ERR_NO_MEMORY);
+  }
+  EXPECT_EQ(liveAllocations(), heapBlocks);
+}
+
 TEST(CppLayer, RunsInsideOneBlockAndGivesEverythingBack) {
   const long heapBlocks = liveAllocations();
   std::vector<std::byte> block(std::size_t{4} << 20);
