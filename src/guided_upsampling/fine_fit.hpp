@@ -25,8 +25,7 @@ std::int64_t fineFitScratchBytes(std::int32_t width);
                              std::int32_t* b);
 
 // Means of the coefficients over the windows around rows, all of which must be there: rounded, a
-// and b in Q10. b is half a code larger, and more by what the enlargement of both maps rounds off,
-// so that cutting the result down to whole codes rounds it.
+// and b in Q10. b is larger by what makes cutting the results down to whole codes a rounding.
 [[nodiscard]] bool smoothFinely(MMemMgr manager, Band rows, Plane<const std::int32_t> a,
                                 Plane<const std::int32_t> b, std::int32_t* smoothA,
                                 std::int32_t* smoothB);

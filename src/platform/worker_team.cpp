@@ -30,11 +30,9 @@ void watch(std::int64_t duration, IsOver isOver, Pause pause) {
 } // namespace
 
 WorkerTeam::WorkerTeam(int threads, int size)
-    : Team(
-          [](Team& team, std::int64_t count, Call call, void* work) {
-            static_cast<WorkerTeam&>(team).perform(count, call, work);
-          },
-          size),
+    : Team([](Team& team, std::int64_t count, Call call,
+              void* work) { static_cast<WorkerTeam&>(team).perform(count, call, work); },
+           size),
       wanted_(threads) {
   pthread_mutex_init(&mutex_, nullptr);
   pthread_cond_init(&started_, nullptr);

@@ -23,11 +23,11 @@ Plane<std::int16_t> planeOf(const AmePyramidLevel& level) {
 class Pyramid {
  public:
   Pyramid(MMemMgr manager, Plane<const std::int16_t> source, PyramidScratch scratch,
-          LevelMeans means)
+          FollowedLevels* followed)
       : manager_(manager),
         source_(source),
         mean_(meanOf(source)),
-        means_(means),
+        followed_(followed),
         free_(scratch) {}
   Pyramid(const Pyramid&) = delete;
   Pyramid& operator=(const Pyramid&) = delete;
@@ -45,15 +45,16 @@ class Pyramid {
   void drop();
   // Of a weight · mean_ / level.mean, left to right.
   double matched(double weight, const AmePyramidLevel& level) const {
-    return means_ == LevelMeans::kMatched ? weight * mean_ / level.mean : weight;
+    return followed_ == nullptr ? weight * mean_ / level.mean : weight;
   }
+  void followEarlierFrames();
   void scaleSmallestToMean();
   void blendIntoOutput(Plane<std::int16_t> output, double share, Team* team);
 
   MMemMgr manager_;
   Plane<const std::int16_t> source_;
-  std::int32_t mean_; // of the source; levels are brought to it where means_ says so
-  LevelMeans means_;
+  std::int32_t mean_; // of the source
+  FollowedLevels* followed_;
   PyramidScratch free_;
   AmePyramidLevel* smallest_ = nullptr;
 };
@@ -108,8 +109,13 @@ PyramidOutcome Pyramid::build(MeanAndRange* statistics) {
   return smallest_ == nullptr ? PyramidOutcome::kNoLevel : PyramidOutcome::kDone;
 }
 
+void Pyramid::followEarlierFrames() {
+  for (AmePyramidLevel* level = smallest_; level != nullptr; level = level->larger) {
+    followed_->follow(planeOf(*level));
+  }
+}
+
 void Pyramid::scaleSmallestToMean() {
-  if (means_ == LevelMeans::kKept) return;
   const double factor = mean_ / smallest_->mean;
   const std::int64_t samples = std::int64_t{smallest_->width} * smallest_->height;
   for (std::int64_t i = 0; i < samples; ++i) {
@@ -131,7 +137,11 @@ void Pyramid::blendIntoOutput(Plane<std::int16_t> output, double share, Team* te
 }
 
 PyramidOutcome Pyramid::collapse(Plane<std::int16_t> output, Team* team) {
-  scaleSmallestToMean();
+  if (followed_ != nullptr) {
+    followEarlierFrames();
+  } else {
+    scaleSmallestToMean();
+  }
   for (double decay = 1; smallest_ != nullptr; decay *= kBlendDecay, drop()) {
     if (free_.samples < smoothDoubleScratch(smallest_->width)) return PyramidOutcome::kNoScratch;
     const double share = kBlendStart * decay;
@@ -158,9 +168,8 @@ std::int64_t pyramidPoolBytes(std::int32_t width, std::int32_t height) {
 
 PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
                              Plane<std::int16_t> output, PyramidScratch scratch,
-                             MeanAndRange* statistics, Team* team,
-                             LevelMeans means) {
-  Pyramid pyramid(manager, source, scratch, means);
+                             MeanAndRange* statistics, Team* team, FollowedLevels* followed) {
+  Pyramid pyramid(manager, source, scratch, followed);
   MeanAndRange measured{0, 0, 0};
   PyramidOutcome outcome = pyramid.build(statistics == nullptr ? nullptr : &measured);
   if (outcome == PyramidOutcome::kDone) outcome = pyramid.collapse(output, team);

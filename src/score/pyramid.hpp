@@ -5,6 +5,7 @@
 #include "base/plane.hpp"
 #include "platform/team.hpp"
 #include "score/mean.hpp"
+#include "score/steadiness.hpp"
 #include "tlux/base.h"
 
 namespace tlux {
@@ -27,12 +28,6 @@ struct PyramidScratch {
 // What smoothPyramid() takes out of a pool.
 std::int64_t pyramidPoolBytes(std::int32_t width, std::int32_t height);
 
-// What becomes of the mean of each level, which rounding moves off the mean of the source.
-enum class LevelMeans {
-  kMatched, // it is scaled to that: near zero by a ratio that is rounding noise
-  kKept,
-};
-
 enum class PyramidOutcome {
   kDone,
   kNoLevel,   // the source is one row or one column: the output is as it was
@@ -43,9 +38,13 @@ enum class PyramidOutcome {
 // Smooths `source` over all scales into `output`, which has its size and may be the same plane.
 // `statistics` receives those of the largest level that is at most 200 wide; null: not wanted. With
 // a team, the last and largest step is shared where the scratch allows it.
+//
+// Rounding moves the means of the levels off that of the source. They are scaled back to it, which
+// near zero is a ratio of rounding noise, unless `followed` is given: then they stay as they are,
+// and the coarsest follow those of earlier frames.
 PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
                              Plane<std::int16_t> output, PyramidScratch scratch,
                              MeanAndRange* statistics, Team* team,
-                             LevelMeans means = LevelMeans::kMatched);
+                             FollowedLevels* followed = nullptr);
 
 } // namespace tlux

@@ -70,18 +70,16 @@ std::uint32_t scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexF
   const PyramidScratch scratch{memory + 2 * pixels, pyramidSamples(pixels)};
 
   const bool isSteady = steadiness != nullptr && steadiness->isOn();
-  const LevelMeans means = isSteady ? LevelMeans::kKept : LevelMeans::kMatched;
-
   shiftSamples(logLuma, anchor);
-  const PyramidOutcome smoothing =
-      smoothPyramid(manager, logLuma, base, scratch, nullptr, team, means);
+  const PyramidOutcome smoothing = smoothPyramid(manager, logLuma, base, scratch, nullptr, team,
+                                                 isSteady ? &steadiness->base() : nullptr);
   if (smoothing == PyramidOutcome::kNoMemory) return TLUX_ERR_NO_MEMORY;
   // A frame without a pyramid is its own base: no detail.
   if (smoothing != PyramidOutcome::kDone) std::copy_n(logLuma.data, pixels, base.data);
 
   detailEnergy(logLuma.data, base.data, pixels, energy.data);
-  if (smoothPyramid(manager, energy, energy, scratch, nullptr, team, means) ==
-      PyramidOutcome::kNoMemory) {
+  if (smoothPyramid(manager, energy, energy, scratch, nullptr, team,
+                    isSteady ? &steadiness->energy() : nullptr) == PyramidOutcome::kNoMemory) {
     return TLUX_ERR_NO_MEMORY;
   }
   const std::int32_t deviation = toDeviation(energy, team);

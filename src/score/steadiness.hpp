@@ -1,42 +1,87 @@
 #pragma once
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
+
+#include "base/plane.hpp"
 
 namespace tlux {
 
-// Keeps the tones of a video from moving faster than its scene does. What a score takes from the
-// frame as a whole, the anchor and the contrast, follows with a time constant of so many frames:
+// A number that follows another by way of a third, each moving by a share of what is missing:
 //
-//   followed += (wanted − followed) / frames,
+//   first += (wanted − first) · share,  second += (first − second) · share.
 //
-// which leaves 1/20 of a step after three time constants. A cut takes effect at once. Nothing else
-// is carried from frame to frame.
+// It sets out gently: of a step, the first frame takes share², not share.
+class FollowedNumber {
+ public:
+  // `share` 1: at once.
+  float follow(float wanted, float share) {
+    first_ += (wanted - first_) * share;
+    second_ += (first_ - second_) * share;
+    return second_;
+  }
+
+ private:
+  float first_ = 0;
+  float second_ = 0;
+};
+
+// The coarsest levels of a pyramid: a light in one corner reaches the far wall through them.
+class FollowedLevels {
+ public:
+  // Columns and rows of a level that is still followed; finer ones are local.
+  static constexpr std::int32_t kLargestSide = 12;
+
+  // The next frame, its levels following in an order that is always the same.
+  void enter(float share) {
+    share_ = share;
+    used_ = 0;
+  }
+  void follow(Plane<std::int16_t> level);
+
+ private:
+  static constexpr std::size_t kCells = 12 * 12 + 6 * 6 + 3 * 3 + 2 * 2 + 1;
+
+  float share_ = 1;
+  std::size_t used_ = 0;
+  std::array<FollowedNumber, kCells> cells_;
+};
+
+// Keeps the tones of a video from moving faster than its scene does: what a score takes from more
+// than the neighbourhood of a pixel follows the scene over so many frames. A cut takes effect at
+// once. Nothing else is carried from frame to frame.
 class Steadiness {
  public:
   // 0: every frame by itself, and so is 1, but with steady levels.
   void setFrames(std::uint32_t frames) { frames_ = frames; }
   // Forgets what was before: the next frame counts as a cut.
-  void reset() { hasFrame_ = false; }
+  void reset() { width_ = 0; }
 
-  // Takes in the mean log luminance of the next frame.
-  void enter(std::int32_t mean);
+  // Takes in the size and the mean log luminance of the next frame.
+  void enter(std::int32_t width, std::int32_t height, std::int32_t mean);
   // Takes in its contrast, Q10; returns the one to use.
   std::int32_t followContrast(std::int32_t contrast);
 
   bool isOn() const { return frames_ > 0; }
   bool isCut() const { return isCut_; }
   std::int32_t mean() const { return mean_; }
-  std::int32_t anchor() const;
+  std::int32_t anchor() const { return usedAnchor_; }
+  FollowedLevels& base() { return base_; }
+  FollowedLevels& energy() { return energy_; }
 
  private:
-  double share() const { return isCut_ || frames_ == 0 ? 1.0 : 1.0 / frames_; }
-
   std::uint32_t frames_ = 0;
-  bool hasFrame_ = false;
-  bool isCut_ = false;
+  std::int32_t width_ = 0; // of the latest frame; 0: there is none
+  std::int32_t height_ = 0;
   std::int32_t mean_ = 0;
-  double anchor_ = 0;
-  double contrast_ = 0;
+  bool isCut_ = false;
+  float share_ = 1;
+  std::int32_t usedAnchor_ = 0;
+  FollowedNumber anchor_;
+  FollowedNumber contrast_;
+  FollowedLevels base_;
+  FollowedLevels energy_;
 };
 
 } // namespace tlux

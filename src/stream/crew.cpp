@@ -9,11 +9,9 @@
 namespace tlux {
 
 CallersTeam::CallersTeam(const TLUX_STREAM_OPTIONS& options)
-    : Team(
-          [](Team& team, std::int64_t count, Call call, void* work) {
-            static_cast<CallersTeam&>(team).perform(count, call, work);
-          },
-          static_cast<int>(options.workers)),
+    : Team([](Team& team, std::int64_t count, Call call,
+              void* work) { static_cast<CallersTeam&>(team).perform(count, call, work); },
+           static_cast<int>(options.workers)),
       parallelFor_(options.parallelFor),
       context_(options.parallelContext) {}
 

@@ -14,6 +14,16 @@ namespace {
 // More threads than that hardly shorten a frame: its smallest steps do not divide further.
 constexpr std::uint32_t kDefaultThreads = 4;
 
+// A quarter of a second of video. A lamp of 2 % of the picture moves the far half by less than 0.7
+// codes in the first frame, and nothing is left to move after 24.
+constexpr std::uint32_t kNaturalSteady = 8;
+
+// At strength 50 the mean C* of photographs (CIE 1976) grows by 7 %, and fewer of their pixels than
+// before have a channel at its end; at 100 per cent it is 19 %, and in saturated scenes every third
+// pixel is clipped. At 30 the colours are no stronger than those of the original, and lifted
+// shadows look grey.
+constexpr std::uint32_t kNaturalColour = 50;
+
 // Processors that the process may use; those that are there where that cannot be told.
 std::uint32_t usableProcessors() {
 #if defined(__linux__)
@@ -43,8 +53,8 @@ TLUX_STREAM_OPTIONS optionsFor(std::uint32_t tones) {
   options.colour = kFullColour;
   options.workers = kDefaultThreads;
   if (tones == TLUX_TONES_NATURAL) {
-    options.steady = 8;
-    options.colour = 50;
+    options.steady = kNaturalSteady;
+    options.colour = kNaturalColour;
     options.fineWindows = 1;
   }
   return options;

@@ -227,7 +227,8 @@ void copyStreamFrame(const StreamFrame& frame) {
 }
 
 std::int64_t filterPoolBytes(std::int32_t refWidth) {
-  return std::max(workerPoolBytes(refWidth, kFilterRadius), poolOf(poolBlock(fineFitScratchBytes(refWidth))));
+  return std::max(workerPoolBytes(refWidth, kFilterRadius),
+                  poolOf(poolBlock(fineFitScratchBytes(refWidth))));
 }
 
 } // namespace tlux

@@ -86,7 +86,7 @@ bool TLUX_STREAM::scoreReference(tlux::Steadiness& steadiness) {
       [&table](std::uint8_t code) { return table[code]; }, team);
   const tlux::RetinexFrame frame = {logLuma, memory_.scores(), reference.width, reference.height};
   steadiness.setFrames(options_.steady);
-  steadiness.enter(mean);
+  steadiness.enter(reference.width, reference.height, mean);
   return tlux::scoreLogFrame(memory_.scorePool(), frame, steadiness, team) == TLUX_OK;
 }
 
