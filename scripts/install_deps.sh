@@ -8,10 +8,11 @@
 #   java   what the camera example for Android is tested with
 #   abi    comparison of the interface with its baseline
 #   count  counter of instructions
+#   quality  what measures pictures
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi|count …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi|count|quality …" >&2
   exit 1
 }
 
@@ -28,6 +29,7 @@ packages_of() {
     java) echo default-jdk-headless ;;
     abi) echo abigail-tools ;;
     count) echo valgrind ;;
+    quality) echo python3-numpy ffmpeg ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }

@@ -1,0 +1,148 @@
+#!/usr/bin/python3
+"""Measures what the library's tones do to pictures, beside two peers, and prints tables in Markdown.
+
+usage: scripts/quality.py [--library FILE] [--strength N] [--quick] [--check] [PICTURE | FOLDER ...]
+
+Without pictures it takes those of examples/images. --quick leaves out the ramps, --check fails when a figure is
+worse than its bar. The build of the library comes first (cmake --preset release). What each figure means, with its
+source, is told by the files of scripts/quality_measures.
+"""
+
+import argparse
+import sys
+from pathlib import Path
+
+import numpy as np
+
+from quality_measures import appearance, methods, pictures, smoothness, steadiness
+
+ROOT = Path(__file__).resolve().parent.parent
+
+MEASURES = {
+    "clipped, points added": lambda before, after: appearance.clipped(after) - appearance.clipped(before),
+    "lightness order error, %": appearance.lightness_order_error,
+    "hue shift, degrees": appearance.hue_shift,
+    "chroma ratio": appearance.chroma_ratio,
+    "halo overshoot, codes": appearance.halo_overshoot,
+    "shadow noise ratio": appearance.shadow_noise_ratio,
+    "mean luma": lambda before, after: float(appearance.luma(after[::4, ::4]).mean()),
+}
+METHODS = ("exact", "natural", "CLAHE", "gamma")
+
+# What natural tones may not exceed in any picture, or in the mean of the pictures.
+BARS = {
+    "largest jump of a block, codes": 6.0,
+    "largest step of the mean, codes": 1.5,
+    "lamp, first frame, codes": 0.7,
+    "lamp, after 24 frames, codes": 0.1,
+    "smooth areas, codes": 1.0,
+}
+MEAN_BARS = {"clipped, points added": 4.0}
+LARGEST_CHANGE_OF_MEAN = 1.0  # codes between exact and natural
+
+
+def results(library, rgb, strength):
+    """The picture by each method; a method without its library is left out."""
+    y, uv = library.frame_of(rgb)
+    found = {tones: library.rgb_of(*methods.Stream(library, tones).run(y, uv, strength))
+             for tones in ("exact", "natural")}
+    equalized = methods.clahe(y)
+    if equalized is not None:
+        found["CLAHE"] = library.rgb_of(equalized, uv)
+    found["gamma"] = methods.gamma_to_mean(rgb, appearance.luma(found["natural"][::4, ::4]).mean())
+    return found
+
+
+def measured(library, rgb, strength):
+    """Figures by measure and method."""
+    before = pictures.without_mark(rgb)
+    after = {name: pictures.without_mark(result) for name, result in results(library, rgb, strength).items()}
+    return {measure: {name: of(before, picture) for name, picture in after.items()}
+            for measure, of in MEASURES.items()}
+
+
+def ramps(library, rgb, tones):
+    y, uv = library.frame_of(rgb)
+    stream = methods.Stream(library, tones)
+    lowest, highest = steadiness.ramp_of_means(stream, y, uv)
+    first, left = steadiness.lamp(methods.Stream(library, tones, **({"steady": 8} if tones == "natural" else {})), y, uv)
+    return {
+        "largest jump of a block, codes": steadiness.largest_jump(stream, y, uv),
+        "smallest step of the mean, codes": lowest,
+        "largest step of the mean, codes": highest,
+        "lamp, first frame, codes": first,
+        "lamp, after 24 frames, codes": left,
+        "smooth areas, codes": smoothness.largest_difference(stream, y, uv),
+    }
+
+
+def show(title, header, rows):
+    print(f"\n### {title}\n\n| {' | '.join(header)} |\n|{'---|' * len(header)}")
+    for name, values in rows:
+        print(f"| {name} | {' | '.join('' if v is None else f'{v:.2f}' for v in values)} |")
+
+
+def mean_table(figures):
+    names = [name for name in METHODS if any(name in of for of in next(iter(figures.values())).values())]
+    rows = []
+    for measure in MEASURES:
+        rows.append((measure, [float(np.mean([of[measure][name] for of in figures.values()])) for name in names]))
+    show("Mean of the pictures", ["Measure", *names], rows)
+
+
+def picture_tables(figures):
+    for tones in ("natural", "exact"):
+        show(f"By picture, {tones}", ["Picture", *MEASURES],
+             [(name, [of[measure][tones] for measure in MEASURES]) for name, of in figures.items()])
+
+
+def failures(figures, ramped):
+    for name, of in ramped.items():
+        for measure, bar in BARS.items():
+            if of["natural"][measure] > bar:
+                yield f"{name}: {measure}: {of['natural'][measure]:.2f}, bar {bar}"
+        if of["natural"]["smallest step of the mean, codes"] < 0:
+            yield f"{name}: the mean falls where the input's rises"
+    for measure, bar in MEAN_BARS.items():
+        mean = np.mean([of[measure]["natural"] for of in figures.values()])
+        if mean > bar:
+            yield f"{measure}: {mean:.2f} in the mean, bar {bar}"
+    for name, of in figures.items():
+        change = abs(of["mean luma"]["natural"] - of["mean luma"]["exact"])
+        if change > LARGEST_CHANGE_OF_MEAN:
+            yield f"{name}: mean luma differs from exact by {change:.2f} codes"
+
+
+def main():
+    parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
+    parser.add_argument("pictures", nargs="*", default=[ROOT / "examples/images"])
+    parser.add_argument("--library", default=ROOT / "build/release/src/libtlux.so")
+    parser.add_argument("--strength", type=int, default=steadiness.STRENGTH)
+    parser.add_argument("--quick", action="store_true", help="leave out the ramps")
+    parser.add_argument("--check", action="store_true", help="fail when a figure is worse than its bar")
+    options = parser.parse_args()
+
+    library = methods.Library(options.library)
+    figures, ramped = {}, {}
+    for path in pictures.find(options.pictures):
+        rgb = pictures.read(path)
+        figures[path.stem] = measured(library, rgb, options.strength)
+        if not options.quick:
+            ramped[path.stem] = {tones: ramps(library, rgb, tones) for tones in ("exact", "natural")}
+    if not figures:
+        parser.error("no pictures")
+
+    mean_table(figures)
+    picture_tables(figures)
+    for tones in ("natural", "exact") if ramped else ():
+        header = list(next(iter(ramped.values()))[tones])
+        show(f"Steadiness, {tones}", ["Picture", *header], [(name, of[tones].values()) for name, of in ramped.items()])
+
+    found = list(failures(figures, ramped)) if options.check else []
+    for failure in found:
+        print(failure, file=sys.stderr)
+    return 1 if found else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())

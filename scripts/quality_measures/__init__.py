@@ -1,0 +1,1 @@
+"""What scripts/quality.py measures, a file for each kind of figure."""
