@@ -15,14 +15,7 @@ struct Band {
 
 // Rows per band. For a height of 4n + 1 the last row belongs to no band; intended.
 constexpr std::int32_t bandHeight(std::int32_t height) {
-  return (height + height % kBandCount) / kBandCount;
-}
-
-constexpr Band bandOf(int index, std::int32_t height) {
-  const std::int32_t rows = bandHeight(height);
-  const std::int32_t first = index * rows;
-  const std::int32_t end = first + rows;
-  return {first, end < height ? end : height};
+  return static_cast<std::int32_t>((std::int64_t{height} + height % kBandCount) / kBandCount);
 }
 
 } // namespace tlux

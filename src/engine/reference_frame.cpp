@@ -62,8 +62,7 @@ std::int64_t runPoolBytes(std::int32_t width, std::int32_t height) {
   const std::int32_t refHeight = referenceSide(height);
   if (refWidth == 0 || refHeight == 0) return 0;
   const auto planes = planeSizes(*findFormat(kReferenceFormat), refWidth, refHeight);
-  const std::int64_t pixels = planes[0].bytes() + planes[1].bytes() + planes[2].bytes();
-  return poolBlock(sizeof(TLUX_IMAGE)) + poolBlock(pixels) +
+  return poolBlock(sizeof(TLUX_IMAGE)) + poolBlock(totalBytes(planes)) +
          toneMapPoolBytes(refWidth, refHeight, planes[0].pitch);
 }
 

@@ -43,7 +43,7 @@ void smoothRow(const ThreeRows& rows, std::uint8_t* out, std::ptrdiff_t width) {
     sumColumns({rows.above + from, rows.middle + from, rows.below + from},
                sums + (from - (first - 1)), end - from);
     if (first == 0) sums[0] = sums[1];
-    if (end == width) sums[width - first + 1] = sums[width - first];
+    if (first + count == width) sums[count + 1] = sums[count];
     smoothSums(sums, out + first, count);
   }
 }

@@ -38,8 +38,13 @@ struct FilterBlock {
   constexpr FilterBlock(std::int64_t lowWidth, std::int64_t lowHeight, std::int64_t workerBytes)
       : samples(lowWidth * lowHeight), share((workerBytes + 7) / 8 * 8) {}
 
+  // Negative when 64 bits do not hold them.
   constexpr std::int64_t bytes() const {
-    return 4 * samples * std::int64_t{sizeof(std::int32_t)} + kBandCount * share;
+    constexpr std::int64_t kMaps = 4 * std::int64_t{sizeof(std::int32_t)}; // a sample
+    std::int64_t total = 0;
+    const bool tooMany = __builtin_mul_overflow(samples, kMaps, &total) ||
+                         __builtin_add_overflow(total, kBandCount * share, &total);
+    return tooMany ? -1 : total;
   }
 };
 
@@ -164,7 +169,7 @@ std::uint32_t filterInStrips(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
   if (frame.lowWidth == 0 || frame.lowHeight == 0) return TLUX_OK;
   if (frame.lowWidth < 0 || frame.lowHeight < 0) return TLUX_ERR_NO_MEMORY;
   const FilterBlock layout(frame.lowWidth, frame.lowHeight, workerBytes);
-  const Scratch<std::int64_t> block(manager, layout.bytes() / 8);
+  const Scratch<std::uint8_t> block(manager, layout.bytes());
   if (!block) return TLUX_ERR_NO_MEMORY;
   const std::int64_t samples = layout.samples;
   auto* const maps = reinterpret_cast<std::int32_t*>(block.get());

@@ -82,11 +82,13 @@ void copySpanBy(RowFunction copyRow, const TLUX_IMAGE& target, const TLUX_IMAGE&
   if (span.isEmpty()) return;
   const Format& format = *findFormat(source.format);
   const std::int64_t planeRows = planeSizes(format, source.width, source.height)[plane].rows;
-  const std::int64_t planeBytes = planeRows * source.pitch[plane];
+  // Behind the last row of the plane: that of a plane that is stored bottom up comes first.
+  const std::int64_t pitch = source.pitch[plane];
+  const std::int64_t planeEnd = pitch < 0 ? -pitch : planeRows * pitch;
   for (std::int64_t row = 0; row < span.rows; ++row) {
-    const std::int64_t from = span.from + row * source.pitch[plane];
+    const std::int64_t from = span.from + row * pitch;
     copyRow(target.plane[plane] + span.to + row * target.pitch[plane],
-            {source.plane[plane] + from, before, planeBytes - from}, samples);
+            {source.plane[plane] + from, before, planeEnd - from}, samples);
   }
 }
 

@@ -7,8 +7,7 @@ namespace tlux {
 namespace {
 
 bool allocatePlanes(TLUX_IMAGE& image, const std::array<PlaneSize, 3>& sizes, MMemMgr manager) {
-  const std::int64_t bytes = sizes[0].bytes() + sizes[1].bytes() + sizes[2].bytes();
-  auto* block = static_cast<std::uint8_t*>(allocateBytes(manager, bytes));
+  auto* block = static_cast<std::uint8_t*>(allocateBytes(manager, totalBytes(sizes)));
   if (block == nullptr) return false;
   image.plane[0] = block;
   for (std::size_t i = 1; i < sizes.size() && image.pitch[i] != 0; ++i) {

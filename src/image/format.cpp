@@ -54,6 +54,18 @@ std::array<PlaneSize, 3> planeSizes(const Format& format, std::int32_t width, st
   return sizes;
 }
 
+std::int64_t totalBytes(const std::array<PlaneSize, 3>& sizes) {
+  std::int64_t total = 0;
+  for (const PlaneSize& size : sizes) {
+    std::int64_t bytes = 0;
+    if (__builtin_mul_overflow(size.pitch, size.rows, &bytes) ||
+        __builtin_add_overflow(total, bytes, &total)) {
+      return -1;
+    }
+  }
+  return total;
+}
+
 bool setLayout(TLUX_IMAGE& image, const Format& format, const std::array<PlaneSize, 3>& sizes,
                std::int32_t width, std::int32_t height) {
   image.format = format.code;

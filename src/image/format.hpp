@@ -31,6 +31,9 @@ struct PlaneSize {
 // have.
 std::array<PlaneSize, 3> planeSizes(const Format& format, std::int32_t width, std::int32_t height);
 
+// Bytes of all planes, one behind the other; negative when 64 bits do not hold them.
+std::int64_t totalBytes(const std::array<PlaneSize, 3>& sizes);
+
 // Sets format, size and pitches of a zeroed record; false when a pitch does not fit the record.
 bool setLayout(TLUX_IMAGE& image, const Format& format, const std::array<PlaneSize, 3>& sizes,
                std::int32_t width, std::int32_t height);

@@ -56,9 +56,9 @@ MemoryPool* MemoryPool::format(void* buffer, std::int64_t size) {
   if (buffer == nullptr) return nullptr;
   const auto address = reinterpret_cast<std::uintptr_t>(buffer);
   const auto skip = static_cast<std::int64_t>(-address & 7u);
-  const std::int64_t usable = (size - skip) & ~std::int64_t{7};
-  const std::int64_t payload = usable - 2 * static_cast<std::int64_t>(kHeader);
-  if (size < skip || payload <= 0) return nullptr;
+  constexpr std::int64_t kHeaders = 2 * std::int64_t{kHeader};
+  if (size < skip + kHeaders + 8) return nullptr;
+  const std::int64_t payload = ((size - skip) & ~std::int64_t{7}) - kHeaders;
 
   auto* pool = reinterpret_cast<MemoryPool*>(static_cast<std::byte*>(buffer) + skip);
   pool->first_ = {static_cast<std::uint64_t>(payload), 0};

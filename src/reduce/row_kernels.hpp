@@ -11,14 +11,15 @@ namespace tlux {
 // The source rows that one output row is made of, each at its first sample.
 using SourceRows = std::array<const std::uint8_t*, 3>;
 
-// Bytes of a row that one call of a kernel covers at most; its sums stay in the nearest cache.
+// Bytes of a row that one call of a kernel covers at most, and outputs that it makes at most; its
+// sums stay in the nearest cache.
 inline constexpr int kStretch = 1024;
 // Bytes that a step may read from its start.
 inline constexpr int kMaxReach = 64;
 
 // Makes the outputs of a row in steps of one or two blocks.
 struct RowKernel {
-  // At least one step, at most kStretch bytes. `second` receives the second component of
+  // At least one step, at most longestStretch(). `second` receives the second component of
   // interleaved pairs, otherwise it is unused. The outputs must not overlap the rows or each other.
   void (*reduce)(const SourceRows& rows, std::uint8_t* first, std::uint8_t* second,
                  std::ptrdiff_t steps);
@@ -26,6 +27,9 @@ struct RowKernel {
   int step;        // bytes of each row from one step to the next
   int reach;       // bytes of each row, from its start, that a step may read
   int sampleBytes; // 2 for interleaved pairs
+
+  // Steps of one call. A reduction by less than 2 makes more chroma than it reads.
+  int longestStretch() const { return kStretch / (step > outputs ? step : outputs); }
 };
 
 // Half columns: the first chroma sample of a row belongs to an even (0) or odd (1) luma column.

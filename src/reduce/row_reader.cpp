@@ -69,7 +69,7 @@ void reduceRow(const RowKernel& kernel, const SourceRows& rows, const SourceRows
     return out == nullptr ? nullptr : out + step * kernel.outputs;
   };
   const std::int64_t steps = std::min(outputs / kernel.outputs, stepsInside(kernel, available));
-  const std::int64_t stretch = std::int64_t{kStretch} / kernel.step;
+  const std::int64_t stretch = kernel.longestStretch();
   for (std::int64_t step = 0; step < steps; step += stretch) {
     const std::int64_t end = std::min(step + stretch, steps);
     prefetch(next, step * kernel.step, end * kernel.step);

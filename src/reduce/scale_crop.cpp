@@ -72,12 +72,12 @@ std::uint32_t scaleCrop(const TLUX_IMAGE* source, TLUX_IMAGE* destination,
   if (source == nullptr || destination == nullptr) return TLUX_ERR_INVALID_PARAM;
   const Member member = findMember(source->format, factor);
   if (member == nullptr) return TLUX_OK;
+  const Crop whole{0, 0, source->width, source->height};
+  const Crop crop = roundedToBlocks(rect == nullptr ? whole : cropOf(*rect), factor);
+  if (crop.isEmpty()) return TLUX_OK; // also of an image too narrow to have chroma planes
   if (!hasPlanes(*source, layoutOf(source->format).planes()) || !hasPlanes(*destination, 3)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  const Crop whole{0, 0, source->width, source->height};
-  const Crop crop = roundedToBlocks(rect == nullptr ? whole : cropOf(*rect), factor);
-  if (crop.isEmpty()) return TLUX_OK;
   const TLUX_CROP_RECT rounded = rectOf(crop);
   member(source, destination, &rounded);
   return TLUX_OK;

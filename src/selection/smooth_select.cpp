@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstring>
-#include <limits>
 
 #include "platform/scratch.hpp"
 #include "tlux/selection.h"
@@ -64,74 +63,91 @@ void normaliseRow(const std::uint32_t* __restrict sums, std::int64_t width,
   }
 }
 
-// Working memory of one call, in one block: five rows of horizontal sums, of which each is written
-// over when the rows that need it are done; a row of zeros for the rows beyond the map; vertical
-// sums; and one padded source row.
+// Columns that are smoothed at a time, through buffers on the stack.
+constexpr std::int64_t kPiece = 512;
+// Stands for the rows above and below the map.
+constexpr std::uint32_t kZeros[kPiece] = {};
+
+// Working memory of one call: five rows of horizontal sums, of which each is written over when the
+// rows that need it are done. A low map has fewer.
 class SelectSmoother {
  public:
   SelectSmoother(MMemMgr manager, std::int64_t width, std::int64_t height)
-      : width_(width), height_(height), words_(manager, wordsFor(width)) {}
+      : width_(width), height_(height), sums_(manager, sumsFor(width, height)) {}
 
-  explicit operator bool() const { return static_cast<bool>(words_); }
+  explicit operator bool() const { return static_cast<bool>(sums_); }
 
   // A row is read before the one two rows above it is written, so both maps may be one.
   void run(const std::uint8_t* source, std::uint8_t* destination) {
-    std::fill_n(zeros(), width_, 0u);
-    std::memset(padded(), 0, static_cast<std::size_t>(width_ + 2 * kReach));
     for (std::int64_t y = 0; y < height_ + kReach; ++y) {
-      if (y < height_) takeRow(source + y * width_, y);
-      if (y >= kReach) finishRow(y - kReach, destination + (y - kReach) * width_);
+      if (y < height_) {
+        inPieces([&](std::int64_t x, std::int64_t end) {
+          sumAcross(source + y * width_, x, end, sumsOf(y));
+        });
+      }
+      if (y >= kReach) {
+        inPieces([&](std::int64_t x, std::int64_t end) {
+          finish(y - kReach, x, end, destination + (y - kReach) * width_);
+        });
+      }
     }
   }
 
  private:
-  static constexpr std::int64_t kRows = kTaps + 2; // and the padded bytes
-
-  static std::int64_t wordsFor(std::int64_t width) {
-    constexpr std::int64_t kWidest = std::numeric_limits<std::int64_t>::max() / (4 * (kRows + 2));
-    return width > kWidest ? -1 : kRows * width + (width + 2 * kReach + 3) / 4;
+  static std::int64_t sumsFor(std::int64_t width, std::int64_t height) {
+    std::int64_t sums = 0;
+    return __builtin_mul_overflow(width, std::min<std::int64_t>(kTaps, height), &sums) ? -1 : sums;
   }
 
-  std::uint32_t* sumsOf(std::int64_t y) const { return words_.get() + y % kTaps * width_; }
-  std::uint32_t* zeros() const { return words_.get() + kTaps * width_; }
-  std::uint32_t* columnSums() const { return words_.get() + (kTaps + 1) * width_; }
-  std::uint8_t* padded() const {
-    return reinterpret_cast<std::uint8_t*>(words_.get() + kRows * width_);
+  std::uint32_t* sumsOf(std::int64_t y) const { return sums_.get() + y % kTaps * width_; }
+
+  template <class Work>
+  void inPieces(Work work) const {
+    for (std::int64_t x = 0; x < width_; x += kPiece) {
+      work(x, std::min(x + kPiece, width_));
+    }
   }
 
-  void takeRow(const std::uint8_t* source, std::int64_t y) {
-    std::uint8_t* row = padded(); // with zeros beyond both ends
-    std::memcpy(row + kReach, source, static_cast<std::size_t>(width_));
-    addTaps<std::uint8_t>({row, row + 1, row + 2, row + 3, row + 4}, width_, sumsOf(y));
+  // Columns x to end - 1; beyond both ends of the row there are zeros.
+  void sumAcross(const std::uint8_t* row, std::int64_t x, std::int64_t end,
+                 std::uint32_t* sums) const {
+    std::uint8_t padded[kPiece + 2 * kReach] = {};
+    const std::int64_t from = std::max<std::int64_t>(x - kReach, 0);
+    const std::int64_t to = std::min(end + kReach, width_);
+    std::memcpy(padded + (from - (x - kReach)), row + from, static_cast<std::size_t>(to - from));
+    const std::uint8_t* p = padded;
+    addTaps<std::uint8_t>({p, p + 1, p + 2, p + 3, p + 4}, end - x, sums + x);
   }
 
-  void finishRow(std::int64_t y, std::uint8_t* out) {
+  void finish(std::int64_t y, std::int64_t x, std::int64_t end, std::uint8_t* out) const {
     const std::uint32_t* rows[kTaps];
     for (int tap = 0; tap < kTaps; ++tap) {
       const std::int64_t row = y + tap - kReach;
-      rows[tap] = row >= 0 && row < height_ ? sumsOf(row) : zeros();
+      rows[tap] = row >= 0 && row < height_ ? sumsOf(row) + x : kZeros;
     }
-    addTaps(rows, width_, columnSums());
+    std::uint32_t sums[kPiece];
+    addTaps(rows, end - x, sums);
 
     // Inside, one weight holds for the whole row; the first and last two columns have their own.
     const std::uint32_t rowWeight = weightAt(y, height_);
-    const auto normalise = [&](std::int64_t first, std::int64_t end) {
+    const auto normalise = [&](std::int64_t first, std::int64_t last) {
       const Normaliser normaliser = makeNormaliser(rowWeight * weightAt(first, width_));
-      normaliseRow(columnSums() + first, end - first, normaliser, out + first);
+      normaliseRow(sums + (first - x), last - first, normaliser, out + first);
     };
-    const std::int64_t insideEnd = std::max<std::int64_t>(kReach, width_ - kReach);
-    for (std::int64_t x = 0; x < std::min<std::int64_t>(kReach, width_); ++x) {
-      normalise(x, x + 1);
+    const std::int64_t inside = std::min(std::max<std::int64_t>(x, kReach), end);
+    const std::int64_t insideEnd = std::clamp(width_ - kReach, inside, end);
+    for (std::int64_t column = x; column < inside; ++column) {
+      normalise(column, column + 1);
     }
-    if (kReach < insideEnd) normalise(kReach, insideEnd);
-    for (std::int64_t x = insideEnd; x < width_; ++x) {
-      normalise(x, x + 1);
+    if (inside < insideEnd) normalise(inside, insideEnd);
+    for (std::int64_t column = insideEnd; column < end; ++column) {
+      normalise(column, column + 1);
     }
   }
 
   std::int64_t width_;
   std::int64_t height_;
-  Scratch<std::uint32_t> words_;
+  Scratch<std::uint32_t> sums_;
 };
 
 std::uint32_t smoothSelection(MMemMgr manager, const std::uint8_t* source,

@@ -5,13 +5,17 @@
 #include "reference/chroma.hpp"
 #include "reference/guided_filter_fast.hpp"
 #include "support/frame.hpp"
+#include "support/widths.hpp"
 #include "tlux/tone.h"
 
 namespace tlux::test {
 namespace {
 
+// Padding between the rows, and none behind the last one.
 FrameShape padded(int width, int height, int padding) {
-  return {width, height, width + padding, width + padding + 2};
+  FrameShape shape{width, height, width + padding, width + padding + 2};
+  shape.isTight = true;
+  return shape;
 }
 
 // Scales the chroma of `before` by the change of luma to that of `after`, in the first columns and
@@ -61,7 +65,8 @@ TEST(ToneLines, OddRowsAndEmptyWidthsAreSkipped) {
 
 TEST(ToneLines, BaseAndDetailMakeAFrame) {
   Random random(43);
-  for (const auto [width, height] : {std::array{1, 1}, {6, 3}, {31, 8}, {700, 4}}) {
+  for (const int width : widthsAround({3, 256})) {
+    const int height = 1 + width % 4;
     Frame base(padded(width, height, 1), random);
     Frame detail(padded(width, height, 4), random);
     Frame output(padded(width, height, 0), random);
@@ -105,7 +110,7 @@ struct GuidedFrame {
 TEST(GuideTone, AppliesTheFilteredDeltaToLumaAndChroma) {
   Random random(44);
   for (const auto [width, height, lowW, lowH] :
-       {std::array{8, 8, 1, 1}, {34, 50, 4, 6}, {40, 83, 5, 9}, {80, 160, 10, 20}}) {
+       {std::array{8, 8, 1, 1}, {34, 50, 4, 6}, {40, 83, 5, 9}, {2060, 17, 257, 2}}) {
     GuidedFrame frame(width, height, lowW, lowH, random);
     for (Frame* target : {&frame.output, &frame.source}) { // the second in place
       Frame expected = target->copy();

@@ -8,6 +8,7 @@
 #include "reference/gain_lines.hpp"
 #include "support/null_arguments.hpp"
 #include "support/random.hpp"
+#include "support/widths.hpp"
 #include "tlux/gain_lines.h"
 
 namespace tlux::test {
@@ -76,7 +77,7 @@ TEST(LineTone, ChromaMatchesTheFormulaForEveryCode) {
 
 TEST(LineTone, WorksInGroupsOfFourAndLeavesOddRowsTheirChroma) {
   Random random(2);
-  for (const int width : {1, 2, 3, 4, 5, 63, 64, 129, 254, 300}) {
+  for (const int width : widthsAround({3, 128})) {
     for (const int row : {0, 1, 2, 7}) {
       Bytes luma = random.values<std::uint8_t>(width + 8);
       Bytes chroma = random.values<std::uint8_t>(width + 8);

@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <limits>
 #include <tuple>
 #include <vector>
 
+#include "base/bands.hpp"
 #include "reference/guided_filter_fast.hpp"
 #include "support/fault_injection.hpp"
 #include "support/guarded_buffer.hpp"
@@ -185,6 +187,8 @@ TEST(FastGuidedFilter, WorkerWithoutMemoryLeavesItsBandAlone) {
 }
 
 TEST(FastGuidedFilter, AnswersBadAndEmptyArguments) {
+  constexpr int kHuge = std::numeric_limits<int>::max();
+  static_assert(bandHeight(kHuge) == 1 << 29);
   Random random(31);
   Frame frame({4, 4}, 0, 0, random);
   for (const auto& [lowW, lowH, lowPitch, fullPitch, radius, result] :
@@ -194,7 +198,8 @@ TEST(FastGuidedFilter, AnswersBadAndEmptyArguments) {
         {-4, -4, 4, 32, 16, TLUX_ERR_NO_MEMORY},
         {4, 4, 3, 32, 16, TLUX_ERR_INVALID_PARAM},
         {4, 4, 4, 31, 16, TLUX_ERR_INVALID_PARAM},
-        {4, 4, 4, 32, 0, TLUX_ERR_INVALID_PARAM}}) {
+        {4, 4, 4, 32, 0, TLUX_ERR_INVALID_PARAM},
+        {kHuge / 8, kHuge, kHuge, kHuge, 16, TLUX_ERR_NO_MEMORY}}) {
     EXPECT_EQ(
         FastGuideFilterMT(nullptr, frame.input.data(), frame.guide.data(), frame.fullGuide.data(),
                           frame.fullOut.data(), lowW, lowH, lowPitch, fullPitch, radius, 20),

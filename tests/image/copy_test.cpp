@@ -85,6 +85,55 @@ TEST(Copy, FollowsTheByteWiseRulesAtTheLastByteOfAPlane) {
   }
 }
 
+Picture flipped(Picture picture) {
+  for (auto& [bytes, pitch] : picture.planes) {
+    for (auto top = bytes.begin(), end = bytes.end(); end - top > pitch; top += pitch, end -= pitch)
+      std::swap_ranges(top, top + pitch, end - pitch);
+  }
+  return picture;
+}
+
+// The frame from its last row to its first.
+TLUX_IMAGE bottomUp(Frame& frame) {
+  TLUX_IMAGE image = frame.image();
+  for (int i = 0; i < frame.planeCount(); ++i) {
+    const int rows = static_cast<int>(frame.plane(i).size()) / image.pitch[i];
+    if (rows > 0) image.plane[i] = frame.row(i, rows - 1);
+    image.pitch[i] = -image.pitch[i];
+  }
+  return image;
+}
+
+// With padding enough that the pair behind a row is never one of another row.
+TEST(Copy, TakesPicturesThatAreStoredBottomUp) {
+  Random random(11);
+  for (const std::uint32_t format : kCopied) {
+    if (format >= TLUX_FMT_YCBYCR_5 && format <= TLUX_FMT_YCBYCR_8) continue;
+    for (int trial = 0; trial < 60; ++trial) {
+      const int width = random.intBetween(1, 12);
+      const int height = random.intBetween(1, 6);
+      const Picture source = randomPicture(random, format, width, height, 9, 4);
+      const Picture target = randomPicture(random, format, width + 1, height + 1, 9, 4);
+      const TLUX_RECT from =
+          randomRect(random, source, random.intBetween(0, width), random.intBetween(0, height));
+      const TLUX_RECT to =
+          randomRect(random, target, from.right - from.left, from.bottom - from.top);
+      if (readsCbHalfARowLow(format, from)) continue;
+      Picture expected = target;
+      PictureCopy(expected, to, source, from).oddRect();
+      Frame sourceFrame = frameOf(flipped(source));
+      Frame targetFrame = frameOf(flipped(target));
+      const TLUX_IMAGE in = bottomUp(sourceFrame);
+      TLUX_IMAGE out = bottomUp(targetFrame);
+      ASSERT_EQ(TLUX_CopyImageROIOddRect_IMK(&out, &to, &in, &from), TLUX_OK);
+      ASSERT_TRUE(targetFrame == frameOf(flipped(expected))) << std::hex << format;
+      PictureCopy(expected, to, source, from).plain();
+      ASSERT_EQ(TLUX_CopyImageROI_IMK(&out, &to, &in, &from), TLUX_OK);
+      ASSERT_TRUE(targetFrame == frameOf(flipped(expected))) << std::hex << format;
+    }
+  }
+}
+
 TEST(Copy, TakesWholeImagesOfEqualSizeOnly) {
   Random random(2);
   for (const std::uint32_t format : kCopied) {

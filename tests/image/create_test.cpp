@@ -62,16 +62,18 @@ TEST(CreateImage, LaysPlanesOutBackToBack) {
 TEST(CreateImage, RefusesWhatItCannotHoldAndReleasesTheRecord) {
   constexpr int kHuge = std::numeric_limits<int>::max();
   const Pool pool(512);
-  for (const auto& [width, height] : {std::pair{-1, 4},
-                                      {4, -2},
-                                      {-8, -8},
-                                      {kHuge, 1},
-                                      {100, 100},
-                                      {65536, 65536},
-                                      {92682, 46341}}) {
-    TLUX_IMAGE* image = nullptr;
-    EXPECT_EQ(TLUX_CreateImage_IMK(&image, width, height, TLUX_FMT_BGR24, pool),
-              TLUX_ERR_NO_MEMORY);
+  for (const auto& [width, height, format] : {std::tuple{-1, 4, TLUX_FMT_BGR24},
+                                              {4, -2, TLUX_FMT_BGR24},
+                                              {-8, -8, TLUX_FMT_BGR24},
+                                              {kHuge, 1, TLUX_FMT_BGR24},
+                                              {100, 100, TLUX_FMT_BGR24},
+                                              {65536, 65536, TLUX_FMT_BGR24},
+                                              {92682, 46341, TLUX_FMT_BGR24},
+                                              {4, 1073741823, TLUX_FMT_GRAY},
+                                              {kHuge - 3, kHuge, TLUX_FMT_YCBCR444_P}}) {
+    TLUX_IMAGE untouched{};
+    TLUX_IMAGE* image = &untouched;
+    EXPECT_EQ(TLUX_CreateImage_IMK(&image, width, height, format, pool), TLUX_ERR_NO_MEMORY);
     EXPECT_EQ(image, nullptr);
     EXPECT_TRUE(pool.isWhole());
   }

@@ -22,11 +22,11 @@ inline const std::uint32_t kCopied[] = {
 };
 
 inline Picture randomPicture(Random& random, std::uint32_t format, int width, int height,
-                             int maxExtra) {
+                             int maxExtra, int minExtra = 0) {
   Picture picture{format, width, height, {}};
   int plane = 0;
   for (const PlaneExtent& extent : extentsOf(format, width, height)) {
-    const int pitch = extent.bytes + random.intBetween(0, maxExtra);
+    const int pitch = extent.bytes + random.intBetween(minExtra, maxExtra);
     picture.planes[plane++] = {random.values<std::uint8_t>(pitch * extent.rows), pitch};
   }
   return picture;
@@ -42,9 +42,16 @@ inline Frame frameOf(const Picture& picture) {
   return frame;
 }
 
+// Random bytes in planes that end with their last sample.
 inline Frame randomFrame(Random& random, std::uint32_t format, int width, int height,
                          int maxExtra) {
-  return frameOf(randomPicture(random, format, width, height, maxExtra));
+  Frame frame(format, width, height, Frame::NoPlanes());
+  for (const PlaneExtent& extent : extentsOf(format, width, height)) {
+    const int extra = random.intBetween(0, maxExtra);
+    frame.addPlane(extent.bytes + extra, extent.rows, extra);
+    random.noise(frame.plane(frame.planeCount() - 1).bytes());
+  }
+  return frame;
 }
 
 // Whether the rows of the picture that `extents` tells are those of the image.

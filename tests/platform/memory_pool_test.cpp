@@ -102,9 +102,13 @@ TEST(MemoryPool, NeedsFortyAlignedBytes) {
     MMemMgr pool = MMemMgrCreate(memory + start, smallest);
     EXPECT_EQ(pool, start == 0 ? memory : memory + 8) << start;
     EXPECT_EQ(GetMaxAllocMemSize(pool), 8) << start;
+    // Sizes are signed.
+    constexpr std::uint64_t kLowest = std::uint64_t{1} << 63;
+    for (const std::uint64_t size : {kLowest, kLowest + 7, kLowest + 39, ~std::uint64_t{0}}) {
+      EXPECT_EQ(MMemMgrCreate(memory + start, size), nullptr) << start;
+    }
   }
   EXPECT_EQ(MMemMgrCreate(nullptr, 1000), nullptr);
-  EXPECT_EQ(MMemMgrCreate(memory, ~std::uint64_t{0}), nullptr);
 }
 
 TEST(MemoryPool, SplitThresholdsDifferBetweenAllocatingAndShrinking) {

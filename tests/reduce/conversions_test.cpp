@@ -5,6 +5,7 @@
 #include "reference/resample.hpp"
 #include "support/guarded_buffer.hpp"
 #include "support/random.hpp"
+#include "support/widths.hpp"
 
 namespace tlux::test {
 namespace {
@@ -30,12 +31,14 @@ TEST(BgrConversion, EqualsItsFormula) {
   constexpr std::uint8_t kUntouched = 0x5A;
   Random random(30);
   for (const Conversion& conversion : kConversions) {
-    for (int trial = 0; trial < 40; ++trial) {
-      const int width = random.intBetween(1, 70);
-      const int height = random.intBetween(1, 40);
+    const auto pieces = widthsAround({256}); // of the destination
+    for (std::size_t trial = 0; trial < 40 + pieces.size(); ++trial) {
+      const bool isWide = trial >= 40;
+      const int width = isWide ? conversion.factor * pieces[trial - 40] : random.intBetween(1, 70);
+      const int height = random.intBetween(1, isWide ? conversion.factor : 40);
       const int sourcePitch = align4(3 * width);
       GuardedBuffer source(static_cast<std::size_t>(sourcePitch * height));
-      random.fill(source.bytes());
+      random.noise(source.bytes());
       if (trial % 4 == 0) { // saturated colours
         for (auto& byte : source.bytes()) {
           byte = byte < 128 ? 0 : 255;

@@ -5,13 +5,14 @@
 #include <memory>
 #include <utility>
 
+#include "reduce/layout.hpp"
+#include "reduce/row_kernels.hpp"
 #include "reference/resample.hpp"
 #include "support/frame.hpp"
+#include "support/widths.hpp"
 
 namespace tlux::test {
 namespace {
-
-constexpr int kFourThirds = 0;
 
 struct Member {
   const char* name;
@@ -60,7 +61,7 @@ class Source {
     const int pitch = rowBytes + random.intBetween(0, 9);
     const int bytes = before + (rows - 1) * pitch + rowBytes;
     auto& buffer = *buffers_.emplace_back(std::make_unique<GuardedBuffer>(bytes));
-    random.fill(buffer.bytes());
+    random.noise(buffer.bytes());
     // Runs of extreme values make the sums reach their ends.
     for (int run = 0; run < 4; ++run) {
       const int begin = random.intBetween(0, bytes - 1);
@@ -129,29 +130,57 @@ TLUX_CROP_RECT randomRect(int width, int height, Random& random) {
   return rect;
 }
 
-// Every member gives the bytes of its formula, writes nothing else and reads nothing outside the
-// planes, at even and odd corners of images of even and odd size.
+// The member gives the bytes of its formula, writes nothing else and reads nothing outside the
+// planes.
+void expectFormula(const Member& member, Source& frame, const TLUX_CROP_RECT& rect,
+                   Random& random) {
+  const auto& arrangement = kArrangements[random.bits() % 5];
+  gi32PixelArrangement = arrangement.word;
+  SCOPED_TRACE(testing::Message() << member.name << " of " << frame.image().width << "x"
+                                  << frame.image().height << ": " << rect.left << ", " << rect.top
+                                  << " to " << rect.right << ", " << rect.bottom);
+  frame.image().format = 0; // not looked at
+  Destination destination(expectedOf(member, frame.image(), rect, arrangement.pattern), random);
+  member.reduce(&frame.image(), &destination.image(), &rect);
+  destination.check();
+  gi32PixelArrangement = kArrangements[0].word;
+}
+
+// At even and odd corners of images of even and odd size.
 TEST(ResampleMembers, EqualTheirFormulas) {
   Random random(20);
   for (const Member& member : kMembers) {
     for (int trial = 0; trial < 24; ++trial) {
-      const bool wide = trial % 8 == 0;
-      Source frame(member.format, random.intBetween(wide ? 520 : 2, wide ? 1300 : 130),
-                   random.intBetween(2, wide ? 24 : 70), random);
-      const auto rect = randomRect(frame.image().width, frame.image().height, random);
-      const auto& arrangement = kArrangements[trial % 5];
-      gi32PixelArrangement = arrangement.word;
-      SCOPED_TRACE(testing::Message() << member.name << " of " << frame.image().width << "x"
-                                      << frame.image().height << ": " << rect.left << ", "
-                                      << rect.top << " to " << rect.right << ", " << rect.bottom);
-      frame.image().format = 0; // not looked at
-      Destination destination(expectedOf(member, frame.image(), rect, arrangement.pattern), random);
-      member.reduce(&frame.image(), &destination.image(), &rect);
-      destination.check();
+      Source frame(member.format, random.intBetween(2, 130), random.intBetween(2, 70), random);
+      expectFormula(member, frame, randomRect(frame.image().width, frame.image().height, random),
+                    random);
       if (HasFailure()) return;
     }
   }
-  gi32PixelArrangement = 0x16161616;
+}
+
+// Widths around the columns of a frame that one call of a kernel covers.
+std::vector<int> widthsAroundStretches(const Member& member) {
+  constexpr int kColumns = 512; // of packed and of widened rows
+  if (member.factor == 1) return widthsAround({kColumns});
+  const FactorKernels& kernels = rowKernels().of(layoutOf(member.format).sampling, member.factor);
+  const auto samples = [](const RowKernel& kernel) {
+    return kernel.longestStretch() * kernel.step / kernel.sampleBytes;
+  };
+  return widthsAround({kColumns, samples(kernels.luma), 2 * samples(kernels.pairs[0]),
+                       2 * samples(kernels.halves[0])});
+}
+
+TEST(ResampleMembers, EqualTheirFormulasAtTheEndsOfStretches) {
+  Random random(26);
+  for (const Member& member : kMembers) {
+    for (const int width : widthsAroundStretches(member)) {
+      Source frame(member.format, width, std::max(member.factor, 4), random);
+      const int left = random.intBetween(0, 3) == 0 ? random.intBetween(0, 3) : 0;
+      expectFormula(member, frame, {left, 0, width - 1, frame.image().height - 1}, random);
+      if (HasFailure()) return;
+    }
+  }
 }
 
 // The dispatcher reduces whole pairs of blocks; without a rectangle, of the whole image.
@@ -266,7 +295,18 @@ TEST(ScaleCropImage, LeavesTheDestinationAloneWhereThereIsNothingToDo) {
       if (!isEmpty) continue;
       EXPECT_EQ(scale(factor, rect), TLUX_OK);
     }
+    if (rect.right >= rect.left && rect.bottom >= rect.top) continue;
+    for (const Member& member : kMembers)
+      if (member.format == TLUX_FMT_YCBCR420_YPVU)
+        member.reduce(&frame.image(), &destination.image(), &rect);
+    destination.check();
   }
+  // An image that the library makes too narrow for chroma planes.
+  TLUX_IMAGE* column = nullptr;
+  ASSERT_EQ(TLUX_CreateImage_IMK(&column, 1, 16, TLUX_FMT_YCBCR420_P, nullptr), TLUX_OK);
+  for (int factor = 1; factor <= 8; ++factor)
+    EXPECT_EQ(TLUX_ScaleCropImage(column, &destination.image(), nullptr, factor), TLUX_OK);
+  TLUX_FreeImage_IMK(&column, nullptr);
   for (const std::uint32_t format : {TLUX_FMT_YCBCR444_P, TLUX_FMT_YCBCR440_P,
                                      TLUX_FMT_YCBCR420_P_B, TLUX_FMT_GRAY, TLUX_FMT_CBYCRY, 0u}) {
     frame.image().format = format;

@@ -241,6 +241,13 @@ const EntryPoint kEntryPoints[] = {
        return TLUX_TRegionLabel_FillHoles(manager, out, kWidth, kWidth, kHeight, 8, nullptr);
      }},
 
+    // Without memory of its own: here for its bytes
+    {"ColorMap", 3 * kPixels,
+     [](MMemMgr, std::uint8_t* out) {
+       return ColorMap(pixels(), kWidth, out, 3 * kWidth, kWidth, kHeight);
+     },
+     Failure::kReported, false, false},
+
     // Threads and events
     {"TLUX_MEventCreate", 0,
      [](MMemMgr, std::uint8_t*) {

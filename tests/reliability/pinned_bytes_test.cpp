@@ -43,8 +43,7 @@ std::uint64_t hashOf(const PlaneMember& member) {
   return hashOf({output, output + outputPitch * size.height});
 }
 
-// The same bytes from every compiler, optimisation and processor. Functions that are compared with
-// integer formulas alone need no entry.
+// The same bytes from every compiler, optimisation and processor.
 const std::map<std::string, std::uint64_t> kPinned = {
     {"AME_GenerateRetinexLogGain", 0xF0CF3D35C9B18735},
     {"AME_PyramidFilter", 0x8252657720CDFD22},
@@ -56,6 +55,7 @@ const std::map<std::string, std::uint64_t> kPinned = {
     {"BlockMeanVar", 0xB69159767C11EF93},
     {"BlockMeanVarIntMT", 0xC1D5E28DC330646E},
     {"BlockMeanVarIntMTBorder", 0x1E504FACD633E665},
+    {"ColorMap", 0xF3956E0324457BC8},
     {"DstFilterChannel", 0x366696935D62F14C},
     {"FastGuideFilterMT", 0x689FBD44382A9042},
     {"FastGuideFilterSingleThread", 0xD6561EFC93124DD1},
@@ -106,9 +106,11 @@ const std::map<std::string, std::uint64_t> kPinned = {
     {"plane of BlockMeanVarIntMT", 0x0BBBFD76BBEC71C7},
     {"plane of BlockMeanVarIntMTBorder", 0xC45C583922D85DB7},
     {"plane of DstFilterChannel", 0xD0D0C8BE2CBFF65A},
+    {"plane of GaussSmoothI444", 0x9B886FB9EDB44F36},
     {"plane of ImageResize_Cubic_C1", 0x75DB531889B3D3BF},
     {"plane of TLUX_AdjustImageByTable", 0x08E0F764F1C52EC9},
     {"plane of TLUX_BoxBlur_Byte", 0xB97628FA11038F5E},
+    {"plane of TLUX_BoxBlur_Int16", 0xE94854A1A40859CA},
     {"plane of TLUX_DilateEx", 0xFFE453BD8853E3B2},
     {"plane of TLUX_ErodeEx", 0xADB4E094C89EA044},
     {"plane of TLUX_TRegionLabel_Boundary", 0x96FEB4267B428C54},
@@ -116,6 +118,7 @@ const std::map<std::string, std::uint64_t> kPinned = {
     {"plane of TLUX_TRegionLabel_RemoveSmall", 0x1B0693C184F1D7A3},
     {"plane of TRegionLabel_RegionLabel4", 0x28CB08B44998A3BA},
     {"plane of TRegionLabel_RegionLabel8", 0x6FD78F2EAB0BB6D1},
+    {"plane of ToneNV21Line", 0xC992AC35CA355D34},
     {"plane of UpcaleCropGray", 0x22C71F7259AD4B0B},
     {"plane of asfImageResize_BL_C1", 0x38240E09ED513685},
     {"plane of guided_filter_1dI", 0xD0D0C8BE2CBFF65A},

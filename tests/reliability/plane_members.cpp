@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "reference/box_blur.hpp"
+#include "reference/chroma.hpp"
 #include "reference/guided_filter_fast.hpp"
 #include "reference/labels.hpp"
 #include "reference/resize.hpp"
@@ -72,6 +73,12 @@ Bytes boxBlur(const Bytes& in, Size, Size size) {
   Bytes out = in;
   reference::boxBlur(out, size.width, size.height, size.width, kRadius);
   return out;
+}
+
+Bytes boxBlurOfWords(const Bytes& in, Size, Size size) {
+  auto out = valuesOf<std::int16_t>(in);
+  reference::boxBlur(out, size.width, size.height, size.width, kRadius);
+  return bytesOf(out);
 }
 
 template <auto SampleOf>
@@ -204,6 +211,33 @@ std::uint32_t smoothMap(const PlaneCall& c) {
                 reinterpret_cast<std::int32_t*>(c.output), kRadius);
 }
 
+Bytes gaussSmoothed(const Bytes& in, Size, Size size) {
+  const reference::Channel p = channelOf(in, size);
+  return reference::mapPixels(size.width, size.height, [&](int x, int y) {
+    int sum = 8;
+    reference::forEachIn(-1, -1, 2, 2, [&](int dx, int dy) {
+      sum += (2 - std::abs(dx)) * (2 - std::abs(dy)) * p.at(x + dx, y + dy);
+    });
+    return static_cast<std::uint8_t>(sum / 16);
+  });
+}
+
+// Rows of old luma, of new luma and of chroma, one kind below the other.
+Size threePlanes(Size size) {
+  return {size.width, 3 * size.height};
+}
+
+Bytes followedLuma(const Bytes& in, Size, Size size) {
+  const int bytes = 2 * size.width;
+  const auto at = [&](int kind, int x, int y) {
+    return in[static_cast<std::size_t>((kind * size.height + y) * bytes + x)];
+  };
+  return reference::mapPixels(bytes, size.height, [&](int x, int y) {
+    const auto sum = [&](int kind) { return at(kind, x / 2 * 2, y) + at(kind, x | 1, y); };
+    return reference::scaleChromaSample(at(2, x, y), reference::chromaRatio(sum(0), sum(1)));
+  });
+}
+
 constexpr PlaneMember kMembers[] = {
     // Filters
     {"DstFilterChannel", 1, 1,
@@ -233,6 +267,13 @@ constexpr PlaneMember kMembers[] = {
                                 kRadius, 0);
      },
      boxBlur},
+    {"TLUX_BoxBlur_Int16", 2, 2,
+     [](const PlaneCall& c) {
+       copyInput(c, 2);
+       return TLUX_BoxBlur_Int16(nullptr, reinterpret_cast<std::int16_t*>(c.output), c.size.width,
+                                 c.size.height, c.outputPitch / 2, kRadius, 0);
+     },
+     boxBlurOfWords},
 
     // Tone and exposure
     {"BlockMeanVarIntMT", 4, 4, smoothMap<BlockMeanVarIntMT>, smoothedMap<false>, true},
@@ -256,6 +297,33 @@ constexpr PlaneMember kMembers[] = {
        return reference::smoothSelection(in, size.width, size.height);
      },
      true},
+
+    {"ToneNV21Line", 2, 2,
+     [](const PlaneCall& c) {
+       const std::ptrdiff_t plane = std::ptrdiff_t{c.size.height} * c.inputPitch;
+       for (std::ptrdiff_t y = 0; y < c.size.height; ++y) {
+         const std::uint8_t* oldLuma = c.input + y * c.inputPitch;
+         ToneNV21Line(0, oldLuma + plane, c.output + y * c.outputPitch, oldLuma,
+                      oldLuma + 2 * plane, 2 * c.size.width);
+       }
+       return TLUX_OK;
+     },
+     followedLuma, false, threePlanes},
+    {"GaussSmoothI444", 1, 1,
+     [](const PlaneCall& c) {
+       auto* in = const_cast<std::uint8_t*>(c.input);
+       const auto image = [&](std::uint8_t* plane, int pitch) {
+         return TLUX_IMAGE{TLUX_FMT_YCBCR444_P,
+                           c.size.width,
+                           c.size.height,
+                           {plane, plane, plane},
+                           {pitch, pitch, pitch}};
+       };
+       const TLUX_IMAGE source = image(in, c.inputPitch);
+       TLUX_IMAGE target = image(c.output, c.outputPitch);
+       return GaussSmoothI444(&source, &target, 7);
+     },
+     gaussSmoothed},
 
     // Resizers
     {"asfImageResize_BL_C1", 1, 1,

@@ -14,6 +14,7 @@
 #include "support/effort.hpp"
 #include "support/guarded_buffer.hpp"
 #include "support/random.hpp"
+#include "support/widths.hpp"
 #include "tlux/copy.h"
 #include "tlux/fast_guided_filter.h"
 
@@ -28,14 +29,14 @@ int roundedUp(int value, int unit) {
   return (value + unit - 1) / unit * unit;
 }
 
-// Rows of samples that end at a page that cannot be touched right behind the last sample.
+// Rows of samples that end with the last sample, at a page that cannot be touched or behind one.
 class Rows {
  public:
-  Rows(int rowBytes, int rows, int pitch)
+  Rows(int rowBytes, int rows, int pitch, Guard guard = Guard::kBehind)
       : rowBytes_(rowBytes),
         rows_(rows),
         pitch_(pitch),
-        buffer_(static_cast<std::size_t>(pitch) * (rows - 1) + rowBytes, kGap) {}
+        buffer_(static_cast<std::size_t>(pitch) * (rows - 1) + rowBytes, kGap, guard) {}
 
   std::uint8_t* data() { return buffer_.data(); }
   int pitch() const { return pitch_; }
@@ -86,17 +87,23 @@ struct Gaps {
   int output;
 };
 
+// Both sides in turn, of wide and of high planes.
+Guard guardFor(Size size, Gaps gaps) {
+  return (size.width + size.height + gaps.input) % 2 == 0 ? Guard::kBehind : Guard::kBefore;
+}
+
 void checkMember(const PlaneMember& member, Size size, Gaps gaps) {
+  const Guard guard = guardFor(size, gaps);
   const Size inputSize = member.inputSize(size);
   // Distances are multiples of the sample's alignment.
-  const int inputUnit = member.inputBytes == 4 ? 4 : 1;
+  const int inputUnit = member.inputBytes == 3 ? 1 : member.inputBytes;
   const int outputUnit = member.outputBytes == 3 ? 1 : member.outputBytes;
   if (member.isPacked) gaps = {0, 0};
   const int inputBytes = inputSize.width * member.inputBytes;
   const int outputBytes = size.width * member.outputBytes;
   const Bytes samples = noise(static_cast<std::size_t>(inputBytes) * inputSize.height);
-  Rows input(inputBytes, inputSize.height, inputBytes + gaps.input * inputUnit);
-  Rows output(outputBytes, size.height, outputBytes + gaps.output * outputUnit);
+  Rows input(inputBytes, inputSize.height, inputBytes + gaps.input * inputUnit, guard);
+  Rows output(outputBytes, size.height, outputBytes + gaps.output * outputUnit, guard);
   input.set(samples);
   ASSERT_EQ(
       member.apply({input.data(), input.pitch(), inputSize, output.data(), output.pitch(), size}),
@@ -141,6 +148,11 @@ TEST_P(ShapeSweep, EveryRemainderPitchAndOffset) {
       check({width, 3}, {roundedUp(width, 4) - width, roundedUp(width, 64) - width});
     }
   }
+}
+
+TEST_P(ShapeSweep, EveryEndOfAPiece) {
+  for (const int width : pieceWidths())
+    check({width, 3}, {width % 3, 1 + width % 4});
 }
 
 // ---- Images of several planes
@@ -250,31 +262,36 @@ TEST(ShapeSweepOfImages, Copies) {
 
 // ---- The filter and the run on threads
 
+void checkFilter(int width, int height) {
+  const int fullWidth = 8 * width;
+  const int gap = height % 5;
+  const Guard guard = guardFor({width, height}, {0, 0});
+  Rows low[] = {{width, height, width + gap, guard}, {width, height, width + gap, guard}};
+  for (Rows& plane : low)
+    plane.set(noise(static_cast<std::size_t>(width) * height));
+  const Bytes guide = noise(static_cast<std::size_t>(fullWidth) * 8 * height);
+  Rows fullGuide(fullWidth, 8 * height, fullWidth + gap, guard);
+  Rows output(fullWidth, 8 * height, fullWidth + gap, guard);
+  fullGuide.set(guide);
+  Bytes expected(guide.size(), kGap);
+  reference::fastGuidedFilter(low[0].data(), low[1].data(), guide.data(), expected.data(), width,
+                              height, low[0].pitch(), fullWidth, fullWidth, 3, 20);
+  ASSERT_EQ(FastGuideFilterMT(nullptr, low[0].data(), low[1].data(), fullGuide.data(),
+                              output.data(), width, height, low[0].pitch(), output.pitch(), 3, 20),
+            TLUX_OK);
+  ASSERT_TRUE(output.holds(expected)) << width << "x" << height;
+  ASSERT_TRUE(fullGuide.holds(guide));
+}
+
 // Heights that make bands of unequal rows, and bands without any.
 TEST(ShapeSweepOfFrames, FastGuidedFilter) {
   const int step = kIsFast ? 1 : 3;
   for (int height = 1; height <= kSmall; ++height) {
-    for (int width = 1 + height % step; width <= (height < 20 ? kSmall : 6); width += step) {
-      const int fullWidth = 8 * width;
-      const int gap = height % 5;
-      Rows low[] = {{width, height, width + gap}, {width, height, width + gap}};
-      for (Rows& plane : low)
-        plane.set(noise(static_cast<std::size_t>(width) * height));
-      const Bytes guide = noise(static_cast<std::size_t>(fullWidth) * 8 * height);
-      Rows fullGuide(fullWidth, 8 * height, fullWidth + gap);
-      Rows output(fullWidth, 8 * height, fullWidth + gap);
-      fullGuide.set(guide);
-      Bytes expected(guide.size(), kGap);
-      reference::fastGuidedFilter(low[0].data(), low[1].data(), guide.data(), expected.data(),
-                                  width, height, low[0].pitch(), fullWidth, fullWidth, 3, 20);
-      ASSERT_EQ(
-          FastGuideFilterMT(nullptr, low[0].data(), low[1].data(), fullGuide.data(), output.data(),
-                            width, height, low[0].pitch(), output.pitch(), 3, 20),
-          TLUX_OK);
-      ASSERT_TRUE(output.holds(expected)) << width << "x" << height;
-      ASSERT_TRUE(fullGuide.holds(guide));
-    }
+    for (int width = 1 + height % step; width <= (height < 20 ? kSmall : 6); width += step)
+      ASSERT_NO_FATAL_FAILURE(checkFilter(width, height));
   }
+  for (const int width : widthsAround({128, 256}))
+    ASSERT_NO_FATAL_FAILURE(checkFilter(width, 3));
 }
 
 void checkRun(const FrameShape& shape) {
@@ -303,6 +320,10 @@ TEST(ShapeSweepOfFrames, Run) {
       ASSERT_NO_FATAL_FAILURE(checkRun({side, other, roundedUp(side, 4), roundedUp(side, 64)}));
       ASSERT_NO_FATAL_FAILURE(checkRun({side, other, roundedUp(side, 64), roundedUp(side, 64)}));
     }
+  }
+  for (const int width : widthsAround({1024, 2048})) {
+    if (width % 2 != 0) continue;
+    ASSERT_NO_FATAL_FAILURE(checkRun({width, 16, roundedUp(width, 4), roundedUp(width, 64)}));
   }
 }
 

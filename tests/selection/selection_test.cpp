@@ -180,6 +180,8 @@ TEST(SmoothSelect, EqualsTheFormulaForAnySizeAndInPlace) {
   Random random(2);
   for (const int width : {1, 2, 3, 4, 5, 6, 7, 16, 33, 100}) {
     for (const int height : {1, 2, 3, 4, 5, 6, 9, 20}) {
+      // What the function may take from a pool.
+      const Pool pool(static_cast<std::size_t>(width * height * 8 + 40) + 32);
       for (const int low : {0, 250}) {
         const auto size = static_cast<std::size_t>(width * height);
         GuardedBuffer source(size);
@@ -187,7 +189,7 @@ TEST(SmoothSelect, EqualsTheFormulaForAnySizeAndInPlace) {
         const std::vector<std::uint8_t> map(source.bytes().begin(), source.bytes().end());
         const auto expected = reference::smoothSelection(map, width, height);
         GuardedBuffer out(size);
-        ASSERT_EQ(AME_SmoothSelect(nullptr, source.data(), out.data(), width, height), TLUX_OK);
+        ASSERT_EQ(AME_SmoothSelect(pool, source.data(), out.data(), width, height), TLUX_OK);
         ASSERT_TRUE(std::equal(expected.begin(), expected.end(), out.data()));
         ASSERT_EQ(AME_SmoothMidSelect(nullptr, source.data(), source.data(), width, height),
                   TLUX_OK);
@@ -202,7 +204,7 @@ TEST(SmoothSelect, ReportsWhatItCannotDo) {
   std::vector<std::uint8_t> map(64, 5);
   std::vector<std::uint8_t> out(64, 9);
   const Pool pool(512);
-  for (const std::int64_t width : {std::int64_t{100}, std::int64_t{1} << 31, kHuge / 29, kHuge}) {
+  for (const std::int64_t width : {std::int64_t{200}, std::int64_t{1} << 31, kHuge / 4, kHuge}) {
     EXPECT_EQ(AME_SmoothSelect(pool, map.data(), out.data(), width, 1), TLUX_ERR_NO_MEMORY);
   }
   for (const std::int64_t size : {std::int64_t{0}, std::int64_t{-1}, -kHuge}) {

@@ -70,6 +70,7 @@ struct FrameShape {
   int lumaPitch = 0;   // 0: as long as a row
   int chromaPitch = 0; // 0: as long as a row, or for pairs that of luma
   std::uint32_t format = TLUX_FMT_YCBCR420_YPVU;
+  bool isTight = false; // planes end with their last sample
 };
 
 // An image of any format whose planes each end at a page that cannot be touched.
@@ -89,7 +90,7 @@ class Frame {
       int pitch = isLuma ? shape.lumaPitch : shape.chromaPitch;
       if (pitch == 0 && !isLuma && extents.size() == 2) pitch = image_.pitch[0];
       if (pitch == 0) pitch = extent.bytes;
-      addPlane(pitch, static_cast<std::size_t>(pitch) * extent.rows);
+      addPlane(pitch, extent.rows, shape.isTight ? pitch - extent.bytes : 0);
     }
   }
 
@@ -106,6 +107,11 @@ class Frame {
                  [&](int x, int y) { row(1, y)[x] = chromaOf(scene, x, y, seed); });
   }
 
+  // A plane that lacks some padding of its last row.
+  void addPlane(int pitch, int rows, int missing) {
+    const int size = pitch * rows - (rows > 0 ? missing : 0);
+    addPlane(pitch, static_cast<std::size_t>(size));
+  }
   void addPlane(int pitch, std::size_t size) {
     image_.pitch[planes_.size()] = pitch;
     planes_.push_back(std::make_unique<GuardedBuffer>(size, kBlank));

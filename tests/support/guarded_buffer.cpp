@@ -9,12 +9,17 @@
 namespace tlux::test {
 namespace {
 
-constexpr std::uint8_t kBefore = 0xC3;
+constexpr std::uint8_t kBeside = 0xC3;
+
+std::size_t pageSize() {
+  static const auto kSize = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+  return kSize;
+}
 
 } // namespace
 
-GuardedBuffer::GuardedBuffer(std::size_t size, std::uint8_t fill) : size_(size) {
-  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
+GuardedBuffer::GuardedBuffer(std::size_t size, std::uint8_t fill, Guard guard) : size_(size) {
+  const std::size_t page = pageSize();
   const std::size_t usable = (size + page - 1) / page * page;
   mapped_ = usable + 2 * page;
   void* mapping =
@@ -23,8 +28,8 @@ GuardedBuffer::GuardedBuffer(std::size_t size, std::uint8_t fill) : size_(size) 
   pages_ = static_cast<std::uint8_t*>(mapping);
   mprotect(pages_, page, PROT_NONE);
   mprotect(pages_ + page + usable, page, PROT_NONE);
-  data_ = pages_ + page + usable - size;
-  std::fill(pages_ + page, data_, kBefore);
+  data_ = pages_ + page + (guard == Guard::kBehind ? usable - size : 0);
+  std::fill(pages_ + page, pages_ + page + usable, kBeside);
   std::fill(data_, data_ + size, fill);
 }
 
@@ -33,8 +38,9 @@ GuardedBuffer::~GuardedBuffer() {
 }
 
 bool GuardedBuffer::isIntact() const {
-  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  return std::all_of(pages_ + page, data_, [](std::uint8_t byte) { return byte == kBefore; });
+  const auto isBeside = [](std::uint8_t byte) { return byte == kBeside; };
+  return std::all_of(pages_ + pageSize(), data_, isBeside) &&
+         std::all_of(data_ + size_, pages_ + mapped_ - pageSize(), isBeside);
 }
 
 GuardedPlane::GuardedPlane(int widthBytes, int height, int pitch)

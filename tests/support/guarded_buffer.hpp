@@ -7,12 +7,15 @@
 
 namespace tlux::test {
 
-// A buffer between two pages that cannot be touched: a read or write past its last byte ends the
-// test at the faulting instruction, sanitizer or not. The bytes are at the end of their pages, so
-// that the start has any alignment; writes before it are found by isIntact().
+// The side of a buffer that borders on a page that cannot be touched.
+enum class Guard { kBehind, kBefore };
+
+// A buffer between two pages that cannot be touched: a read or write past the guarded end stops the
+// test at the faulting instruction, sanitizer or not. Writes past the other end are found by
+// isIntact(). A buffer that is guarded behind starts at any alignment.
 class GuardedBuffer {
  public:
-  explicit GuardedBuffer(std::size_t size, std::uint8_t fill = 0);
+  explicit GuardedBuffer(std::size_t size, std::uint8_t fill = 0, Guard guard = Guard::kBehind);
   ~GuardedBuffer();
   GuardedBuffer(const GuardedBuffer&) = delete;
   GuardedBuffer& operator=(const GuardedBuffer&) = delete;
@@ -20,7 +23,7 @@ class GuardedBuffer {
   std::uint8_t* data() { return data_; }
   std::size_t size() const { return size_; }
   std::span<std::uint8_t> bytes() { return {data_, size_}; }
-  // False when something was written before the buffer, on the same page.
+  // False when something was written beside the buffer, on the same page.
   bool isIntact() const;
 
  private:

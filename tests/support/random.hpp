@@ -33,6 +33,15 @@ class Random {
     }
   }
 
+  // Random bytes, several from each draw.
+  void noise(std::span<std::uint8_t> bytes) {
+    std::uint32_t word = 0;
+    for (std::size_t i = 0; i < bytes.size(); ++i, word >>= 8) {
+      if (i % 4 == 0) word = bits();
+      bytes[i] = static_cast<std::uint8_t>(word);
+    }
+  }
+
   template <class T>
   std::vector<T> values(std::size_t count, std::int64_t low = std::numeric_limits<T>::min(),
                         std::int64_t high = std::numeric_limits<T>::max()) {
