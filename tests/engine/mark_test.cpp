@@ -13,14 +13,14 @@ constexpr std::uint32_t kMarkable[] = {TLUX_FMT_YCBCR422_P, TLUX_FMT_YCBCR420_P,
                                        TLUX_FMT_YCBCR420_YPUV, TLUX_FMT_YCBCR420_YPVU,
                                        TLUX_FMT_CBYCRY};
 
-// An image of random bytes with rows longer than needed.
+// An image of random bytes, with padding between its rows.
 Frame picture(std::uint32_t format, int width, int height, std::uint32_t seed) {
   Random random(seed);
   Frame frame(format, width, height, Frame::NoPlanes());
   int extra = 6;
   for (const auto& [bytes, rows] : extentsOf(format, width, height)) {
     const int pitch = bytes + (extra = 8 - extra);
-    frame.addPlane(pitch, static_cast<std::size_t>(pitch) * rows);
+    frame.addPlane(pitch, rows, pitch - bytes);
     random.fill(frame.plane(frame.planeCount() - 1).bytes());
   }
   return frame;
@@ -119,11 +119,14 @@ TEST(Mark, LeavesWhatItCannotMark) {
       EXPECT_TRUE(isUntouched(format, width, height, nothing)) << width << 'x' << height;
     }
     const bool packed = format == TLUX_FMT_CBYCRY;
+    const bool planar = format >> 8 == 6;
     for (const auto& damage :
          {+[](TLUX_IMAGE& i) { i.plane[0] = nullptr; }, +[](TLUX_IMAGE& i) { i.pitch[0] = 319; },
           +[](TLUX_IMAGE& i) { i.width = -320; }, +[](TLUX_IMAGE& i) { i.width = 0x7FFFFFFE; },
           packed ? nothing : +[](TLUX_IMAGE& i) { i.plane[1] = nullptr; },
-          packed ? nothing : +[](TLUX_IMAGE& i) { i.pitch[1] = 12; }}) {
+          packed ? nothing : +[](TLUX_IMAGE& i) { i.pitch[1] = 12; },
+          planar ? +[](TLUX_IMAGE& i) { i.plane[2] = nullptr; } : nothing,
+          planar ? +[](TLUX_IMAGE& i) { i.pitch[2] = 12; } : nothing}) {
       EXPECT_TRUE(damage == nothing || isUntouched(format, 320, 240, damage));
     }
   }

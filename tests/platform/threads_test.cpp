@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <thread>
 #include <vector>
 
 #include "platform/worker_team.hpp"
@@ -93,6 +95,29 @@ TEST(WorkerTeam, DoesEveryItemOnceWhateverThreadsItHas) {
                           EXPECT_EQ(running, 0);
                         }),
             WorkerTeam::kSize);
+}
+
+// Four items that wait for each other are done by four threads at the same time, in four slots;
+// a share lasts until the slowest of them is done.
+TEST(WorkerTeam, GivesEachThreadASlotAndWaitsForAll) {
+  WorkerTeam team;
+  ASSERT_TRUE(team.isComplete());
+  for (int round = 0; round < 3; ++round) {
+    std::atomic<int> slots{0}; // a bit each
+    std::atomic<int> inside{0};
+    std::atomic<int> done{0};
+    team.share(WorkerTeam::kSize, [&](std::int64_t, int slot) {
+      slots |= 1 << slot;
+      ++inside;
+      const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+      while (inside < WorkerTeam::kSize && std::chrono::steady_clock::now() < end)
+        std::this_thread::yield();
+      if (slot != 0) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+      ++done;
+    });
+    EXPECT_EQ(done, WorkerTeam::kSize);
+    EXPECT_EQ(slots, (1 << WorkerTeam::kSize) - 1);
+  }
 }
 
 // What one share wrote, the next one reads, whoever does the items; no memory but the items' own.

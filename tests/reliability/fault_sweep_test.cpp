@@ -156,33 +156,57 @@ const std::set<std::string> kNotSwept = {"MMemMgrDestroy",
                                          "resize_C1",
                                          "createimg"};
 
-// A run that follows a failed one fails too or gives its whole picture: it never takes for scores
-// what the failed one left unfinished.
-TEST(FaultPairs, InTwoRunsOfAnEngine) {
-  constexpr FrameShape kShape{32, 48};
-  constexpr std::uint32_t kStrength = 50;
-  Frame source(kShape, Scene::kWindow);
-  Frame expected(kShape);
-  ASSERT_EQ(ScopedEngine().run(source, expected, kStrength), TLUX_OK);
-  const auto run = [&](ScopedEngine& engine, int fault) {
+// A failed run leaves no half picture and no mark: its output is the copy, or as it was. The run
+// that follows fails too or gives its whole picture: it never takes for scores what the failed one
+// left unfinished.
+class FailedRuns : public testing::Test {
+ protected:
+  static constexpr FrameShape kShape{128, 48}; // large enough for the mark
+  static constexpr std::uint32_t kStrength = 50;
+
+  FailedRuns() : source_(kShape, Scene::kWindow), expected_(kShape) {
+    EXPECT_EQ(ScopedEngine().run(source_, expected_, kStrength), TLUX_OK);
+  }
+
+  // Whether the n-th of something was asked for, and failed.
+  bool run(ScopedEngine& engine, void (*failNth)(int), int n, std::uint32_t code) {
     Frame output(kShape);
-    failAllocation(fault);
-    const std::uint32_t result = engine.run(source, output, kStrength);
+    failNth(n);
+    const std::uint32_t result = engine.run(source_, output, kStrength);
     const bool isHit = faultFired();
-    failAllocation(0);
-    EXPECT_TRUE(result == TLUX_OK ? output == expected : isHit && result == TLUX_ERR_NO_MEMORY);
+    failNth(0);
+    if (result == TLUX_OK) {
+      EXPECT_TRUE(output == expected_);
+    } else {
+      EXPECT_TRUE(isHit && result == code);
+      EXPECT_TRUE(output == source_ || output == Frame(kShape));
+    }
     return isHit;
-  };
+  }
+
+ private:
+  Frame source_;
+  Frame expected_;
+};
+
+TEST_F(FailedRuns, WithoutMemoryTwiceOnOneEngine) {
   int pairs = 0;
   for (int first = 1, isFirst = 1; isFirst != 0; ++first) {
     for (int second = 1, isSecond = 1; isSecond != 0; ++second, ++pairs) {
       ScopedEngine engine;
-      isFirst = run(engine, first) ? 1 : 0;
-      isSecond = run(engine, second) ? 1 : 0;
-      EXPECT_FALSE(run(engine, 0));
+      isFirst = run(engine, failAllocation, first, TLUX_ERR_NO_MEMORY) ? 1 : 0;
+      isSecond = run(engine, failAllocation, second, TLUX_ERR_NO_MEMORY) ? 1 : 0;
+      EXPECT_FALSE(run(engine, failAllocation, 0, TLUX_OK));
     }
   }
   RecordProperty("pairs", pairs);
+}
+
+TEST_F(FailedRuns, WithoutThreads) {
+  ScopedEngine engine;
+  for (int n = 1; run(engine, failThreadStart, n, TLUX_ERR_THREAD); ++n) {
+    EXPECT_FALSE(run(engine, failThreadStart, 0, TLUX_OK));
+  }
 }
 
 TEST(FaultSweepList, NamesEveryFunctionThatTakesMemory) {

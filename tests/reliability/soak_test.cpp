@@ -23,6 +23,8 @@ constexpr Step kSteps[] = {
     {{160, 96}, Scene::kWindow, 50},
     {{160, 96}, Scene::kNoise, 50},
     {{160, 96}, Scene::kGradient, 20},
+    {{160, 192}, Scene::kGradient, 20},
+    {{160, 64}, Scene::kWindow, 20},
     {{96, 160, 100, 104}, Scene::kWindow, 20},
     {{12, 64}, Scene::kNoise, 20},
     {{322, 246}, Scene::kExtremes, 100},
@@ -67,7 +69,8 @@ void soak(std::optional<Pool> pool) {
       const std::size_t round = static_cast<std::size_t>(frame) / std::size(kSteps);
       const std::size_t i = static_cast<std::size_t>(frame) % std::size(kSteps);
       ASSERT_EQ(engine.run(sources[i], outputs[i], kSteps[i].strength), TLUX_OK) << frame;
-      const Held now = {pool ? pool->largestFree() : 0, liveAllocations(), outputs[i].hash(outputs[i]->height)};
+      const Held now = {pool ? pool->largestFree() : 0, liveAllocations(),
+                        outputs[i].hash(outputs[i]->height)};
       if (round == 0) {
         ScopedEngine fresh;
         Frame expected(kSteps[i].shape);

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "score/contents.hpp"
+#include "score/smooth_double_blend.hpp"
 #include "support/guarded_buffer.hpp"
 #include "support/null_arguments.hpp"
 #include "tlux/statistics.h"
@@ -15,6 +16,8 @@ namespace {
 
 using reference::LogPlane;
 using Samples = std::vector<std::int16_t>;
+
+constexpr std::int16_t kUntouched = 0x5555;
 
 // Scratch that ends at a page that cannot be touched.
 class ScratchRows {
@@ -31,10 +34,10 @@ TEST(SmoothDoubleBlend, MatchesTheFormulaForAnyPairOfSizes) {
   const struct {
     int small[2];
     int large[2];
-  } sizes[] = {{{1, 1}, {1, 1}},   {{1, 1}, {2, 2}},     {{1, 1}, {9, 7}},   {{2, 1}, {3, 2}},
-               {{3, 3}, {6, 5}},   {{5, 2}, {9, 4}},     {{8, 9}, {16, 18}}, {{17, 6}, {33, 12}},
-               {{40, 5}, {79, 9}}, {{130, 4}, {260, 8}}, {{9, 4}, {30, 20}}, {{9, 9}, {5, 3}},
-               {{70, 3}, {139, 6}}};
+  } sizes[] = {{{1, 1}, {1, 1}},    {{1, 1}, {2, 2}},     {{1, 1}, {9, 7}},   {{2, 1}, {3, 2}},
+               {{3, 3}, {6, 5}},    {{5, 2}, {9, 4}},     {{8, 9}, {16, 18}}, {{17, 6}, {33, 12}},
+               {{40, 5}, {79, 9}},  {{130, 4}, {260, 8}}, {{9, 4}, {30, 20}}, {{9, 9}, {5, 3}},
+               {{70, 3}, {139, 6}}, {{129, 3}, {257, 5}}};
   const std::pair<double, double> weights[] = {
       {0.1, 0.9}, {1, 0}, {0.415, -3.7}, {2e6, -1e5}, {1e300, std::nan("")}};
   for (const auto& [small, large] : sizes) {
@@ -55,6 +58,17 @@ TEST(SmoothDoubleBlend, MatchesTheFormulaForAnyPairOfSizes) {
                             inPlace.samples.data(), large[0], large[1], scratch.data(),
                             enlargedWeight, largeWeight);
       EXPECT_EQ(inPlace.samples, expected.samples);
+      // In bands, none of which finds in the scratch what another left.
+      LogPlane inBands(large[0], large[1]);
+      for (int first = 0; first < large[1]; first += 3) {
+        std::fill_n(scratch.data(), smoothDoubleScratch(small[0]), kUntouched);
+        smoothDoubleBlend(packedPlane(s.samples.data(), small[0], small[1]),
+                          packedPlane(l.samples.data(), large[0], large[1]),
+                          packedPlane(inBands.samples.data(), large[0], large[1]),
+                          {first, std::min(first + 3, large[1])}, scratch.data(), enlargedWeight,
+                          largeWeight);
+      }
+      EXPECT_EQ(inBands.samples, expected.samples);
       EXPECT_TRUE(scratch.isIntact());
     }
   }
@@ -64,8 +78,6 @@ struct Filtered {
   LogPlane output;
   std::array<std::uint32_t, 3> statistics{1, 2, 3};
 };
-
-constexpr std::int16_t kUntouched = 0x5555;
 
 Filtered filter(const LogPlane& source, int scratchSamples, MMemMgr manager = nullptr) {
   Filtered result{LogPlane(source.width, source.height)};

@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "platform/worker_team.hpp"
 #include "reference/retinex.hpp"
 #include "score/contents.hpp"
 #include "score/score_reference.hpp"
@@ -59,7 +60,8 @@ TEST(RetinexScore, MatchesTheFormula) {
 // leaves no room for a blend of every thread.
 TEST(RetinexScore, OfCodesMatchesTheFormulaWhoeverDoesIt) {
   WorkerTeam team;
-  for (const auto& [width, height] : {std::pair{66, 30}, {302, 218}, {480, 270}, {8200, 8}}) {
+  for (const auto& [width, height] :
+       {std::pair{66, 30}, {302, 218}, {480, 270}, {8200, 8}, {4100, 17}, {4100, 46}}) {
     SCOPED_TRACE(testing::Message() << width << "x" << height);
     const int pitch = width + 3;
     const auto codes = Random(7).values<std::uint8_t>(static_cast<std::size_t>(pitch * height));
