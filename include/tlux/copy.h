@@ -65,7 +65,8 @@ TLUX_API uint32_t TLUX_CopyImage_IMK(TLUX_IMAGE* target, const TLUX_IMAGE* sourc
  *   keeps its corner, halved.
  * - Interleaved and packed chroma: when only one of the two left edges is odd, the chroma bytes are
  *   paired anew, so that each lands on a byte of its own component. For an odd width the last one
- *   comes from the next pair of the source; where that lies behind the plane, from the one before.
+ *   comes from the next pair of the source, which may be its padding; where that lies behind the
+ *   plane (pitch × rows bytes), from the one before.
  *
  * The packed formats YCBYCR_5 to YCBYCR_8, whose byte order is not known, are not copied:
  * ::TLUX_ERR_UNSUPPORTED. Arguments and other results as TLUX_CopyImageROI_IMK(); source and target

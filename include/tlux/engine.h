@@ -104,7 +104,8 @@ TLUX_API uint32_t TLUX_Uninit(MMemMgr manager, TLUX_ENGINE* engine) TLUX_NOEXCEP
  *        them, the width rounded up to a multiple of 4. Chroma rows are walked by that width then,
  *        and with a longer pitch part of the chroma follows the luma of other rows or keeps its
  *        source value. Where the pitches of source and output differ, every row is walked by its
- *        own pitch.
+ *        own pitch. Either way the walk reads the padding of all planes and writes that of the
+ *        output's chroma, also behind the last row, and no byte past pitch × rows.
  * @param strength how far to go: 0 keeps the tones but for a slight smoothing of fine noise, 20 is
  *        moderate, 100 strong. Read once.
  * @param reserved not used; pass 0.

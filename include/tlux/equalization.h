@@ -80,8 +80,10 @@ TLUX_API void HistogramEqualization(MMemMgr manager, const TLUX_IMAGE* image) TL
  * call, or null for the heap.
  * @param source frame to equalize.
  * @param output frame of the same size and luma pitch; receives luma, chroma, and the source's
- * bytes between the width and the pitch of luma rows. Its planes may be the source's own (then the
- * chroma stays as it is, because the old luma is gone), but must not overlap them otherwise.
+ * bytes between the width and the pitch of luma rows. The padding of its chroma is written where
+ * the walk of TLUX_RunDynamicRangeOptimizationImage() comes by. Its planes may be the source's own
+ * (then the chroma stays as it is, because the old luma is gone), but must not overlap them
+ * otherwise.
  *
  * Nothing is written when the memory cannot be had, when a plane 0 or 1 is null, when one of the
  * frames is neither NV21 nor NV12 or has no pixels, when the sizes or the luma pitches differ, or

@@ -46,8 +46,8 @@ typedef struct TLUX_MAPPING_CONTEXT {
  * Columns past the coarse gains take the last gain of the row. Intended: the vertical weight counts
  * from the first row of the band, so bands should start at multiples of 8.
  *
- * Rows are treated as AME_NV21NV12_LineTone() does, up to a width rounded up to 4, but never past
- * the pitch of a plane nor past its last row.
+ * Rows are treated as AME_NV21NV12_LineTone() does, up to a width rounded up to 4 and so into the
+ * padding, but never past the pitch of a plane nor past its last row.
  * @return ::TLUX_OK, also for an empty band; ::TLUX_ERR_NO_MEMORY for a null line buffer;
  *         ::TLUX_ERR_INVALID_PARAM for any other null pointer, a negative first row, a pitch below
  *         the width or an empty gain plane.

@@ -32,6 +32,9 @@ TLUX_BEGIN_DECLS
  *
  * These are the pitches of records that the library creates; records over memory of the caller's
  * may have any pitch.
+ *
+ * A plane is pitch × rows bytes, the padding behind its last row included. Padding is neither read
+ * nor written, unless a function says so.
  * @{
  */
 

@@ -30,7 +30,8 @@ TLUX_BEGIN_DECLS
  *        refHeight, and the transfer tables. Receives the score map and the gain table; those it
  * has are used again where size and strength allow.
  * @param source NV21 or NV12, at least eight times the reference frame in both directions.
- * @param output already holds a copy of @p source, not in the same memory.
+ * @param output already holds a copy of @p source, not in the same memory. Padding is read and
+ *        written as in TLUX_RunDynamicRangeOptimizationImage().
  * @param reserved not used; pass 0.
  * @param strength as in TLUX_RunDynamicRangeOptimizationImage().
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for null or unfit arguments (nothing is written);
