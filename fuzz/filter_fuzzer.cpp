@@ -82,7 +82,8 @@ Bytes formula(const Filter& filter, const Bytes& guide, const Bytes& input, refe
 
 void filterGuided(Input& input) {
   const Filter filter = input.oneOf(kFilters);
-  const reference::Size size{input.between(1, 48), input.between(1, 32)};
+  const auto [width, height] = input.extent(48, 32);
+  const reference::Size size{width, height};
   const auto pixels = static_cast<std::size_t>(size.width * size.height);
   const Bytes guide = input.samples(pixels * static_cast<std::size_t>(filter.channels));
   const Bytes in = input.samples(pixels);
@@ -116,8 +117,7 @@ template <class Sample, auto Blur>
 void blur(Input& input) {
   // The formula adds up every window, so large ones are for small planes.
   const bool isSmall = input.flag();
-  const int width = input.between(1, isSmall ? 6 : 60);
-  const int height = input.between(1, isSmall ? 4 : 24);
+  const auto [width, height] = isSmall ? Extent{input.between(1, 6), 3} : input.extent(60, 24);
   const int pitch = width + input.between(0, 5);
   int radius = isSmall ? input.between(0, 200) : input.radius(9);
   constexpr int kVanishing = 181; // from here on all means are 0

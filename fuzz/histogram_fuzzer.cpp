@@ -50,8 +50,8 @@ class Frame {
 };
 
 Frame takePlane(Input& input) {
-  const int width = input.between(1, 70);
-  return {input, width, input.between(1, 40), width + input.between(0, 9), false};
+  const auto [width, height] = input.extent(70, 40);
+  return {input, width, height, width + input.between(0, 9), false};
 }
 
 void count(Input& input) {
@@ -106,8 +106,9 @@ void match(Input& input) {
 }
 
 void equalize(Input& input) {
-  const int width = 2 * input.between(1, 40);
-  const int height = 2 * input.between(1, 40);
+  const Extent half = input.extent(40, 40, 2);
+  const int width = 2 * half.width;
+  const int height = 2 * half.height;
   const int pitch = (width + 3) / 4 * 4;
   Frame source(input, width, height, pitch, true);
   Frame output(input, width, height, pitch, true);

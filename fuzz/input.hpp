@@ -11,9 +11,15 @@
 #include <span>
 #include <vector>
 
+#include "support/widths.hpp"
 #include "tlux/platform.h"
 
 namespace tlux::fuzz {
+
+struct Extent {
+  int width;
+  int height;
+};
 
 // A wrong result is a crash like any other.
 inline void require(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
@@ -35,6 +41,16 @@ class Input {
   template <class T, std::size_t N>
   T oneOf(const T (&choices)[N]) {
     return choices[static_cast<std::size_t>(between(0, static_cast<int>(N) - 1))];
+  }
+
+  // Small; every eighth is low, and as wide as a few pieces of a kernel.
+  Extent extent(int mostWidth, int mostHeight, int mostRowsOfWide = 4) {
+    static const std::vector<int> kWide = test::widthsAround({128, 256, 512, 1024});
+    const bool isWide = between(0, 7) == 7;
+    const int width =
+        isWide ? kWide[static_cast<std::size_t>(between(0, static_cast<int>(kWide.size()) - 1))]
+               : between(1, mostWidth);
+    return {width, between(1, isWide ? mostRowsOfWide : mostHeight)};
   }
 
   // Mostly small, sometimes any value at all.

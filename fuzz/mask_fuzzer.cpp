@@ -26,8 +26,8 @@ MaskGrid takeMask(Input& input, int width, int height) {
 }
 
 MaskGrid takeMask(Input& input) {
-  const int width = input.between(1, 150);
-  return takeMask(input, width, input.between(1, 30));
+  const Extent extent = input.extent(150, 30);
+  return takeMask(input, extent.width, extent.height);
 }
 
 // A mask in memory that ends with its last pixel, its rows from either end.
@@ -72,8 +72,10 @@ class MaskPlane {
   MaskGrid size_;
 };
 
+// On small masks: the formula goes from every pixel to every other.
 void erodeOrDilate(Input& input) {
-  const MaskGrid mask = takeMask(input);
+  const int side = input.between(1, 150);
+  const MaskGrid mask = takeMask(input, side, input.between(1, 30));
   TLUX_MASK_RECT rect{};
   rect.left = static_cast<std::uint32_t>(input.between(0, mask.width - 1));
   rect.top = static_cast<std::uint32_t>(input.between(0, mask.height - 1));

@@ -39,10 +39,10 @@ constexpr Arrangement kArrangements[] = {{0x16161616, "BGGR"},
 // Planes end with the last sample of their last row; one chroma pair is readable before them.
 class Frame {
  public:
-  Frame(Input& input, std::uint32_t format)
-      : image_{format, input.between(2, 150), input.between(2, 70), {}, {}} {
-    const int width = image_.width;
-    const int height = image_.height;
+  Frame(Input& input, std::uint32_t format) : image_{format, 0, 0, {}, {}} {
+    const Extent extent = input.extent(150, 70, 16);
+    const int width = image_.width = std::max(extent.width, 2);
+    const int height = image_.height = std::max(extent.height, 2);
     if (format == TLUX_FMT_YCBYCR || format == TLUX_FMT_BAYER) {
       add(input, 0, 2 * width, height, 0);
       return;
@@ -115,11 +115,13 @@ void run(Input& input) {
   const Arrangement arrangement = input.oneOf(kArrangements);
   Frame frame(input, member.format);
   TLUX_IMAGE& image = frame.image();
-  TLUX_CROP_RECT rect{};
-  rect.left = input.between(0, image.width - 1);
-  rect.top = input.between(0, image.height - 1);
-  rect.right = input.between(rect.left, image.width - 1);
-  rect.bottom = input.between(rect.top, image.height - 1);
+  TLUX_CROP_RECT rect{0, 0, image.width - 1, image.height - 1};
+  if (input.flag()) {
+    rect.left = input.between(0, image.width - 1);
+    rect.top = input.between(0, image.height - 1);
+    rect.right = input.between(rect.left, image.width - 1);
+    rect.bottom = input.between(rect.top, image.height - 1);
+  }
   gi32PixelArrangement = arrangement.word;
 
   if (member.isDispatched && input.flag()) {

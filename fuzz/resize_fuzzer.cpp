@@ -32,10 +32,9 @@ struct Side {
   int height;
   int pitch;
 
-  explicit Side(Input& input)
-      : width(input.between(1, 300)),
-        height(input.between(1, 40)),
-        pitch(width + input.between(0, 17)) {}
+  explicit Side(Input& input) : Side(input.extent(300, 40), input) {}
+  Side(Extent extent, Input& input)
+      : width(extent.width), height(extent.height), pitch(width + input.between(0, 17)) {}
   std::size_t bytes() const { return static_cast<std::size_t>((height - 1) * pitch + width); }
 };
 

@@ -32,10 +32,15 @@ std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, Steadine
 // What log luminance of that mean is counted from.
 std::int32_t anchorOf(std::int32_t mean);
 
+// Pixels from which on a team shares the steps of a frame. The fuzzers set fewer.
+#ifndef TLUX_SHARED_PIXELS
+#define TLUX_SHARED_PIXELS 65536
+#endif
+inline constexpr std::int64_t kSharedPixels = TLUX_SHARED_PIXELS;
+
 // The team where a frame is large enough to share its steps, otherwise null: handing over those of
 // a small frame takes longer than doing them.
 inline Team* teamFor(Team& team, std::int64_t pixels) {
-  constexpr std::int64_t kSharedPixels = 1 << 16;
   return pixels >= kSharedPixels ? &team : nullptr;
 }
 

@@ -33,17 +33,29 @@ struct GuideLine {
 // Slope and offset of one window, in Q10.
 inline GuideLine guideCoefficients(const std::uint8_t* input, const std::uint8_t* guide, int x,
                                    int y, int width, int height, int pitch, int radius, int eps) {
-  const auto sumOf = [&](auto quantity) {
-    return windowSum(x, y, radius, width, 0, height, [&](int u, int v) {
-      const std::ptrdiff_t at = std::ptrdiff_t{v} * pitch + u;
-      return quantity(int{guide[at]}, int{input[at]});
-    });
+  std::uint32_t guides = 0;
+  std::uint32_t inputs = 0;
+  std::uint32_t squares = 0;
+  std::uint32_t products = 0;
+  for (int v = y - radius; v < y + radius; ++v) {
+    const std::ptrdiff_t row = std::ptrdiff_t{std::clamp(v, 0, height - 1)} * pitch;
+    for (int u = x - radius; u < x + radius; ++u) {
+      const std::ptrdiff_t at = row + std::clamp(u, 0, width - 1);
+      const std::uint32_t i = guide[at];
+      const std::uint32_t p = input[at];
+      guides += i;
+      inputs += p;
+      squares += i * i;
+      products += i * p;
+    }
+  }
+  const auto mean = [&](std::uint32_t sum) {
+    return static_cast<std::int32_t>(sum) / (4 * radius * radius);
   };
-  const int count = 4 * radius * radius;
-  const int meanGuide = sumOf([](int i, int) { return i; }) / count;
-  const int meanInput = sumOf([](int, int p) { return p; }) / count;
-  const int variance = sumOf([](int i, int) { return i * i; }) / count - meanGuide * meanGuide;
-  const int covariance = sumOf([](int i, int p) { return i * p; }) / count - meanInput * meanGuide;
+  const int meanGuide = mean(guides);
+  const int meanInput = mean(inputs);
+  const int variance = mean(squares) - meanGuide * meanGuide;
+  const int covariance = mean(products) - meanInput * meanGuide;
   if (variance < 0 || variance + eps == 0) return {0, 0, false};
   const int a = covariance * 1024 / (variance + eps);
   return {a, meanInput * 1024 - meanGuide * a, true};

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstdint>
+#include <map>
 #include <vector>
 
 #include "reference/statistics.hpp"
@@ -70,9 +71,15 @@ inline std::vector<std::uint16_t> fillLightCurve(std::int64_t strength, std::int
   return curve;
 }
 
-inline std::vector<std::uint16_t> gainTable(std::uint32_t strength) {
-  std::vector<std::uint16_t> table = fillLightCurve(strength, 1024, 0);
-  if (strength > 0) table[32768] = table[32769];
+// Kept, since it takes longer than all else.
+inline const std::vector<std::uint16_t>& gainTable(std::uint32_t strength) {
+  thread_local std::map<std::uint32_t, std::vector<std::uint16_t>> tables;
+  if (tables.size() > 16) tables.clear();
+  std::vector<std::uint16_t>& table = tables[strength];
+  if (table.empty()) {
+    table = fillLightCurve(strength, 1024, 0);
+    if (strength > 0) table[32768] = table[32769];
+  }
   return table;
 }
 

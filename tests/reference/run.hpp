@@ -32,7 +32,7 @@ inline std::vector<std::uint8_t> mappedLuma(const std::vector<std::uint8_t>& ref
     linear.push_back(static_cast<std::int16_t>(TLUX_Degamma_Table[code]));
   }
   const auto scores = retinexScore(linear, width, height);
-  const auto gains = gainTable(strength);
+  const auto& gains = gainTable(strength);
   std::vector<std::uint8_t> mapped;
   for (std::size_t i = 0; i < reference.size(); ++i) {
     mapped.push_back(mapLuma(reference[i], gains[static_cast<std::uint16_t>(scores[i])]));
