@@ -9,10 +9,11 @@
 #   abi    comparison of the interface with its baseline
 #   count  counter of instructions
 #   quality  what measures pictures
+#   python   building the package for Python, its tests, archives on many machines
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi|count|quality …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi|count|quality|python …" >&2
   exit 1
 }
 
@@ -30,6 +31,7 @@ packages_of() {
     abi) echo abigail-tools ;;
     count) echo valgrind ;;
     quality) echo python3-numpy ffmpeg ;;
+    python) echo python3-numpy python3-build python3-setuptools python3-wheel python3-pip python3-venv python3-pytest python3-hypothesis python3-mypy python3-distributed python3-cloudpickle python3-psutil ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }
