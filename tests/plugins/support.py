@@ -41,12 +41,12 @@ class HostTest(unittest.TestCase):
     def launch(self, pipeline, **environment):
         return self.run_in_folder("gst-launch-1.0", "-q", *pipeline.split(), **environment)
 
-    def make_clip(self, width, height, color_range="tv"):
-        """A dim clip.mp4 of 20 frames."""
+    def make_clip(self, width, height, name="clip.mp4", color_range="tv"):
+        """A dim clip of 20 frames."""
         self.ffmpeg("-f", "lavfi", "-i", f"testsrc2=s={width}x{height}:r=25:d=0.8", "-vf",
                     f"eq=brightness=-0.2,scale=out_range={color_range}:out_color_matrix=bt709", "-pix_fmt", "yuv420p",
                     "-color_range", color_range, "-colorspace", "bt709", "-color_primaries", "bt709",
-                    "-color_trc", "bt709", "clip.mp4")
+                    "-color_trc", "bt709", "-c:v", "libx264", name)
 
     def read(self, name):
         return (self.folder / name).read_bytes()
