@@ -20,9 +20,9 @@ PAGES = sorted([*SOURCE.glob("*.md"), *SOURCE.glob("docs/*.md"), *SOURCE.glob("e
 FENCE = re.compile(r"^```(\w*)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
 
-# Their commands run in tests/apps/archives_test.py and command_page_test.py.
+# Their commands run in tests/apps/archives_test.py and command_page_test.py and in tests/plugins/page_test.py;
 # scripts/python.sh runs what is Python.
-RUN_ELSEWHERE = ("archives.md", "command.md")
+RUN_ELSEWHERE = ("archives.md", "command.md", "video-pipelines.md")
 
 
 def blocks(language):
