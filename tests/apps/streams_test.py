@@ -97,11 +97,18 @@ class Y4m(StreamTest):
         for content, mention in ((b"", "-: "), (b"no stream\n" * 100, "-: "), (whole[:30], "-: "),
                                  (whole[:-5], "breaks off"), (whole[:-LUMA], "breaks off")):
             for output in ("-", "out.y4m"):
-                result = self.pipe(content, "-", "-o", output)
+                result = self.pipe(content, "-", "-o", output, "--strict")
                 self.assertEqual(UNREADABLE, result.returncode, result)
                 self.assertEqual(1, result.stderr.count(b"\n"), result)
                 self.assertIn(mention, result.stderr.decode())
         self.assert_only_files()
+
+    def test_what_is_there_of_a_broken_one_is_taken(self):
+        whole = y4m(map(to_planar, raw_frames(3)))
+        result = self.pipe(whole[:-5], "-", "-o", "-")
+        self.assertEqual((0, 1), (result.returncode, result.stderr.count(b"\n")), result.stderr)
+        self.assertIn(b"breaks off", result.stderr)
+        self.assertEqual(2, result.stdout.count(b"FRAME\n"))
 
 
 class Raw(StreamTest):

@@ -114,6 +114,9 @@ void addVideoOptions(CLI::App& parser, EnhanceOptions& options) {
   parser.add_option("--codec", options.codec, "Video encoder by FFmpeg's name, e.g. libx265, ffv1")
       ->type_name("NAME")
       ->group(kVideos);
+  parser.add_option("--preset", options.preset, "Preset of the encoder, e.g. fast, slow")
+      ->type_name("NAME")
+      ->group(kVideos);
   parser.add_option("--fps", options.fps, "Rate of raw frames that become a video")
       ->type_name("RATE")
       ->capture_default_str()

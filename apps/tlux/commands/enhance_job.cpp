@@ -63,7 +63,9 @@ std::unique_ptr<FrameSource> openSource(const Job& job, const JobSettings& setti
   if (settings.raw) return std::make_unique<RawReader>(job.input, *settings.raw, settings.fps);
   const bool keepsRotation = job.videoFormat != nullptr && job.videoFormat->keepsRotation;
   return std::make_unique<VideoReader>(job.input,
-                                       ReadingOptions{.turnsUpright = !keepsRotation, .threads = settings.codecThreads});
+                                       ReadingOptions{.turnsUpright = !keepsRotation,
+                                                      .isStrict = settings.options.picture.strict,
+                                                      .threads = settings.codecThreads});
 }
 
 [[noreturn]] void askForForm() {
@@ -84,7 +86,11 @@ void enhanceToVideo(const Job& job, const JobSettings& settings, Engine& engine,
   const std::unique_ptr<FrameSource> source = openSource(job, settings);
   if (isFormOpen && isPictureStream(*source)) askForForm();
   VideoWriter sink(job.output.file, *job.videoFormat,
-                   {options.codec, options.picture.quality, settings.codecThreads},
+                   {.encoder = options.codec,
+                    .preset = options.preset,
+                    .quality = options.picture.quality,
+                    .wholeChroma = options.picture.chroma == "444",
+                    .threads = settings.codecThreads},
                    source->properties());
   warn(job.output.file, sink.remarks());
   enhanceFrames(job, settings, *source, sink, engine, progress);
@@ -92,6 +98,8 @@ void enhanceToVideo(const Job& job, const JobSettings& settings, Engine& engine,
 
 void enhanceToRaw(const Job& job, const JobSettings& settings, Engine& engine, Progress& progress) {
   const std::unique_ptr<FrameSource> source = openSource(job, settings);
+  const int bits = source->properties().bits;
+  if (bits > 8) warn(job.input, {fmt::format("its {} bits a sample become 8", bits)});
   RawWriter sink(job.output.file, job.output.rawFormat, settings.options.picture.pitch);
   enhanceFrames(job, settings, *source, sink, engine, progress);
 }
