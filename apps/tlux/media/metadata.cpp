@@ -139,7 +139,8 @@ std::optional<Density> densityOf(const Exiv2::ExifData& exif) {
   const bool isMetric = unit != exif.end() && unit->count() > 0 && unit->toLong() == 3;
   constexpr double kCentimetersOfAnInch = 2.54;
   const double scale = isMetric ? kCentimetersOfAnInch : 1;
-  return usableDensity({scale * double{x->toFloat()}, scale * double{y->toFloat()}});
+  return usableDensity(
+      {scale * static_cast<double>(x->toFloat()), scale * static_cast<double>(y->toFloat())});
 }
 
 MetadataPtr finish(std::shared_ptr<Tags> tags, std::optional<Density> density) {
