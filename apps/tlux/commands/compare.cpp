@@ -43,7 +43,7 @@ void compareFile(const CompareOptions& options) {
 
   Timings timings;
   Stopwatch watch;
-  Picture picture = readInput(options.input, raw);
+  Picture picture = readInput(options.input, raw, options.picture);
   timings.decode = watch.lapMilliseconds();
   Engine engine;
   const FramePtr after = optimize(engine, picture, options.picture.strength);

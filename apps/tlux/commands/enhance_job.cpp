@@ -33,7 +33,7 @@ void enhancePicture(const Job& job, const JobSettings& settings, Engine& engine)
   const PictureOptions& options = settings.options.picture;
   Timings timings;
   Stopwatch watch;
-  Picture picture = readInput(job.input, settings.raw);
+  Picture picture = readInput(job.input, settings.raw, options);
   timings.decode = watch.lapMilliseconds();
   picture.frame = optimize(engine, picture, options.strength);
   timings.run = watch.lapMilliseconds();
@@ -62,16 +62,35 @@ void enhanceFrames(const Job& job, const JobSettings& settings, FrameSource& sou
 std::unique_ptr<FrameSource> openSource(const Job& job, const JobSettings& settings) {
   if (settings.raw) return std::make_unique<RawReader>(job.input, *settings.raw, settings.fps);
   const bool keepsRotation = job.videoFormat != nullptr && job.videoFormat->keepsRotation;
-  return std::make_unique<VideoReader>(
-      job.input, ReadingOptions{.turnsUpright = !keepsRotation, .threads = settings.codecThreads});
+  return std::make_unique<VideoReader>(job.input,
+                                       ReadingOptions{.turnsUpright = !keepsRotation,
+                                                      .isStrict = settings.options.picture.strict,
+                                                      .threads = settings.codecThreads});
+}
+
+[[noreturn]] void askForForm() {
+  throw Error(ExitCode::kUsage, "-o", "a picture for standard output needs --as, such as --as jpg");
+}
+
+bool isPictureStream(const FrameSource& source) {
+  const AVFormatContext* container = source.properties().container;
+  return container != nullptr && holdsOnePicture(*container->iformat);
 }
 
 void enhanceToVideo(const Job& job, const JobSettings& settings, Engine& engine,
                     Progress& progress) {
   const EnhanceOptions& options = settings.options;
+  const bool isFormOpen = isPipe(job.output.file) && options.as.empty();
+  const bool isPicture = !settings.raw && !isPipe(job.input) && holdsOnePicture(job.input);
+  if (isFormOpen && isPicture) askForForm();
   const std::unique_ptr<FrameSource> source = openSource(job, settings);
+  if (isFormOpen && isPictureStream(*source)) askForForm();
   VideoWriter sink(job.output.file, *job.videoFormat,
-                   {options.codec, options.picture.quality, settings.codecThreads},
+                   {.encoder = options.codec,
+                    .preset = options.preset,
+                    .quality = options.picture.quality,
+                    .wholeChroma = options.picture.chroma == "444",
+                    .threads = settings.codecThreads},
                    source->properties());
   warn(job.output.file, sink.remarks());
   enhanceFrames(job, settings, *source, sink, engine, progress);
@@ -79,6 +98,8 @@ void enhanceToVideo(const Job& job, const JobSettings& settings, Engine& engine,
 
 void enhanceToRaw(const Job& job, const JobSettings& settings, Engine& engine, Progress& progress) {
   const std::unique_ptr<FrameSource> source = openSource(job, settings);
+  const int bits = source->properties().bits;
+  if (bits > 8) warn(job.input, {fmt::format("its {} bits a sample become 8", bits)});
   RawWriter sink(job.output.file, job.output.rawFormat, settings.options.picture.pitch);
   enhanceFrames(job, settings, *source, sink, engine, progress);
 }

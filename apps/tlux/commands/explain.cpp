@@ -58,9 +58,7 @@ void checkSize(const Picture& picture, const fs::path& file) {
 
 void writeReport(const Report& report, const fs::path& folder) {
   for (const EmbeddedPicture& picture : report.pictures) {
-    writeFileAtomically(
-        folder / picture.fileName,
-        std::span(picture.content->data, static_cast<size_t>(picture.content->size)));
+    writeFileAtomically(folder / picture.fileName, picture.content);
   }
   // Text as bytes; the writer knows only those.
   const auto* text = reinterpret_cast<const uint8_t*>(report.html.data());
@@ -70,7 +68,7 @@ void writeReport(const Report& report, const fs::path& folder) {
 void explainFile(const ExplainOptions& options) {
   const std::optional<RawLayout> raw = rawInputLayout(options.picture);
   checkFolder(options);
-  const Picture picture = readInput(options.input, raw);
+  const Picture picture = readInput(options.input, raw, options.picture);
   checkSize(picture, options.input);
   const Report report =
       explainRun(picture, options.picture.strength, options.input.filename().string());
@@ -93,7 +91,9 @@ Command addExplain(CLI::App& app) {
       ->required()
       ->type_name("FOLDER");
   addPictureOptions(*parser, options->picture);
-  parser->remove_option(parser->get_option("--quality"));
+  for (const char* name : {"--quality", "--chroma", "--strip"}) {
+    parser->remove_option(parser->get_option(name));
+  }
   parser->footer(kExamples);
   return {parser, [options] {
             return reportFailures(options->input.string(), [&] { explainFile(*options); });

@@ -41,7 +41,7 @@ void runJob(const Job& job) {
 
   Timings timings;
   Stopwatch watch;
-  const Picture picture = readInput(job.input, raw);
+  const Picture picture = readInput(job.input, raw, job.picture);
   timings.decode = watch.lapMilliseconds();
   Channels channels = takeApart(picture);
   const std::string remark = job.apply(channels);

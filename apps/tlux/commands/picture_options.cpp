@@ -9,6 +9,7 @@
 #include "errors.hpp"
 #include "media/reader.hpp"
 #include "media/writer.hpp"
+#include "output_file.hpp"
 #include "report.hpp"
 
 namespace tlux::app {
@@ -34,6 +35,14 @@ int takeSide(std::string_view& text) {
   return usable ? side : 0;
 }
 
+/** Whoever sorts pictures by date finds the new one beside the old one. */
+void keepTime(const std::filesystem::path& file,
+              const std::optional<std::filesystem::file_time_type>& time) {
+  if (!time || isPipe(file)) return;
+  std::error_code error; // a folder that takes files but no times is no failure
+  std::filesystem::last_write_time(file, *time, error);
+}
+
 } // namespace
 
 void addPictureOptions(CLI::App& parser, PictureOptions& options) {
@@ -45,10 +54,16 @@ void addPictureOptions(CLI::App& parser, PictureOptions& options) {
 }
 
 void addFileOptions(CLI::App& parser, PictureOptions& options) {
-  parser.add_option("--quality", options.quality, "Quality of JPEG and WebP output")
+  parser.add_option("--quality", options.quality, "Quality of output that loses detail")
       ->check(CLI::Range(1, 100).description(""))
       ->type_name("1-100")
       ->capture_default_str();
+  parser.add_option("--chroma", options.chroma, "Halve the chroma of the output, or keep it whole")
+      ->check(CLI::IsMember({"420", "444"}).description(""))
+      ->type_name("420|444")
+      ->capture_default_str();
+  parser.add_flag("--strip", options.strip, "Leave out metadata: EXIF, XMP, IPTC, comment, time");
+  parser.add_flag("--strict", options.strict, "Refuse damaged input instead of warning");
   parser.add_flag("-q,--quiet", options.quiet, "Print warnings and errors only");
   constexpr const char* kRaw = "Raw camera frames";
   parser.add_option("--size", options.size, "The input is one raw frame of this size in pixels")
@@ -118,8 +133,15 @@ void checkKeepsInput(const Output& output, const std::filesystem::path& input) {
   }
 }
 
-Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw) {
-  return raw ? readRaw(file, *raw) : readPicture(file);
+Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw,
+                  const PictureOptions& options) {
+  if (raw) return readRaw(file, *raw);
+  Picture picture =
+      readPicture(file, {.isStrict = options.strict, .keepsMetadata = !options.strip});
+  for (const std::string& remark : picture.remarks) {
+    printWarning(file.string() + ": " + remark);
+  }
+  return picture;
 }
 
 FramePtr optimize(Engine& engine, const Picture& picture, uint32_t strength) {
@@ -132,7 +154,9 @@ void writeOutput(const Picture& picture, const Output& output, const PictureOpti
     writeRaw(*picture.frame, output.file, output.rawFormat, options.pitch);
     return;
   }
-  writePicture(picture, output.file, *output.pictureFormat, options.quality);
+  writePicture(picture, output.file, *output.pictureFormat,
+               {.quality = options.quality, .wholeChroma = options.chroma == "444"});
+  keepTime(output.file, picture.modified);
   for (const std::string& loss : describeLosses(picture, *output.pictureFormat)) {
     printWarning(output.file.string() + ": " + loss);
   }

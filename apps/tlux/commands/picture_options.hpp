@@ -17,6 +17,9 @@ namespace tlux::app {
 struct PictureOptions {
   uint32_t strength = 50;
   int quality = 92;
+  std::string chroma = "420"; // of formats that may halve it
+  bool strict = false;        // damaged input is refused
+  bool strip = false;         // metadata are left out
   bool quiet = false;
   std::string size;   // of raw input, "WIDTHxHEIGHT"; empty for pictures
   std::string format; // of raw files, "nv21" or "nv12"
@@ -48,7 +51,9 @@ Output chooseOutput(const std::filesystem::path& file, const PictureOptions& opt
 /** Refuses to write over @p input. */
 void checkKeepsInput(const Output& output, const std::filesystem::path& input);
 
-Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw);
+/** Warns of what the picture has beyond what is taken. */
+Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw,
+                  const PictureOptions& options);
 
 /** Raw frames as the library makes them, pictures without strips at their edges. */
 FramePtr optimize(Engine& engine, const Picture& picture, uint32_t strength);
