@@ -12,6 +12,17 @@ cmake -S "$here/parent" -B "$work" -G Ninja -DTLUX_SOURCE_DIR="$source" \
 cmake --build "$work" >/dev/null
 [ -n "$("$work/consumer_tlux")" ]
 [ "$("$work/consumer_tlux")" = "$("$work/consumer_static")" ]
+# A parent that builds everything static gets the static library under the usual name.
+if ! readelf -d "$work/consumer_tlux" | grep -q 'NEEDED.*libtlux'; then
+  echo "tlux::tlux is not the shared library" >&2
+  exit 1
+fi
+cmake -B "$work" -DBUILD_SHARED_LIBS=OFF >/dev/null
+cmake --build "$work" >/dev/null
+if readelf -d "$work/consumer_tlux" | grep -q 'NEEDED.*libtlux'; then
+  echo "BUILD_SHARED_LIBS=OFF: tlux::tlux is the shared library" >&2
+  exit 1
+fi
 if ctest --test-dir "$work" -N | grep -q 'Test *#'; then
   echo "tests of the library showed up in the parent" >&2
   exit 1
