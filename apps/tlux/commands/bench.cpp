@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "commands/command.hpp"
-#include "commands/number_option.hpp"
+#include "cli/number_option.hpp"
 #include "media/semi_planar.hpp"
 #include "processor.hpp"
 #include "resolutions.hpp"

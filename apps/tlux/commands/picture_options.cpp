@@ -2,10 +2,10 @@
 
 #include <fmt/format.h>
 
-#include <charconv>
 #include <string_view>
 #include <system_error>
 
+#include "cli/size.hpp"
 #include "errors.hpp"
 #include "media/reader.hpp"
 #include "media/writer.hpp"
@@ -15,23 +15,12 @@ namespace tlux::app {
 
 namespace {
 
-constexpr int kMaxStrength = 100;
-constexpr int kMaxSide = 65534;
+constexpr uint32_t kMaxStrength = 100;
 
 AVPixelFormat rawFormatNamed(std::string_view name) {
   if (name == "nv21") return AV_PIX_FMT_NV21;
   if (name == "nv12") return AV_PIX_FMT_NV12;
   return AV_PIX_FMT_NONE;
-}
-
-/** An even number of pixels at the start of @p text, which is advanced behind it; 0 if there is
- * none. */
-int takeSide(std::string_view& text) {
-  int side = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
-  const bool usable = error == std::errc() && side > 0 && side <= kMaxSide && side % 2 == 0;
-  text.remove_prefix(static_cast<size_t>(end - text.data()));
-  return usable ? side : 0;
 }
 
 } // namespace
@@ -60,7 +49,7 @@ void addFileOptions(CLI::App& parser, PictureOptions& options) {
       ->type_name("nv21|nv12")
       ->group(kRaw);
   parser.add_option("--pitch", options.pitch, "Bytes from row to row, if not the width")
-      ->check(CLI::Range(1, 4 * kMaxSide).description(""))
+      ->check(CLI::Range(1, 4 * kLargestSide).description(""))
       ->type_name("BYTES")
       ->group(kRaw);
 }
@@ -72,15 +61,13 @@ std::optional<RawLayout> rawInputLayout(const PictureOptions& options) {
   }
   RawLayout layout;
   layout.format = rawFormatNamed(options.format);
-  std::string_view text = options.size;
-  layout.width = takeSide(text);
-  const bool hasCross = text.starts_with('x');
-  text.remove_prefix(hasCross ? 1 : 0);
-  layout.height = takeSide(text);
-  if (layout.width == 0 || !hasCross || layout.height == 0 || !text.empty()) {
+  const std::optional<Size> size = parseSize(options.size);
+  if (!size || size->width % 2 != 0 || size->height % 2 != 0) {
     throw Error(ExitCode::kUsage, "--size",
                 fmt::format("'{}' is not WIDTHxHEIGHT with even numbers", options.size));
   }
+  layout.width = size->width;
+  layout.height = size->height;
   layout.pitch = options.pitch == 0 ? layout.width : options.pitch;
   if (layout.pitch < layout.width) {
     throw Error(ExitCode::kUsage, "--pitch",

@@ -1,12 +1,10 @@
 #include "explain/stages.hpp"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <new>
-#include <stdexcept>
 
+#include "library_result.hpp"
 #include "media/semi_planar.hpp"
 
 namespace tlux::app {
@@ -58,10 +56,6 @@ const std::array<Stage, 8> kStages = {{
     {"Chroma", "lets the colours follow the luma", "NV21NV12_Tone", &Stages::scaleChroma},
     {"Mark", "blends the mark into the lower right corner", "TLUX_EmbeddedMark", &Stages::mark},
 }};
-
-void checkResult(uint32_t result) {
-  if (result != TLUX_OK) throw std::runtime_error(fmt::format("a stage failed ({})", result));
-}
 
 Stages::Stages(MMemMgr pool, const AVFrame& source, AVFrame& output, uint32_t strength)
     : pool_(pool), source_(imageOf(source)), output_(imageOf(output)), strength_(strength) {

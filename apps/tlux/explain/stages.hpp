@@ -8,9 +8,6 @@
 
 namespace tlux::app {
 
-/** Throws for anything but success. */
-void checkResult(uint32_t result);
-
 /**
  * The run taken apart: each member function is one of its stages, done with the functions that the
  * library exports for it. All memory comes from a pool, the pool has to outlive this.

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "explain/metered_pool.hpp"
+#include "library_result.hpp"
 #include "media/semi_planar.hpp"
 #include "report.hpp"
 

@@ -8,8 +8,8 @@
 #include <utility>
 #include <vector>
 
-#include "commands/number_option.hpp"
-#include "ops/library_result.hpp"
+#include "cli/number_option.hpp"
+#include "library_result.hpp"
 #include "ops/operation.hpp"
 
 namespace tlux::app {

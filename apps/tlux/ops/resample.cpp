@@ -4,11 +4,11 @@
 #include <stdexcept>
 #include <utility>
 
-#include "commands/number_option.hpp"
+#include "cli/number_option.hpp"
 #include "media/semi_planar.hpp"
-#include "ops/library_result.hpp"
+#include "library_result.hpp"
 #include "ops/operation.hpp"
-#include "size.hpp"
+#include "cli/size.hpp"
 
 namespace tlux::app {
 

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "media/reader.hpp"
-#include "ops/library_result.hpp"
+#include "library_result.hpp"
 #include "ops/operation.hpp"
 
 namespace tlux::app {
