@@ -2,6 +2,7 @@
 
 import os
 import random
+import select
 import signal
 import subprocess
 import time
@@ -91,6 +92,38 @@ class Y4m(StreamTest):
         self.enhance(source, "direct.mkv", "--codec", "ffv1")
         self.assertEqual(ffmpeg("-i", self.path("direct.mkv"), *direct).splitlines()[-10:],
                          ffmpeg("-i", self.path("out.mkv"), *direct).splitlines()[-10:])
+
+    def test_a_failed_output_does_not_wait_for_input(self):
+        frames = [to_planar(frame) for frame in raw_frames(8)]
+        for content, options in ((y4m(frames), []), (b"".join(frames), RAW)):
+            reading, writing = os.pipe()
+            os.close(reading)
+            with subprocess.Popen([COMMAND, "enhance", "-", "-o", "-", *options], cwd=self.folder,
+                                  stdin=subprocess.PIPE, stdout=writing, stderr=subprocess.PIPE) as process:
+                os.close(writing)
+                process.stdin.write(content)
+                process.stdin.flush() # and nothing more comes, nor an end
+                self.assertEqual(FAILED, process.wait(timeout=30))
+                self.assertEqual(1, process.stderr.read().count(b"\n"))
+
+    def test_an_interrupted_command_ends_its_line(self):
+        terminal, end = os.openpty()
+        with subprocess.Popen([COMMAND, "enhance", "-", "-o", "out.nv12", *RAW], cwd=self.folder,
+                              stdin=subprocess.PIPE, stderr=end) as process:
+            os.close(end)
+            shown = b""
+            while b"frame" not in shown:
+                process.stdin.write(raw_frames(1)[0])
+                process.stdin.flush()
+                time.sleep(0.02)
+                if select.select([terminal], [], [], 0)[0]:
+                    shown += os.read(terminal, 1000)
+            process.send_signal(signal.SIGINT)
+            process.wait(timeout=30)
+        shown += os.read(terminal, 1000)
+        os.close(terminal)
+        self.assertTrue(shown.endswith(b"\r\n"), shown)
+        self.assert_only_files()
 
     def test_what_is_no_stream_is_refused(self):
         whole = y4m(map(to_planar, raw_frames(3)))

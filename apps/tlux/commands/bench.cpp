@@ -7,9 +7,11 @@
 #include <thread>
 #include <vector>
 
-#include "commands/command.hpp"
 #include "cli/number_option.hpp"
+#include "commands/command.hpp"
+#include "commands/picture_options.hpp"
 #include "media/semi_planar.hpp"
+#include "output/json.hpp"
 #include "processor.hpp"
 #include "resolutions.hpp"
 #include "tlux.h"
@@ -151,18 +153,25 @@ void printTable(const std::vector<Measurement>& measurements) {
 }
 
 void printJson(const std::vector<Measurement>& measurements, const BenchOptions& options) {
-  std::vector<std::string> results;
+  std::vector<JsonObject> results;
   results.reserve(measurements.size());
   for (const Measurement& m : measurements) {
-    results.push_back(fmt::format(
-        R"({{"width": {}, "height": {}, "runs": {}, "milliseconds": {:.4f}, )"
-        R"("framesPerSecond": {:.2f}, "copyMilliseconds": {:.4f}, "ratio": {:.2f}}})",
-        m.size.width, m.size.height, m.runs, m.run, m.framesPerSecond(), m.copy, m.ratio()));
+    results.push_back(JsonObject()
+                          .add("width", m.size.width)
+                          .add("height", m.size.height)
+                          .add("runs", m.runs)
+                          .add("milliseconds", m.run, 4)
+                          .add("framesPerSecond", m.framesPerSecond(), 2)
+                          .add("copyMilliseconds", m.copy, 4)
+                          .add("ratio", m.ratio(), 2));
   }
-  printLine(fmt::format(
-      R"({{"version": "{}", "vectorUnit": "{}", "processors": {}, "strength": {}, "results": [{}]}})",
-      TLUX_GetVersion()->version, vectorUnit(), std::thread::hardware_concurrency(),
-      options.strength, fmt::join(results, ", ")));
+  printLine(JsonObject::report("tlux.bench.1")
+                .add("version", TLUX_GetVersion()->version)
+                .add("vectorUnit", vectorUnit())
+                .add("processors", std::thread::hardware_concurrency())
+                .add("strength", options.strength)
+                .add("results", results)
+                .toString());
 }
 
 ExitCode bench(const BenchOptions& options) {
@@ -193,7 +202,7 @@ Command addBench(CLI::App& app) {
   addSizeOption(*parser, "--size", options->size, "One frame size in place of the usual ones");
   addNumber(*parser, "-s,--strength", options->strength, 0U, 100U, "As of 'tlux enhance'");
   addNumber(*parser, "--seconds", options->seconds, 0.0, 3600.0, "Time to spend on each size");
-  parser->add_flag("--json", options->json, "Print one line of JSON");
+  addJsonOption(*parser, options->json);
   parser->footer(kLesson);
   return {parser, [options] { return bench(*options); }};
 }

@@ -39,7 +39,7 @@ FramePtr showBoth(const AVFrame& before, const AVFrame& after, const CompareOpti
 void compareFile(const CompareOptions& options) {
   const std::optional<RawLayout> raw = rawInputLayout(options.picture);
   const Output output = chooseOutput(options.output, options.picture);
-  checkKeepsInput(output, options.input);
+  checkMayWrite(output.file, options.input, options.picture);
 
   Timings timings;
   Stopwatch watch;

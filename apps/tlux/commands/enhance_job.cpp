@@ -4,6 +4,7 @@
 
 #include "media/input_container.hpp"
 #include "media/reader.hpp"
+#include "output/json.hpp"
 #include "output_file.hpp"
 #include "video/pipeline.hpp"
 #include "video/raw_stream.hpp"
@@ -14,9 +15,25 @@ namespace tlux::app {
 
 namespace {
 
+/** What is told of a file that is done, in words and for programs. */
+struct Outcome {
+  std::string text;
+  JsonObject json;
+};
+
+JsonObject jsonOf(const Job& job) {
+  return JsonObject::report("tlux.enhance.1")
+      .add("input", job.input.string())
+      .add("output", job.output.file.string());
+}
+
 /** Standard output may be taken by the result itself. */
-void tellResult(const Job& job, const EnhanceOptions& options, const std::string& text) {
-  if (!options.picture.quiet && !isPipe(job.output.file)) printLine(text);
+void tellResult(const Job& job, const EnhanceOptions& options, const Outcome& outcome) {
+  if (options.json) {
+    printLine(outcome.json.toString());
+  } else if (!options.picture.quiet && !isPipe(job.output.file)) {
+    printLine(outcome.text);
+  }
 }
 
 void tellTiming(const Job& job, const EnhanceOptions& options, const std::string& text) {
@@ -39,9 +56,16 @@ void enhancePicture(const Job& job, const JobSettings& settings, Engine& engine)
   timings.run = watch.lapMilliseconds();
   writeOutput(picture, job.output, options);
   timings.encode = watch.lapMilliseconds();
+  const std::string text =
+      fmt::format("{} -> {}, strength {}: {}", describeInput(job.input, picture),
+                  describeOutput(job.output, picture), options.strength, describe(timings));
   tellResult(job, settings.options,
-             fmt::format("{} -> {}, strength {}: {}", describeInput(job.input, picture),
-                         describeOutput(job.output, picture), options.strength, describe(timings)));
+             {text, jsonOf(job)
+                        .add("width", picture.width())
+                        .add("height", picture.height())
+                        .add("frames", 1)
+                        .add("strength", options.strength)
+                        .add("milliseconds", toJson(timings))});
   tellTiming(job, settings.options, describe(timings));
 }
 
@@ -51,11 +75,17 @@ void enhanceFrames(const Job& job, const JobSettings& settings, FrameSource& sou
   const StreamTimings timings =
       enhanceStream(source, engine, options.picture.strength, sink, progress);
   warn(job.input, source.remarks());
-  tellResult(
-      job, options,
-      fmt::format("{} {}x{} -> {}, strength {}: {}", job.input.string(), source.properties().width,
-                  source.properties().height, job.output.file.string(), options.picture.strength,
-                  describeSpeed(timings)));
+  const StreamProperties& properties = source.properties();
+  const std::string text = fmt::format(
+      "{} {}x{} -> {}, strength {}: {}", job.input.string(), properties.width, properties.height,
+      job.output.file.string(), options.picture.strength, describeSpeed(timings));
+  tellResult(job, options,
+             {text, jsonOf(job)
+                        .add("width", properties.width)
+                        .add("height", properties.height)
+                        .add("frames", timings.frames)
+                        .add("strength", options.picture.strength)
+                        .add("milliseconds", toJson(timings.busy).add("whole", timings.whole, 3))});
   tellTiming(job, options, describeSpeed(timings) + "; " + describeShares(timings));
 }
 
@@ -88,9 +118,31 @@ bool isPictureAsRaw(const Job& job, const JobSettings& settings) {
   return !settings.raw && !isPipe(job.input) && holdsOnePicture(job.input);
 }
 
+void makeFolder(const std::filesystem::path& folder) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error) throw Error(ExitCode::kFailed, folder.string(), error.message());
+}
+
 } // namespace
 
+void tellSkipped(const Job& job, const EnhanceOptions& options) {
+  tellResult(job, options,
+             {fmt::format("{} -> {}: skipped, exists already", job.input.string(),
+                          job.output.file.string()),
+              jsonOf(job).addValue("skipped", "true")});
+}
+
+std::string describeFailure(const Error& failure, const std::filesystem::path& input) {
+  JsonObject report = JsonObject::report("tlux.enhance.1");
+  if (!input.empty()) report.add("input", input.string());
+  return report.add("error", failure.what())
+      .add("exitStatus", static_cast<int>(failure.code()))
+      .toString();
+}
+
 void enhanceFile(const Job& job, const JobSettings& settings, Engine& engine, Progress& progress) {
+  if (!settings.options.folder.empty()) makeFolder(job.output.file.parent_path());
   if (job.videoFormat != nullptr) {
     enhanceToVideo(job, settings, engine, progress);
   } else if (job.output.pictureFormat != nullptr || isPictureAsRaw(job, settings)) {

@@ -9,6 +9,7 @@
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
 #include "explain/run_report.hpp"
+#include "output/json.hpp"
 #include "output_file.hpp"
 
 namespace tlux::app {
@@ -20,6 +21,7 @@ namespace fs = std::filesystem;
 struct ExplainOptions {
   fs::path input;
   fs::path folder;
+  bool json = false;
   PictureOptions picture;
 };
 
@@ -38,7 +40,7 @@ void checkFolder(const ExplainOptions& options) {
   std::vector<std::string> names = reportPictureNames();
   names.emplace_back(kPage);
   for (const std::string& name : names) {
-    checkKeepsInput({options.folder / name}, options.input);
+    checkMayWrite(options.folder / name, options.input, options.picture);
   }
 }
 
@@ -67,6 +69,25 @@ void writeReport(const Report& report, const fs::path& folder) {
   writeFileAtomically(folder / kPage, std::span(text, report.html.size()));
 }
 
+void printJson(const Report& report, const Picture& picture, const ExplainOptions& options) {
+  const Findings& findings = report.findings;
+  printLine(JsonObject::report("tlux.explain.1")
+                .add("input", options.input.string())
+                .add("page", (options.folder / kPage).string())
+                .add("width", picture.width())
+                .add("height", picture.height())
+                .add("strength", options.picture.strength)
+                .add("referenceWidth", report.reference.width)
+                .add("referenceHeight", report.reference.height)
+                .add("lifted", findings.lifted, 4)
+                .add("darkened", findings.darkened, 4)
+                .add("medianGain", findings.medianGain, 3)
+                .add("largestGain", findings.largestGain, 3)
+                .add("meanBefore", findings.meanBefore, 2)
+                .add("meanAfter", findings.meanAfter, 2)
+                .toString());
+}
+
 void explainFile(const ExplainOptions& options) {
   const std::optional<RawLayout> raw = rawInputLayout(options.picture);
   checkFolder(options);
@@ -76,6 +97,7 @@ void explainFile(const ExplainOptions& options) {
       explainRun(picture, options.picture.strength, options.input.filename().string());
   makeFolder(options.folder);
   writeReport(report, options.folder);
+  if (options.json) return printJson(report, picture, options);
   if (options.picture.quiet) return;
   printLine(fmt::format("{} -> {}, strength {}: {} KiB", describeInput(options.input, picture),
                         (options.folder / kPage).string(), options.picture.strength,
@@ -94,6 +116,7 @@ Command addExplain(CLI::App& app) {
       ->type_name("FOLDER");
   addPictureOptions(*parser, options->picture);
   parser->remove_option(parser->get_option("--quality"));
+  addJsonOption(*parser, options->json);
   parser->footer(kExamples);
   return {parser, [options] {
             return reportFailures(options->input.string(), [&] { explainFile(*options); });

@@ -1,10 +1,12 @@
 #include "commands/picture_options.hpp"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <string_view>
 #include <system_error>
 
+#include "cli/number_option.hpp"
 #include "cli/size.hpp"
 #include "errors.hpp"
 #include "media/reader.hpp"
@@ -26,8 +28,8 @@ AVPixelFormat rawFormatNamed(std::string_view name) {
 } // namespace
 
 void addPictureOptions(CLI::App& parser, PictureOptions& options) {
-  parser.add_option("-s,--strength", options.strength, "0 leaves the light as it is, 100 is most")
-      ->check(CLI::Range(0, kMaxStrength).description(""))
+  parser.add_option("-s,--strength", options.strength, "0 keeps the tones, 100 is most")
+      ->transform(decimal(0U, kMaxStrength))
       ->type_name("0-100")
       ->capture_default_str();
   addFileOptions(parser, options);
@@ -35,10 +37,12 @@ void addPictureOptions(CLI::App& parser, PictureOptions& options) {
 
 void addFileOptions(CLI::App& parser, PictureOptions& options) {
   parser.add_option("--quality", options.quality, "Quality of JPEG and WebP output")
-      ->check(CLI::Range(1, 100).description(""))
+      ->transform(decimal(1, 100))
       ->type_name("1-100")
       ->capture_default_str();
   parser.add_flag("-q,--quiet", options.quiet, "Print warnings and errors only");
+  parser.add_flag("--force", options.force, "Replace write-protected files too");
+  parser.add_flag("--no-clobber", options.noClobber, "Replace no file");
   constexpr const char* kRaw = "Raw camera frames";
   parser.add_option("--size", options.size, "The input is one raw frame of this size in pixels")
       ->type_name("WxH")
@@ -49,9 +53,13 @@ void addFileOptions(CLI::App& parser, PictureOptions& options) {
       ->type_name("nv21|nv12")
       ->group(kRaw);
   parser.add_option("--pitch", options.pitch, "Bytes from row to row, if not the width")
-      ->check(CLI::Range(1, 4 * kLargestSide).description(""))
+      ->transform(decimal(1, 4 * kLargestSide))
       ->type_name("BYTES")
       ->group(kRaw);
+}
+
+void addJsonOption(CLI::App& parser, bool& json) {
+  parser.add_flag("--json", json, "Print one line of JSON for each result");
 }
 
 std::optional<RawLayout> rawInputLayout(const PictureOptions& options) {
@@ -98,11 +106,30 @@ Output chooseOutput(const std::filesystem::path& file, const PictureOptions& opt
   return *output;
 }
 
-void checkKeepsInput(const Output& output, const std::filesystem::path& input) {
+Error overwritesInput(const std::filesystem::path& file) {
+  return {ExitCode::kUsage, file.string(), "would be written over the input"};
+}
+
+void checkMayReplace(const std::filesystem::path& file, const PictureOptions& options) {
   std::error_code error;
-  if (std::filesystem::equivalent(output.file, input, error)) {
-    throw Error(ExitCode::kUsage, output.file.string(), "would be written over the input");
+  const std::filesystem::file_status status = std::filesystem::status(file, error);
+  if (!std::filesystem::is_regular_file(status)) return;
+  if (options.noClobber) throw Error(ExitCode::kFailed, file.string(), "exists already");
+  using std::filesystem::perms;
+  constexpr perms kAnyWrite = perms::owner_write | perms::group_write | perms::others_write;
+  // The superuser may write everything, but a protected file is not protected without reason.
+  const bool isProtected =
+      (status.permissions() & kAnyWrite) == perms::none || access(file.c_str(), W_OK) != 0;
+  if (isProtected && !options.force) {
+    throw Error(ExitCode::kFailed, file.string(), "is write-protected; --force replaces it");
   }
+}
+
+void checkMayWrite(const std::filesystem::path& file, const std::filesystem::path& input,
+                   const PictureOptions& options) {
+  std::error_code error;
+  if (std::filesystem::equivalent(file, input, error)) throw overwritesInput(file);
+  checkMayReplace(file, options);
 }
 
 Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw) {

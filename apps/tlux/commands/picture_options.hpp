@@ -8,6 +8,7 @@
 #include <string>
 
 #include "engine.hpp"
+#include "errors.hpp"
 #include "media/picture_format.hpp"
 #include "media/raw.hpp"
 
@@ -18,15 +19,20 @@ struct PictureOptions {
   uint32_t strength = 50;
   int quality = 92;
   bool quiet = false;
-  std::string size;   // of raw input, "WIDTHxHEIGHT"; empty for pictures
-  std::string format; // of raw files, "nv21" or "nv12"
-  int pitch = 0;      // of raw files, 0 for the width
+  bool force = false;     // replaces files that are write-protected
+  bool noClobber = false; // replaces no file
+  std::string size;       // of raw input, "WIDTHxHEIGHT"; empty for pictures
+  std::string format;     // of raw files, "nv21" or "nv12"
+  int pitch = 0;          // of raw files, 0 for the width
 };
 
 void addPictureOptions(CLI::App& parser, PictureOptions& options);
 
 /** The part of them for commands that do not enhance: all but the strength. */
 void addFileOptions(CLI::App& parser, PictureOptions& options);
+
+/** --json, for what else would be told in words. */
+void addJsonOption(CLI::App& parser, bool& json);
 
 /** Layout of raw input, nothing when the inputs are pictures. Throws Error for nonsense. */
 std::optional<RawLayout> rawInputLayout(const PictureOptions& options);
@@ -45,8 +51,15 @@ std::optional<Output> findOutput(const std::filesystem::path& file, const std::s
 /** Chooses the form by the extension. Throws Error for an extension that cannot be written. */
 Output chooseOutput(const std::filesystem::path& file, const PictureOptions& options);
 
-/** Refuses to write over @p input. */
-void checkKeepsInput(const Output& output, const std::filesystem::path& input);
+/** What is told when the file to write is one of those to read. */
+Error overwritesInput(const std::filesystem::path& file);
+
+/** Throws Error if @p file exists and must stay as it is. */
+void checkMayReplace(const std::filesystem::path& file, const PictureOptions& options);
+
+/** Throws Error if @p file must not be written: it is the input, or must stay as it is. */
+void checkMayWrite(const std::filesystem::path& file, const std::filesystem::path& input,
+                   const PictureOptions& options);
 
 Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw);
 

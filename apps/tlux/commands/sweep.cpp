@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "cli/number_option.hpp"
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
 #include "engine.hpp"
@@ -37,7 +38,7 @@ Output chooseSheet(const SweepOptions& options) {
     throw Error(ExitCode::kUsage, options.output.string(),
                 "a sheet is a picture, its extension must be one of " + writableExtensions());
   }
-  checkKeepsInput(output, options.input);
+  checkMayWrite(output.file, options.input, options.picture);
   return output;
 }
 
@@ -89,15 +90,15 @@ Command addSweep(CLI::App& app) {
   parser->add_option("--strengths", options->strengths, "Strengths to show, 0 to 100 each")
       ->delimiter(',')
       ->allow_extra_args(false)
-      ->check(CLI::Range(0, 100).description(""))
+      ->transform(decimal(0U, 100U))
       ->type_name("LIST")
       ->default_str("0,20,50,100");
   parser->add_option("--tile-width", options->tileWidth, "Largest width of a tile in pixels")
-      ->check(CLI::Range(16, 65535).description(""))
+      ->transform(decimal(16, 65535))
       ->type_name("PIXELS")
       ->capture_default_str();
   parser->add_option("--columns", options->columns, "Tiles in a row, chosen if not given")
-      ->check(CLI::Range(1, 100).description(""))
+      ->transform(decimal(1, 100))
       ->type_name("COUNT");
   parser->footer(kExamples);
   return {parser, [options] {

@@ -157,6 +157,8 @@ class ReportBuilder {
     addEffect();
     addCosts(trace_, page_);
     report_.html = page_.finish();
+    report_.findings = findingsOf(trace_, before_, after_);
+    report_.reference = {trace_.width, trace_.height};
     return std::move(report_);
   }
 

@@ -3,7 +3,9 @@
 #include <string>
 #include <vector>
 
+#include "cli/size.hpp"
 #include "explain/embedded_picture.hpp"
+#include "explain/findings.hpp"
 #include "media/picture.hpp"
 
 namespace tlux::app {
@@ -12,6 +14,8 @@ namespace tlux::app {
 struct Report {
   std::string html;
   std::vector<EmbeddedPicture> pictures;
+  Findings findings;
+  Size reference; // size of the frame that the decisions were made on
 };
 
 /** File names of the pictures of every report. */

@@ -6,6 +6,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "interruption.hpp"
 #include "output_file.hpp"
 
 namespace tlux::app {
@@ -36,7 +37,8 @@ std::string inputUrl(const std::filesystem::path& file) {
 InputContainer openByContent(const std::filesystem::path& file) {
   InputContainer source;
   AVIOContext* io = nullptr;
-  check(avio_open(&io, inputUrl(file).c_str(), AVIO_FLAG_READ));
+  const AVIOInterruptCB interruption = {[](void*) { return isReadInterrupted() ? 1 : 0; }, nullptr};
+  check(avio_open2(&io, inputUrl(file).c_str(), AVIO_FLAG_READ, &interruption, nullptr));
   source.io.reset(io);
 
   AVFormatContext* container = checkAllocated(avformat_alloc_context());

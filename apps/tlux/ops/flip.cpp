@@ -26,7 +26,7 @@ Apply addFlip(CLI::App& parser) {
       checkResult(ImageRollOver(&source, &target, flags));
       channel = std::move(turned);
     });
-    return std::string();
+    return Finding();
   };
 }
 

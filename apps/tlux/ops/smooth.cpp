@@ -17,7 +17,7 @@ int chromaRadius(const Channels& picture, int radius) {
 
 /** Does smooth(channel, radius) with luma and both chroma channels; transparency stays. */
 template <typename Smooth>
-std::string smoothEach(Channels& picture, int radius, Smooth smooth) {
+Finding smoothEach(Channels& picture, int radius, Smooth smooth) {
   smooth(picture.luma, radius);
   smooth(picture.cb, chromaRadius(picture, radius));
   smooth(picture.cr, chromaRadius(picture, radius));

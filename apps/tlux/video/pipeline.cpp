@@ -2,12 +2,14 @@
 
 #include <fmt/format.h>
 
+#include <atomic>
 #include <exception>
 #include <mutex>
 #include <optional>
 #include <thread>
 #include <utility>
 
+#include "interruption.hpp"
 #include "media/semi_planar.hpp"
 #include "video/bounded_queue.hpp"
 #include "video/frame_pool.hpp"
@@ -40,6 +42,11 @@ class Line {
       decoded.stop();
       enhanced.stop();
     }
+  }
+
+  bool hasFailed() {
+    const std::lock_guard lock(mutex_);
+    return failure_ != nullptr;
   }
 
   /** For the time after all stages have ended. */
@@ -110,16 +117,23 @@ StreamTimings enhanceStream(FrameSource& source, Engine& engine, uint32_t streng
   StreamTimings timings;
   Stopwatch whole;
   Line line;
+  std::atomic<bool> isReadingDone = false;
   {
     std::jthread reader; // joined before the line goes
     std::jthread enhancer;
     line.run([&] {
-      reader = std::jthread(
-          [&] { line.run([&] { readAll(source, line.decoded, timings.busy.decode); }); });
+      reader = std::jthread([&] {
+        line.run([&] { readAll(source, line.decoded, timings.busy.decode); });
+        isReadingDone = true;
+      });
       enhancer = std::jthread(
           [&] { line.run([&] { enhanceAll(line, engine, strength, timings.busy.run); }); });
       writeAll(line.enhanced, sink, progress, timings);
     });
+    // A pipe that says nothing would hold up the end.
+    if (line.hasFailed() && reader.joinable()) {
+      interruptReads(reader.native_handle(), isReadingDone);
+    }
   }
   line.rethrowFailure();
   Stopwatch watch;
@@ -131,7 +145,7 @@ StreamTimings enhanceStream(FrameSource& source, Engine& engine, uint32_t streng
 
 std::string describeSpeed(const StreamTimings& timings) {
   const double seconds = timings.whole / 1000;
-  return fmt::format("{} frames in {:.2f} s, {:.1f} per second", timings.frames, seconds,
+  return fmt::format("{} in {:.2f} s, {:.1f} per second", counted(timings.frames, "frame"), seconds,
                      seconds > 0 ? static_cast<double>(timings.frames) / seconds : 0);
 }
 
