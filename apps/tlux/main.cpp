@@ -23,9 +23,11 @@ constexpr const char* kExamples =
     "  tlux compare photo.jpg -o both.png          before and after, side by side\n"
     "  tlux sweep photo.jpg -o sheet.png           several strengths on one sheet\n"
     "  tlux explain photo.jpg -d why               a page on what was done, and why\n"
-    "  tlux enhance *.jpg -d enhanced -s 80        several pictures, stronger\n"
+    "  tlux enhance holiday -d enhanced -s 60      a folder of pictures, stronger\n"
     "  tlux op blur photo.jpg -o soft.jpg          one of the toolkit's operations\n"
-    "  tlux enhance --help                         all options, raw camera frames";
+    "  tlux enhance --help                         all options, raw camera frames\n"
+    "\n"
+    "Every result carries a small mark in its lower right corner.";
 
 std::string versionLine() {
   const TLUX_VERSION& version = *TLUX_GetVersion();

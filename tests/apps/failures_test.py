@@ -55,6 +55,8 @@ class Usage(CommandTest):
             ([*raw, "--size", "20x20", "--format", "nv21", "--pitch", "18"], "--pitch"),
             (["compare", "in.png"], "--output"),
             (["enhance", "in.png", "-o", "-", "--json"], "--json"),
+            (["enhance", "in.png", "-o", "out.png", "--exact", "--steady", "4"], "--exact"),
+            (["enhance", "in.png", "-o", "out.png", "--colour", "101"], "--colour"),
         ]
         for arguments, mention in cases:
             with self.subTest(arguments=arguments):

@@ -50,4 +50,13 @@ CLI::Option* addNumber(CLI::App& parser, const std::string& names, T& value, T l
       ->capture_default_str();
 }
 
+/** The same where nothing was chosen unless the option is given. */
+template <typename T>
+CLI::Option* addChoice(CLI::App& parser, const std::string& names, std::optional<T>& value, T least,
+                       T most, const std::string& help) {
+  return parser.add_option(names, value, help)
+      ->transform(decimal(least, most))
+      ->type_name(fmt::format("{}-{}", least, most));
+}
+
 } // namespace tlux::app

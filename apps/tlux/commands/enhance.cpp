@@ -19,7 +19,7 @@ constexpr int kMostJobs = 64;
 constexpr const char* kExamples =
     "Examples:\n"
     "  tlux enhance photo.jpg -o better.jpg\n"
-    "  tlux enhance photo.jpg -o better.png --strength 80\n"
+    "  tlux enhance photo.jpg -o better.png --strength 60\n"
     "  tlux enhance holiday -d enhanced            a folder with all below it\n"
     "  tlux enhance *.jpg -d enhanced --name '{name}-{strength}' --skip-existing\n"
     "  tlux enhance clip.mov -o better.mp4 --quality 85\n"
@@ -66,12 +66,12 @@ class JobQueue {
 
   /** Does jobs until there are none left; for any number of threads. */
   void work() {
-    std::optional<Engine> engine;
+    std::optional<Enhancer> enhancer;
     for (size_t index = next_++; index < jobs_.size(); index = next_++) {
       const Job& job = jobs_[index];
       const std::optional<Error> failure = failureOf(job.input.string(), [&] {
-        if (!engine) engine.emplace();
-        enhanceFile(job, settings_, *engine, progress_);
+        if (!enhancer) enhancer.emplace(settings_.options.picture.tones, settings_.threads);
+        enhanceFile(job, settings_, *enhancer, progress_);
       });
       progress_.fileDone();
       if (!failure) continue;
@@ -103,9 +103,10 @@ ExitCode enhance(const EnhanceOptions& options) {
   for (const Job& job : plan.skipped) {
     tellSkipped(job, options);
   }
+  if (plan.jobs.empty()) return worst;
   const int atOnce = chooseJobs(options, plan.jobs.size());
   // A single file may have all processors.
-  settings.codecThreads = atOnce == 1 ? 0 : std::max(1, processors() / atOnce);
+  settings.threads = atOnce == 1 ? 0 : std::max(1, processors() / atOnce);
   JobQueue queue(plan.jobs, settings);
   {
     std::vector<std::jthread> helpers;

@@ -46,45 +46,46 @@ void warn(const std::filesystem::path& file, const std::vector<std::string>& rem
   }
 }
 
-void enhancePicture(const Job& job, const JobSettings& settings, Engine& engine) {
+void enhancePicture(const Job& job, const JobSettings& settings, Enhancer& enhancer) {
   const PictureOptions& options = settings.options.picture;
   Timings timings;
   Stopwatch watch;
   Picture picture = readInput(job.input, settings.raw);
   timings.decode = watch.lapMilliseconds();
-  picture.frame = optimize(engine, picture, options.strength);
+  enhance(enhancer, picture);
   timings.run = watch.lapMilliseconds();
   writeOutput(picture, job.output, options);
   timings.encode = watch.lapMilliseconds();
   const std::string text =
-      fmt::format("{} -> {}, strength {}: {}", describeInput(job.input, picture),
-                  describeOutput(job.output, picture), options.strength, describe(timings));
+      fmt::format("{} -> {}, {}: {}", describeInput(job.input, picture),
+                  describeOutput(job.output, picture), describe(options.tones), describe(timings));
   tellResult(job, settings.options,
              {text, jsonOf(job)
                         .add("width", picture.width())
                         .add("height", picture.height())
                         .add("frames", 1)
-                        .add("strength", options.strength)
+                        .add("strength", options.tones.strength)
+                        .add("tones", nameOf(options.tones))
                         .add("milliseconds", toJson(timings))});
   tellTiming(job, settings.options, describe(timings));
 }
 
 void enhanceFrames(const Job& job, const JobSettings& settings, FrameSource& source,
-                   FrameSink& sink, Engine& engine, Progress& progress) {
+                   FrameSink& sink, Enhancer& enhancer, Progress& progress) {
   const EnhanceOptions& options = settings.options;
-  const StreamTimings timings =
-      enhanceStream(source, engine, options.picture.strength, sink, progress);
+  const StreamTimings timings = enhanceStream(source, enhancer, sink, progress);
   warn(job.input, source.remarks());
   const StreamProperties& properties = source.properties();
   const std::string text = fmt::format(
-      "{} {}x{} -> {}, strength {}: {}", job.input.string(), properties.width, properties.height,
-      job.output.file.string(), options.picture.strength, describeSpeed(timings));
+      "{} {}x{} -> {}, {}: {}", job.input.string(), properties.width, properties.height,
+      job.output.file.string(), describe(options.picture.tones), describeSpeed(timings));
   tellResult(job, options,
              {text, jsonOf(job)
                         .add("width", properties.width)
                         .add("height", properties.height)
                         .add("frames", timings.frames)
-                        .add("strength", options.picture.strength)
+                        .add("strength", options.picture.tones.strength)
+                        .add("tones", nameOf(options.picture.tones))
                         .add("milliseconds", toJson(timings.busy).add("whole", timings.whole, 3))});
   tellTiming(job, options, describeSpeed(timings) + "; " + describeShares(timings));
 }
@@ -92,25 +93,28 @@ void enhanceFrames(const Job& job, const JobSettings& settings, FrameSource& sou
 std::unique_ptr<FrameSource> openSource(const Job& job, const JobSettings& settings) {
   if (settings.raw) return std::make_unique<RawReader>(job.input, *settings.raw, settings.fps);
   const bool keepsRotation = job.videoFormat != nullptr && job.videoFormat->keepsRotation;
-  return std::make_unique<VideoReader>(
-      job.input, ReadingOptions{.turnsUpright = !keepsRotation, .threads = settings.codecThreads});
+  return std::make_unique<VideoReader>(job.input,
+                                       ReadingOptions{.turnsUpright = !keepsRotation,
+                                                      .fullRange = job.videoFormat == nullptr,
+                                                      .threads = settings.threads});
 }
 
-void enhanceToVideo(const Job& job, const JobSettings& settings, Engine& engine,
+void enhanceToVideo(const Job& job, const JobSettings& settings, Enhancer& enhancer,
                     Progress& progress) {
   const EnhanceOptions& options = settings.options;
   const std::unique_ptr<FrameSource> source = openSource(job, settings);
   VideoWriter sink(job.output.file, *job.videoFormat,
-                   {options.codec, options.picture.quality, settings.codecThreads},
+                   {options.codec, options.picture.quality, settings.threads},
                    source->properties());
   warn(job.output.file, sink.remarks());
-  enhanceFrames(job, settings, *source, sink, engine, progress);
+  enhanceFrames(job, settings, *source, sink, enhancer, progress);
 }
 
-void enhanceToRaw(const Job& job, const JobSettings& settings, Engine& engine, Progress& progress) {
+void enhanceToRaw(const Job& job, const JobSettings& settings, Enhancer& enhancer,
+                  Progress& progress) {
   const std::unique_ptr<FrameSource> source = openSource(job, settings);
   RawWriter sink(job.output.file, job.output.rawFormat, settings.options.picture.pitch);
-  enhanceFrames(job, settings, *source, sink, engine, progress);
+  enhanceFrames(job, settings, *source, sink, enhancer, progress);
 }
 
 /** Pictures become raw frames like pictures: turned by all their tags. */
@@ -141,14 +145,15 @@ std::string describeFailure(const Error& failure, const std::filesystem::path& i
       .toString();
 }
 
-void enhanceFile(const Job& job, const JobSettings& settings, Engine& engine, Progress& progress) {
+void enhanceFile(const Job& job, const JobSettings& settings, Enhancer& enhancer,
+                 Progress& progress) {
   if (!settings.options.folder.empty()) makeFolder(job.output.file.parent_path());
   if (job.videoFormat != nullptr) {
-    enhanceToVideo(job, settings, engine, progress);
+    enhanceToVideo(job, settings, enhancer, progress);
   } else if (job.output.pictureFormat != nullptr || isPictureAsRaw(job, settings)) {
-    enhancePicture(job, settings, engine);
+    enhancePicture(job, settings, enhancer);
   } else {
-    enhanceToRaw(job, settings, engine, progress);
+    enhanceToRaw(job, settings, enhancer, progress);
   }
 }
 

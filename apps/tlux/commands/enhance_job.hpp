@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "commands/picture_options.hpp"
-#include "engine.hpp"
+#include "enhancer.hpp"
 #include "progress.hpp"
 #include "video/video_format.hpp"
 
@@ -49,7 +49,7 @@ struct JobSettings {
   const EnhanceOptions& options;
   std::optional<RawLayout> raw; // of the inputs, nothing for files that tell
   AVRational fps = {25, 1};
-  int codecThreads = 0;
+  int threads = 0; // of a codec and of the library, 0 for as many as suit the machine
 };
 
 /** Throws Error for values that make no sense. */
@@ -62,6 +62,7 @@ std::string describeFailure(const Error& failure, const std::filesystem::path& i
 void tellSkipped(const Job& job, const EnhanceOptions& options);
 
 /** Enhances one file, picture or stream. Throws Error. */
-void enhanceFile(const Job& job, const JobSettings& settings, Engine& engine, Progress& progress);
+void enhanceFile(const Job& job, const JobSettings& settings, Enhancer& enhancer,
+                 Progress& progress);
 
 } // namespace tlux::app

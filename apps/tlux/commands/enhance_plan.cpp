@@ -62,7 +62,7 @@ fs::path nameInFolder(const InputFile& input, const EnhanceOptions& options) {
     extension = ".png";
   }
   const std::string name =
-      fillPattern(options.name, input.path.stem().string(), options.picture.strength);
+      fillPattern(options.name, input.path.stem().string(), options.picture.tones.strength);
   return options.folder / input.folder / (name + extension);
 }
 

@@ -1,6 +1,5 @@
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <span>
@@ -26,12 +25,11 @@ struct ExplainOptions {
 };
 
 constexpr const char* kPage = "explain.html";
-constexpr int kSmallestSide = 16;
 
 constexpr const char* kExamples =
     "Examples:\n"
     "  tlux explain photo.jpg -d why\n"
-    "  tlux explain photo.jpg -d why-80 --strength 80\n"
+    "  tlux explain photo.jpg -d why-60 --strength 60\n"
     "\n"
     "The folder gets one page, explain.html, that can be opened and passed on by itself, and its\n"
     "pictures as files.";
@@ -48,14 +46,6 @@ void makeFolder(const fs::path& folder) {
   std::error_code error;
   fs::create_directories(folder, error);
   if (error) throw Error(ExitCode::kFailed, folder.string(), error.message());
-}
-
-void checkSize(const Picture& picture, const fs::path& file) {
-  if (std::min(picture.frame->width, picture.frame->height) >= kSmallestSide) return;
-  throw Error(ExitCode::kFailed, file.string(),
-              fmt::format("pictures of fewer than {} columns or rows are copied, there is nothing "
-                          "to explain",
-                          kSmallestSide));
 }
 
 void writeReport(const Report& report, const fs::path& folder) {
@@ -76,7 +66,8 @@ void printJson(const Report& report, const Picture& picture, const ExplainOption
                 .add("page", (options.folder / kPage).string())
                 .add("width", picture.width())
                 .add("height", picture.height())
-                .add("strength", options.picture.strength)
+                .add("strength", options.picture.tones.strength)
+                .add("tones", nameOf(options.picture.tones))
                 .add("referenceWidth", report.reference.width)
                 .add("referenceHeight", report.reference.height)
                 .add("lifted", findings.lifted, 4)
@@ -92,15 +83,14 @@ void explainFile(const ExplainOptions& options) {
   const std::optional<RawLayout> raw = rawInputLayout(options.picture);
   checkFolder(options);
   const Picture picture = readInput(options.input, raw);
-  checkSize(picture, options.input);
   const Report report =
-      explainRun(picture, options.picture.strength, options.input.filename().string());
+      explainRun(picture, options.picture.tones, options.input.filename().string());
   makeFolder(options.folder);
   writeReport(report, options.folder);
   if (options.json) return printJson(report, picture, options);
   if (options.picture.quiet) return;
-  printLine(fmt::format("{} -> {}, strength {}: {} KiB", describeInput(options.input, picture),
-                        (options.folder / kPage).string(), options.picture.strength,
+  printLine(fmt::format("{} -> {}, {}: {} KiB", describeInput(options.input, picture),
+                        (options.folder / kPage).string(), describe(options.picture.tones),
                         report.html.size() / 1024));
 }
 

@@ -10,6 +10,7 @@
 #include "cli/size.hpp"
 #include "errors.hpp"
 #include "media/reader.hpp"
+#include "media/semi_planar.hpp"
 #include "media/writer.hpp"
 #include "report.hpp"
 
@@ -17,7 +18,7 @@ namespace tlux::app {
 
 namespace {
 
-constexpr uint32_t kMaxStrength = 100;
+constexpr uint32_t kMostSteady = 1000;
 
 AVPixelFormat rawFormatNamed(std::string_view name) {
   if (name == "nv21") return AV_PIX_FMT_NV21;
@@ -28,11 +29,18 @@ AVPixelFormat rawFormatNamed(std::string_view name) {
 } // namespace
 
 void addPictureOptions(CLI::App& parser, PictureOptions& options) {
-  parser.add_option("-s,--strength", options.strength, "0 keeps the tones, 100 is most")
-      ->transform(decimal(0U, kMaxStrength))
-      ->type_name("0-100")
-      ->capture_default_str();
+  addToneOptions(parser, options.tones);
   addFileOptions(parser, options);
+}
+
+void addToneOptions(CLI::App& parser, Tones& tones) {
+  addNumber(parser, "-s,--strength", tones.strength, 0U, 100U, "0 keeps the tones, 100 is most");
+  parser.add_flag("--exact", tones.exact,
+                  "The tones of the library's run to the byte, not natural");
+  addChoice(parser, "--steady", tones.steady, 0U, kMostSteady,
+            "Frames over which the tones follow the scene; 0: each by itself");
+  addChoice(parser, "--colour", tones.colour, 0U, 100U,
+            "Per cent by which colour follows brightness");
 }
 
 void addFileOptions(CLI::App& parser, PictureOptions& options) {
@@ -136,9 +144,17 @@ Picture readInput(const std::filesystem::path& file, const std::optional<RawLayo
   return raw ? readRaw(file, *raw) : readPicture(file);
 }
 
-FramePtr optimize(Engine& engine, const Picture& picture, uint32_t strength) {
-  return picture.isRaw ? engine.run(*picture.frame, strength)
-                       : engine.runSeamlessly(*picture.frame, strength);
+void enhance(Enhancer& enhancer, Picture& picture) {
+  enhancer.startAnew();
+  enhancer.enhance(*picture.frame);
+}
+
+FramePtr enhanced(Enhancer& enhancer, const Picture& picture) {
+  FramePtr frame = makeSemiPlanarLike(*picture.frame);
+  check(av_frame_copy(frame.get(), picture.frame.get()));
+  enhancer.startAnew();
+  enhancer.enhance(*frame);
+  return frame;
 }
 
 void writeOutput(const Picture& picture, const Output& output, const PictureOptions& options) {

@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "engine.hpp"
+#include "enhancer.hpp"
 #include "errors.hpp"
 #include "media/picture_format.hpp"
 #include "media/raw.hpp"
@@ -16,7 +16,7 @@ namespace tlux::app {
 
 /** Options shared by the commands that read and write pictures. */
 struct PictureOptions {
-  uint32_t strength = 50;
+  Tones tones;
   int quality = 92;
   bool quiet = false;
   bool force = false;     // replaces files that are write-protected
@@ -28,7 +28,10 @@ struct PictureOptions {
 
 void addPictureOptions(CLI::App& parser, PictureOptions& options);
 
-/** The part of them for commands that do not enhance: all but the strength. */
+/** The part of them that chooses the tones. */
+void addToneOptions(CLI::App& parser, Tones& tones);
+
+/** The part of them for commands that do not enhance: all but the tones. */
 void addFileOptions(CLI::App& parser, PictureOptions& options);
 
 /** --json, for what else would be told in words. */
@@ -63,8 +66,11 @@ void checkMayWrite(const std::filesystem::path& file, const std::filesystem::pat
 
 Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw);
 
-/** Raw frames as the library makes them, pictures without strips at their edges. */
-FramePtr optimize(Engine& engine, const Picture& picture, uint32_t strength);
+/** Enhances a picture by itself, whatever came before. */
+void enhance(Enhancer& enhancer, Picture& picture);
+
+/** The same into a frame of its own. */
+FramePtr enhanced(Enhancer& enhancer, const Picture& picture);
 
 /** Writes the result, warning of what its format cannot keep. */
 void writeOutput(const Picture& picture, const Output& output, const PictureOptions& options);

@@ -8,7 +8,7 @@
 #include "cli/number_option.hpp"
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
-#include "engine.hpp"
+#include "enhancer.hpp"
 #include "media/contact_sheet.hpp"
 #include "media/rgb_copy.hpp"
 
@@ -19,7 +19,7 @@ namespace {
 struct SweepOptions {
   std::filesystem::path input;
   std::filesystem::path output;
-  std::vector<uint32_t> strengths = {0, 20, 50, 100};
+  std::vector<uint32_t> strengths = {0, 15, kUsualStrength, 60};
   int tileWidth = 800;
   int columns = 0;
   PictureOptions picture;
@@ -43,10 +43,11 @@ Output chooseSheet(const SweepOptions& options) {
 }
 
 std::vector<Tile> makeTiles(const Picture& picture, const SweepOptions& options) {
-  Engine engine;
+  Enhancer enhancer(options.picture.tones);
   std::vector<Tile> tiles;
   for (const uint32_t strength : options.strengths) {
-    const FramePtr after = optimize(engine, picture, strength);
+    enhancer.setStrength(strength);
+    const FramePtr after = enhanced(enhancer, picture);
     tiles.push_back(
         {shrinkToWidth(toRgb(*after), options.tileWidth), fmt::format("strength {}", strength)});
   }
@@ -92,7 +93,7 @@ Command addSweep(CLI::App& app) {
       ->allow_extra_args(false)
       ->transform(decimal(0U, 100U))
       ->type_name("LIST")
-      ->default_str("0,20,50,100");
+      ->default_str("0,15,30,60");
   parser->add_option("--tile-width", options->tileWidth, "Largest width of a tile in pixels")
       ->transform(decimal(16, 65535))
       ->type_name("PIXELS")

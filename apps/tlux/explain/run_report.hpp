@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "cli/size.hpp"
+#include "enhancer.hpp"
 #include "explain/embedded_picture.hpp"
 #include "explain/findings.hpp"
 #include "media/picture.hpp"
@@ -21,10 +22,7 @@ struct Report {
 /** File names of the pictures of every report. */
 std::vector<std::string> reportPictureNames();
 
-/**
- * Runs the library on a picture of at least 16×16 pixels.
- * @param name of the picture, for the heading.
- */
-Report explainRun(const Picture& picture, uint32_t strength, const std::string& name);
+/** @param name of the picture, for the heading. */
+Report explainRun(const Picture& picture, const Tones& tones, const std::string& name);
 
 } // namespace tlux::app

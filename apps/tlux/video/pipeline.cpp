@@ -10,9 +10,7 @@
 #include <utility>
 
 #include "interruption.hpp"
-#include "media/semi_planar.hpp"
 #include "video/bounded_queue.hpp"
-#include "video/frame_pool.hpp"
 
 namespace tlux::app {
 
@@ -70,23 +68,11 @@ void readAll(FrameSource& source, PortionQueue& decoded, double& busy) {
   decoded.end();
 }
 
-void enhanceAll(Line& line, Engine& engine, uint32_t strength, double& busy) {
-  std::optional<FramePool> results;
+void enhanceAll(Line& line, Enhancer& enhancer, double& busy) {
+  enhancer.startAnew();
   while (std::optional<Portion> portion = line.decoded.pop()) {
     Stopwatch watch;
-    if (portion->frame != nullptr) {
-      const AVFrame& source = *portion->frame;
-      if (!results) {
-        results.emplace([format = static_cast<AVPixelFormat>(source.format), width = source.width,
-                         height = source.height, pitch = source.linesize[0]] {
-          return makeSemiPlanar(format, width, height, pitch);
-        });
-      }
-      FramePtr result = results->take();
-      check(av_frame_copy_props(result.get(), &source));
-      engine.run(source, strength, *result);
-      portion->frame = std::move(result);
-    }
+    if (portion->frame != nullptr) enhancer.enhance(*portion->frame);
     busy += watch.lapMilliseconds();
     if (!line.enhanced.push(std::move(*portion))) return;
   }
@@ -111,7 +97,7 @@ double percent(double part, const StreamTimings& timings) {
 
 } // namespace
 
-StreamTimings enhanceStream(FrameSource& source, Engine& engine, uint32_t strength, FrameSink& sink,
+StreamTimings enhanceStream(FrameSource& source, Enhancer& enhancer, FrameSink& sink,
                             Progress& progress) {
   progress.expectFrames(source.properties().frameCount);
   StreamTimings timings;
@@ -120,14 +106,14 @@ StreamTimings enhanceStream(FrameSource& source, Engine& engine, uint32_t streng
   std::atomic<bool> isReadingDone = false;
   {
     std::jthread reader; // joined before the line goes
-    std::jthread enhancer;
+    std::jthread worker;
     line.run([&] {
       reader = std::jthread([&] {
         line.run([&] { readAll(source, line.decoded, timings.busy.decode); });
         isReadingDone = true;
       });
-      enhancer = std::jthread(
-          [&] { line.run([&] { enhanceAll(line, engine, strength, timings.busy.run); }); });
+      worker =
+          std::jthread([&] { line.run([&] { enhanceAll(line, enhancer, timings.busy.run); }); });
       writeAll(line.enhanced, sink, progress, timings);
     });
     // A pipe that says nothing would hold up the end.
