@@ -5,31 +5,35 @@
 #   clang  Clang and its sanitizers       lint   formatter and static checks
 #   aarch64  GCC for AArch64, an emulator, and what tests are built and run with
 #   docs   generator of the reference
+#   pipelines  GStreamer, frei0r and the hosts that the plug-ins are tested in
 #   java   what the camera example for Android is tested with
 #   abi    comparison of the interface with its baseline
 #   count  counter of instructions
 #   quality  what measures pictures
+#   python   building the package for Python, its tests, archives on many machines
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|java|abi|count|quality …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|pipelines|java|abi|count|quality|python …" >&2
   exit 1
 }
 
 packages_of() {
   case $1 in
     build) echo g++ cmake ninja-build pkg-config ;;
-    test) echo libgtest-dev python3 ffmpeg parallel groff-base mandoc zsh fish ;;
-    app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev libavfilter-dev fonts-dejavu-core ;;
-    bench) echo python3 libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev ;;
+    test) echo libgtest-dev python3 ffmpeg libtiff-tools libheif-examples libimage-exiftool-perl parallel groff-base mandoc zsh fish ;;
+    app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev libavfilter-dev libjpeg-dev libtiff-dev liblcms2-dev libexiv2-dev libheif-dev fonts-dejavu-core ;;
+    bench) echo python3 libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev gstreamer1.0-opencv ;;
     clang) echo clang libclang-rt-dev ;;
     aarch64) echo g++-aarch64-linux-gnu qemu-user googletest python3 ;;
     lint) echo git clang-format clang-tidy ;;
     docs) echo doxygen ;;
+    pipelines) echo libgstreamer1.0-dev libgstreamer-plugins-base1.0-dev gstreamer1.0-tools gstreamer1.0-plugins-base gstreamer1.0-plugins-good gstreamer1.0-plugins-bad gstreamer1.0-plugins-ugly gstreamer1.0-libav gstreamer1.0-rtsp gir1.2-gst-rtsp-server-1.0 python3-gi frei0r-plugins-dev melt ffmpeg ;;
     java) echo default-jdk-headless ;;
     abi) echo abigail-tools ;;
     count) echo valgrind ;;
     quality) echo python3-numpy ffmpeg ;;
+    python) echo python3-numpy python3-build python3-setuptools python3-wheel python3-pip python3-venv python3-pytest python3-hypothesis python3-mypy python3-distributed python3-cloudpickle python3-psutil ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }

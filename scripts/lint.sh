@@ -14,7 +14,7 @@ scripts/rooms.sh
 [ -f build/release/compile_commands.json ] || cmake --preset release >/dev/null
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
-if ! run-clang-tidy -quiet -p build/release '/(src|apps)/' >"$log" 2>/dev/null; then
+if ! run-clang-tidy -quiet -p build/release '/(src|apps|plugins)/' >"$log" 2>/dev/null; then
   grep -E 'error|warning:' "$log" | sort -u
   exit 1
 fi

@@ -3,13 +3,18 @@
 set -eu
 cd "$(dirname "$0")/.."
 preset=${1:-release}
+options=
 case $preset in
+  # Where the hosts of the plug-ins are there, no test of them may be left out.
+  release)
+    scripts/install_deps.sh build test app pipelines
+    options='-DTLUX_GSTREAMER=ON -DTLUX_FREI0R=ON'
+    ;;
   aarch64) scripts/install_deps.sh build aarch64 ;;
   aarch64-clang) scripts/install_deps.sh build aarch64 clang ;;
   *clang) scripts/install_deps.sh build test app clang ;;
   *) scripts/install_deps.sh build test app ;;
 esac
-options=
 if [ "$preset" = asan-gcc ] && ! grep -qw avx2 /proc/cpuinfo; then
   echo "$0: this processor has no AVX2: its kernels are not tested under the sanitizers" >&2
   options=-DTLUX_AVX2=OFF

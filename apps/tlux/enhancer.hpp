@@ -10,8 +10,8 @@
 
 namespace tlux::app {
 
-// scripts/quality.py on three photographs: at 30 natural tones put 4 % of the lightness out of order
-// and chroma grows by 9 %, at 50 it is 7 % and 15 %.
+// scripts/quality.py on three photographs: at 30 natural tones put 4 % of the lightness out of
+// order and chroma grows by 9 %, at 50 it is 7 % and 15 %.
 inline constexpr uint32_t kUsualStrength = 30;
 
 /** How frames are to look. */

@@ -131,11 +131,18 @@ class Y4m(StreamTest):
         for content, mention in ((b"", "-: "), (b"no stream\n" * 100, "-: "), (whole[:30], "-: "),
                                  (whole[:-5], "breaks off"), (whole[:-LUMA], "breaks off")):
             for output in ("-", "out.y4m"):
-                result = self.pipe(content, "-", "-o", output)
+                result = self.pipe(content, "-", "-o", output, "--strict")
                 self.assertEqual(UNREADABLE, result.returncode, result)
                 self.assertEqual(1, result.stderr.count(b"\n"), result)
                 self.assertIn(mention, result.stderr.decode())
         self.assert_only_files()
+
+    def test_what_is_there_of_a_broken_one_is_taken(self):
+        whole = y4m(map(to_planar, raw_frames(3)))
+        result = self.pipe(whole[:-5], "-", "-o", "-")
+        self.assertEqual((0, 1), (result.returncode, result.stderr.count(b"\n")), result.stderr)
+        self.assertIn(b"breaks off", result.stderr)
+        self.assertEqual(2, result.stdout.count(b"FRAME\n"))
 
 
 class Raw(StreamTest):
@@ -203,7 +210,7 @@ class Breaks(StreamTest):
                self.path(name))
         return name
 
-    def test_truncated_videos_are_refused(self):
+    def test_truncated_videos_are_refused_where_that_is_asked_for(self):
         for name in ("in.mkv", "in.mp4", "in.avi", "in.mov"):
             whole, cut = self.path(name), self.path("cut-" + name)
             ffmpeg("-f", "lavfi", "-i", "testsrc2=s=160x120:r=10:d=4", "-c:v", "mpeg4",
@@ -211,8 +218,8 @@ class Breaks(StreamTest):
             for share in (0.05, 0.6):
                 cut.write_bytes(whole.read_bytes()[:int(whole.stat().st_size * share)])
                 with self.subTest(name=name, share=share):
-                    self.assert_fails(self.run_command("enhance", cut, "-o", "out.mkv"), UNREADABLE,
-                                      "cut-" + name)
+                    result = self.run_command("enhance", cut, "-o", "out.mkv", "--strict")
+                    self.assert_fails(result, UNREADABLE, "cut-" + name)
                     self.assertFalse(self.path("out.mkv").exists())
             whole.unlink()
             cut.unlink()
@@ -268,7 +275,7 @@ class SeveralFiles(StreamTest):
             self.path(name).write_bytes(stream)
         write_png(self.path("photo.png"), scene(40, 30))
         self.path("3.y4m").write_bytes(stream[:-10])
-        result = self.run_command("enhance", *names, "photo.png", "-d", "out", "--jobs", "3")
+        result = self.run_command("enhance", *names, "photo.png", "-d", "out", "--jobs", "3", "--strict")
         self.assert_fails(result, UNREADABLE, "3.y4m")
         self.assertEqual(6, result.stdout.count("\n"))
         outputs = {path.name: path.read_bytes() for path in self.path("out").iterdir()}
@@ -277,9 +284,10 @@ class SeveralFiles(StreamTest):
         self.assertEqual(1, len(set(outputs.values())))
 
     def test_pipes_have_their_limits(self):
-        for arguments in (["-d", "out"], ["-o", "out.png"], ["-o", "-", "--as", "jpg"]):
+        for arguments, code in ((["-d", "out"], USAGE), (["-o", "out.png"], UNREADABLE),
+                                (["-o", "-", "--as", "jpg"], UNREADABLE)):
             result = self.pipe(b"", "-", *arguments)
-            self.assertEqual(USAGE, result.returncode, result)
+            self.assertEqual(code, result.returncode, result)
             self.assertEqual(1, result.stderr.count(b"\n"), result)
 
     def test_pictures_go_to_pipes(self):

@@ -202,9 +202,43 @@ class Surroundings(VideoTest):
         self.assertEqual(before["streams"][1]["disposition"], after["streams"][1]["disposition"])
         for stream in (1, 2):
             self.assertEqual(packets(source, stream), packets(self.path("out.mkv"), stream))
-        # This container takes neither the sound nor the subtitles, and says so of each.
-        self.enhance(source, "out.webm", warnings=2)
-        self.assertEqual(1, len(probe(self.path("out.webm"))["streams"]))
+        # This container does not take the sound, and says so; it has text of its own kind.
+        self.enhance(source, "out.webm", warnings=1)
+        self.assertEqual(["vp9", "webvtt"],
+                         [stream["codec_name"] for stream in probe(self.path("out.webm"))["streams"]])
+
+    def test_text_is_converted_there_and_back_and_fonts_stay(self):
+        self.path("words.srt").write_text("1\n00:00:00,100 --> 00:00:00,900\nHello\n")
+        self.path("font.ttf").write_bytes(b"letters")
+        source = self.path("in.mkv")
+        ffmpeg(*TEST_VIDEO, "-i", self.path("words.srt"), "-map", 0, "-map", 1, "-pix_fmt", "yuv420p",
+               "-c:s", "srt", "-attach", self.path("font.ttf"), "-metadata:s:t", "mimetype=application/x-truetype-font",
+               source)
+        self.enhance(source, "same.mkv")
+        self.assertEqual(["h264", "subrip", "ttf"],
+                         [stream["codec_name"] for stream in probe(self.path("same.mkv"))["streams"]])
+        self.enhance(source, "there.mp4", warnings=1)  # fonts have no place in it
+        self.enhance("there.mp4", "back.mkv")
+        for name, codec in (("there.mp4", "mov_text"), ("back.mkv", "ass")):
+            self.assertEqual(codec, probe(self.path(name))["streams"][1]["codec_name"])
+            text = ffmpeg("-i", self.path(name), "-map", "0:s", "-f", "srt", "-").decode()
+            self.assertIn("00:00:00,100 --> 00:00:00,900", text)
+            self.assertIn("Hello", text)
+
+    def test_depth_chroma_and_place_of_the_index(self):
+        source = self.path("in.mkv")
+        ffmpeg(*TEST_VIDEO, "-pix_fmt", "yuv420p10le", "-c:v", "ffv1", source)
+        for options, layout, codec in (([], "yuv420p10le", "hevc"), (["--codec", "mpeg4"], "yuv420p", "mpeg4"),
+                                       (["--chroma", "444", "--codec", "libx264", "--preset", "ultrafast"],
+                                        "yuv444p10le", "h264")):
+            result = self.enhance(source, "out.mp4", *options, warnings=1)
+            self.assertIn("8", result.stderr)
+            stream = probe(self.path("out.mp4"))["streams"][0]
+            self.assertEqual((layout, codec), (stream["pix_fmt"], stream["codec_name"]))
+            content = self.path("out.mp4").read_bytes()
+            self.assertLess(content.index(b"moov"), content.index(b"mdat"))
+        self.assertIn("no presets", self.run_command("enhance", source, "-o", "out.mp4", "--codec", "mpeg4",
+                                                     "--preset", "fast").stderr)
 
     def test_quality_and_codec_are_chosen(self):
         source = self.make_clip("in.mp4")

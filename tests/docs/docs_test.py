@@ -20,8 +20,9 @@ PAGES = sorted([*SOURCE.glob("*.md"), *SOURCE.glob("docs/*.md"), *SOURCE.glob("e
 FENCE = re.compile(r"^```(\w*)\n(.*?)^```$", re.MULTILINE | re.DOTALL)
 
 
-# Their commands run in tests/apps/archives_test.py and command_page_test.py.
-RUN_ELSEWHERE = ("archives.md", "command.md")
+# Their commands run in tests/apps/archives_test.py and command_page_test.py and in tests/plugins/page_test.py;
+# scripts/python.sh runs what is Python.
+RUN_ELSEWHERE = ("archives.md", "command.md", "video-pipelines.md")
 
 
 def blocks(language):
@@ -62,7 +63,7 @@ class Docs(unittest.TestCase):
     def test_languages_are_known(self):
         for page in PAGES:
             for match in FENCE.finditer(page.read_text()):
-                self.assertIn(match[1], ("c", "cpp", "cmake", "sh", "text"), page)
+                self.assertIn(match[1], ("c", "cpp", "cmake", "python", "sh", "text"), page)
 
     def test_code_compiles(self):
         for language, compiler, name in (("c", [CC, "-std=c99"], "c"), ("cpp", [CXX, "-std=c++20"], "c++")):

@@ -43,7 +43,7 @@ void compareFile(const CompareOptions& options) {
 
   Timings timings;
   Stopwatch watch;
-  Picture picture = readInput(options.input, raw);
+  Picture picture = readInput(options.input, raw, options.picture);
   timings.decode = watch.lapMilliseconds();
   Enhancer enhancer(options.picture.tones);
   const FramePtr after = enhanced(enhancer, picture);

@@ -27,11 +27,12 @@ constexpr const char* kExamples =
     "  ffmpeg -i clip.mp4 -f yuv4mpegpipe - | tlux enhance - -o - | ffmpeg -i - better.mkv\n"
     "  tlux enhance frames.nv21 -o better.nv21 --size 1920x1080 --format nv21\n"
     "\n"
-    "The extension of the output chooses its format. Pictures are turned upright; an embedded\n"
-    "colour profile is kept in PNG and JPEG, other metadata is left behind. Videos keep their\n"
-    "times, rotation, metadata, sound and subtitles as far as the container can hold them; their\n"
-    "frames are encoded anew in 8 bits. '-' stands for standard input and output: YUV4MPEG2, or\n"
-    "raw frames when --size is given.\n"
+    "The extension of the output chooses its format. Pictures are turned upright and keep their\n"
+    "colour profile and metadata. Videos keep their times, rotation, metadata, sound and "
+    "subtitles\n"
+    "as far as the container can hold them; their tones are computed in 8 bits. '-' stands for\n"
+    "standard input and output: YUV4MPEG2, raw frames when --size is given, or what --as names,\n"
+    "which a picture needs.\n"
     "With several files a failed one does not stop the others; the exit code tells the worst:\n"
     "0 done, 1 wrong usage, 2 unreadable input, 3 failed processing or writing.";
 
@@ -124,6 +125,9 @@ void addVideoOptions(CLI::App& parser, EnhanceOptions& options) {
       ->type_name("EXTENSION")
       ->group(kVideos);
   parser.add_option("--codec", options.codec, "Video encoder by FFmpeg's name, e.g. libx265, ffv1")
+      ->type_name("NAME")
+      ->group(kVideos);
+  parser.add_option("--preset", options.preset, "Preset of the encoder, e.g. fast, slow")
       ->type_name("NAME")
       ->group(kVideos);
   parser.add_option("--fps", options.fps, "Rate of raw frames that become a video")

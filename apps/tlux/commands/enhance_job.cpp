@@ -50,7 +50,7 @@ void enhancePicture(const Job& job, const JobSettings& settings, Enhancer& enhan
   const PictureOptions& options = settings.options.picture;
   Timings timings;
   Stopwatch watch;
-  Picture picture = readInput(job.input, settings.raw);
+  Picture picture = readInput(job.input, settings.raw, options);
   timings.decode = watch.lapMilliseconds();
   enhance(enhancer, picture);
   timings.run = watch.lapMilliseconds();
@@ -96,15 +96,33 @@ std::unique_ptr<FrameSource> openSource(const Job& job, const JobSettings& setti
   return std::make_unique<VideoReader>(job.input,
                                        ReadingOptions{.turnsUpright = !keepsRotation,
                                                       .fullRange = job.videoFormat == nullptr,
+                                                      .isStrict = settings.options.picture.strict,
                                                       .threads = settings.threads});
+}
+
+[[noreturn]] void askForForm() {
+  throw Error(ExitCode::kUsage, "-o", "a picture for standard output needs --as, such as --as jpg");
+}
+
+bool isPictureStream(const FrameSource& source) {
+  const AVFormatContext* container = source.properties().container;
+  return container != nullptr && holdsOnePicture(*container->iformat);
 }
 
 void enhanceToVideo(const Job& job, const JobSettings& settings, Enhancer& enhancer,
                     Progress& progress) {
   const EnhanceOptions& options = settings.options;
+  const bool isFormOpen = isPipe(job.output.file) && options.as.empty();
+  const bool isPicture = !settings.raw && !isPipe(job.input) && holdsOnePicture(job.input);
+  if (isFormOpen && isPicture) askForForm();
   const std::unique_ptr<FrameSource> source = openSource(job, settings);
+  if (isFormOpen && isPictureStream(*source)) askForForm();
   VideoWriter sink(job.output.file, *job.videoFormat,
-                   {options.codec, options.picture.quality, settings.threads},
+                   {.encoder = options.codec,
+                    .preset = options.preset,
+                    .quality = options.picture.quality,
+                    .wholeChroma = options.picture.chroma == "444",
+                    .threads = settings.threads},
                    source->properties());
   warn(job.output.file, sink.remarks());
   enhanceFrames(job, settings, *source, sink, enhancer, progress);
@@ -113,6 +131,8 @@ void enhanceToVideo(const Job& job, const JobSettings& settings, Enhancer& enhan
 void enhanceToRaw(const Job& job, const JobSettings& settings, Enhancer& enhancer,
                   Progress& progress) {
   const std::unique_ptr<FrameSource> source = openSource(job, settings);
+  const int bits = source->properties().bits;
+  if (bits > 8) warn(job.input, {fmt::format("its {} bits a sample become 8", bits)});
   RawWriter sink(job.output.file, job.output.rawFormat, settings.options.picture.pitch);
   enhanceFrames(job, settings, *source, sink, enhancer, progress);
 }

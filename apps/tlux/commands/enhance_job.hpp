@@ -19,8 +19,9 @@ struct EnhanceOptions {
   std::string name = "{name}"; // pattern of the names in the folder, without extension
   std::string match;           // pattern of the files to take from folders
   bool skipExisting = false;
-  std::string as;    // extension that chooses the form of the output; empty for the output's own
-  std::string codec; // video encoder by FFmpeg's name; empty for the one that suits the container
+  std::string as;     // extension that chooses the form of the output; empty for the output's own
+  std::string codec;  // video encoder by FFmpeg's name; empty for the one that suits the container
+  std::string preset; // of the video encoder; empty for its own choice
   std::string fps = "25"; // of raw frames
   int jobs = 0;           // files at once, 0 for a number that suits the machine
   bool timing = false;

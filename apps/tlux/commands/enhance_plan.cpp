@@ -80,10 +80,6 @@ Job planJob(const fs::path& input, const fs::path& target, const EnhanceOptions&
                 "the extension of the output must be one of " + writableExtensions() +
                     ", nv21, nv12, " + writableVideoExtensions());
   }
-  if (isPipe(input) && output->pictureFormat != nullptr) {
-    throw Error(ExitCode::kUsage, "-",
-                "a stream cannot become a picture; pictures are read by name");
-  }
   return {input, *output, nullptr};
 }
 

@@ -50,9 +50,7 @@ void makeFolder(const fs::path& folder) {
 
 void writeReport(const Report& report, const fs::path& folder) {
   for (const EmbeddedPicture& picture : report.pictures) {
-    writeFileAtomically(
-        folder / picture.fileName,
-        std::span(picture.content->data, static_cast<size_t>(picture.content->size)));
+    writeFileAtomically(folder / picture.fileName, picture.content);
   }
   // Text as bytes; the writer knows only those.
   const auto* text = reinterpret_cast<const uint8_t*>(report.html.data());
@@ -82,7 +80,7 @@ void printJson(const Report& report, const Picture& picture, const ExplainOption
 void explainFile(const ExplainOptions& options) {
   const std::optional<RawLayout> raw = rawInputLayout(options.picture);
   checkFolder(options);
-  const Picture picture = readInput(options.input, raw);
+  const Picture picture = readInput(options.input, raw, options.picture);
   const Report report =
       explainRun(picture, options.picture.tones, options.input.filename().string());
   makeFolder(options.folder);
@@ -105,7 +103,9 @@ Command addExplain(CLI::App& app) {
       ->required()
       ->type_name("FOLDER");
   addPictureOptions(*parser, options->picture);
-  parser->remove_option(parser->get_option("--quality"));
+  for (const char* name : {"--quality", "--chroma", "--strip"}) {
+    parser->remove_option(parser->get_option(name));
+  }
   addJsonOption(*parser, options->json);
   parser->footer(kExamples);
   return {parser, [options] {

@@ -55,7 +55,7 @@ void runJob(const Job& job) {
 
   Timings timings;
   Stopwatch watch;
-  const Picture picture = readInput(job.input, raw);
+  const Picture picture = readInput(job.input, raw, job.picture);
   timings.decode = watch.lapMilliseconds();
   Channels channels = takeApart(picture);
   const Finding finding = job.apply(channels);

@@ -12,6 +12,7 @@
 #include "media/reader.hpp"
 #include "media/semi_planar.hpp"
 #include "media/writer.hpp"
+#include "output_file.hpp"
 #include "report.hpp"
 
 namespace tlux::app {
@@ -24,6 +25,14 @@ AVPixelFormat rawFormatNamed(std::string_view name) {
   if (name == "nv21") return AV_PIX_FMT_NV21;
   if (name == "nv12") return AV_PIX_FMT_NV12;
   return AV_PIX_FMT_NONE;
+}
+
+/** Whoever sorts pictures by date finds the new one beside the old one. */
+void keepTime(const std::filesystem::path& file,
+              const std::optional<std::filesystem::file_time_type>& time) {
+  if (!time || isPipe(file)) return;
+  std::error_code error; // a folder that takes files but no times is no failure
+  std::filesystem::last_write_time(file, *time, error);
 }
 
 } // namespace
@@ -44,10 +53,16 @@ void addToneOptions(CLI::App& parser, Tones& tones) {
 }
 
 void addFileOptions(CLI::App& parser, PictureOptions& options) {
-  parser.add_option("--quality", options.quality, "Quality of JPEG and WebP output")
+  parser.add_option("--quality", options.quality, "Quality of output that loses detail")
       ->transform(decimal(1, 100))
       ->type_name("1-100")
       ->capture_default_str();
+  parser.add_option("--chroma", options.chroma, "Halve the chroma of the output, or keep it whole")
+      ->check(CLI::IsMember({"420", "444"}).description(""))
+      ->type_name("420|444")
+      ->capture_default_str();
+  parser.add_flag("--strip", options.strip, "Leave out metadata: EXIF, XMP, IPTC, comment, time");
+  parser.add_flag("--strict", options.strict, "Refuse damaged input instead of warning");
   parser.add_flag("-q,--quiet", options.quiet, "Print warnings and errors only");
   parser.add_flag("--force", options.force, "Replace write-protected files too");
   parser.add_flag("--no-clobber", options.noClobber, "Replace no file");
@@ -140,8 +155,15 @@ void checkMayWrite(const std::filesystem::path& file, const std::filesystem::pat
   checkMayReplace(file, options);
 }
 
-Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw) {
-  return raw ? readRaw(file, *raw) : readPicture(file);
+Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw,
+                  const PictureOptions& options) {
+  if (raw) return readRaw(file, *raw);
+  Picture picture =
+      readPicture(file, {.isStrict = options.strict, .keepsMetadata = !options.strip});
+  for (const std::string& remark : picture.remarks) {
+    printWarning(file.string() + ": " + remark);
+  }
+  return picture;
 }
 
 void enhance(Enhancer& enhancer, Picture& picture) {
@@ -162,7 +184,9 @@ void writeOutput(const Picture& picture, const Output& output, const PictureOpti
     writeRaw(*picture.frame, output.file, output.rawFormat, options.pitch);
     return;
   }
-  writePicture(picture, output.file, *output.pictureFormat, options.quality);
+  writePicture(picture, output.file, *output.pictureFormat,
+               {.quality = options.quality, .wholeChroma = options.chroma == "444"});
+  keepTime(output.file, picture.modified);
   for (const std::string& loss : describeLosses(picture, *output.pictureFormat)) {
     printWarning(output.file.string() + ": " + loss);
   }

@@ -18,6 +18,9 @@ namespace tlux::app {
 struct PictureOptions {
   Tones tones;
   int quality = 92;
+  std::string chroma = "420"; // of formats that may halve it
+  bool strict = false;        // damaged input is refused
+  bool strip = false;         // metadata are left out
   bool quiet = false;
   bool force = false;     // replaces files that are write-protected
   bool noClobber = false; // replaces no file
@@ -64,7 +67,9 @@ void checkMayReplace(const std::filesystem::path& file, const PictureOptions& op
 void checkMayWrite(const std::filesystem::path& file, const std::filesystem::path& input,
                    const PictureOptions& options);
 
-Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw);
+/** Warns of what the picture has beyond what is taken. */
+Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw,
+                  const PictureOptions& options);
 
 /** Enhances a picture by itself, whatever came before. */
 void enhance(Enhancer& enhancer, Picture& picture);

@@ -60,7 +60,7 @@ void sweepFile(const SweepOptions& options) {
 
   Timings timings;
   Stopwatch watch;
-  const Picture picture = readInput(options.input, raw);
+  const Picture picture = readInput(options.input, raw, options.picture);
   timings.decode = watch.lapMilliseconds();
   const std::vector<Tile> tiles = makeTiles(picture, options);
   timings.run = watch.lapMilliseconds();

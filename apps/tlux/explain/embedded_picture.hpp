@@ -3,6 +3,7 @@
 #include <string>
 
 #include "media/av.hpp"
+#include "media/picture_file.hpp"
 
 namespace tlux::app {
 
@@ -11,7 +12,7 @@ struct EmbeddedPicture {
   std::string fileName;
   int width = 0;
   int height = 0;
-  PacketPtr content; // the encoded file
+  Bytes content; // the encoded file
 
   /** The picture as an element of a page that needs no other file. */
   std::string toHtml(const std::string& description) const;

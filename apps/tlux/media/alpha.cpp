@@ -19,8 +19,8 @@ const AVPixFmtDescriptor& layoutOf(const AVFrame& frame) {
   return *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame.format));
 }
 
-uint8_t* row(const AVFrame& frame, int y) {
-  return frame.data[0] + ptrdiff_t{y} * frame.linesize[0];
+uint8_t* row(const AVFrame& frame, int y, int plane = 0) {
+  return frame.data[plane] + ptrdiff_t{y} * frame.linesize[plane];
 }
 
 bool isOpaque(const AVFrame& alpha) {
@@ -53,7 +53,7 @@ void insertAlpha(const AVFrame& alpha, AVFrame& picture) {
   const AVComponentDescriptor& place = layoutOf(picture).comp[3];
   for (int y = 0; y < picture.height; ++y) {
     const uint8_t* from = row(alpha, y);
-    uint8_t* to = row(picture, y) + place.offset;
+    uint8_t* to = row(picture, y, place.plane) + place.offset;
     for (int x = 0; x < picture.width; ++x) {
       to[x * place.step] = from[x];
     }

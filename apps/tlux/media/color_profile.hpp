@@ -1,8 +1,15 @@
 #pragma once
 
+#include <cstdint>
+#include <span>
+#include <string_view>
+
 #include "media/av.hpp"
 
 namespace tlux::app {
+
+/** The colour space of an ICC profile's device side, such as "RGB ", "GRAY" or "CMYK". */
+std::string_view profileSpace(std::span<const uint8_t> profile);
 
 /** Hands an embedded RGB profile on; profiles for gray or CMYK do not fit converted pixels. */
 void copyColorProfile(const AVFrame& from, AVFrame& to);

@@ -2,14 +2,65 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
 #include "interruption.hpp"
+#include "media/picture_file.hpp"
 #include "output_file.hpp"
 
 namespace tlux::app {
+
+namespace {
+
+/** A file in memory with the place of the next read. */
+struct Memory {
+  std::span<const uint8_t> content;
+  size_t position = 0;
+
+  static int read(void* opaque, uint8_t* target, int size) {
+    Memory& memory = *static_cast<Memory*>(opaque);
+    const size_t count =
+        std::min(static_cast<size_t>(size), memory.content.size() - memory.position);
+    if (count == 0) return AVERROR_EOF;
+    std::memcpy(target, memory.content.data() + memory.position, count);
+    memory.position += count;
+    return static_cast<int>(count);
+  }
+
+  static int64_t seek(void* opaque, int64_t offset, int whence) {
+    Memory& memory = *static_cast<Memory*>(opaque);
+    const auto size = static_cast<int64_t>(memory.content.size());
+    if (whence == AVSEEK_SIZE) return size;
+    if (whence == SEEK_CUR) offset += static_cast<int64_t>(memory.position);
+    if (whence == SEEK_END) offset += size;
+    if (offset < 0 || offset > size) return AVERROR(EINVAL);
+    memory.position = static_cast<size_t>(offset);
+    return offset;
+  }
+};
+
+InputContainer openContainer(std::shared_ptr<AVIOContext> io) {
+  InputContainer source;
+  source.io = std::move(io);
+  AVFormatContext* container = checkAllocated(avformat_alloc_context());
+  container->pb = source.io.get();
+  // Nothing inside a file may make us open other files or addresses.
+  AVDictionary* options = nullptr;
+  av_dict_set(&options, "protocol_whitelist", "none", 0);
+  const int result = avformat_open_input(&container, nullptr, nullptr, &options);
+  av_dict_free(&options);
+  if (result == AVERROR_INVALIDDATA) return {nullptr, nullptr, AvError(result).what()};
+  check(result);
+  source.format.reset(container);
+  return source;
+}
+
+} // namespace
 
 Error unreadable(const std::filesystem::path& file, const std::string& reason) {
   return {ExitCode::kUnreadableInput, file.string(), reason};
@@ -35,23 +86,25 @@ std::string inputUrl(const std::filesystem::path& file) {
 }
 
 InputContainer openByContent(const std::filesystem::path& file) {
-  InputContainer source;
   AVIOContext* io = nullptr;
   const AVIOInterruptCB interruption = {[](void*) { return isReadInterrupted() ? 1 : 0; }, nullptr};
   check(avio_open2(&io, inputUrl(file).c_str(), AVIO_FLAG_READ, &interruption, nullptr));
-  source.io.reset(io);
+  return openContainer({io, [](AVIOContext* context) { avio_close(context); }});
+}
 
-  AVFormatContext* container = checkAllocated(avformat_alloc_context());
-  container->pb = io;
-  // Nothing inside a file may make us open other files or addresses.
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "protocol_whitelist", "none", 0);
-  const int result = avformat_open_input(&container, nullptr, nullptr, &options);
-  av_dict_free(&options);
-  if (result == AVERROR_INVALIDDATA) return {nullptr, nullptr, AvError(result).what()};
-  check(result);
-  source.format.reset(container);
-  return source;
+InputContainer openByContent(std::span<const uint8_t> content) {
+  constexpr int kBufferBytes = 1 << 15;
+  auto memory = std::make_unique<Memory>(Memory{content});
+  auto* buffer = checkAllocated(static_cast<uint8_t*>(av_malloc(kBufferBytes)));
+  AVIOContext* io = avio_alloc_context(buffer, kBufferBytes, 0, memory.get(), Memory::read, nullptr,
+                                       Memory::seek);
+  if (io == nullptr) av_free(buffer);
+  checkAllocated(io);
+  return openContainer({io, [owned = memory.release()](AVIOContext* context) {
+                          av_freep(&context->buffer); // may have been replaced
+                          avio_context_free(&context);
+                          delete owned;
+                        }});
 }
 
 bool holdsOnePicture(const AVInputFormat& format) {
@@ -61,6 +114,7 @@ bool holdsOnePicture(const AVInputFormat& format) {
 
 bool holdsOnePicture(const std::filesystem::path& file) {
   checkReadable(file);
+  if (kindOfFile(file) == FileKind::kHeif) return true; // FFmpeg takes these for videos
   try {
     const InputContainer container = openByContent(file);
     return container.format == nullptr || holdsOnePicture(*container.format->iformat);
@@ -71,6 +125,9 @@ bool holdsOnePicture(const std::filesystem::path& file) {
 
 CodecPtr makeDecoder(const AVCodecParameters& parameters) {
   const AVCodec* codec = avcodec_find_decoder(parameters.codec_id);
+  if (parameters.codec_id == AV_CODEC_ID_NONE) {
+    throw std::runtime_error("is not a picture or video");
+  }
   if (codec == nullptr) {
     throw std::runtime_error(std::string("there is no decoder for ") +
                              avcodec_get_name(parameters.codec_id));

@@ -1,6 +1,8 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
+#include <span>
 #include <string>
 
 #include "errors.hpp"
@@ -10,7 +12,7 @@ namespace tlux::app {
 
 /** An opened file; the container reads through a stream of its own, which goes after it. */
 struct InputContainer {
-  IoPtr io;
+  std::shared_ptr<AVIOContext> io;
   FormatPtr format;
   std::string reason; // why there is no format
 };
@@ -25,6 +27,9 @@ std::string inputUrl(const std::filesystem::path& file);
 
 /** Without a format when the content tells no known one. Throws AvError. */
 InputContainer openByContent(const std::filesystem::path& file);
+
+/** The same of a file in memory, which has to outlive the container. */
+InputContainer openByContent(std::span<const uint8_t> content);
 
 /** Formats of single pictures; cameras append further ones (previews, depth, gain maps) to them. */
 bool holdsOnePicture(const AVInputFormat& format);

@@ -1,5 +1,11 @@
 #include "media/picture.hpp"
 
+extern "C" {
+#include <libavutil/pixdesc.h>
+}
+
+#include <fmt/format.h>
+
 #include <cstring>
 #include <utility>
 
@@ -7,6 +13,7 @@
 #include "media/color_profile.hpp"
 #include "media/convert.hpp"
 #include "media/deep_color.hpp"
+#include "media/display_color.hpp"
 #include "media/orientation.hpp"
 #include "media/semi_planar.hpp"
 
@@ -43,12 +50,21 @@ FramePtr toSemiPlanar(const AVFrame& decoded) {
   // The converter leaves the chroma of gray pictures alone.
   std::memset(frame->data[1], kNeutralChroma,
               static_cast<size_t>(frame->linesize[1]) * static_cast<size_t>(height / 2));
-  const FramePtr reduced = reduceDeepColor(decoded);
-  const AVFrame& source = reduced == nullptr ? decoded : *reduced;
+  const FramePtr shown = toDisplayColor(decoded);
+  const AVFrame& colors = shown == nullptr ? decoded : *shown;
+  const FramePtr reduced = reduceDeepColor(colors);
+  const AVFrame& source = reduced == nullptr ? colors : *reduced;
   convert(source, *frame, {AVCOL_RANGE_JPEG, colorEncodingOf(source).matrix});
   padToEven(*frame, decoded.width, decoded.height);
   copyColorProfile(decoded, *frame);
   return frame;
+}
+
+/** One remark, or none. */
+std::vector<std::string> describeDepth(const AVFrame& decoded) {
+  const int bits = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(decoded.format))->comp[0].depth;
+  if (bits <= 8) return {};
+  return {fmt::format("its {} bits a sample become 8", bits)};
 }
 
 } // namespace
@@ -66,6 +82,7 @@ Picture toPicture(const AVFrame& decoded) {
   Picture picture;
   picture.storedWidth = decoded.width;
   picture.storedHeight = decoded.height;
+  picture.remarks = describeDepth(decoded);
   picture.frame = turn(toSemiPlanar(decoded), orientation);
   FramePtr alpha = extractAlpha(decoded);
   if (alpha != nullptr) picture.alpha = turn(std::move(alpha), orientation);

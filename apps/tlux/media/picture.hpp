@@ -1,8 +1,12 @@
 #pragma once
 
 #include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
 
 #include "media/av.hpp"
+#include "media/metadata.hpp"
 
 namespace tlux::app {
 
@@ -13,6 +17,9 @@ struct Picture {
   bool isRaw = false;  // a camera frame without a file format around it
   int storedWidth = 0; // as it lies in the file, before it is turned upright
   int storedHeight = 0;
+  MetadataPtr metadata; // null where the file tells nothing, or it is not wanted
+  std::optional<std::filesystem::file_time_type> modified; // of the file, to be kept
+  std::vector<std::string> remarks;                        // what its owner should know
 
   int width() const;
   int height() const;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <string_view>
 
 #include "media/color_profile.hpp"
 
@@ -21,23 +22,33 @@ constexpr AVPixelFormat kBgr = AV_PIX_FMT_BGR24;
 constexpr AVPixelFormat kBgra = AV_PIX_FMT_BGRA;
 constexpr AVPixelFormat k420 = AV_PIX_FMT_YUV420P;
 constexpr AVPixelFormat k444 = AV_PIX_FMT_YUV444P;
+constexpr AVPixelFormat k420Alpha = AV_PIX_FMT_YUVA420P;
 
 const std::vector<PictureFormat>& pictureFormats() {
   static const std::vector<PictureFormat> formats = {
-      {"PNG", {"png"}, "png", kRgb, kRgb, kRgba, kFullRange, true},
-      {"JPEG", {"jpg", "jpeg"}, "mjpeg", k420, k444, kNone, kFullRange, true},
-      {"WebP", {"webp"}, "libwebp", k420, kBgra, kBgra, kLimitedRange, false},
-      {"TIFF", {"tiff", "tif"}, "tiff", kRgb, kRgb, kRgba, kFullRange, false},
-      {"BMP", {"bmp"}, "bmp", kBgr, kBgr, kNone, kFullRange, false},
+      {"PNG", {"png"}, FileKind::kPng, "png", kRgb, kRgb, kRgba, kFullRange, true},
+      {"JPEG", {"jpg", "jpeg"}, FileKind::kJpeg, nullptr, k420, k444, kNone, kFullRange, true},
+      {"WebP", {"webp"}, FileKind::kWebp, "libwebp", k420, kBgra, kBgra, kLimitedRange, true},
+      {"AVIF", {"avif"}, FileKind::kHeif, nullptr, k420, k444, k420Alpha, kFullRange, true},
+      {"HEIC", {"heic", "heif"}, FileKind::kHeif, nullptr, k420, k444, k420Alpha, kFullRange, true},
+      {"JPEG XL", {"jxl"}, FileKind::kJpegXl, "libjxl", kRgb, kRgb, kRgba, kFullRange, true},
+      {"TIFF", {"tiff", "tif"}, FileKind::kTiff, "tiff", kRgb, kRgb, kRgba, kFullRange, true},
+      {"BMP", {"bmp"}, FileKind::kOther, "bmp", kBgr, kBgr, kNone, kFullRange, false},
   };
   return formats;
 }
 
 bool isAvailable(const PictureFormat& format) {
+  if (format.kind == FileKind::kJpeg) return true;
+  if (format.kind == FileKind::kHeif) return canEncodeHeif(heifCodecOf(format));
   return avcodec_find_encoder_by_name(format.encoder) != nullptr;
 }
 
 } // namespace
+
+HeifCodec heifCodecOf(const PictureFormat& format) {
+  return format.extensions.front() == std::string_view("avif") ? HeifCodec::kAv1 : HeifCodec::kHevc;
+}
 
 std::string extensionOf(const std::filesystem::path& name) {
   std::string extension = name.extension().string();
@@ -72,6 +83,10 @@ std::vector<std::string> describeLosses(const Picture& picture, const PictureFor
   }
   if (hasColorProfile(*picture.frame) && !format.keepsProfile) {
     losses.push_back(fmt::format("the colour profile is not kept in {}", format.name));
+  }
+  if (picture.metadata == nullptr) return losses;
+  for (const std::string& lost : lostIn(format.kind, *picture.metadata)) {
+    losses.push_back(fmt::format("{} cannot hold {}", format.name, lost));
   }
   return losses;
 }

@@ -5,7 +5,9 @@
 #include <vector>
 
 #include "media/convert.hpp"
+#include "media/heif_writer.hpp"
 #include "media/picture.hpp"
+#include "media/picture_file.hpp"
 
 namespace tlux::app {
 
@@ -13,7 +15,8 @@ namespace tlux::app {
 struct PictureFormat {
   const char* name;
   std::vector<const char*> extensions; // lower case, without the dot
-  const char* encoder;
+  FileKind kind;
+  const char* encoder; // FFmpeg's name; null where another library writes it
   AVPixelFormat opaqueLayout;
   AVPixelFormat fullChromaLayout; // the opaque one, or a substitute where that halves chroma
   AVPixelFormat alphaLayout;      // AV_PIX_FMT_NONE where it cannot hold transparency
@@ -24,6 +27,9 @@ struct PictureFormat {
 /** The format of a name by its extension, null when there is none or this build lacks its encoder.
  */
 const PictureFormat* findPictureFormat(const std::filesystem::path& name);
+
+/** Of the formats that are written as HEIF. */
+HeifCodec heifCodecOf(const PictureFormat& format);
 
 /** The extensions that can be written, for messages: "png, jpg, …". */
 std::string writableExtensions();

@@ -1,109 +1,88 @@
 #include "media/reader.hpp"
 
-#include "errors.hpp"
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <system_error>
+#include <utility>
+
+#include "media/codec_reader.hpp"
+#include "media/flat_picture.hpp"
+#include "media/heif_reader.hpp"
 #include "media/input_container.hpp"
-#include "output_file.hpp"
+#include "media/jpeg_reader.hpp"
+#include "media/tiff_reader.hpp"
 
 namespace tlux::app {
 
 namespace {
 
-/** For the few formats without a signature, such as TGA. */
-InputContainer openByExtension(const std::filesystem::path& file) {
-  AVFormatContext* container = nullptr;
-  AVDictionary* options = nullptr;
-  av_dict_set(&options, "protocol_whitelist", "file", 0);
-  av_dict_set(&options, "pattern_type", "none", 0);
-  const int result = avformat_open_input(&container, inputUrl(file).c_str(),
-                                         av_find_input_format("image2"), &options);
-  av_dict_free(&options);
-  if (result < 0) throw std::runtime_error("is not a picture of a known kind");
-  return {nullptr, FormatPtr(container), {}};
-}
-
-int findPictureStream(AVFormatContext& container) {
-  if (container.nb_streams == 0) check(avformat_find_stream_info(&container, nullptr));
-  const int stream = av_find_best_stream(&container, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  if (stream < 0) throw std::runtime_error("holds no picture");
-  return stream;
-}
-
-CodecPtr openPictureDecoder(const AVCodecParameters& parameters) {
-  CodecPtr decoder = makeDecoder(parameters);
-  // A damaged picture is refused instead of patched up. The TIFF decoder would refuse harmless
-  // unknown tags too, and notices missing data by itself.
-  if (decoder->codec_id != AV_CODEC_ID_TIFF) {
-    decoder->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK;
-  }
-  check(avcodec_open2(decoder.get(), nullptr, nullptr));
-  return decoder;
-}
-
-/** Pictures come one by one out of a decoder that is fed from one stream of a container. */
-class PictureStream {
- public:
-  explicit PictureStream(AVFormatContext& container)
-      : container_(container),
-        stream_(findPictureStream(container)),
-        decoder_(openPictureDecoder(*container.streams[stream_]->codecpar)),
-        packet_(checkAllocated(av_packet_alloc())) {}
-
-  /** Null after the last picture. */
-  FramePtr next() {
-    FramePtr frame = makeFrame();
-    while (true) {
-      const int result = avcodec_receive_frame(decoder_.get(), frame.get());
-      if (result == AVERROR_EOF) return nullptr;
-      if (result != AVERROR(EAGAIN)) {
-        check(result);
-        return frame;
-      }
-      feed();
+DecodedPicture decode(const std::filesystem::path& file, const PictureFile& picture) {
+  switch (picture.kind) {
+    case FileKind::kJpeg: {
+      std::optional<DecodedPicture> decoded = readJpeg(picture.content);
+      return decoded ? std::move(*decoded) : readByCodec(file, picture);
     }
+    case FileKind::kTiff:
+      return readTiff(picture.content);
+    case FileKind::kHeif:
+      return readHeif(picture.content);
+    default:
+      return readByCodec(file, picture);
   }
-
- private:
-  void feed() {
-    int result = 0;
-    do {
-      av_packet_unref(packet_.get());
-      result = av_read_frame(&container_, packet_.get());
-    } while (result >= 0 && packet_->stream_index != stream_);
-    if (result != AVERROR_EOF) check(result);
-    check(avcodec_send_packet(decoder_.get(), result == AVERROR_EOF ? nullptr : packet_.get()));
-  }
-
-  AVFormatContext& container_;
-  int stream_;
-  CodecPtr decoder_;
-  PacketPtr packet_;
-};
-
-FramePtr decodePicture(AVFormatContext& container) {
-  PictureStream stream(container);
-  FramePtr picture = stream.next();
-  if (picture == nullptr) throw std::runtime_error("holds no picture");
-  if (!holdsOnePicture(*container.iformat) && stream.next() != nullptr) {
-    throw std::runtime_error("is a video or an animation, not a single picture");
-  }
-  return picture;
 }
 
-FramePtr decodeFile(const std::filesystem::path& file) {
-  InputContainer source = openByContent(file);
-  if (source.format == nullptr && !isPipe(file)) source = openByExtension(file);
-  if (source.format == nullptr) throw std::runtime_error("is not of a known kind");
-  return decodePicture(*source.format);
+/** Whether EXIF data tell how the decoded pixels lie; decoders of other kinds see to it. */
+bool isTurnedByMetadata(FileKind kind) {
+  return kind == FileKind::kJpeg || kind == FileKind::kPng || kind == FileKind::kWebp;
+}
+
+void checkDamage(DecodedPicture& decoded, const PictureReading& options) {
+  if (decoded.damage.empty()) return;
+  if (options.isStrict) throw std::runtime_error("is damaged: " + decoded.damage);
+  if (isFlat(*decoded.frame)) throw std::runtime_error("cannot be decoded: " + decoded.damage);
+  decoded.remarks.push_back("is damaged, parts of it are missing: " + decoded.damage);
+}
+
+Picture read(const std::filesystem::path& file, const PictureReading& options) {
+  const PictureFile source = loadPictureFile(file);
+  DecodedPicture decoded = decode(file, source);
+  checkDamage(decoded, options);
+  MetadataPtr metadata = decoded.metadata;
+  if (metadata == nullptr && source.kind != FileKind::kOther) {
+    metadata = readMetadata(source.kind, source.content);
+  }
+  if (metadata != nullptr && isTurnedByMetadata(source.kind)) {
+    setOrientation(*decoded.frame, metadata->orientation());
+  }
+  if (looksUndecoded(*decoded.frame, source.size)) {
+    decoded.remarks.emplace_back("has a single colour, for its size it should show more");
+  }
+  Picture picture = toPicture(*decoded.frame);
+  picture.remarks.insert(picture.remarks.begin(), decoded.remarks.begin(), decoded.remarks.end());
+  if (!options.keepsMetadata) return picture;
+  for (std::string& part : findExtraParts(source.content)) {
+    picture.remarks.push_back(std::move(part));
+  }
+  picture.metadata = std::move(metadata);
+  picture.modified = source.modified;
+  return picture;
 }
 
 } // namespace
 
-Picture readPicture(const std::filesystem::path& file) {
-  checkReadable(file);
+Picture readPicture(const std::filesystem::path& file, const PictureReading& options) {
   try {
-    return toPicture(*decodeFile(file));
+    return read(file, options);
   } catch (const AvError& error) {
+    const std::string_view reason = error.what();
+    for (const char* sign : {"Picture size", "Invalid image size"}) { // FFmpeg's words
+      if (reason.find(sign) != std::string_view::npos) throw unreadable(file, kTooLarge);
+    }
     throw unreadable(file, std::string("cannot be decoded: ") + error.what());
+  } catch (const Error&) {
+    throw;
   } catch (const std::runtime_error& error) {
     throw unreadable(file, error.what());
   }

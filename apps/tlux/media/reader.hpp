@@ -6,7 +6,12 @@
 
 namespace tlux::app {
 
-/** Reads any single picture that FFmpeg's libraries read. Throws Error naming the file. */
-Picture readPicture(const std::filesystem::path& file);
+struct PictureReading {
+  bool isStrict = false;     // damaged pictures are refused
+  bool keepsMetadata = true; // reads what the file tells beside the pixels
+};
+
+/** Reads any single picture; a name of '-' stands for standard input. Throws Error naming it. */
+Picture readPicture(const std::filesystem::path& file, const PictureReading& options = {});
 
 } // namespace tlux::app

@@ -5,12 +5,16 @@ extern "C" {
 }
 
 #include <span>
+#include <stdexcept>
 #include <string>
+#include <utility>
 
 #include "errors.hpp"
 #include "media/alpha.hpp"
 #include "media/color_profile.hpp"
-#include "media/jpeg_quality.hpp"
+#include "media/heif_writer.hpp"
+#include "media/jpeg_writer.hpp"
+#include "media/jxl_boxes.hpp"
 #include "output_file.hpp"
 
 namespace tlux::app {
@@ -21,11 +25,14 @@ bool keepsAlpha(const Picture& picture, const PictureFormat& format) {
   return picture.alpha != nullptr && format.alphaLayout != AV_PIX_FMT_NONE;
 }
 
-AVPixelFormat chooseLayout(const Picture& picture, const PictureFormat& format) {
-  if (keepsAlpha(picture, format)) return format.alphaLayout;
+AVPixelFormat chooseLayout(const Picture& picture, const PictureFormat& format, bool wholeChroma) {
   // Cutting off an odd margin would shift halved chroma by half a sample.
-  const bool oddMargin = ((picture.frame->crop_left | picture.frame->crop_top) & 1) != 0;
-  return oddMargin ? format.fullChromaLayout : format.opaqueLayout;
+  wholeChroma |= ((picture.frame->crop_left | picture.frame->crop_top) & 1) != 0;
+  if (keepsAlpha(picture, format)) {
+    const bool isHalved = format.alphaLayout == AV_PIX_FMT_YUVA420P;
+    return isHalved && wholeChroma ? AV_PIX_FMT_YUVA444P : format.alphaLayout;
+  }
+  return wholeChroma ? format.fullChromaLayout : format.opaqueLayout;
 }
 
 /** Cuts the margins off; a copy, because encoders want their rows aligned. */
@@ -42,14 +49,21 @@ FramePtr crop(FramePtr frame, const Picture& picture) {
   return cropped;
 }
 
-FramePtr toEncoderLayout(const Picture& picture, const PictureFormat& format) {
-  FramePtr frame =
-      crop(convertTo(*picture.frame, chooseLayout(picture, format), format.encoding), picture);
+FramePtr toEncoderLayout(const Picture& picture, const PictureFormat& format, bool wholeChroma) {
+  const AVPixelFormat layout = chooseLayout(picture, format, wholeChroma);
+  FramePtr frame = crop(convertTo(*picture.frame, layout, format.encoding), picture);
   if (keepsAlpha(picture, format)) insertAlpha(*picture.alpha, *frame);
   frame->color_primaries = picture.frame->color_primaries;
   frame->color_trc = picture.frame->color_trc;
   copyColorProfile(*picture.frame, *frame);
   return frame;
+}
+
+/** In units of a just noticeable difference, as the format's own tools take a quality. */
+double jxlDistance(int quality) {
+  if (quality >= 100) return 0;
+  if (quality >= 30) return 0.1 + 0.09 * (100 - quality);
+  return 53.0 / 3000 * quality * quality - 23.0 / 20 * quality + 25;
 }
 
 void setOptions(AVCodecContext& encoder, int quality) {
@@ -65,8 +79,8 @@ void setOptions(AVCodecContext& encoder, int quality) {
     case AV_CODEC_ID_WEBP:
       check(av_opt_set_double(encoder.priv_data, "quality", quality, 0));
       break;
-    case AV_CODEC_ID_MJPEG:
-      setJpegQuality(encoder, quality);
+    case AV_CODEC_ID_JPEGXL:
+      check(av_opt_set_double(encoder.priv_data, "distance", jxlDistance(quality), 0));
       break;
     default:
       break;
@@ -90,32 +104,67 @@ CodecPtr openEncoder(const AVFrame& frame, const PictureFormat& format, int qual
 }
 
 /** These encoders make a whole file out of one frame. */
-PacketPtr encode(AVFrame& frame, const PictureFormat& format, int quality) {
+Bytes encodeByCodec(AVFrame& frame, const PictureFormat& format, int quality) {
   const CodecPtr encoder = openEncoder(frame, format, quality);
   frame.quality = encoder->global_quality;
   frame.pts = 0;
   check(avcodec_send_frame(encoder.get(), &frame));
   check(avcodec_send_frame(encoder.get(), nullptr));
-  PacketPtr packet(checkAllocated(av_packet_alloc()));
+  const PacketPtr packet(checkAllocated(av_packet_alloc()));
   check(avcodec_receive_packet(encoder.get(), packet.get()));
-  return packet;
+  return {packet->data, packet->data + packet->size};
+}
+
+/** What the encoder of this kind leaves out of the file. */
+std::span<const uint8_t> missingProfile(const AVFrame& frame, FileKind kind) {
+  if (kind != FileKind::kWebp && kind != FileKind::kTiff) return {};
+  const AVFrameSideData* profile = av_frame_get_side_data(&frame, AV_FRAME_DATA_ICC_PROFILE);
+  if (profile == nullptr) return {};
+  return {profile->data, profile->size};
+}
+
+Bytes addMetadata(Bytes file, const AVFrame& frame, const PictureFormat& format,
+                  const Metadata* metadata) {
+  const WrittenPicture written = {frame.width, frame.height, missingProfile(frame, format.kind)};
+  switch (format.kind) {
+    case FileKind::kJpeg:
+    case FileKind::kPng:
+    case FileKind::kWebp:
+    case FileKind::kTiff:
+      return embedMetadata(std::move(file), format.kind, metadata, written);
+    case FileKind::kJpegXl:
+      if (metadata == nullptr) return file;
+      return addJxlBoxes(std::move(file), exifBlock(*metadata, written), xmpBlock(*metadata));
+    default:
+      return file;
+  }
 }
 
 } // namespace
 
-PacketPtr encodePicture(const Picture& picture, const PictureFormat& format, int quality) {
-  return encode(*toEncoderLayout(picture, format), format, quality);
+Bytes encodePicture(const Picture& picture, const PictureFormat& format,
+                    const PictureEncoding& encoding) {
+  const FramePtr frame = toEncoderLayout(picture, format, encoding.wholeChroma);
+  const Metadata* metadata = picture.metadata.get();
+  if (format.kind == FileKind::kHeif) {
+    return encodeHeif(*frame, heifCodecOf(format), encoding.quality, metadata);
+  }
+  Bytes file = format.kind == FileKind::kJpeg ? encodeJpeg(*frame, encoding.quality)
+                                              : encodeByCodec(*frame, format, encoding.quality);
+  return addMetadata(std::move(file), *frame, format, metadata);
 }
 
 void writePicture(const Picture& picture, const std::filesystem::path& file,
-                  const PictureFormat& format, int quality) {
-  PacketPtr packet;
+                  const PictureFormat& format, const PictureEncoding& encoding) {
+  Bytes content;
   try {
-    packet = encodePicture(picture, format, quality);
+    content = encodePicture(picture, format, encoding);
   } catch (const AvError& error) {
     throw Error(ExitCode::kFailed, file.string(), std::string("cannot encode: ") + error.what());
+  } catch (const std::runtime_error& error) {
+    throw Error(ExitCode::kFailed, file.string(), error.what());
   }
-  writeFileAtomically(file, std::span(packet->data, static_cast<size_t>(packet->size)));
+  writeFileAtomically(file, content);
 }
 
 } // namespace tlux::app

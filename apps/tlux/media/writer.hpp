@@ -7,14 +7,20 @@
 
 namespace tlux::app {
 
-/** The content of a picture file. @param quality as below. Throws AvError. */
-PacketPtr encodePicture(const Picture& picture, const PictureFormat& format, int quality);
+struct PictureEncoding {
+  int quality = 92;         // 1 to 100, for the formats that lose detail
+  bool wholeChroma = false; // for JPEG, AVIF and HEIC, which usually halve it both ways
+};
+
+/** The content of a picture file. Throws AvError or std::runtime_error. */
+Bytes encodePicture(const Picture& picture, const PictureFormat& format,
+                    const PictureEncoding& encoding);
 
 /**
- * Encodes and writes a picture; the final name appears only once the file is whole.
- * @param quality 1 to 100, for the formats that lose detail. Throws Error naming the file.
+ * Encodes and writes a picture; the final name appears only once the file is whole. Throws Error
+ * naming the file.
  */
 void writePicture(const Picture& picture, const std::filesystem::path& file,
-                  const PictureFormat& format, int quality);
+                  const PictureFormat& format, const PictureEncoding& encoding);
 
 } // namespace tlux::app

@@ -142,6 +142,8 @@ Picture putTogether(Channels channels, const Picture& model, bool semiPlanar) {
   picture.isRaw = model.isRaw;
   picture.storedWidth = model.storedWidth;
   picture.storedHeight = model.storedHeight;
+  picture.metadata = model.metadata;
+  picture.modified = model.modified;
   const bool asFrame = semiPlanar || channels.hasHalvedChroma();
   picture.frame = asFrame ? toNv21(channels) : toPlanar(channels);
   AVFrame& frame = *picture.frame;

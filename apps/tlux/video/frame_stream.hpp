@@ -19,6 +19,7 @@ struct StreamProperties {
   AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
   AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;
   AVChromaLocation chromaLocation = AVCHROMA_LOC_UNSPECIFIED;
+  int bits = 8; // of a sample of the source; the frames themselves have 8
   AVFieldOrder fieldOrder = AV_FIELD_PROGRESSIVE;
   int64_t frameCount = 0; // 0 where nobody knows
 

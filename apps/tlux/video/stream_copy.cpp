@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string_view>
 
 namespace tlux::app {
 
@@ -11,6 +12,10 @@ namespace {
 
 bool canHold(const AVOutputFormat& format, const AVCodecParameters& stream) {
   if (stream.codec_id == AV_CODEC_ID_NONE) return false;
+  // Fonts and the like; the one container that holds them does not tell which.
+  if (stream.codec_type == AVMEDIA_TYPE_ATTACHMENT) {
+    return std::string_view(format.name) == "matroska";
+  }
   const int answer = avformat_query_codec(&format, stream.codec_id, FF_COMPLIANCE_NORMAL);
   if (answer >= 0) return answer != 0;
   // Some containers do not tell. They know what to do with sound and text if it has a place there.
@@ -89,12 +94,20 @@ StreamCopies::StreamCopies(const AVFormatContext& source, int except, AVFormatCo
   for (unsigned int i = 0; i < source.nb_streams; ++i) {
     copies_[i].from = source.streams[i];
     if (static_cast<int>(i) == except) continue;
-    if (canHold(*target.oformat, *source.streams[i]->codecpar)) {
-      copies_[i].to = addCopy(*source.streams[i], target);
-    } else {
-      remarks_.push_back(fmt::format("{} is left out, {} cannot hold it",
-                                     kindOf(*source.streams[i]), target.oformat->name));
-    }
+    add(*source.streams[i], copies_[i]);
+  }
+}
+
+void StreamCopies::add(const AVStream& from, Copy& copy) {
+  if (canHold(*target_.oformat, *from.codecpar)) {
+    copy.to = addCopy(from, target_);
+  } else if (SubtitleConverter::canConvert(*from.codecpar, *target_.oformat)) {
+    copy.to = checkAllocated(avformat_new_stream(&target_, nullptr));
+    copy.converter = std::make_unique<SubtitleConverter>(from, *copy.to, target_);
+    copyStreamDescription(from, *copy.to);
+  } else {
+    remarks_.push_back(
+        fmt::format("{} is left out, {} cannot hold it", kindOf(from), target_.oformat->name));
   }
 }
 
@@ -103,6 +116,12 @@ void StreamCopies::write(AVPacket& packet) {
   const auto index = static_cast<size_t>(packet.stream_index);
   if (index >= copies_.size() || copies_[index].to == nullptr) return;
   Copy& copy = copies_[index];
+  if (copy.converter != nullptr) {
+    const PacketPtr converted = copy.converter->convert(packet);
+    if (converted == nullptr) return;
+    av_packet_unref(&packet);
+    av_packet_move_ref(&packet, converted.get());
+  }
   av_packet_rescale_ts(&packet, copy.from->time_base, copy.to->time_base);
   packet.stream_index = copy.to->index;
   packet.pos = -1;

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "media/av.hpp"
+#include "video/subtitle_converter.hpp"
 
 namespace tlux::app {
 
@@ -12,7 +14,8 @@ class StreamCopies {
  public:
   /**
    * Adds a stream to @p target for each of @p source but @p except, with all that is told of it.
-   * Streams that the target cannot hold are left out and remarked on.
+   * Text that the target holds in another kind is converted. Streams that it cannot hold are left
+   * out and remarked on.
    */
   StreamCopies(const AVFormatContext& source, int except, AVFormatContext& target);
 
@@ -24,9 +27,11 @@ class StreamCopies {
  private:
   struct Copy {
     const AVStream* from = nullptr;
-    AVStream* to = nullptr; // null when left out
+    AVStream* to = nullptr;                       // null when left out
+    std::unique_ptr<SubtitleConverter> converter; // for text of another kind
     int64_t lastDts = AV_NOPTS_VALUE;
   };
+  void add(const AVStream& from, Copy& copy);
   void keepOrder(Copy& copy, AVPacket& packet) const;
 
   AVFormatContext& target_;

@@ -17,20 +17,20 @@ namespace {
 
 const std::vector<VideoFormat>& videoFormats() {
   static const std::vector<VideoFormat> formats = {
-      {"mp4", "libx264", {"mp4", "m4v"}, true, true},
-      {"mov", "libx264", {"mov", "qt"}, true, true},
-      {"matroska", "libx264", {"mkv"}, true},
-      {"webm", "libvpx-vp9", {"webm"}, true},
-      {"avi", "libx264", {"avi"}},
-      {"mpegts", "libx264", {"ts", "mts", "m2ts"}, true},
-      {"flv", "libx264", {"flv"}, true},
-      {"3gp", "libx264", {"3gp"}, true, true},
-      {"asf", "wmv2", {"wmv", "asf"}, true},
-      {"ogv", "libtheora", {"ogv"}},
-      {"vob", "mpeg2video", {"mpg", "mpeg", "vob"}},
-      {"mxf", "mpeg2video", {"mxf"}},
-      {"nut", "libx264", {"nut"}, true},
-      {"yuv4mpegpipe", "wrapped_avframe", {"y4m"}},
+      {"mp4", "libx264", "libx265", {"mp4", "m4v"}, true, true},
+      {"mov", "libx264", "libx265", {"mov", "qt"}, true, true},
+      {"matroska", "libx264", "libx265", {"mkv"}, true},
+      {"webm", "libvpx-vp9", nullptr, {"webm"}, true},
+      {"avi", "libx264", nullptr, {"avi"}},
+      {"mpegts", "libx264", "libx265", {"ts", "mts", "m2ts"}, true},
+      {"flv", "libx264", nullptr, {"flv"}, true},
+      {"3gp", "libx264", nullptr, {"3gp"}, true, true},
+      {"asf", "wmv2", nullptr, {"wmv", "asf"}, true},
+      {"ogv", "libtheora", nullptr, {"ogv"}},
+      {"vob", "mpeg2video", nullptr, {"mpg", "mpeg", "vob"}},
+      {"mxf", "mpeg2video", nullptr, {"mxf"}},
+      {"nut", "libx264", nullptr, {"nut"}, true},
+      {"yuv4mpegpipe", "wrapped_avframe", nullptr, {"y4m"}},
   };
   return formats;
 }
@@ -112,16 +112,33 @@ void setVideoQuality(AVCodecContext& encoder, int quality) {
   encoder.global_quality = static_cast<int>(std::lround(quantiser * FF_QP2LAMBDA));
 }
 
-AVPixelFormat chooseLayout(const AVCodec& encoder, int width, int height) {
+const char* usualEncoder(const VideoFormat& format, int bits) {
+  const bool isThere =
+      format.deepEncoder != nullptr && avcodec_find_encoder_by_name(format.deepEncoder) != nullptr;
+  return bits > 8 && isThere ? format.deepEncoder : format.encoder;
+}
+
+bool isMp4(const AVOutputFormat& muxer) {
+  const std::string_view name = muxer.name;
+  return name == "mp4" || name == "mov" || name == "3gp";
+}
+
+AVPixelFormat chooseLayout(const AVCodec& encoder, const StreamProperties& properties,
+                           bool wholeChroma) {
   const AVPixelFormat* end = encoder.pix_fmts;
   if (end == nullptr) return AV_PIX_FMT_YUV420P; // takes whatever it is given
   while (*end != AV_PIX_FMT_NONE) {
     ++end;
   }
-  const bool isOdd = ((width | height) & 1) != 0;
-  const bool avoidsHalvedChroma = isOdd && traitsOf(encoder).needsEvenSize;
-  if (avoidsHalvedChroma) return AV_PIX_FMT_YUV444P;
-  for (const AVPixelFormat layout : {AV_PIX_FMT_NV12, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVJ420P}) {
+  const bool isOdd = ((properties.width | properties.height) & 1) != 0;
+  const bool isWhole = wholeChroma || (isOdd && traitsOf(encoder).needsEvenSize);
+  std::vector<AVPixelFormat> wanted;
+  if (properties.bits > 8) {
+    wanted.push_back(isWhole ? AV_PIX_FMT_YUV444P10 : AV_PIX_FMT_YUV420P10);
+  }
+  if (isWhole) wanted.push_back(AV_PIX_FMT_YUV444P);
+  wanted.insert(wanted.end(), {AV_PIX_FMT_NV12, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVJ420P});
+  for (const AVPixelFormat layout : wanted) {
     if (std::find(encoder.pix_fmts, end, layout) != end) return layout;
   }
   return avcodec_find_best_pix_fmt_of_list(encoder.pix_fmts, AV_PIX_FMT_YUV420P, 0, nullptr);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "media/av.hpp"
+#include "video/frame_stream.hpp"
 
 namespace tlux::app {
 
@@ -12,6 +13,7 @@ namespace tlux::app {
 struct VideoFormat {
   const char* muxer; // FFmpeg's names
   const char* encoder;
+  const char* deepEncoder; // for more than 8 bits, where players want another one; may be null
   std::vector<const char*> extensions; // lower case, without the dot
   bool keepsTimes = false;             // of each frame; elsewhere they follow at a fixed rate
   bool keepsRotation = false;          // as a display matrix; elsewhere frames are turned
@@ -35,7 +37,17 @@ EncoderTraits traitsOf(const AVCodec& encoder);
 /** Sets the quality, 1 to 100, of an encoder that has yet to be opened. */
 void setVideoQuality(AVCodecContext& encoder, int quality);
 
-/** The layout to give the encoder, as close to NV12 as it takes. */
-AVPixelFormat chooseLayout(const AVCodec& encoder, int width, int height);
+/** The encoder for frames whose source has this many bits a sample. */
+const char* usualEncoder(const VideoFormat& format, int bits);
+
+/** Whether it is one of the family of MP4 files. */
+bool isMp4(const AVOutputFormat& muxer);
+
+/**
+ * The layout to give the encoder: with the bits of the source as far as it takes them, and as close
+ * to NV12 as it takes, or with whole chroma if it can.
+ */
+AVPixelFormat chooseLayout(const AVCodec& encoder, const StreamProperties& properties,
+                           bool wholeChroma);
 
 } // namespace tlux::app

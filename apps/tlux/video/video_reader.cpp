@@ -53,7 +53,7 @@ int64_t expectedFrames(const AVFormatContext& container, const AVStream& stream,
 } // namespace
 
 VideoReader::VideoReader(const std::filesystem::path& file, const ReadingOptions& options)
-    : file_(file) {
+    : file_(file), isStrict_(options.isStrict) {
   checkReadable(file);
   try {
     open(options);
@@ -105,9 +105,7 @@ void VideoReader::describe(const AVFrame& first, Orientation orientation) {
   p.fieldOrder = stream().codecpar->field_order;
   p.frameCount = expectedFrames(*container, stream(), p.frameRate);
   const AVPixFmtDescriptor& layout = *av_pix_fmt_desc_get(static_cast<AVPixelFormat>(first.format));
-  if (layout.comp[0].depth > 8) {
-    remarks_.push_back(fmt::format("its {} bits a sample become 8", layout.comp[0].depth));
-  }
+  p.bits = layout.comp[0].depth;
   if (extractAlpha(first) != nullptr) remarks_.emplace_back("its transparency is dropped");
 }
 
@@ -132,13 +130,13 @@ bool VideoReader::decode(std::vector<PacketPtr>& packets) {
   while (true) {
     const int result = avcodec_receive_frame(decoder_.get(), decoded_.get());
     if (result >= 0) {
-      damaged_ += isDamaged(*decoded_) ? 1 : 0;
+      if (isDamaged(*decoded_)) noteDamage();
       return true;
     }
     if (result == AVERROR_EOF) return false;
     if (result != AVERROR(EAGAIN)) {
       if (result != AVERROR_INVALIDDATA) check(result);
-      ++damaged_;
+      noteDamage();
     }
     if (!feed(packets)) return false;
   }
@@ -162,7 +160,7 @@ bool VideoReader::feed(std::vector<PacketPtr>& packets) {
     }
     const int sent = avcodec_send_packet(decoder_.get(), packet.get());
     if (sent == AVERROR_INVALIDDATA) {
-      ++damaged_;
+      noteDamage();
     } else {
       check(sent);
     }
@@ -179,11 +177,18 @@ void VideoReader::remember(const AVPacket& packet) {
   lastTime_ = std::max(lastTime_, av_rescale_q(time + packet.duration, timeBase, kContainerTime));
 }
 
+void VideoReader::noteDamage() {
+  if (isStrict_) throw std::runtime_error("is damaged");
+  ++damaged_;
+}
+
 void VideoReader::endOfPackets(int reason) {
   if (reason != AVERROR_EOF) check(reason);
   if (isCutShort()) {
-    throw std::runtime_error(
-        fmt::format("breaks off after {:.1f} s", static_cast<double>(lastTime_) / AV_TIME_BASE));
+    std::string remark =
+        fmt::format("breaks off after {:.1f} s", static_cast<double>(lastTime_) / AV_TIME_BASE);
+    if (isStrict_) throw std::runtime_error(remark);
+    remarks_.push_back(std::move(remark));
   }
   packetsEnded_ = true;
   check(avcodec_send_packet(decoder_.get(), nullptr));

@@ -12,6 +12,7 @@ namespace tlux::app {
 struct ReadingOptions {
   bool turnsUpright = false; // where the output cannot hold a display matrix
   bool fullRange = false;    // where the output is that
+  bool isStrict = false;     // damage is a failure
   int threads = 0;           // 0 for as many as there are processors
 };
 
@@ -32,6 +33,7 @@ class VideoReader : public FrameSource {
   bool decode(std::vector<PacketPtr>& packets);
   bool feed(std::vector<PacketPtr>& packets);
   void remember(const AVPacket& packet);
+  void noteDamage();
   void endOfPackets(int reason);
   bool isCutShort() const;
   void setTimes(AVFrame& frame);
@@ -52,6 +54,7 @@ class VideoReader : public FrameSource {
   int64_t lastPts_ = 0;
   bool hasTimes_ = false;
   int64_t damaged_ = 0;
+  bool isStrict_ = false;
   std::vector<std::string> remarks_;
 };
 

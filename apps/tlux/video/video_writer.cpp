@@ -1,5 +1,12 @@
 #include "video/video_writer.hpp"
 
+extern "C" {
+#include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
+}
+
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -24,6 +31,22 @@ void startAtZero(const AVFormatContext& source, AVFormatContext& target) {
   if (sourceBeginsAnywhere && !targetDoes && source.start_time != AV_NOPTS_VALUE) {
     target.output_ts_offset = -source.start_time;
   }
+}
+
+/** Programs that play while they load want the index in front. */
+void setIndexPlace(const AVFormatContext& container, AVDictionary** options) {
+  if (!isMp4(*container.oformat)) return;
+  const bool canGoBack = (container.pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
+  av_dict_set(options, "movflags", canGoBack ? "+faststart" : "+frag_keyframe+empty_moov", 0);
+}
+
+void setPreset(AVCodecContext& encoder, const std::string& preset) {
+  if (preset.empty()) return;
+  const int result = av_opt_set(encoder.priv_data, "preset", preset.c_str(), 0);
+  if (result == AVERROR_OPTION_NOT_FOUND) {
+    throw std::runtime_error(std::string("the encoder ") + encoder.codec->name + " has no presets");
+  }
+  check(result);
 }
 
 bool isInterlaced(AVFieldOrder order) {
@@ -63,7 +86,8 @@ void VideoWriter::open(const VideoFormat& format, const WritingOptions& options)
   io_.reset(io);
   container_->pb = io;
 
-  const AVCodec& encoder = findEncoder(options.encoder.empty() ? format.encoder : options.encoder);
+  const AVCodec& encoder = findEncoder(
+      options.encoder.empty() ? usualEncoder(format, properties_.bits) : options.encoder);
   encoder_.reset(checkAllocated(avcodec_alloc_context3(&encoder)));
   openEncoder(format, options);
   addVideoStream(format);
@@ -72,7 +96,11 @@ void VideoWriter::open(const VideoFormat& format, const WritingOptions& options)
     copyContainerDescription(*properties_.container, *container_);
     copies_.emplace(*properties_.container, properties_.stream, *container_);
   }
-  check(avformat_write_header(container_.get(), nullptr));
+  AVDictionary* muxing = nullptr;
+  setIndexPlace(*container_, &muxing);
+  const int result = avformat_write_header(container_.get(), &muxing);
+  av_dict_free(&muxing);
+  check(result);
 }
 
 void VideoWriter::openEncoder(const VideoFormat& format, const WritingOptions& options) {
@@ -80,7 +108,7 @@ void VideoWriter::openEncoder(const VideoFormat& format, const WritingOptions& o
   const StreamProperties& p = properties_;
   encoder.width = p.width;
   encoder.height = p.height;
-  encoder.pix_fmt = chooseLayout(*encoder.codec, p.width, p.height);
+  encoder.pix_fmt = chooseLayout(*encoder.codec, p, options.wholeChroma);
   // Encoders that know one layout with halved chroma and full range mean it.
   const AVColorRange range = encoder.pix_fmt == AV_PIX_FMT_YUVJ420P ? AVCOL_RANGE_JPEG : p.range;
   encoder.color_range = range;
@@ -104,6 +132,7 @@ void VideoWriter::openEncoder(const VideoFormat& format, const WritingOptions& o
   if (!format.keepsTimes) encoder.max_b_frames = 0;
   encoder.thread_count = options.threads;
   setVideoQuality(encoder, options.quality);
+  setPreset(encoder, options.preset);
   check(avcodec_open2(&encoder, nullptr, nullptr));
   exporter_.emplace(encoder.pix_fmt, p.width, p.height, range);
 }
@@ -111,6 +140,11 @@ void VideoWriter::openEncoder(const VideoFormat& format, const WritingOptions& o
 void VideoWriter::addVideoStream(const VideoFormat& format) {
   stream_ = checkAllocated(avformat_new_stream(container_.get(), nullptr));
   check(avcodec_parameters_from_context(stream_->codecpar, encoder_.get()));
+  // The other tag that this codec has in such files is not known to all players.
+  const bool isHevc = encoder_->codec_id == AV_CODEC_ID_HEVC;
+  if (isHevc && isMp4(*container_->oformat)) {
+    stream_->codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
+  }
   stream_->time_base = encoder_->time_base;
   stream_->avg_frame_rate = encoder_->framerate;
   stream_->sample_aspect_ratio = encoder_->sample_aspect_ratio;
@@ -174,8 +208,16 @@ void VideoWriter::finish() {
   });
 }
 
+std::string VideoWriter::describeDepth() const {
+  const int kept = av_pix_fmt_desc_get(encoder_->pix_fmt)->comp[0].depth;
+  if (kept <= 8) return fmt::format("the source's {} bits a sample become 8", properties_.bits);
+  return fmt::format("tones are computed in 8 bits, and stored in {}", kept);
+}
+
 std::vector<std::string> VideoWriter::remarks() const {
-  return copies_ ? copies_->remarks() : std::vector<std::string>();
+  std::vector<std::string> remarks = copies_ ? copies_->remarks() : std::vector<std::string>();
+  if (properties_.bits > 8) remarks.push_back(describeDepth());
+  return remarks;
 }
 
 } // namespace tlux::app

@@ -15,8 +15,10 @@ namespace tlux::app {
 
 struct WritingOptions {
   std::string encoder; // by FFmpeg's name; empty for the one that suits the container
+  std::string preset;  // of the encoder; empty for its own choice
   int quality = 92;    // 1 to 100, for encoders that lose detail
-  int threads = 0;     // 0 for as many as there are processors
+  bool wholeChroma = false;
+  int threads = 0; // 0 for as many as there are processors
 };
 
 /** Encodes frames into a container, with the other streams of their source copied beside them. */
@@ -30,10 +32,11 @@ class VideoWriter : public FrameSink {
 
   const char* encoderName() const { return encoder_->codec->name; }
 
-  /** What the container cannot keep. */
+  /** What the encoder and the container cannot keep. */
   std::vector<std::string> remarks() const;
 
  private:
+  std::string describeDepth() const;
   void open(const VideoFormat& format, const WritingOptions& options);
   void openEncoder(const VideoFormat& format, const WritingOptions& options);
   void addVideoStream(const VideoFormat& format);

@@ -1,0 +1,9 @@
+"""python -m tlux.archive SOURCE DESTINATION"""
+
+import sys
+
+from .command import main
+
+# Worker processes import this module as well.
+if __name__ == "__main__":
+    sys.exit(main())

@@ -1,0 +1,97 @@
+"""The commands of docs/video-pipelines.md do what the page says, with a test picture for a camera, nothing for a screen
+and servers of this machine's."""
+
+import os
+import re
+import socket
+import subprocess
+import unittest
+from pathlib import Path
+
+from support import DEBIAN_PYTHON, HostTest
+
+PAGE = Path(os.environ["TLUX_SOURCE_DIR"]) / "docs/video-pipelines.md"
+FRAMES = 30
+
+
+def command_with(words):
+    """The block of the page that holds the words."""
+    blocks = re.findall(r"^```sh\n(.*?)^```$", PAGE.read_text(), re.MULTILINE | re.DOTALL)
+    found = [block for block in blocks if words in block]
+    assert len(found) == 1, f"{words}: {len(found)} blocks"
+    return found[0]
+
+
+def unused_port():
+    with socket.socket() as probe:
+        probe.bind(("127.0.0.1", 0))
+        return probe.getsockname()[1]
+
+
+class Pipelines(HostTest):
+    TOOLS = ("gst-launch-1.0", "gst-inspect-1.0", "ffmpeg", "ffprobe", "melt")
+
+    def setUp(self):
+        super().setUp()
+        self.ffmpeg("-f", "lavfi", "-i", f"testsrc2=s=320x180:r=25:d={FRAMES / 25}", "-f", "lavfi", "-i",
+                    f"sine=d={FRAMES / 25}", "-pix_fmt", "yuv420p", "clip.mp4")
+
+    def run_block(self, words, *replacements):
+        block = command_with(words)
+        for old, new in replacements:
+            self.assertIn(old, block)
+            block = block.replace(old, new)
+        return self.run_in_folder("sh", "-euc", block)
+
+    def frame_counts(self, name):
+        """The number of frames of each stream, as decoded."""
+        return self.run_in_folder("ffprobe", "-v", "error", "-count_frames", "-show_entries",
+                                  "stream=codec_type,nb_read_frames", "-of", "csv=p=0", name).split()
+
+    def test_paths_of_the_build(self):
+        exports = [line for line in command_with("GST_PLUGIN_PATH=").splitlines() if line.startswith("export")]
+        root = Path(os.environ["TLUX_BUILD_DIR"]).parents[1]
+        script = "\n".join([f"cd {root}", *exports, "gst-inspect-1.0 tlux", 'ls "${FREI0R_PATH%%:*}/tlux.so"'])
+        self.assertIn("strength", self.run_in_folder("sh", "-euc", script.replace(
+            "build/release", str(Path(os.environ["TLUX_BUILD_DIR"]).relative_to(root)))))
+
+    def test_components(self):
+        for component, file in (("gstreamer", "gstreamer-1.0/libgsttlux.so"), ("frei0r", "frei0r-1/tlux.so")):
+            self.run_in_folder("cmake", "--install", os.environ["TLUX_BUILD_DIR"], "--prefix", component,
+                               "--component", component)
+            installed = ["/".join(path.parts[-2:]) for path in (self.folder / component).rglob("*") if path.is_file()]
+            self.assertEqual([file], installed)
+
+    def test_file_to_file(self):
+        self.run_block("better.mp4 \\\n")
+        counts = dict(line.split(",") for line in self.frame_counts("better.mp4"))
+        self.assertEqual(str(FRAMES), counts["video"])
+        self.assertGreater(int(counts["audio"]), 0)
+
+    def test_camera_to_screen(self):
+        self.run_block("v4l2src", ("v4l2src", f"videotestsrc is-live=true num-buffers={FRAMES}"),
+                       ("autovideosink", "fakevideosink"))
+
+    def test_rtsp(self):
+        port = unused_port()
+        server = subprocess.Popen([*DEBIAN_PYTHON, Path(__file__).parent / "rtsp_server.py", str(port), str(FRAMES),
+                                   self.folder / "received.h264"], stdout=subprocess.PIPE, text=True)
+        try:
+            self.assertEqual("ready\n", server.stdout.readline())
+            self.run_block("rtspsrc", ("rtsp://camera/live", f"rtsp://127.0.0.1:{port}/live"),
+                           ("rtsp://server/better", f"rtsp://127.0.0.1:{port}/better"))
+        finally:
+            server.terminate()
+            server.communicate(timeout=20)
+        # The last ones may still be on their way when the pipeline ends.
+        self.assertGreater(int(self.frame_counts("received.h264")[0].split(",")[1]), FRAMES // 2)
+
+    def test_frei0r_hosts(self):
+        self.run_block("ffmpeg -loglevel error")
+        for name in ("better.mp4", "better-too.mp4"):
+            counts = dict(line.split(",") for line in self.frame_counts(name))
+            self.assertEqual(str(FRAMES), counts["video"])
+
+
+if __name__ == "__main__":
+    unittest.main()
