@@ -23,6 +23,24 @@ function(tlux_configure_target target)
   endif()
 endfunction()
 
+# The instruction sets that kernels are compiled for, and what the compiler needs for each.
+set(TLUX_KERNEL_LEVELS Base)
+if(TLUX_AVX2 AND CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$" AND CMAKE_SIZEOF_VOID_P EQUAL 8)
+  list(APPEND TLUX_KERNEL_LEVELS Avx2 Avx512)
+endif()
+set(TLUX_KERNEL_OPTIONS_Avx2 -mavx2)
+set(TLUX_KERNEL_OPTIONS_Avx512 -mavx512f -mavx512bw -mavx512vl)
+
+# Adds sources of one subsystem that are compiled once for each level; see src/base/lanes.hpp. Vectors
+# of the compiler wrap where they overflow, as those of processors do.
+function(tlux_add_kernels)
+  foreach(level IN LISTS TLUX_KERNEL_LEVELS)
+    foreach(source IN LISTS ARGN)
+      target_sources(tlux_kernels_${level} PRIVATE "${CMAKE_CURRENT_SOURCE_DIR}/${source}")
+    endforeach()
+  endforeach()
+endfunction()
+
 # Adds the sources of one subsystem; called from the subsystem's own folder, which also lists the
 # names it exports in exports.list.
 function(tlux_add_subsystem)

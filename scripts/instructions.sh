@@ -1,8 +1,8 @@
 #!/bin/sh
 # Counts the instructions of a run of 1920 × 1080, all threads together, and fails when they are more than 3 % above the
 # figure in bench/instructions.txt. usage: scripts/instructions.sh [--pin]   (--pin: writes the figure anew)
-# Without AVX2, in the library and in the C library, so that the count is the same on every x86-64 processor; it belongs
-# to the compiler that the file names. The first frame of an engine, which makes its gain table, is not in it.
+# On one core, since threads that wait for work count, too. Without AVX2, in the library and in the C library, so that
+# the count is the same on every x86-64 processor; it belongs to the compiler that the file names. The first frame of an engine, which makes its gain table, is not in it.
 set -eu
 cd "$(dirname "$0")/.."
 pinned=bench/instructions.txt
@@ -17,7 +17,7 @@ g++ -std=c++20 -O2 -Iinclude bench/run_once.cpp $build/src/libtlux.a -lm -o $bui
 # Instructions of a program that makes $1 runs.
 count() {
   GLIBC_TUNABLES=glibc.cpu.hwcaps=-AVX512F,-AVX512VL,-AVX2,-AVX,-ERMS,-AVX_Fast_Unaligned_Load \
-    valgrind --tool=callgrind --callgrind-out-file=/dev/null $build/run_once "$1" 2>&1 |
+    taskset -c 0 valgrind --tool=callgrind --callgrind-out-file=/dev/null $build/run_once "$1" 2>&1 |
     sed -n 's/.*Collected : *\([0-9]*\)$/\1/p'
 }
 

@@ -81,8 +81,10 @@ TLUX_API uint32_t TLUX_Uninit(MMemMgr manager, TLUX_ENGINE* engine) TLUX_NOEXCEP
  * ends the work: see TLUX_EmbeddedMark().
  *
  * The result depends on @p source, @p strength and the sizes only, not on earlier frames, as long
- * as there is memory (see TLUX_Tonemapping()). Same input, same bytes, on every processor. Runs
- * four worker threads, all joined on return.
+ * as there is memory (see TLUX_Tonemapping()). Same input, same bytes, on every processor.
+ *
+ * Works on up to four threads, the calling one among them: as many as there are processors that the
+ * process may use, and the calling one alone on small frames. The others have ended on return.
  *
  * Memory comes from @p manager; TLUX_GetPoolSize() says how much. The engine keeps at most 12 bytes
  * per pixel of the reference frame and the gain table (128 KiB) for the next frame of the same

@@ -62,7 +62,7 @@ typedef struct TLUX_GUIDE_CONTEXT {
 } TLUX_GUIDE_CONTEXT;
 
 /**
- * Filters a frame on four threads, one band of (lowH + lowH mod 4) / 4 low-resolution rows each.
+ * Filters a frame on up to four threads, four bands of (lowH + lowH mod 4) / 4 low-resolution rows.
  *
  * Intended: when lowH mod 4 is 1 the last row belongs to no band, and its eight output rows keep
  * what they held; even heights are always covered. Bands are smoothed each within itself and not

@@ -57,7 +57,7 @@ TLUX_API void guided_filter_1d(MMemMgr manager, const img* I, const img* p, img*
                                int32_t r) TLUX_NOEXCEPT;
 
 /**
- * guided_filter_1d() on four threads, with the same output.
+ * guided_filter_1d() on up to four threads, with the same output.
  *
  * They start and end inside the call. What a thread that cannot be started should have done, the
  * calling thread does. Needs 8 bytes per pixel and about 320 per column.

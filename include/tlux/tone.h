@@ -86,7 +86,7 @@ typedef struct TLUX_TONE_CONTEXT {
 TLUX_API uint32_t NV21NV12_ToneSingleThread(const TLUX_TONE_CONTEXT* context) TLUX_NOEXCEPT;
 
 /**
- * Scales the chroma of a whole frame on four threads, one band of rows each. Unlike
+ * Scales the chroma of a whole frame on up to four threads. Unlike
  * NV21NV12_Tone() every plane is walked by its own pitch and nothing beyond the width is touched.
  *
  * @param image NV21 or NV12 frame before the tone change.

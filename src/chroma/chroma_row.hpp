@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/simd_level.hpp"
+
 // Chroma follows luma: where the luma of a pixel pair was scaled, its two chroma samples are scaled
 // about the neutral value by the same ratio, so that lifted shadows keep their colour. Both samples
 // of an interleaved pair are treated alike; Cb Cr (NV12) and Cr Cb (NV21) are the same to the rule.
@@ -13,20 +15,6 @@ namespace tlux {
 inline constexpr int kNeutralZone = 8;
 inline constexpr int kWideNeutralZone = 32;
 
-// One row of `pairs` pairs: 2 · pairs samples of every plane. chromaOut may be chromaIn.
-template <int kZone>
-void scaleChromaRow(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
-                    const std::uint8_t* chromaIn, std::uint8_t* chromaOut, std::ptrdiff_t pairs);
-
-template <>
-void scaleChromaRow<kNeutralZone>(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
-                                  const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
-                                  std::ptrdiff_t pairs);
-template <>
-void scaleChromaRow<kWideNeutralZone>(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
-                                      const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
-                                      std::ptrdiff_t pairs);
-
 // How chroma follows luma: where luma counts from, and how much of the change of its ratio, in per
 // cent, reaches the chroma.
 struct ChromaRule {
@@ -34,10 +22,34 @@ struct ChromaRule {
   int percent = 100;
 };
 
+// One row of `pairs` pairs: 2 · pairs samples of every plane. chromaOut may be chromaIn.
+using ScaleChromaRow = void (*)(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
+                                const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
+                                std::ptrdiff_t pairs);
+
+struct ChromaKernels {
+  ScaleChromaRow scaleNarrowly; // kNeutralZone
+  ScaleChromaRow scaleWidely;   // kWideNeutralZone
+  void (*scaleByRule)(const ChromaRule& rule, const std::uint8_t* oldLuma,
+                      const std::uint8_t* newLuma, const std::uint8_t* chromaIn,
+                      std::uint8_t* chromaOut, std::ptrdiff_t pairs);
+};
+
+template <int kZone>
+void scaleChromaRow(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
+                    const std::uint8_t* chromaIn, std::uint8_t* chromaOut, std::ptrdiff_t pairs) {
+  static_assert(kZone == kNeutralZone || kZone == kWideNeutralZone);
+  const ChromaKernels& table = kernels<ChromaKernels>();
+  const ScaleChromaRow scale = kZone == kNeutralZone ? table.scaleNarrowly : table.scaleWidely;
+  scale(oldLuma, newLuma, chromaIn, chromaOut, pairs);
+}
+
 // The same with the narrow zone and a rule of the caller's: the ratio is 1 + (ratio − 1) ·
 // percent / 100, its change rounded down.
-void scaleChromaRow(const ChromaRule& rule, const std::uint8_t* oldLuma,
-                    const std::uint8_t* newLuma, const std::uint8_t* chromaIn,
-                    std::uint8_t* chromaOut, std::ptrdiff_t pairs);
+inline void scaleChromaRow(const ChromaRule& rule, const std::uint8_t* oldLuma,
+                           const std::uint8_t* newLuma, const std::uint8_t* chromaIn,
+                           std::uint8_t* chromaOut, std::ptrdiff_t pairs) {
+  kernels<ChromaKernels>().scaleByRule(rule, oldLuma, newLuma, chromaIn, chromaOut, pairs);
+}
 
 } // namespace tlux

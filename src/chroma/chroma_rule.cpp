@@ -23,12 +23,13 @@ std::int64_t planeBytes(const TLUX_IMAGE& image, int plane) {
 
 } // namespace
 
-void ChromaWalk::scaleRow(std::int64_t j) const {
-  const std::int64_t pairs = std::min({pairs_, oldLuma_.pairsFrom(j), newLuma_.pairsFrom(j),
-                                       chromaIn_.pairsFrom(j), chromaOut_.pairsFrom(j)});
-  if (pairs <= 0) return;
-  scaleChromaRow<kNeutralZone>(oldLuma_.row(j), newLuma_.row(j), chromaIn_.row(j),
-                               chromaOut_.row(j), pairs);
+void ChromaWalk::scaleColumns(std::int64_t j, std::int64_t first, std::int64_t end) const {
+  const std::int64_t last = std::min({end / 2, pairs_, oldLuma_.pairsFrom(j), newLuma_.pairsFrom(j),
+                                      chromaIn_.pairsFrom(j), chromaOut_.pairsFrom(j)});
+  if (first / 2 >= last) return;
+  scaleChromaRow<kNeutralZone>(oldLuma_.row(j) + first, newLuma_.row(j) + first,
+                               chromaIn_.row(j) + first, chromaOut_.row(j) + first,
+                               last - first / 2);
 }
 
 void ChromaWalk::scaleRows(std::int64_t first, std::int64_t end) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <limits>
 
 #include "tlux/image.h"
 
@@ -33,13 +34,17 @@ class ChromaWalk {
         rows_(rows),
         pairs_(pairs) {}
 
+  static constexpr std::int64_t kAllColumns = std::numeric_limits<std::int64_t>::max();
+
   std::int64_t rows() const { return rows_; }
   bool hasSteps(std::int64_t oldLuma, std::int64_t newLuma, std::int64_t chromaIn,
                 std::int64_t chromaOut) const {
     return oldLuma_.step == oldLuma && newLuma_.step == newLuma && chromaIn_.step == chromaIn &&
            chromaOut_.step == chromaOut;
   }
-  void scaleRow(std::int64_t j) const;
+  void scaleRow(std::int64_t j) const { scaleColumns(j, 0, kAllColumns); }
+  // The part of row j before `end` that begins at `first`, both even.
+  void scaleColumns(std::int64_t j, std::int64_t first, std::int64_t end) const;
   void scaleRows(std::int64_t first, std::int64_t end) const;
 
  private:

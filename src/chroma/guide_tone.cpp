@@ -8,34 +8,30 @@
 namespace tlux {
 namespace {
 
-// Takes the filtered rows for a change of luma, in a buffer of two rows.
+// Takes the filtered rows for a change of luma, a tile of columns at a time.
 struct ToneRows {
   const TLUX_GUIDE_TONE_CONTEXT& band;
-  std::uint8_t* delta;
 
-  template <class Lines>
-  void operator()(std::int64_t y, int phase, const Lines& lines) const {
+  template <class Groups>
+  void operator()(std::int64_t y, Groups& groups) const {
+    constexpr std::int32_t kTile = 256;
     const TLUX_GUIDE_CONTEXT& filter = band.filter;
-    const std::ptrdiff_t width = std::ptrdiff_t{kUpsampling} * filter.lowWidth;
     const std::uint8_t* guide = filter.fullGuide + y * band.guidePitch;
-    applyCoefficients(phase, lines, {guide, guide + band.guidePitch}, {delta, delta + width},
-                      width);
-    for (int i = 0; i < 2; ++i) {
-      GuideToneNV21Line(
-          static_cast<std::int32_t>(y) + i, filter.fullOut + (y + i) * filter.fullPitch,
-          band.uvOut + y / 2 * band.uvOutPitch, guide + i * band.guidePitch,
-          band.uvIn + y / 2 * band.uvInPitch, delta + i * width, static_cast<std::int32_t>(width));
+    std::uint8_t change[kUpsampling * kTile];
+    const std::int32_t width = kUpsampling * filter.lowWidth;
+    for (std::int32_t x = 0; x < width; x += kTile) {
+      const std::int32_t end = std::min(x + kTile, width);
+      groups.makeLuma({x, end}, {guide + x, band.guidePitch}, {change, kTile});
+      for (int i = 0; i < kUpsampling; ++i) {
+        const std::int64_t row = y + i;
+        GuideToneNV21Line(
+            static_cast<std::int32_t>(row), filter.fullOut + row * filter.fullPitch + x,
+            band.uvOut + row / 2 * band.uvOutPitch + x, guide + i * band.guidePitch + x,
+            band.uvIn + row / 2 * band.uvInPitch + x, change + i * kTile, end - x);
+      }
     }
   }
 };
-
-constexpr std::int64_t deltaBytes(const TLUX_GUIDE_CONTEXT& filter) {
-  return 2 * kUpsampling * std::int64_t{filter.lowWidth};
-}
-
-Scratch<std::uint8_t> deltaRows(MMemMgr manager, const TLUX_GUIDE_CONTEXT& filter) {
-  return {manager, deltaBytes(filter)};
-}
 
 // A packed copy of the top left of a luma plane, so that the guide stays as it is while the rows of
 // the frame are rewritten.
@@ -57,15 +53,12 @@ std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
   frame.fullGuide = luma.get();
   frame.fullOut = output.plane[0];
   frame.fullPitch = output.pitch[0];
-  const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius, deltaBytes(frame));
-  WorkerTeam team;
-  return filterInStrips(manager, frame, bytes, team, [&](const Strip& strip) {
-    const Scratch<std::uint8_t> delta = deltaRows(strip.manager, *strip.band);
-    if (!delta) return;
+  const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius);
+  return filterOnThreads(manager, frame, bytes, [&](const Strip& strip) {
     const TLUX_GUIDE_TONE_CONTEXT band = {*strip.band,     source.plane[1],
                                           output.plane[1], static_cast<std::int32_t>(width),
                                           source.pitch[1], output.pitch[1]};
-    filterStrip(strip, ToneRows{band, delta.get()});
+    filterStrip(strip, ToneRows{band});
   });
 }
 
@@ -74,8 +67,7 @@ std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
 
 void SingleThreadGuideTone(const TLUX_GUIDE_TONE_CONTEXT* context) noexcept {
   if (context == nullptr) return;
-  const auto delta = tlux::deltaRows(context->filter.manager, context->filter);
-  if (delta) tlux::filterBand(context->filter, tlux::ToneRows{*context, delta.get()});
+  tlux::filterBand(context->filter, tlux::ToneRows{*context});
 }
 
 uint32_t MultiThreadGuideTone(MMemMgr memMgr, const TLUX_IMAGE* source, TLUX_IMAGE* output,

@@ -24,7 +24,7 @@ void scaleBand(const TLUX_TONE_CONTEXT& band) {
 std::uint32_t scaleInBands(const TLUX_IMAGE& image, const TLUX_IMAGE& output) {
   const std::int32_t rows = bandHeight(image.height);
   WorkerTeam team;
-  team.share(team.started(), [&](std::int64_t index, int) {
+  team.share(team.isComplete() ? kBandCount : team.started(), [&](std::int64_t index, int) {
     const TLUX_TONE_CONTEXT band = {image.plane[0],
                                     output.plane[0],
                                     image.plane[1],

@@ -42,7 +42,7 @@ std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLU
                               manager);
 }
 
-void fillReferenceFrame(WorkerTeam& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference) {
+void fillReferenceFrame(Team& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference) {
   constexpr std::int32_t kRows = 8; // that one thread makes at a time; even
   shareRows(&team, reference.height, kRows, [&](Band rows, int /*slot*/) {
     TLUX_IMAGE part = reference;

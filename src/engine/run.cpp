@@ -15,11 +15,10 @@ bool isEven(std::int32_t side) {
 
 // The steps on a frame that has a reference frame. What they write is not copied before; a failure
 // leaves the copy.
-std::uint32_t toneMap(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& source,
-                      TLUX_IMAGE& output, std::uint32_t strength) {
+std::uint32_t toneMap(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
+                      const TLUX_IMAGE& source, TLUX_IMAGE& output, std::uint32_t strength) {
   // An output of another kind stays as it is where the stage writes nothing.
   const Rest rest = TLUX_IsImageEqual_IMK(&source, &output) != 0 ? Rest::kCopied : Rest::kKept;
-  WorkerTeam team;
   fillReferenceFrame(team, source, *engine.images[0]);
   const std::uint32_t mapped = toneMapFrame(manager, team, engine, source, output, strength, rest);
   if (mapped != TLUX_OK) TLUX_CopyImage_IMK(&output, &source);
@@ -33,10 +32,13 @@ std::uint32_t optimizeFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMA
   engine.mode = kMode;
   if (engine.images[0] == nullptr) {
     TLUX_CopyImage_IMK(&output, &source);
-  } else {
-    const std::uint32_t mapped = toneMap(manager, engine, source, output, strength);
-    if (mapped != TLUX_OK) return mapped;
+    TLUX_EmbeddedMark(&output);
+    return TLUX_OK;
   }
+  WorkerTeam team(participantsFor(source));
+  const std::uint32_t mapped = toneMap(manager, team, engine, source, output, strength);
+  team.dismiss(); // threads end while the mark is made
+  if (mapped != TLUX_OK) return mapped;
   TLUX_EmbeddedMark(&output);
   return TLUX_OK;
 }

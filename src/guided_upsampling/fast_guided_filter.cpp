@@ -10,6 +10,10 @@
 namespace tlux {
 namespace {
 
+// What a worker keeps for lines is the same whichever way it goes.
+static_assert(ShortGroups::scratchSamples(kFewestShortCells) * sizeof(ShortGroups::Sample) <=
+              LongGroups::scratchSamples(kFewestShortCells) * sizeof(LongGroups::Sample));
+
 constexpr std::int64_t kPoolHeader = 16;
 constexpr std::int64_t kPoolSlack = 64; // end header, alignment, rounding of the blocks
 constexpr std::int64_t kWorkerBytesPerPitch = 40;
@@ -25,7 +29,7 @@ TLUX_MULTIVERSION bool isWithin(const std::int32_t* values, std::ptrdiff_t count
   return lowest >= -magnitude && highest <= magnitude;
 }
 
-bool fitShortLines(const TLUX_GUIDE_CONTEXT& band, Band rows) {
+bool fitShortGroups(const TLUX_GUIDE_CONTEXT& band, Band rows) {
   const std::ptrdiff_t first = std::ptrdiff_t{rows.first} * band.lowWidth;
   const std::ptrdiff_t count = std::ptrdiff_t{rows.end - rows.first} * band.lowWidth;
   return isWithin(band.smoothA + first, count, kLargestShortA) &&
@@ -49,16 +53,14 @@ Coefficients computeCoefficients(const TLUX_GUIDE_CONTEXT& band) {
       smooth(band.rawB, band.smoothB) != TLUX_OK) {
     return Coefficients::kNone;
   }
-  return fitShortLines(band, rows) ? Coefficients::kShort : Coefficients::kLong;
+  return fitShortGroups(band, rows) ? smallCoefficients(width) : Coefficients::kLong;
 }
 
 std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius, std::int64_t ownBytes) {
   const std::int64_t sums =
       std::max(guideBlockScratchBytes(lowWidth, radius), blockMeanScratchBytes(lowWidth, radius));
-  constexpr std::int64_t kLineBytes = 4 * std::int64_t{sizeof(std::int32_t)};
-  static_assert(LongLineRing::kPlanes * sizeof(LongLineRing::Sample) == kLineBytes &&
-                ShortLineRing::kPlanes * sizeof(ShortLineRing::Sample) == kLineBytes);
-  const std::int64_t lines = kUpsampling * std::int64_t{lowWidth} * kLineBytes;
+  const std::int64_t lines =
+      LongGroups::scratchSamples(lowWidth) * std::int64_t{sizeof(LongGroups::Sample)};
   return kPoolHeader + std::max(sums, lines) + kPoolHeader + ownBytes + kPoolSlack;
 }
 
@@ -68,13 +70,11 @@ namespace {
 struct StoreRows {
   const TLUX_GUIDE_CONTEXT* band;
 
-  template <class Lines>
-  void operator()(std::int64_t y, int phase, const Lines& lines) const {
-    const std::int64_t upper = y * band->fullPitch;
-    const std::int64_t lower = upper + band->fullPitch;
-    applyCoefficients(phase, lines, {band->fullGuide + upper, band->fullGuide + lower},
-                      {band->fullOut + upper, band->fullOut + lower},
-                      std::ptrdiff_t{kUpsampling} * band->lowWidth);
+  template <class Groups>
+  void operator()(std::int64_t y, Groups& groups) const {
+    const std::ptrdiff_t pitch = band->fullPitch;
+    groups.makeLuma({0, std::ptrdiff_t{kUpsampling} * band->lowWidth},
+                    {band->fullGuide + y * pitch, pitch}, {band->fullOut + y * pitch, pitch});
   }
 };
 
@@ -103,8 +103,7 @@ uint32_t FastGuideFilterMT(MMemMgr memMgr, const uint8_t* input, const uint8_t* 
   frame.eps = eps;
   const std::int64_t bytes =
       std::max(tlux::kWorkerBytesPerPitch * fullPitch, tlux::workerPoolBytes(lowW, radius));
-  tlux::WorkerTeam team;
-  return tlux::filterInStrips(memMgr, frame, bytes, team, [](const tlux::Strip& strip) {
+  return tlux::filterOnThreads(memMgr, frame, bytes, [](const tlux::Strip& strip) {
     tlux::filterStrip(strip, tlux::StoreRows{strip.band});
   });
 }

@@ -1,11 +1,12 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
 
 #include "base/bands.hpp"
-#include "guided_upsampling/coefficient_lines.hpp"
+#include "guided_upsampling/row_groups.hpp"
 #include "platform/scratch.hpp"
 #include "platform/worker_team.hpp"
 #include "tlux/fast_guided_filter.h"
@@ -18,11 +19,16 @@ namespace tlux {
 // What the smoothed coefficients of a band are like.
 enum class Coefficients {
   kNone,  // they could not be computed
-  kShort, // they fit ShortLines
+  kShort, // they fit ShortGroups
   kLong,
 };
 
 Coefficients computeCoefficients(const TLUX_GUIDE_CONTEXT& band);
+
+// Of coefficients whose magnitudes ShortGroups can do with.
+constexpr Coefficients smallCoefficients(std::int32_t lowWidth) {
+  return lowWidth < kFewestShortCells ? Coefficients::kLong : Coefficients::kShort;
+}
 
 // Size of the private pool that holds what a worker allocates: the filter's buffers and `ownBytes`
 // of the caller's.
@@ -64,107 +70,46 @@ struct Strip {
 // Low-resolution rows of a strip. The line at its top is interpolated once more for each strip.
 inline constexpr std::int32_t kStripRows = 4;
 
-// Rows of long coefficients at full width: each low row is interpolated once, as the lower line,
-// which then becomes the upper one.
-class LongLineRing {
- public:
-  using Sample = std::int32_t;
-  static constexpr int kPlanes = 4; // of Sample
-
-  LongLineRing(Sample* scratch, std::ptrdiff_t lowWidth)
-      : a_(scratch), b_(scratch + 2 * kUpsampling * lowWidth), lowWidth_(lowWidth) {}
-
-  void interpolate(const TLUX_GUIDE_CONTEXT& band, std::int32_t y) {
-    upsampleRow(band.smoothA + y * lowWidth_, a_ + at(y), lowWidth_);
-    upsampleRow(band.smoothB + y * lowWidth_, b_ + at(y), lowWidth_);
-  }
-  LongLines between(std::int32_t upper, std::int32_t lower) const {
-    return {a_ + at(upper), a_ + at(lower), b_ + at(upper), b_ + at(lower)};
-  }
-
- private:
-  std::ptrdiff_t at(std::int32_t y) const { return y % 2 * kUpsampling * lowWidth_; }
-
-  Sample* a_;
-  Sample* b_;
-  std::ptrdiff_t lowWidth_;
-};
-
-// The same of short ones.
-class ShortLineRing {
- public:
-  using Sample = std::int16_t;
-  static constexpr int kPlanes = kShortPlanes;
-
-  ShortLineRing(Sample* scratch, std::ptrdiff_t lowWidth)
-      : scratch_(scratch), lowWidth_(lowWidth) {}
-
-  void interpolate(const TLUX_GUIDE_CONTEXT& band, std::int32_t y) {
-    upsampleShortLine(band.smoothA + y * lowWidth_, band.smoothB + y * lowWidth_, line(y),
-                      lowWidth_);
-  }
-  ShortLines between(std::int32_t upper, std::int32_t lower) const {
-    const ShortLines lines = {line(upper), line(lower), {plane(6), plane(7)}};
-    computeSteps(lines.upper, lines.lower, lines.step, kUpsampling * lowWidth_);
-    return lines;
-  }
-
- private:
-  Sample* plane(int i) const { return scratch_ + i * kUpsampling * lowWidth_; }
-  ShortLine line(std::int32_t y) const {
-    const int first = y % 2 * 3;
-    return {plane(first), plane(first + 1), plane(first + 2)};
-  }
-
-  Sample* scratch_;
-  std::ptrdiff_t lowWidth_;
-};
-
-template <class Ring, class EmitRows>
-bool upsampleStrip(const Strip& strip, EmitRows emitRows) {
+template <class Groups, class EmitGroup>
+bool upsampleStrip(const Strip& strip, EmitGroup emitGroup) {
   const TLUX_GUIDE_CONTEXT& band = *strip.band;
   const Band rows = strip.rows;
   const std::int32_t last = rowsOf(band).end - 1;
-  const Scratch<typename Ring::Sample> scratch(
-      strip.manager, Ring::kPlanes * kUpsampling * std::int64_t{band.lowWidth});
+  const Scratch<typename Groups::Sample> scratch(strip.manager,
+                                                 Groups::scratchSamples(band.lowWidth));
   if (!scratch) return false;
 
-  Ring ring(scratch.get(), band.lowWidth);
-  ring.interpolate(band, rows.first);
+  Groups groups({band.smoothA, band.smoothB, band.lowWidth}, scratch.get());
+  groups.start(rows.first);
   for (std::int32_t y = rows.first; y < rows.end; ++y) {
-    const std::int32_t next = y < last ? y + 1 : y; // bands are not blended
-    if (next != y) ring.interpolate(band, next);
-    const auto lines = ring.between(y, next);
-    for (int phase = 0; phase < kUpsampling; phase += 2) {
-      emitRows(std::int64_t{kUpsampling} * y + phase, phase, lines);
-    }
+    groups.advance(std::min(y + 1, last)); // bands are not blended
+    emitGroup(std::int64_t{kUpsampling} * y, groups);
   }
   return true;
 }
 
-// Calls emitRows(y, phase, lines) for each pair y, y + 1 of full-resolution rows of a strip. False,
-// and nothing is emitted, when memory is short or the band has no coefficients.
-template <class EmitRows>
-bool filterStrip(const Strip& strip, EmitRows emitRows) {
+// Calls emitGroup(y, groups) for the rows y to y + 7 of each group of a strip; see row_groups.hpp.
+// False, and nothing is emitted, when memory is short or the band has no coefficients.
+template <class EmitGroup>
+bool filterStrip(const Strip& strip, EmitGroup emitGroup) {
   if (strip.rows.first >= strip.rows.end || strip.coefficients == Coefficients::kNone) return false;
-  return strip.coefficients == Coefficients::kShort ? upsampleStrip<ShortLineRing>(strip, emitRows)
-                                                    : upsampleStrip<LongLineRing>(strip, emitRows);
+  return strip.coefficients == Coefficients::kShort ? upsampleStrip<ShortGroups>(strip, emitGroup)
+                                                    : upsampleStrip<LongGroups>(strip, emitGroup);
 }
 
 // The same for a whole band, whose coefficients are computed first.
-template <class EmitRows>
-bool filterBand(const TLUX_GUIDE_CONTEXT& band, EmitRows emitRows) {
+template <class EmitGroup>
+bool filterBand(const TLUX_GUIDE_CONTEXT& band, EmitGroup emitGroup) {
   const Band rows = rowsOf(band);
   if (rows.first >= rows.end) return false;
-  return filterStrip({&band, rows, computeCoefficients(band), band.manager}, emitRows);
+  return filterStrip({&band, rows, computeCoefficients(band), band.manager}, emitGroup);
 }
 
-// Calls work(strip) for all strips of a frame, `frame` describing all but the memory and the rows
-// of the bands. Result codes as FastGuideFilterMT(); of a team that is not complete, as many bands
-// are done as threads were started.
+// Calls work(strip) for all strips of the first `bandCount` bands of a frame, `frame` describing
+// all but the memory and the rows of the bands.
 template <class Work>
 std::uint32_t filterInStrips(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
-                             std::int64_t workerBytes, WorkerTeam& team, Work work) {
+                             std::int64_t workerBytes, Team& team, int bandCount, Work work) {
   static_assert(WorkerTeam::kSize == kBandCount, "a pool serves a band, then a slot");
   if (frame.lowWidth == 0 || frame.lowHeight == 0) return TLUX_OK;
   if (frame.lowWidth < 0 || frame.lowHeight < 0) return TLUX_ERR_NO_MEMORY;
@@ -192,12 +137,12 @@ std::uint32_t filterInStrips(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
   }
 
   std::array<Coefficients, kBandCount> coefficients{};
-  team.share(team.started(), [&](std::int64_t index, int /*slot*/) {
+  team.share(bandCount, [&](std::int64_t index, int /*slot*/) {
     const auto i = static_cast<std::size_t>(index);
     coefficients[i] = computeCoefficients(bands[i]);
   });
   const std::int64_t stripsPerBand = (std::int64_t{bandRows} + kStripRows - 1) / kStripRows;
-  team.share(team.started() * stripsPerBand, [&](std::int64_t index, int slot) {
+  team.share(bandCount * stripsPerBand, [&](std::int64_t index, int slot) {
     const auto i = static_cast<std::size_t>(index / stripsPerBand);
     const Band rows = rowsOf(bands[i]);
     const auto first = static_cast<std::int32_t>(rows.first + index % stripsPerBand * kStripRows);
@@ -206,7 +151,19 @@ std::uint32_t filterInStrips(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
     work(Strip{
         &bands[i], {first, end}, coefficients[i], bands[static_cast<std::size_t>(slot)].manager});
   });
-  return team.isComplete() ? TLUX_OK : TLUX_ERR_THREAD;
+  return TLUX_OK;
+}
+
+// The same with threads for this call alone. Result codes as FastGuideFilterMT(): when a thread
+// cannot be started, as many bands are done as others were.
+template <class Work>
+std::uint32_t filterOnThreads(MMemMgr manager, const TLUX_GUIDE_CONTEXT& frame,
+                              std::int64_t workerBytes, Work work) {
+  WorkerTeam team;
+  const int bandCount = team.isComplete() ? kBandCount : team.started();
+  const std::uint32_t result = filterInStrips(manager, frame, workerBytes, team, bandCount, work);
+  const bool isEmpty = frame.lowWidth == 0 || frame.lowHeight == 0;
+  return result == TLUX_OK && !isEmpty && !team.isComplete() ? TLUX_ERR_THREAD : result;
 }
 
 } // namespace tlux

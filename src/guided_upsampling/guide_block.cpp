@@ -35,18 +35,53 @@ template <class Mean>
   }
 }
 
-// Windows before the first with a negative variance or a zero denominator.
-[[gnu::always_inline]] inline std::ptrdiff_t countSolvable(const std::uint32_t* variance,
-                                                           std::uint32_t eps,
-                                                           std::ptrdiff_t width) {
+// What the moments of a row are like.
+struct RowKind {
+  std::ptrdiff_t
+      solvable; // windows before the first with a negative variance or a zero denominator
+  bool isShort; // for solveShortRow()
+};
+
+constexpr std::int32_t kLargestCovariance = (1 << 14) - 1;
+constexpr std::int32_t kLargestDenominator = (1 << 24) - 1;
+
+[[gnu::always_inline]] inline RowKind kindOf(const SumRows& moments, std::uint32_t eps,
+                                             std::ptrdiff_t width) {
+  const std::uint32_t* __restrict variance = moments[2];
+  const std::uint32_t* __restrict covariance = moments[3];
   const auto isBad = [eps](std::uint32_t v) {
     return static_cast<std::int32_t>(v) < 0 || v + eps == 0;
   };
   unsigned bad = 0;
+  unsigned large = 0;
   for (std::ptrdiff_t x = 0; x < width; ++x) {
     bad |= isBad(variance[x]) ? 1u : 0u;
+    large |= variance[x] + eps > kLargestDenominator ? 1u : 0u;
+    large |= covariance[x] + kLargestCovariance > 2 * kLargestCovariance ? 1u : 0u;
   }
-  return bad == 0 ? width : std::find_if(variance, variance + width, isBad) - variance;
+  const std::ptrdiff_t solvable =
+      bad == 0 ? width : std::find_if(variance, variance + width, isBad) - variance;
+  return {solvable, bad == 0 && large == 0};
+}
+
+// As solveRow(), for quotients whose operands are below 2^24 and thus exact as floats: the float
+// quotient's rounding error is at most 2^-24 of a dividend below 2^24, over the divisor d, so below
+// 1/d; a quotient that is no integer is at least 1/d away from the next.
+[[gnu::always_inline]] inline void solveShortRow(const SumRows& moments, std::uint32_t eps,
+                                                 std::int32_t* __restrict aRow,
+                                                 std::int32_t* __restrict bRow,
+                                                 std::ptrdiff_t count) {
+  const std::uint32_t* __restrict meanI = moments[0];
+  const std::uint32_t* __restrict meanP = moments[1];
+  const std::uint32_t* __restrict variance = moments[2];
+  const std::uint32_t* __restrict covariance = moments[3];
+  for (std::ptrdiff_t x = 0; x < count; ++x) {
+    const auto dividend = static_cast<float>(static_cast<std::int32_t>(covariance[x] * 1024));
+    const auto divisor = static_cast<float>(static_cast<std::int32_t>(variance[x] + eps));
+    const auto a = static_cast<std::int32_t>(dividend / divisor);
+    aRow[x] = a;
+    bRow[x] = static_cast<std::int32_t>(meanP[x] * 1024 - meanI[x] * static_cast<std::uint32_t>(a));
+  }
 }
 
 // a = covariance · 1024 / (variance + eps), truncated toward zero, and b = meanP · 1024 − meanI ·
@@ -75,7 +110,7 @@ template <class Mean>
 using ByteSums = GuideSums<std::uint8_t, std::uint32_t>;
 
 // Where the coefficients of the windows go.
-struct CoefficientMaps {
+struct SolvedMaps {
   std::int32_t* a;
   std::int32_t* b;
   std::ptrdiff_t width;
@@ -84,24 +119,29 @@ struct CoefficientMaps {
 
 template <class Mean>
 [[gnu::always_inline]] inline bool solveAllRows(ByteSums& windows, Band rows, Band image, Mean mean,
-                                                const CoefficientMaps& out) {
+                                                const SolvedMaps& out) {
   return windows.slide(
       rows, image, [&](std::int32_t y, const SumRows& sums) __attribute__((always_inline)) {
         momentsOf(sums, mean, out.width);
-        const std::ptrdiff_t count = countSolvable(sums[2], out.eps, out.width);
-        const std::ptrdiff_t row = y * out.width;
-        solveRow(sums, out.eps, out.a + row, out.b + row, count);
-        return count == out.width;
+        const RowKind kind = kindOf(sums, out.eps, out.width);
+        std::int32_t* const a = out.a + y * out.width;
+        std::int32_t* const b = out.b + y * out.width;
+        if (kind.isShort) {
+          solveShortRow(sums, out.eps, a, b, out.width);
+        } else {
+          solveRow(sums, out.eps, a, b, kind.solvable);
+        }
+        return kind.solvable == out.width;
       });
 }
 
 TLUX_MULTIVERSION bool solveRows(ByteSums& windows, Band rows, Band image, ShiftedMean mean,
-                                 const CoefficientMaps& out) {
+                                 const SolvedMaps& out) {
   return solveAllRows(windows, rows, image, mean, out);
 }
 
 TLUX_MULTIVERSION bool solveRows(ByteSums& windows, Band rows, Band image, TruncatedMean mean,
-                                 const CoefficientMaps& out) {
+                                 const SolvedMaps& out) {
   return solveAllRows(windows, rows, image, mean, out);
 }
 
@@ -117,7 +157,7 @@ std::uint32_t guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> i
   const Scratch<std::uint32_t> scratch(manager, ByteSums::scratchCount(input.width, radius));
   if (!scratch) return TLUX_ERR_NO_MEMORY;
   ByteSums windows(scratch.get(), input.width, radius, {input, guide});
-  const CoefficientMaps out = {a, b, input.width, static_cast<std::uint32_t>(eps)};
+  const SolvedMaps out = {a, b, input.width, static_cast<std::uint32_t>(eps)};
   const Band image = {0, input.height};
   const bool solved =
       withMeanFor(radius, [&](auto mean) { return solveRows(windows, rows, image, mean, out); });

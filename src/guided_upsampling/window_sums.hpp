@@ -5,13 +5,15 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 #include "base/bands.hpp"
 #include "base/fixed_point.hpp"
 
-// Box sums whose cost does not depend on the radius: column sums slide down the rows, and on each
-// row the sum of 2r columns slides along.
+// Box sums whose cost hardly depends on the radius: column sums slide down the rows, and on each
+// row sums of 2r columns are made of sums of 2, 4, 8 … or, of floating point and for large radii,
+// slide along.
 //
 // The window of (x, y) holds the 2r × 2r samples of rows y − r … y + r − 1 and columns x − r …
 // x + r − 1, one more above and to the left than below and to the right. Beyond the edges the
@@ -123,32 +125,94 @@ class WindowSums {
     });
   }
 
-  // One loop per quantity, so that each vectorises.
+  // One loop for all quantities, over pointers that compilers can tell apart.
   template <class Moments>
   [[gnu::always_inline]] void addToColumns(const Moments& moments) {
     [&]<std::size_t... k>(std::index_sequence<k...>) {
-      (addToColumn<k>(padded_[k] + radius_, moments), ...);
+      addToColumns(moments, width_, std::index_sequence<k...>(), (padded_[k] + radius_)...);
     }
     (std::make_index_sequence<kMoments>());
   }
 
-  template <std::size_t k, class Moments>
-  [[gnu::always_inline]] void addToColumn(Sum* __restrict column, const Moments& moments) const {
-    for (std::ptrdiff_t x = 0; x < width_; ++x) {
-      column[x] += moments(x)[k];
+  template <class Moments, std::size_t... k, class... Sums>
+  [[gnu::always_inline]] static void addToColumns(const Moments& moments, std::ptrdiff_t width,
+                                                  std::index_sequence<k...> /*all*/,
+                                                  Sums* __restrict... columns) {
+    for (std::ptrdiff_t x = 0; x < width; ++x) {
+      const auto all = moments(x);
+      ((columns[x] += all[k]), ...);
+    }
+  }
+
+  [[gnu::always_inline]] void sweep() const {
+    if constexpr (std::is_integral_v<Sum>) {
+      if (radius_ <= kLargestDoubled) {
+        for (std::size_t k = 0; k < kMoments; ++k) {
+          repeatEnds(padded_[k]);
+          sweepByDoubling(padded_[k], sums_[k]);
+        }
+        return;
+      }
+    }
+    sweepAlong();
+  }
+
+  [[gnu::always_inline]] void repeatEnds(Sum* padded) const {
+    const std::ptrdiff_t last = std::ptrdiff_t{width_} + radius_ - 1;
+    std::fill(padded, padded + radius_, padded[radius_]);
+    std::fill(padded + last + 1, padded + last + 1 + radius_, padded[last]);
+  }
+
+  // Radii whose sums are made by doubling, and columns that are made at a time.
+  static constexpr std::int32_t kLargestDoubled = 64;
+  static constexpr std::ptrdiff_t kPiece = 256;
+
+  // `part` may begin later in `sums`.
+  [[gnu::always_inline]] static void addTo(Sum* sums, const Sum* part, std::ptrdiff_t count) {
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+      sums[i] += part[i];
+    }
+  }
+
+  // Each sum of 2r columns is made of the sums of 2^n that the binary digits of 2r stand for.
+  [[gnu::always_inline]] void sweepByDoubling(const Sum* __restrict padded,
+                                              Sum* __restrict sums) const {
+    const std::ptrdiff_t span = 2 * std::ptrdiff_t{radius_};
+    Sum powers[kPiece + 2 * kLargestDoubled]; // sums of `power` columns from each one on
+    for (std::ptrdiff_t first = 0; first < width_; first += kPiece) {
+      const std::ptrdiff_t count = std::min(kPiece, width_ - first);
+      const Sum* const from = padded + first;
+      Sum* const to = sums + first;
+      std::ptrdiff_t held = count + span - 1;
+      for (std::ptrdiff_t i = 0; i < held; ++i) {
+        powers[i] = from[i] + from[i + 1];
+      }
+      std::ptrdiff_t taken = 0;
+      for (std::ptrdiff_t power = 2;; power *= 2) {
+        if ((span & power) != 0) {
+          const Sum* const part = powers + taken;
+          if (taken == 0) {
+            std::copy_n(part, count, to);
+          } else {
+            addTo(to, part, count);
+          }
+          taken += power;
+        }
+        if (taken == span) break;
+        held -= power;
+        addTo(powers, powers + power, held);
+      }
     }
   }
 
   // All quantities side by side, since each step waits for the one before.
-  [[gnu::always_inline]] void sweep() const {
-    const std::ptrdiff_t last = std::ptrdiff_t{width_} + radius_ - 1;
+  [[gnu::always_inline]] void sweepAlong() const {
     const std::ptrdiff_t span = 2 * std::ptrdiff_t{radius_};
     const std::array<Sum*, kMoments> padded = padded_;
     const std::array<Sum*, kMoments> sums = sums_;
     std::array<Sum, kMoments> sum{};
     for (std::size_t k = 0; k < kMoments; ++k) {
-      std::fill(padded[k], padded[k] + radius_, padded[k][radius_]);
-      std::fill(padded[k] + last + 1, padded[k] + last + 1 + radius_, padded[k][last]);
+      repeatEnds(padded[k]);
       for (std::ptrdiff_t i = 0; i < span; ++i) {
         sum[k] += padded[k][i];
       }

@@ -2,16 +2,16 @@
 
 #include <sched.h>
 #include <time.h>
+#include <unistd.h>
+
+#include <algorithm>
 
 namespace tlux {
 namespace {
 
 // How long somebody looks whether a wait is over before going to sleep: waking up a sleeping
-// processor takes about as long as a small share. The caller looks for less, since it may keep from
-// work the very thread it waits for; a thread without work leaves the processor to whoever has
-// some.
-constexpr std::int64_t kCallerLooks = 10'000; // ns
-constexpr std::int64_t kThreadLooks = 100'000;
+// processor takes about as long as a small share.
+constexpr std::int64_t kLooks = 150'000; // ns
 
 std::int64_t now() {
   timespec time{};
@@ -19,78 +19,105 @@ std::int64_t now() {
   return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
-template <class IsOver, class Pause>
-void watch(std::int64_t duration, IsOver isOver, Pause pause) {
-  const std::int64_t end = now() + duration;
+// Whoever looks leaves the processor to others that have work.
+template <class IsOver>
+void watch(IsOver isOver) {
+  const std::int64_t end = now() + kLooks;
   while (!isOver() && now() < end) {
-    pause();
+    sched_yield();
   }
 }
+
+class Lock {
+ public:
+  explicit Lock(pthread_mutex_t& mutex) : mutex_(mutex) { pthread_mutex_lock(&mutex_); }
+  Lock(const Lock&) = delete;
+  Lock& operator=(const Lock&) = delete;
+  ~Lock() { pthread_mutex_unlock(&mutex_); }
+
+ private:
+  pthread_mutex_t& mutex_;
+};
 
 } // namespace
 
-WorkerTeam::WorkerTeam(int threads, int size)
+int usefulParticipants() {
+#if defined(__linux__)
+  cpu_set_t processors;
+  const bool isKnown = sched_getaffinity(0, sizeof processors, &processors) == 0;
+  const long count = isKnown ? CPU_COUNT(&processors) : sysconf(_SC_NPROCESSORS_ONLN);
+#else
+  const long count = sysconf(_SC_NPROCESSORS_ONLN);
+#endif
+  return static_cast<int>(std::clamp<long>(count, 1, WorkerTeam::kSize));
+}
+
+WorkerTeam::WorkerTeam(int participants)
     : Team([](Team& team, std::int64_t count, Call call,
               void* work) { static_cast<WorkerTeam&>(team).perform(count, call, work); },
-           size),
-      wanted_(threads) {
+           std::clamp(participants, 1, kMostThreads + 1)),
+      wanted_(size() - 1) {
+  if (wanted_ == 0) return;
+  pthread_mutex_init(&starting_, nullptr);
   pthread_mutex_init(&mutex_, nullptr);
-  pthread_cond_init(&started_, nullptr);
   pthread_cond_init(&opened_, nullptr);
   pthread_cond_init(&left_, nullptr);
-  threads_[0] = TLUX_MThreadCreate(&WorkerTeam::runFirst, this);
-  if (threads_[0] == 0) finishStart(0);
+  const Lock lock(starting_);
+  startNext();
 }
 
 WorkerTeam::~WorkerTeam() {
-  pthread_mutex_lock(&mutex_);
-  isDismissed_ = true;
-  pthread_cond_broadcast(&opened_);
-  pthread_mutex_unlock(&mutex_);
-  for (const TLUX_MThread& thread : threads_) { // the first has started the others when it ends
-    if (thread != 0) MWaitForSingleThread(thread, ~0u);
+  if (wanted_ == 0) return;
+  dismiss();
+  // The first thread may still be starting others, but has done so when it ends.
+  if (threads_[0] != 0) MWaitForSingleThread(threads_[0], ~0u);
+  for (std::size_t i = 1; i < threads_.size(); ++i) {
+    if (threads_[i] != 0) MWaitForSingleThread(threads_[i], ~0u);
   }
   pthread_cond_destroy(&left_);
   pthread_cond_destroy(&opened_);
-  pthread_cond_destroy(&started_);
   pthread_mutex_destroy(&mutex_);
+  pthread_mutex_destroy(&starting_);
+}
+
+void WorkerTeam::dismiss() {
+  if (wanted_ == 0) return;
+  const Lock lock(mutex_);
+  isDismissed_ = true;
+  pthread_cond_broadcast(&opened_);
 }
 
 void* WorkerTeam::run(void* team) {
-  static_cast<WorkerTeam*>(team)->serve();
+  auto& own = *static_cast<WorkerTeam*>(team);
+  own.startOthers();
+  own.serve();
   return nullptr;
 }
 
-void* WorkerTeam::runFirst(void* team) {
-  static_cast<WorkerTeam*>(team)->startOthers();
-  return run(team);
-}
-
-void WorkerTeam::startOthers() {
-  int started = 1;
-  for (; started < wanted_; ++started) {
-    const TLUX_MThread thread = TLUX_MThreadCreate(&WorkerTeam::run, this);
-    if (thread == 0) break;
-    threads_[static_cast<std::size_t>(started)] = thread;
+// With starting_ held.
+void WorkerTeam::startNext() {
+  const TLUX_MThread thread = TLUX_MThreadCreate(&WorkerTeam::run, this);
+  if (thread == 0) {
+    hasFailed_ = true;
+  } else {
+    threads_[static_cast<std::size_t>(startedCount_++)] = thread;
   }
-  finishStart(started);
 }
 
-void WorkerTeam::finishStart(int started) {
-  pthread_mutex_lock(&mutex_);
-  startedCount_ = started;
-  pthread_cond_signal(&started_);
-  pthread_mutex_unlock(&mutex_);
+// Started one by one, by whoever comes first: each thread when it begins, or the caller when it has
+// to know.
+void WorkerTeam::startOthers() {
+  const Lock lock(starting_);
+  while (startedCount_ < wanted_ && !hasFailed_) {
+    startNext();
+  }
 }
 
 int WorkerTeam::started() {
-  pthread_mutex_lock(&mutex_);
-  while (startedCount_ < 0) {
-    pthread_cond_wait(&started_, &mutex_);
-  }
-  const int started = startedCount_;
-  pthread_mutex_unlock(&mutex_);
-  return started;
+  if (wanted_ == 0) return 0;
+  startOthers();
+  const Lock lock(starting_);
+  return startedCount_;
 }
 
 void WorkerTeam::takePart(int slot) {
@@ -102,27 +129,30 @@ void WorkerTeam::takePart(int slot) {
 }
 
 void WorkerTeam::perform(std::int64_t count, Call call, void* work) {
-  pthread_mutex_lock(&mutex_);
-  call_ = call;
-  work_ = work;
-  count_ = count;
-  next_.store(0, std::memory_order_relaxed);
-  slots_ = 1;
-  isOpen_ = true;
-  ++shares_;
-  pthread_cond_signal(&opened_); // also when one looks: it may have lost its processor meanwhile
-  pthread_mutex_unlock(&mutex_);
-
+  if (wanted_ == 0 || count == 1 || isDismissed_) {
+    for (std::int64_t item = 0; item < count; ++item) {
+      call(work, item, 0);
+    }
+    return;
+  }
+  {
+    const Lock lock(mutex_);
+    call_ = call;
+    work_ = work;
+    count_ = count;
+    next_.store(0, std::memory_order_relaxed);
+    slots_ = 1;
+    isOpen_ = true;
+    ++shares_;
+    pthread_cond_signal(&opened_); // also when one looks: it may have lost its processor meanwhile
+  }
   takePart(0);
-
-  watch(
-      kCallerLooks, [this] { return active_ == 0; }, [] {});
-  pthread_mutex_lock(&mutex_);
+  watch([this] { return active_ == 0; });
+  const Lock lock(mutex_);
   isOpen_ = false;
   while (active_ > 0) {
     pthread_cond_wait(&left_, &mutex_);
   }
-  pthread_mutex_unlock(&mutex_);
 }
 
 bool WorkerTeam::canJoin(std::int64_t served) const {
@@ -133,13 +163,9 @@ bool WorkerTeam::canJoin(std::int64_t served) const {
 void WorkerTeam::waitForShare() {
   const std::int64_t seen = shares_;
   const auto isOver = [this, seen] { return shares_ != seen || isDismissed_; };
-  if (!isWatched_) {
-    isWatched_ = true;
-    pthread_mutex_unlock(&mutex_);
-    watch(kThreadLooks, isOver, [] { sched_yield(); });
-    pthread_mutex_lock(&mutex_);
-    isWatched_ = false;
-  }
+  pthread_mutex_unlock(&mutex_);
+  watch(isOver);
+  pthread_mutex_lock(&mutex_);
   if (!isOver()) pthread_cond_wait(&opened_, &mutex_);
 }
 
@@ -147,7 +173,7 @@ void WorkerTeam::waitForShare() {
 // one, so that the caller need not wake them all.
 void WorkerTeam::serve() {
   std::int64_t served = 0;
-  pthread_mutex_lock(&mutex_);
+  const Lock lock(mutex_);
   while (!isDismissed_) {
     if (!canJoin(served)) {
       waitForShare();
@@ -162,7 +188,6 @@ void WorkerTeam::serve() {
     pthread_mutex_lock(&mutex_);
     if (--active_ == 0) pthread_cond_signal(&left_);
   }
-  pthread_mutex_unlock(&mutex_);
 }
 
 } // namespace tlux

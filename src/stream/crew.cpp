@@ -48,7 +48,7 @@ Crew::Crew(const TLUX_STREAM_OPTIONS& options) : size_(static_cast<int>(workersO
 
 bool Crew::start() {
   if (callers_ || size_ == 1) return true;
-  if (!threads_) threads_.emplace(size_ - 1, size_);
+  if (!threads_) threads_.emplace(size_);
   if (threads_->isComplete()) return true;
   threads_.reset();
   return false;

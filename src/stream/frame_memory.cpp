@@ -43,9 +43,8 @@ FrameLayout::FrameLayout(std::int32_t width, std::int32_t height, std::uint32_t 
   const std::int64_t scoring = shared_ + logLuma + scoreBytes_;
 
   take(4 * bytesOf<std::int32_t>(pixels()));
-  rowBytes_ = wholeLines(8 * std::int64_t{refWidth_});
-  workerBytes_ = wholeLines(filterPoolBytes(refWidth_)) + 3 * rowBytes_;
-  workerRows_ = take(filterPools(workers) * workerBytes_);
+  workerBytes_ = wholeLines(filterPoolBytes(refWidth_));
+  workers_ = take(filterPools(workers) * workerBytes_);
   bytes_ = std::max(scoring, end);
 }
 
@@ -70,19 +69,9 @@ CoefficientPlanes FrameMemory::coefficients() const {
   return {nth(0), nth(1), nth(2), nth(3)};
 }
 
-std::byte* FrameMemory::workerMemory(int worker) const {
-  return block_ + layout_.workerRows_ + worker * layout_.workerBytes_;
-}
-
-std::uint8_t* FrameMemory::workerRow(int worker, int row) const {
-  return reinterpret_cast<std::uint8_t*>(workerMemory(worker)) + row * layout_.rowBytes_;
-}
-
 MMemMgr FrameMemory::workerPool(int worker) const {
-  constexpr int kRows = 3;
-  return MMemMgrCreate(
-      workerMemory(worker) + kRows * layout_.rowBytes_,
-      static_cast<std::uint64_t>(layout_.workerBytes_ - kRows * layout_.rowBytes_));
+  return MMemMgrCreate(block_ + layout_.workers_ + worker * layout_.workerBytes_,
+                       static_cast<std::uint64_t>(layout_.workerBytes_));
 }
 
 } // namespace tlux

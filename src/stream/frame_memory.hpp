@@ -31,8 +31,7 @@ class FrameLayout {
   std::int64_t scores_;
   std::int64_t gains_;
   std::int64_t shared_;
-  std::int64_t workerRows_;
-  std::int64_t rowBytes_; // of a worker
+  std::int64_t workers_;
   std::int64_t bytes_;
 };
 
@@ -65,10 +64,9 @@ class FrameMemory {
   std::int16_t* logLuma() const { return at<std::int16_t>(layout_.shared_); }
   MMemMgr scorePool() const;
 
-  // While the frame is filtered: the maps, and for each worker a pool and three rows of the frame.
+  // While the frame is filtered: the maps, and for each worker a pool.
   CoefficientPlanes coefficients() const;
   MMemMgr workerPool(int worker) const;
-  std::uint8_t* workerRow(int worker, int row) const;
 
  private:
   template <class T>
@@ -79,7 +77,6 @@ class FrameMemory {
   Plane<T> plane(std::int64_t offset) const {
     return packedPlane(at<T>(offset), layout_.refWidth_, layout_.refHeight_);
   }
-  std::byte* workerMemory(int worker) const;
 
   MMemMgr manager_;
   std::byte* block_ = nullptr;

@@ -31,54 +31,54 @@ void copyRows(const StreamFrame& frame, int plane, std::int64_t first, std::int6
   }
 }
 
-// Makes the rows of a frame in pairs: luma, and while it is in the nearest cache the chroma.
-class PairWriter {
+// Makes the rows of a frame in tiles: luma, and while it is in the nearest cache the chroma. What
+// is made waits in buffers, since chroma is made of both lumas, of which the new one may replace
+// the old, and a range is kept by what was there before.
+class TileWriter {
  public:
-  // `rows` of the worker, three: what may not be written yet, since it would replace what is still
-  // to be read, waits there.
-  PairWriter(const StreamFrame& frame, std::array<std::uint8_t*, 3> rows)
-      : frame_(frame), rows_(rows) {}
+  explicit TileWriter(const StreamFrame& frame) : frame_(frame) {}
 
-  template <class Lines>
-  void operator()(std::int64_t y, int phase, const Lines& lines) const {
-    if (y >= frame_.source.height) return;
-    const std::ptrdiff_t width = frame_.source.width;
-    const RowPair<const std::uint8_t> guide = {rowOf(frame_.source, 0, y),
-                                               rowOf(frame_.source, 0, y + 1)};
-    const RowPair<std::uint8_t> out = {rowOf(frame_.output, 0, y), rowOf(frame_.output, 0, y + 1)};
-    // Chroma is made of both lumas of the upper row, and a range is kept by what was there before.
-    const bool isVideoRange = frame_.isVideoRange;
-    const bool waits = frame_.isInPlace() || isVideoRange;
-    const RowPair<std::uint8_t> made = {waits ? rows_[0] : out.upper,
-                                        isVideoRange ? rows_[1] : out.lower};
-    applyCoefficients(phase, lines, guide, made, width);
-    if (isVideoRange) {
-      keepInRange(guide.upper, made.upper, width, kVideoBlack, kVideoWhite);
-      keepInRange(guide.lower, made.lower, width, kVideoBlack, kVideoWhite);
+  template <class Groups>
+  void operator()(std::int64_t y, Groups& groups) const {
+    const std::int64_t rows = std::min<std::int64_t>(frame_.source.height - y, kUpsampling);
+    if (rows <= 0) return;
+    for (std::ptrdiff_t x = 0; x < frame_.source.width; x += kTile) {
+      const std::ptrdiff_t end = std::min<std::ptrdiff_t>(x + kTile, frame_.source.width);
+      std::uint8_t luma[kUpsampling * kTile];
+      groups.makeLuma({x, end, static_cast<int>(rows)},
+                      {rowOf(frame_.source, 0, y) + x, frame_.source.pitch[0]}, {luma, kTile});
+      for (std::int64_t i = 0; i < rows; ++i) {
+        writeRow(y + i, x, end - x, luma + i * kTile);
+      }
     }
-    scaleChroma(y / 2, guide.upper, made.upper);
-    store(made.upper, out.upper);
-    store(made.lower, out.lower);
   }
 
  private:
-  void scaleChroma(std::int64_t j, const std::uint8_t* oldLuma, const std::uint8_t* newLuma) const {
-    const std::ptrdiff_t width = frame_.source.width;
-    const std::uint8_t* in = rowOf(frame_.source, 1, j);
-    std::uint8_t* out = rowOf(frame_.output, 1, j);
-    std::uint8_t* made = frame_.isVideoRange ? rows_[2] : out;
-    const ChromaRule rule = {frame_.isVideoRange ? kVideoBlack : 0, frame_.colour};
-    scaleChromaRow(rule, oldLuma, newLuma, in, made, width / 2);
-    if (frame_.isVideoRange) keepInRange(in, made, width, kVideoBlack, kVideoChromaEnd);
-    store(made, out);
+  static constexpr std::ptrdiff_t kTile = 512;
+
+  void writeRow(std::int64_t y, std::ptrdiff_t x, std::ptrdiff_t count, std::uint8_t* luma) const {
+    const std::uint8_t* guide = rowOf(frame_.source, 0, y) + x;
+    if (frame_.isVideoRange) keepInRange(guide, luma, count, kVideoBlack, kVideoWhite);
+    if (y % 2 == 0) writeChroma(y / 2, x, count, guide, luma);
+    std::memcpy(rowOf(frame_.output, 0, y) + x, luma, static_cast<std::size_t>(count));
   }
 
-  void store(const std::uint8_t* made, std::uint8_t* out) const {
-    if (made != out) std::memcpy(out, made, static_cast<std::size_t>(frame_.source.width));
+  void writeChroma(std::int64_t j, std::ptrdiff_t x, std::ptrdiff_t count,
+                   const std::uint8_t* oldLuma, const std::uint8_t* newLuma) const {
+    const std::uint8_t* in = rowOf(frame_.source, 1, j) + x;
+    std::uint8_t* out = rowOf(frame_.output, 1, j) + x;
+    const ChromaRule rule = {frame_.isVideoRange ? kVideoBlack : 0, frame_.colour};
+    if (!frame_.isVideoRange) {
+      scaleChromaRow(rule, oldLuma, newLuma, in, out, count / 2);
+      return;
+    }
+    std::uint8_t made[kTile];
+    scaleChromaRow(rule, oldLuma, newLuma, in, made, count / 2);
+    keepInRange(in, made, count, kVideoBlack, kVideoChromaEnd);
+    std::memcpy(out, made, static_cast<std::size_t>(count));
   }
 
   const StreamFrame& frame_;
-  std::array<std::uint8_t*, 3> rows_;
 };
 
 // The filter of a frame: its maps lie in the frame's memory, and so does what each worker needs.
@@ -109,8 +109,7 @@ class FrameFilter {
       const auto first = static_cast<std::int32_t>(rows.first + index % stripsPerBand * kStripRows);
       if (first >= rows.end) return;
       const std::int32_t end = std::min(rows.end, first + kStripRows);
-      const PairWriter writer(frame_, {memory_.workerRow(slot, 0), memory_.workerRow(slot, 1),
-                                       memory_.workerRow(slot, 2)});
+      const TileWriter writer(frame_);
       const Strip strip = {
           &bands_[i], {first, end}, coefficients_[i], pools_[static_cast<std::size_t>(slot)]};
       if (!filterStrip(strip, writer)) copyStrip(first, end);
@@ -178,7 +177,7 @@ class FrameFilter {
         finish(rows);
       }
     });
-    coefficients_[0] = isDone ? Coefficients::kShort : Coefficients::kNone;
+    coefficients_[0] = isDone ? smallCoefficients(a.width) : Coefficients::kNone;
   }
 
   Plane<std::int32_t> mapOf(std::int32_t* data) const {

@@ -44,13 +44,24 @@ TLUX_MULTIVERSION void mapChunk(const std::uint8_t* codes, const std::uint16_t* 
                                 std::int32_t count) {
   std::int32_t gains[kChunk];
   std::int32_t linear[kChunk];
+  std::uint8_t inversions[kChunk];
+  std::uint8_t inverted[kChunk];
   for (std::int32_t i = 0; i < count; ++i) {
     gains[i] = tables.gain[scores[i]];
-    linear[i] = tables.degamma[codes[i] ^ inversionFor(gains[i])];
+  }
+  for (std::int32_t i = 0; i < count; ++i) {
+    inversions[i] = inversionFor(gains[i]);
+    inverted[i] = codes[i] ^ inversions[i];
+  }
+  for (std::int32_t i = 0; i < count; ++i) {
+    linear[i] = tables.degamma[inverted[i]];
   }
   applyGains(gains, linear, count);
   for (std::int32_t i = 0; i < count; ++i) {
-    mapped[i] = tables.gamma[linear[i]] ^ inversionFor(gains[i]);
+    inverted[i] = tables.gamma[linear[i]];
+  }
+  for (std::int32_t i = 0; i < count; ++i) {
+    mapped[i] = inverted[i] ^ inversions[i];
   }
 }
 

@@ -48,13 +48,19 @@ class RowRenderer {
   const ChromaWalk& chroma() const { return chroma_; }
   bool chromaFollows() const { return chromaFollows_; }
 
-  template <class Lines>
-  void operator()(std::int64_t y, int phase, const Lines& lines) const {
-    applyCoefficients(phase, lines, {sourceRow(y), sourceRow(y + 1)},
-                      {outputRow(y), outputRow(y + 1)}, filteredColumns_);
-    copyFrom(filteredColumns_, y);
-    copyFrom(filteredColumns_, y + 1);
-    if (chromaFollows_) chroma_.scaleRow(y / 2);
+  template <class Groups>
+  void operator()(std::int64_t y, Groups& groups) const {
+    for (std::int64_t x = 0; x < filteredColumns_; x += kTile) {
+      const std::int64_t end = std::min(x + kTile, filteredColumns_);
+      groups.makeLuma({x, end}, {sourceRow(y) + x, source_.pitch[0]},
+                      {outputRow(y) + x, output_.pitch[0]});
+      if (chromaFollows_ && end < filteredColumns_) scaleChroma(y, x, end);
+    }
+    for (int i = 0; i < kUpsampling; ++i) {
+      copyFrom(filteredColumns_, y + i);
+    }
+    if (chromaFollows_)
+      scaleChroma(y, (filteredColumns_ - 1) / kTile * kTile, ChromaWalk::kAllColumns);
   }
 
   // Rows that are not filtered.
@@ -66,6 +72,14 @@ class RowRenderer {
   }
 
  private:
+  // Columns whose luma stays in the nearest cache until their chroma is made.
+  static constexpr std::int64_t kTile = 512;
+
+  void scaleChroma(std::int64_t y, std::int64_t first, std::int64_t end) const {
+    for (std::int64_t j = y / 2; j < y / 2 + kUpsampling / 2; ++j) {
+      chroma_.scaleColumns(j, first, end);
+    }
+  }
   const std::uint8_t* sourceRow(std::int64_t y) const {
     return source_.plane[0] + y * source_.pitch[0];
   }
@@ -104,7 +118,7 @@ std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReferen
 
   const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius);
   const std::uint32_t result =
-      team.isComplete() ? filterInStrips(manager, frame, bytes, team,
+      team.isComplete() ? filterInStrips(manager, frame, bytes, team, kBandCount,
                                          [&](const Strip& strip) {
                                            if (filterStrip(strip, renderer)) return;
                                            renderer.copyRows(kUpsampling * strip.rows.first,

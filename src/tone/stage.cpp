@@ -41,7 +41,7 @@ bool allocateScores(MMemMgr manager, TLUX_ENGINE& engine) {
 
 // False when the engine has no scores of this size. Those of an earlier frame will do: better a
 // picture whose tones lag behind than none.
-bool updateScores(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine) {
+bool updateScores(MMemMgr manager, Team& team, TLUX_ENGINE& engine) {
   const bool hasScores = engine.logGainMap != nullptr && engine.logGainWidth == engine.refWidth &&
                          engine.logGainHeight == engine.refHeight;
   if (!hasScores && !allocateScores(manager, engine)) return false;
@@ -58,7 +58,7 @@ bool updateGainTable(MMemMgr manager, TLUX_ENGINE& engine, std::uint32_t strengt
   return TLUX_TonemapGainLUT(manager, &engine, strength) == TLUX_OK;
 }
 
-void mapOnTeam(WorkerTeam& team, const TLUX_ENGINE& engine, Plane<const std::uint8_t> reference,
+void mapOnTeam(Team& team, const TLUX_ENGINE& engine, Plane<const std::uint8_t> reference,
                Plane<std::uint8_t> mapped) {
   const ToneTables tables = {engine.degammaTable, engine.gammaTable, engine.gainLut};
   shareRows(&team, reference.height, kMappedRows, [&](Band part, int /*slot*/) {
@@ -95,6 +95,11 @@ bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output) {
          output->plane[0] != source->plane[0];
 }
 
+int participantsFor(const TLUX_IMAGE& source) {
+  constexpr std::int64_t kSharedPixels = 1 << 16;
+  return std::int64_t{source.width} * source.height < kSharedPixels ? 1 : usefulParticipants();
+}
+
 std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                            const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                            std::uint32_t strength, Rest rest) {
@@ -127,6 +132,6 @@ uint32_t TLUX_Tonemapping(MMemMgr manager, TLUX_ENGINE* engine, const TLUX_IMAGE
       !tlux::isReferenceFor(*engine, *source)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  tlux::WorkerTeam team;
+  tlux::WorkerTeam team(tlux::participantsFor(*source));
   return tlux::toneMapFrame(manager, team, *engine, *source, *output, *strength, tlux::Rest::kKept);
 }

@@ -15,6 +15,9 @@ inline constexpr std::int32_t kReferenceReduction = 8;
 // the same luma plane.
 bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output);
 
+// How many shall work on a frame: starting a thread for a small one takes longer than the frame.
+int participantsFor(const TLUX_IMAGE& source);
+
 // The stage behind TLUX_Tonemapping(), for arguments that fit each other.
 std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                            const TLUX_IMAGE& source, const TLUX_IMAGE& output,

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <thread>
 #include <tuple>
@@ -157,6 +158,27 @@ TEST(Run, NeedsNoMoreMemoryThanPromisedAndNoHeapBesideAPool) {
 }
 
 // Engines share nothing: frames of different sizes and strengths at the same time, marks included.
+// As many threads as processors, none for a small frame; the same picture with any number of them.
+TEST(Run, WorksOnAsManyThreadsAsThereAreProcessors) {
+  ScopedEngine engine;
+  Frame source({320, 240}, Scene::kWindow);
+  Frame alone({320, 240});
+  pretendProcessors(1);
+  EXPECT_EQ(engine.run(source, alone, kStrength), TLUX_OK);
+  for (const int processors : {1, 2, 3, 4, 8}) {
+    pretendProcessors(processors);
+    Frame output({320, 240});
+    EXPECT_EQ(sweepThreads([&] { return engine.run(source, output, kStrength); }),
+              std::min(processors, 4) - 1);
+    EXPECT_TRUE(output == alone);
+  }
+  Frame small(kSmall, Scene::kWindow);
+  Frame output(kSmall);
+  ASSERT_EQ(engine.run(small, output, kStrength), TLUX_OK);
+  EXPECT_EQ(sweepThreads([&] { return engine.run(small, output, kStrength); }), 0);
+  pretendProcessors(0);
+}
+
 TEST(Run, WorksInTwoThreadsAtOnce) {
   const auto stream = [](int width, int height, std::uint32_t strength, int count) {
     std::vector<std::uint64_t> hashes;

@@ -53,9 +53,31 @@ TEST(Run, EqualsTheReferenceForEverySceneAndStrength) {
 // Sides that are and are not multiples of 16, long and narrow ones, heights below and above that at
 // which a band of the filter is as high as its radius.
 TEST(Run, EqualsTheReferenceForManySizes) {
-  constexpr FrameShape kShapes[] = {{16, 16},   {16, 480},  {640, 16},  {18, 30},    {34, 48},
-                                    {160, 120}, {176, 144}, {320, 240}, {366, 498},  {486, 528},
-                                    {640, 480}, {1918, 48}, {48, 1078}, {1022, 1034}};
+  constexpr FrameShape kShapes[] = {{16, 16},
+                                    {16, 480},
+                                    {640, 16},
+                                    {18, 30},
+                                    {34, 48},
+                                    {160, 120},
+                                    {176, 144},
+                                    {320, 240},
+                                    {366, 498},
+                                    {486, 528},
+                                    {640, 480},
+                                    {1918, 48},
+                                    {48, 1078},
+                                    {1022, 1034},
+                                    // about the tiles and vectors of the full-size pass
+                                    {510, 34},
+                                    {512, 34},
+                                    {514, 34},
+                                    {526, 34},
+                                    {528, 34},
+                                    {530, 34},
+                                    {544, 34},
+                                    {1040, 34},
+                                    {1056, 34},
+                                    {1072, 34}};
   for (FrameShape shape : kShapes) {
     for (const std::uint32_t format : {TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_YCBCR420_YPUV}) {
       shape.format = format;

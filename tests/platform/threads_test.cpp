@@ -69,32 +69,47 @@ TEST(Threads, BadArgumentsAreAnswered) {
   EXPECT_EQ(TLUX_MEventCreate(), nullptr);
 }
 
+// A share in which two calls at the same time would be seen in one slot, or an item done twice.
+void expectEveryItemOnce(Team& team) {
+  for (const int items : {0, 1, 3, 4, 100}) {
+    std::atomic<int> running{0};
+    std::vector<int> runs(100);
+    std::atomic<bool> taken[WorkerTeam::kSize] = {};
+    team.share(items, [&](std::int64_t item, int slot) {
+      ++running;
+      EXPECT_FALSE(taken[slot].exchange(true));
+      ++runs[static_cast<std::size_t>(item)];
+      taken[slot] = false;
+      --running;
+    });
+    EXPECT_EQ(running, 0);
+    EXPECT_EQ(std::count(runs.begin(), runs.end(), 1), items);
+    EXPECT_EQ(std::count(runs.begin(), runs.end(), 0), 100 - items);
+  }
+}
+
 TEST(WorkerTeam, DoesEveryItemOnceWhateverThreadsItHas) {
-  EXPECT_EQ(sweepFaults(failThreadStart,
-                        [] {
-                          std::atomic<int> running{0};
-                          {
-                            WorkerTeam team;
-                            const bool isComplete = team.isComplete(); // once all are started
-                            EXPECT_EQ(isComplete, !faultFired());
-                            for (const int items : {0, 1, 3, 4, 100}) {
-                              std::vector<int> runs(100);
-                              std::atomic<bool> taken[WorkerTeam::kSize] = {};
-                              team.share(items, [&](std::int64_t item, int slot) {
-                                ++running;
-                                EXPECT_FALSE(taken[slot].exchange(true));
-                                ++runs[static_cast<std::size_t>(item)];
-                                taken[slot] = false;
-                                --running;
-                              });
-                              EXPECT_EQ(running, 0);
-                              EXPECT_EQ(std::count(runs.begin(), runs.end(), 1), items);
-                              EXPECT_EQ(std::count(runs.begin(), runs.end(), 0), 100 - items);
-                            }
-                          }
-                          EXPECT_EQ(running, 0);
-                        }),
-            WorkerTeam::kSize);
+  for (int participants = 1; participants <= WorkerTeam::kSize; ++participants) {
+    for (const bool isAsked : {true, false}) { // whether the caller or a thread starts the others
+      const int faults = sweepFaults(failThreadStart, [&] {
+        WorkerTeam team(participants);
+        EXPECT_TRUE(!isAsked || team.isComplete() == !faultFired());
+        expectEveryItemOnce(team);
+        team.dismiss();
+        expectEveryItemOnce(team);
+      });
+      EXPECT_TRUE(!isAsked || faults == participants - 1);
+    }
+  }
+}
+
+TEST(WorkerTeam, HasAsManyAsThereAreProcessors) {
+  for (const auto& [processors, participants] :
+       {std::pair{1, 1}, {2, 2}, {3, 3}, {4, 4}, {64, 4}}) {
+    pretendProcessors(processors);
+    EXPECT_EQ(WorkerTeam().started(), participants - 1);
+  }
+  pretendProcessors(0);
 }
 
 // Four items that wait for each other are done by four threads at the same time, in four slots;
@@ -124,7 +139,7 @@ TEST(WorkerTeam, GivesEachThreadASlotAndWaitsForAll) {
 TEST(WorkerTeam, HandsTheResultsOfAShareToTheNext) {
   constexpr std::int64_t kItems = 64;
   long values[kItems] = {};
-  WorkerTeam team;
+  WorkerTeam team(WorkerTeam::kSize);
   for (int round = 0; round < 500; ++round) {
     team.share(kItems, [&](std::int64_t item, int) { values[item] += item; });
     team.share(kItems, [&](std::int64_t item, int) { values[kItems - 1 - item] -= 1; });

@@ -91,7 +91,9 @@ TEST_P(FaultSweep, EveryFailedAllocation) {
 }
 
 TEST_P(FaultSweep, EveryFailedThreadStart) {
+  pretendProcessors(4);
   RecordProperty("faults", sweep(failThreadStart, TLUX_ERR_THREAD));
+  pretendProcessors(0);
 }
 
 // Pools that start and end at multiples of 8, from the smallest to the first that is large enough.

@@ -59,7 +59,7 @@ TEST(RetinexScore, MatchesTheFormula) {
 // The score of codes, whose steps threads share when the frame is large: also one whose pyramid
 // leaves no room for a blend of every thread.
 TEST(RetinexScore, OfCodesMatchesTheFormulaWhoeverDoesIt) {
-  WorkerTeam team;
+  WorkerTeam team(WorkerTeam::kSize);
   for (const auto& [width, height] :
        {std::pair{66, 30}, {302, 218}, {480, 270}, {8200, 8}, {4100, 17}, {4100, 46}}) {
     SCOPED_TRACE(testing::Message() << width << "x" << height);

@@ -1,6 +1,7 @@
 #include "support/fault_injection.hpp"
 
 #include <pthread.h>
+#include <sched.h>
 
 #include <atomic>
 #include <cerrno>
@@ -10,6 +11,7 @@ namespace {
 
 std::atomic<int> allocationsToFault{0};
 std::atomic<int> threadStartsToFault{0};
+std::atomic<int> processors{0};
 std::atomic<bool> fired{false};
 std::atomic<long> live{0};
 std::atomic<long> asked{0};
@@ -38,6 +40,10 @@ void failThreadStart(int n) {
   arm(threadStartsToFault, n);
 }
 
+void pretendProcessors(int count) {
+  processors = count;
+}
+
 bool faultFired() {
   return fired;
 }
@@ -64,6 +70,7 @@ void* __real_realloc(void* block, std::size_t size);
 void __real_free(void* block);
 int __real_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                           void* (*routine)(void*), void* argument);
+int __real_sched_getaffinity(pid_t process, std::size_t size, cpu_set_t* set);
 int __real_pthread_join(pthread_t thread, void** result);
 
 void* __wrap_malloc(std::size_t size) {
@@ -93,6 +100,16 @@ int __wrap_pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
   const int error = __real_pthread_create(thread, attributes, routine, argument);
   if (error == 0) ++running;
   return error;
+}
+
+int __wrap_sched_getaffinity(pid_t process, std::size_t size, cpu_set_t* set) {
+  const int error = __real_sched_getaffinity(process, size, set);
+  if (processors == 0 || error != 0) return error;
+  CPU_ZERO(set);
+  for (int i = 0; i < processors; ++i) {
+    CPU_SET(i, set);
+  }
+  return 0;
 }
 
 int __wrap_pthread_join(pthread_t thread, void** result) {

@@ -12,6 +12,8 @@ namespace tlux::test {
 // pthread_create calls of the library and of the test program, not those of shared libraries.
 void failAllocation(int n);
 void failThreadStart(int n);
+// Makes the library believe that the process may use so many processors; 0: as many as it may.
+void pretendProcessors(int count);
 // Whether the fault asked for last has happened.
 bool faultFired();
 

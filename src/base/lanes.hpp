@@ -1,0 +1,83 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+// The vocabulary of the kernels whose time is the run's: vectors of bytes and of 16-bit numbers,
+// with the arithmetic of the compiler's own vector types (+ - * << >> & and comparisons, which give
+// masks), and the few operations that those lack, one header for each instruction set. A file that
+// is written in it is compiled once for each; see tlux_add_kernels() in cmake/TluxTargets.cmake and
+// platform/simd_level.hpp, which chooses.
+//
+// Everything here is of this translation unit alone, for which the anonymous namespace is:
+// functions of one name, compiled for different processors, must not be taken for one and the same.
+//
+// Columns do not stay in order: widen() and narrow() take apart and put together within 128 bits,
+// as most instruction sets do. What is combined with widened bytes must come from spread() or
+// twice(), which know the order.
+#if defined(TLUX_PLAIN_LANES)
+#include "base/lanes_plain.hpp"
+#elif defined(__AVX512BW__)
+#include "base/lanes_avx512.hpp"
+#elif defined(__AVX2__)
+#include "base/lanes_avx2.hpp"
+#elif defined(__SSE2__)
+#include "base/lanes_sse2.hpp"
+#elif defined(__ARM_NEON) && defined(__aarch64__)
+#include "base/lanes_neon.hpp"
+#else
+#include "base/lanes_plain.hpp"
+#endif
+
+namespace tlux {
+namespace {
+
+// Columns that the largest vector of any instruction set holds.
+constexpr std::ptrdiff_t kMostColumns = 64;
+static_assert(kMostColumns % kColumns == 0);
+
+template <class Vector, class T>
+[[gnu::always_inline]] inline Vector load(const T* from) {
+  Vector vector;
+  std::memcpy(&vector, from, sizeof vector);
+  return vector;
+}
+
+template <class Vector, class T>
+[[gnu::always_inline]] inline void store(T* to, const Vector& vector) {
+  std::memcpy(to, &vector, sizeof vector);
+}
+
+[[gnu::always_inline]] inline Shorts magnitude(Shorts v) {
+  return maximum(v, -v);
+}
+
+[[gnu::always_inline]] inline Bytes loadBytes(const std::uint8_t* from) {
+  return load<Bytes>(from);
+}
+
+[[gnu::always_inline]] inline Shorts loadShorts(const std::int16_t* from) {
+  return load<Shorts>(from);
+}
+
+// A vector of one number.
+[[gnu::always_inline]] inline Shorts all(std::int16_t value) {
+  return Shorts{} + value;
+}
+
+// Eight numbers, one for each column of a cell.
+struct EightShorts {
+  std::int16_t values[8];
+};
+
+[[gnu::always_inline]] inline Shorts repeated(const EightShorts& eight) {
+  Shorts vector;
+  for (std::size_t i = 0; i < sizeof vector / sizeof eight; ++i) {
+    std::memcpy(reinterpret_cast<std::byte*>(&vector) + i * sizeof eight, &eight, sizeof eight);
+  }
+  return vector;
+}
+
+} // namespace
+} // namespace tlux

@@ -1,0 +1,116 @@
+#pragma once
+
+namespace tlux {
+namespace {
+constexpr int kColumns = 16;
+}
+} // namespace tlux
+
+#include "base/lanes_vectors.hpp"
+
+// For processors that have no header of their own, and the explanation of what the others do. See
+// lanes.hpp.
+namespace tlux {
+namespace {
+
+constexpr int kShorts = kColumns / 2; // in a vector
+
+// a · b / 2^16, rounded down.
+[[gnu::always_inline]] inline Shorts multiplyHigh(Shorts a, Shorts b) {
+  Shorts out = {};
+  for (int i = 0; i < kShorts; ++i) {
+    out[i] = static_cast<std::int16_t>((a[i] * b[i]) >> 16);
+  }
+  return out;
+}
+
+[[gnu::always_inline]] inline Shorts minimum(Shorts a, Shorts b) {
+  Shorts out = {};
+  for (int i = 0; i < kShorts; ++i) {
+    out[i] = a[i] < b[i] ? a[i] : b[i];
+  }
+  return out;
+}
+
+[[gnu::always_inline]] inline Shorts maximum(Shorts a, Shorts b) {
+  Shorts out = {};
+  for (int i = 0; i < kShorts; ++i) {
+    out[i] = a[i] < b[i] ? b[i] : a[i];
+  }
+  return out;
+}
+
+// Whether a mask holds for any of its elements.
+[[gnu::always_inline]] inline bool isAny(Shorts mask) {
+  int bits = 0;
+  for (int i = 0; i < kShorts; ++i) {
+    bits |= mask[i];
+  }
+  return bits != 0;
+}
+
+// Bytes as 16-bit numbers, and back with clamping to 0 … 255. Within each 16 columns the low half
+// takes the first eight.
+[[gnu::always_inline]] inline Halves widen(Bytes v) {
+  Halves out = {};
+  for (int i = 0; i < kShorts; ++i) {
+    out.low[i] = v[i];
+    out.high[i] = v[kShorts + i];
+  }
+  return out;
+}
+
+[[gnu::always_inline]] inline Bytes narrow(Halves v) {
+  Bytes out = {};
+  for (int i = 0; i < kShorts; ++i) {
+    const std::int16_t low = v.low[i];
+    const std::int16_t high = v.high[i];
+    out[i] = static_cast<std::uint8_t>(low < 0 ? 0 : (low > 255 ? 255 : low));
+    out[kShorts + i] = static_cast<std::uint8_t>(high < 0 ? 0 : (high > 255 ? 255 : high));
+  }
+  return out;
+}
+
+// Each of kColumns / 8 numbers for its eight columns, in the order of widen().
+[[gnu::always_inline]] inline Halves spread(const std::int16_t* cells) {
+  return {Shorts{} + cells[0], Shorts{} + cells[1]};
+}
+
+// Sums of the bytes 2k and 2k + 1.
+[[gnu::always_inline]] inline Shorts pairSums(Bytes v) {
+  Shorts out = {};
+  for (int i = 0; i < kShorts; ++i) {
+    out[i] = static_cast<std::int16_t>(v[2 * i] + v[2 * i + 1]);
+  }
+  return out;
+}
+
+// Each number for both columns of its pair, in the order of widen().
+[[gnu::always_inline]] inline Halves twice(Shorts v) {
+  Halves out = {};
+  for (int i = 0; i < kShorts; ++i) {
+    out.low[i] = v[i / 2];
+    out.high[i] = v[kShorts / 2 + i / 2];
+  }
+  return out;
+}
+
+// dividend · 1024 / divisor, truncated, at most 32767, for dividends of 0 … 510 and divisors of
+// 1 … 510.
+//
+// The float quotient truncates to the exact one: dividend a <= 510 · 1024 and divisor s are exact,
+// the quotient's rounding error is at most a/s · 2^-24 < 1/s, and a/s is at least 1/s below the
+// next integer unless it is one. Scaling both by powers of two, as other headers do, changes none
+// of this.
+[[gnu::always_inline]] inline Shorts quotientsQ10(Shorts dividends, Shorts divisors) {
+  Shorts out = {};
+  for (int i = 0; i < kShorts; ++i) {
+    const float dividend = static_cast<float>(dividends[i]) * 1024.0F;
+    const auto quotient = static_cast<std::int32_t>(dividend / static_cast<float>(divisors[i]));
+    out[i] = static_cast<std::int16_t>(quotient > 32767 ? 32767 : quotient);
+  }
+  return out;
+}
+
+} // namespace
+} // namespace tlux

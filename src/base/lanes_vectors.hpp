@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+// Vectors of kColumns bytes, for the headers that say how many those are.
+namespace tlux {
+namespace {
+
+using Bytes [[gnu::vector_size(kColumns)]] = std::uint8_t;
+using Shorts [[gnu::vector_size(kColumns)]] = std::int16_t;
+using UnsignedShorts [[gnu::vector_size(kColumns)]] = std::uint16_t;
+
+using Ints [[gnu::vector_size(kColumns)]] = std::int32_t;
+using Floats [[gnu::vector_size(kColumns)]] = float;
+
+// What the bytes of a vector become: columns 0 to 7 of each 16 in one, 8 to 15 in the other.
+struct Halves {
+  Shorts low;
+  Shorts high;
+};
+
+// The same bits as another type.
+template <class To, class From>
+[[gnu::always_inline]] inline To as(const From& from) {
+  return __builtin_bit_cast(To, from);
+}
+
+// Truncated quotients of floats.
+[[gnu::always_inline]] inline Ints quotientsOf(Ints dividends, Ints divisors) {
+  return __builtin_convertvector(
+      __builtin_convertvector(dividends, Floats) / __builtin_convertvector(divisors, Floats), Ints);
+}
+
+// Right shift that brings in zeros.
+[[gnu::always_inline]] inline Shorts shiftRightUnsigned(Shorts v, int count) {
+  return as<Shorts>(as<UnsignedShorts>(v) >> static_cast<std::uint16_t>(count));
+}
+
+} // namespace
+} // namespace tlux

@@ -1,0 +1,81 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "guided_upsampling/upsample_line.hpp"
+#include "platform/simd_level.hpp"
+
+// The last step of the guided filter in 16-bit lanes. A group is the eight full-resolution rows
+// from one row of coefficients to the next, a cell the eight columns from one sample to the next:
+// rows of luma are made a cell or more at a time, all eight of them from one interpolation along x,
+// with what lies between in registers.
+namespace tlux {
+
+// For coefficients within these magnitudes, as those of pictures are: slopes then differ by less
+// than 2^15, and b / 2^10 by less than 2^15. The narrowest frames would not fill a vector.
+inline constexpr std::int32_t kLargestShortA = (1 << 14) - 1;
+inline constexpr std::int32_t kLargestShortB = 1 << 23;
+inline constexpr std::int32_t kFewestShortCells = 8;
+
+// A row of coefficients, split for 16 bits, one element per cell. With a' and b' of the next
+// sample, the last one being its own next, and X = 8 · b, which is taken apart as high · 2^13 +
+// low:
+struct CellRow {
+  std::int16_t* a;
+  std::int16_t* aStep;      // a' − a
+  std::int16_t* middleHigh; // X half-way, 4 · (b + b'); low 0 … 8191
+  std::int16_t* middleLow;
+  std::int16_t* stepHigh; // of X from column to column, b' − b; low −4096 … 4095
+  std::int16_t* stepLow;
+
+  static constexpr std::int64_t samples(std::int64_t cells) { return 6 * cells; }
+  static CellRow in(std::int16_t* memory, std::ptrdiff_t cells) {
+    return {memory,
+            memory + cells,
+            memory + 2 * cells,
+            memory + 3 * cells,
+            memory + 4 * cells,
+            memory + 5 * cells};
+  }
+};
+
+// Rows of luma, one below the other.
+template <class Byte>
+struct LumaRows {
+  Byte* top;
+  std::ptrdiff_t pitch;
+
+  Byte* row(std::ptrdiff_t y) const { return top + y * pitch; }
+  LumaRows from(std::ptrdiff_t column) const { return {top + column, pitch}; }
+};
+
+// The full-width line of coefficients that a group begins with: what the kernels keep of it from
+// one group to the next, in an order of theirs.
+constexpr std::int64_t lineSamples(std::int64_t cells) {
+  constexpr std::int64_t kCellsOfAVector = 8; // the most
+  return 3 * kUpsampling * (cells + kCellsOfAVector - 1);
+}
+
+// Kernels read up to this many samples beyond the end of a CellRow, whatever they are.
+inline constexpr std::int64_t kCellSlack = 7;
+
+// A part of a group: columns first … end − 1, first being a multiple of 64, end another or the
+// last, and as many of its rows, from the top, as there are to be made.
+struct GroupPart {
+  std::ptrdiff_t first;
+  std::ptrdiff_t end;
+  int rows = kUpsampling;
+};
+
+struct RowGroupKernels {
+  void (*splitCells)(const std::int32_t* a, const std::int32_t* b, std::ptrdiff_t cells,
+                     const CellRow& row);
+  void (*startLine)(const CellRow& row, std::ptrdiff_t cells, std::int16_t* line);
+  // `line` is that above the group, and for these columns becomes the one below, that of `lower`.
+  // guide and out begin with the first column; out may be guide.
+  void (*makeLuma)(const CellRow& lower, const GroupPart& part, std::int16_t* line,
+                   LumaRows<const std::uint8_t> guide, LumaRows<std::uint8_t> out);
+};
+
+} // namespace tlux
