@@ -3,7 +3,7 @@
 # usage: scripts/demo.sh [STRENGTH]
 set -eu
 cd "$(dirname "$0")/.."
-strength=${1:-50}
+strength=${1:-30}
 photo=examples/images/night-bridge-lamps.jpg
 enhanced=out/night-bridge-lamps-enhanced.png
 comparison=out/night-bridge-lamps-compare.png

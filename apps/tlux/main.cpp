@@ -6,6 +6,7 @@
 #include <exception>
 #include <string>
 
+#include "cli/suggestion.hpp"
 #include "commands/command.hpp"
 #include "media/av.hpp"
 #include "output_file.hpp"
@@ -22,9 +23,11 @@ constexpr const char* kExamples =
     "  tlux compare photo.jpg -o both.png          before and after, side by side\n"
     "  tlux sweep photo.jpg -o sheet.png           several strengths on one sheet\n"
     "  tlux explain photo.jpg -d why               a page on what was done, and why\n"
-    "  tlux enhance *.jpg -d enhanced -s 80        several pictures, stronger\n"
+    "  tlux enhance holiday -d enhanced -s 60      a folder of pictures, stronger\n"
     "  tlux op blur photo.jpg -o soft.jpg          one of the toolkit's operations\n"
-    "  tlux enhance --help                         all options, raw camera frames";
+    "  tlux enhance --help                         all options, raw camera frames\n"
+    "\n"
+    "Every result carries a small mark in its lower right corner.";
 
 std::string versionLine() {
   const TLUX_VERSION& version = *TLUX_GetVersion();
@@ -34,22 +37,24 @@ std::string versionLine() {
 
 ExitCode runCommandLine(int argc, char** argv) {
   CLI::App app("Makes pictures look right where the scene has too much contrast.", "tlux");
-  app.set_version_flag("--version", versionLine(), "Show the version and exit");
+  app.set_version_flag("-V,--version", versionLine(), "Show the version and exit");
   app.require_subcommand(0, 1);
   app.footer(kExamples);
-  const std::array commands = {tlux::app::addEnhance(app), tlux::app::addCompare(app),
-                               tlux::app::addSweep(app),   tlux::app::addExplain(app),
-                               tlux::app::addOp(app),      tlux::app::addBench(app),
-                               tlux::app::addInfo(app),    tlux::app::addCompletion(app)};
+  const std::array commands = {
+      tlux::app::addEnhance(app), tlux::app::addCompare(app),    tlux::app::addSweep(app),
+      tlux::app::addExplain(app), tlux::app::addOp(app),         tlux::app::addBench(app),
+      tlux::app::addInfo(app),    tlux::app::addCompletion(app), tlux::app::addHelp(app)};
 
   try {
     app.parse(argc, argv);
     if (app.get_subcommands().empty()) throw CLI::RequiredError("A command (see tlux --help)");
-  } catch (const CLI::Success& request) { // --help or --version
-    app.exit(request);
-    return ExitCode::kDone;
+  } catch (const CLI::CallForVersion& version) {
+    return tlux::app::reportFailures("tlux", [&] { tlux::app::printLine(version.what()); });
+  } catch (const CLI::Success&) { // --help
+    return tlux::app::reportFailures("tlux", [&] { tlux::app::printText(app.help()); });
   } catch (const CLI::ParseError& error) {
-    tlux::app::printError(error.what());
+    const std::string unplaced = tlux::app::describeUnplaced(app);
+    tlux::app::printError(unplaced.empty() ? error.what() : unplaced);
     return ExitCode::kUsage;
   }
 

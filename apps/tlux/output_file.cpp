@@ -9,12 +9,16 @@
 #include <csignal>
 #include <cstdio>
 #include <mutex>
+#include <optional>
+#include <random>
 #include <set>
+#include <string_view>
 #include <system_error>
 #include <thread>
 #include <utility>
 
 #include "errors.hpp"
+#include "report.hpp"
 
 namespace tlux::app {
 
@@ -40,6 +44,7 @@ void waitForSignal(sigset_t signals) {
   for (const std::filesystem::path& path : temporaries().paths) {
     unlink(path.c_str());
   }
+  endStatus();
   std::signal(signal, SIG_DFL);
   pthread_sigmask(SIG_UNBLOCK, &signals, nullptr);
   std::raise(signal);
@@ -68,28 +73,82 @@ bool isDirect(const std::filesystem::path& target) {
          std::filesystem::is_block_file(status) || std::filesystem::is_socket(status);
 }
 
+std::filesystem::path folderOf(const std::filesystem::path& file) {
+  return file.has_parent_path() ? file.parent_path() : ".";
+}
+
+std::string temporaryPattern(const std::filesystem::path& file) {
+  return (file.parent_path() / ".tlux-XXXXXX").string();
+}
+
+/** A name beside @p file that most likely no file has. */
+std::string unusedName(const std::filesystem::path& file) {
+  static std::mutex mutex;
+  static std::minstd_rand random(std::random_device{}());
+  constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyz0123456789";
+  const std::lock_guard lock(mutex);
+  std::string name = temporaryPattern(file);
+  for (size_t i = name.size() - 6; i < name.size(); ++i) {
+    name[i] = kLetters[random() % kLetters.size()];
+  }
+  return name;
+}
+
+/** By which an open file can be opened once more, or be linked. */
+std::string nameOf(int descriptor) {
+  return "/proc/self/fd/" + std::to_string(descriptor);
+}
+
+/** The file that symbolic links lead to, whether it exists or not; nothing if they go in circles.
+ */
+std::optional<std::filesystem::path> followLinks(std::filesystem::path file) {
+  constexpr int kMostLinks = 40; // as many as Linux follows
+  for (int i = 0; i < kMostLinks; ++i) {
+    std::error_code error;
+    if (!std::filesystem::is_symlink(std::filesystem::symlink_status(file, error))) return file;
+    const std::filesystem::path next = std::filesystem::read_symlink(file, error);
+    if (error) return file;
+    file = file.parent_path() / next; // an absolute one replaces the folder
+  }
+  return std::nullopt;
+}
+
 } // namespace
 
 bool isPipe(const std::filesystem::path& name) {
   return name == "-";
 }
 
-OutputFile::OutputFile(const std::filesystem::path& target) : target_(target) {
+OutputFile::OutputFile(const std::filesystem::path& target) : target_(target), file_(target) {
   if (isPipe(target)) {
     descriptor_ = dup(STDOUT_FILENO);
   } else if (isDirect(target)) {
     descriptor_ = open(target.c_str(), O_WRONLY | O_CLOEXEC);
   } else {
-    openTemporary();
+    const std::optional<std::filesystem::path> file = followLinks(target);
+    if (!file) fail(ELOOP);
+    file_ = *file;
+    openWithoutName();
+    if (descriptor_ < 0) openTemporary();
   }
   if (descriptor_ < 0) fail(errno);
 }
 
-void OutputFile::openTemporary() {
-  std::string path = (target_.parent_path() / ".tlux-XXXXXX").string();
-  const std::lock_guard lock(temporaries().mutex);
-  descriptor_ = mkstemp(path.data());
+void OutputFile::openWithoutName() {
+  descriptor_ = open(folderOf(file_).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
   if (descriptor_ < 0) return;
+  way_ = Way::kNameless;
+  // Where /proc is not there the file can be neither opened again nor named.
+  if (access(nameOf(descriptor_).c_str(), F_OK) == 0) return;
+  close(std::exchange(descriptor_, -1));
+}
+
+void OutputFile::openTemporary() {
+  std::string path = temporaryPattern(file_);
+  const std::lock_guard lock(temporaries().mutex);
+  descriptor_ = mkostemp(path.data(), O_CLOEXEC);
+  if (descriptor_ < 0) return;
+  way_ = Way::kTemporary;
   temporary_ = path;
   temporaries().paths.insert(temporary_);
 }
@@ -113,16 +172,55 @@ void OutputFile::write(std::span<const uint8_t> content) {
 
 std::string OutputFile::url() const {
   if (isPipe(target_)) return "pipe:1";
-  return "file:" + (temporary_.empty() ? target_ : temporary_).string();
+  switch (way_) {
+    case Way::kNameless:
+      return "file:" + nameOf(descriptor_);
+    case Way::kTemporary:
+      return "file:" + temporary_.string();
+    default:
+      return "file:" + target_.string();
+  }
 }
 
 void OutputFile::publish() {
-  // Temporaries are private; the finished file gets the permissions any new file would.
-  if (!temporary_.empty() && fchmod(descriptor_, 0666 & ~permissionMask()) != 0) fail(errno);
+  if (way_ != Way::kDirect) finishContent();
+  if (way_ == Way::kNameless) nameContent();
   if (close(std::exchange(descriptor_, -1)) != 0) fail(errno);
-  if (temporary_.empty()) return;
+  if (way_ == Way::kTemporary) replaceTarget(temporary_);
+}
+
+/** After this the content outlives a loss of power; a name given earlier could show an empty file.
+ */
+void OutputFile::finishContent() {
+  // So far it was private; the finished file gets the permissions any new file would.
+  if (fchmod(descriptor_, 0666 & ~permissionMask()) != 0) fail(errno);
+  // Some file systems of the user's own making know no fsync().
+  if (fsync(descriptor_) != 0 && errno != EINVAL && errno != ENOTSUP) fail(errno);
+}
+
+/** A name cannot be taken from another file in one step: that needs a temporary one for a moment.
+ */
+void OutputFile::nameContent() {
+  const std::string content = nameOf(descriptor_);
+  const auto link = [&content](const std::string& name) {
+    return linkat(AT_FDCWD, content.c_str(), AT_FDCWD, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+  };
+  if (link(file_.string())) return;
+  while (errno == EEXIST) {
+    const std::string name = unusedName(file_);
+    const std::lock_guard lock(temporaries().mutex);
+    if (!link(name)) continue;
+    temporary_ = name;
+    temporaries().paths.insert(temporary_);
+    break;
+  }
+  if (temporary_.empty()) fail(errno);
+  replaceTarget(temporary_);
+}
+
+void OutputFile::replaceTarget(const std::filesystem::path& name) {
   const std::lock_guard lock(temporaries().mutex);
-  if (std::rename(temporary_.c_str(), target_.c_str()) != 0) fail(errno);
+  if (std::rename(name.c_str(), file_.c_str()) != 0) fail(errno);
   temporaries().paths.erase(std::exchange(temporary_, {}));
 }
 

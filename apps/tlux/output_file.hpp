@@ -11,9 +11,12 @@ namespace tlux::app {
 bool isPipe(const std::filesystem::path& name);
 
 /**
- * What is being written. It grows under a temporary name in the target's folder and gets its final
- * name only once it is whole, so that the final name never holds half a file. What is not a regular
- * file (standard output, a named pipe, a device) is written as it stands.
+ * What is being written. It grows without a name in the target's folder and gets its name only once
+ * it is whole and on the disk, so that the name never holds half a file. File systems that know no
+ * files without a name (NFS, FAT and older network ones) get a temporary name, ".tlux-" and six
+ * letters, which only a killed process leaves behind.
+ * A symbolic link stays one: the file that it leads to is written. What is not a regular file
+ * (standard output, a named pipe, a device) is written as it stands.
  * All functions throw Error naming the target.
  */
 class OutputFile {
@@ -31,11 +34,20 @@ class OutputFile {
   void publish();
 
  private:
-  [[noreturn]] void fail(int reason) const;
-  void openTemporary();
+  /** How the content gets to its name. */
+  enum class Way { kDirect, kNameless, kTemporary };
 
-  std::filesystem::path target_;
-  std::filesystem::path temporary_; // empty when the target is written directly
+  [[noreturn]] void fail(int reason) const;
+  void openWithoutName();
+  void openTemporary();
+  void finishContent();
+  void nameContent();
+  void replaceTarget(const std::filesystem::path& name);
+
+  std::filesystem::path target_; // as the user named it
+  std::filesystem::path file_;   // what links lead to
+  std::filesystem::path temporary_;
+  Way way_ = Way::kDirect;
   int descriptor_ = -1;
 };
 

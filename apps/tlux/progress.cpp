@@ -50,8 +50,8 @@ void Progress::show() {
     const double seconds = std::chrono::duration<double>(lastShown_ - start_).count();
     const double rate = static_cast<double>(framesDone_) / std::max(seconds, 1e-3);
     if (!text.empty()) text += ", ";
-    text += fmt::format("{} frames", framesDone_);
-    if (isLengthKnown_) text += fmt::format(" of {}", frames_);
+    text += isLengthKnown_ ? fmt::format("{} of {}", framesDone_, counted(frames_, "frame"))
+                           : counted(framesDone_, "frame");
     text += fmt::format(", {:.1f} per second", rate);
     if (isLengthKnown_ && frames_ > framesDone_) {
       text += fmt::format(", {} left",

@@ -3,8 +3,12 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <mutex>
+#include <system_error>
+
+#include "errors.hpp"
 
 namespace tlux::app {
 
@@ -25,12 +29,23 @@ constexpr const char* kClearLine = "\r\x1b[K";
 std::mutex mutex;
 std::string status;
 
-void print(std::FILE* stream, std::string_view prefix, std::string_view text) {
+bool write(std::FILE* stream, std::string_view text) {
+  return std::fwrite(text.data(), 1, text.size(), stream) == text.size() &&
+         std::fflush(stream) == 0;
+}
+
+/** Returns 0, or the reason why the text could not be written. */
+int print(std::FILE* stream, std::string_view text) {
   const std::lock_guard lock(mutex);
-  if (!status.empty()) fmt::print(stderr, "{}", kClearLine);
-  fmt::print(stream, "{}{}\n", prefix, oneLine(text));
-  std::fflush(stream);
-  if (!status.empty()) fmt::print(stderr, "{}", status);
+  if (!status.empty()) write(stderr, kClearLine);
+  const int reason = write(stream, text) ? 0 : errno;
+  if (!status.empty()) write(stderr, status);
+  return reason;
+}
+
+/** There is nobody to tell if this fails. */
+void printToErrors(std::string_view prefix, std::string_view text) {
+  print(stderr, fmt::format("{}{}\n", prefix, oneLine(text)));
 }
 
 } // namespace
@@ -40,27 +55,52 @@ std::string describe(const Timings& timings) {
                      timings.run, timings.encode);
 }
 
+JsonObject toJson(const Timings& timings) {
+  return JsonObject()
+      .add("decode", timings.decode, 3)
+      .add("run", timings.run, 3)
+      .add("encode", timings.encode, 3);
+}
+
 void printError(std::string_view message) {
-  print(stderr, "tlux: ", message);
+  printToErrors("tlux: ", message);
 }
 
 void printWarning(std::string_view message) {
-  print(stderr, "tlux: warning: ", message);
-}
-
-void printLine(std::string_view text) {
-  print(stdout, "", text);
+  printToErrors("tlux: warning: ", message);
 }
 
 void printNote(std::string_view text) {
-  print(stderr, "tlux: ", text);
+  printToErrors("tlux: ", text);
+}
+
+void printLine(std::string_view text) {
+  printText(oneLine(text) + "\n");
+}
+
+void printText(std::string_view text) {
+  const int reason = print(stdout, text);
+  if (reason == 0) return;
+  throw Error(ExitCode::kFailed, "standard output",
+              "cannot write: " + std::generic_category().message(reason));
 }
 
 void showStatus(std::string_view text) {
   const std::lock_guard lock(mutex);
-  if (!status.empty() || !text.empty()) fmt::print(stderr, "{}{}", kClearLine, oneLine(text));
-  std::fflush(stderr);
+  if (!status.empty() || !text.empty()) write(stderr, kClearLine + oneLine(text));
   status = text;
+}
+
+void endStatus() {
+  // Whoever prints may be held up by the terminal, and the program is about to end.
+  const std::unique_lock lock(mutex, std::try_to_lock);
+  if (!lock || status.empty()) return;
+  write(stderr, "\n");
+  status.clear();
+}
+
+std::string counted(int64_t number, std::string_view noun) {
+  return fmt::format("{} {}{}", number, noun, number == 1 ? "" : "s");
 }
 
 } // namespace tlux::app

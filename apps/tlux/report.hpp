@@ -1,8 +1,11 @@
 #pragma once
 
 #include <chrono>
+#include <cstdint>
 #include <string>
 #include <string_view>
+
+#include "output/json.hpp"
 
 namespace tlux::app {
 
@@ -28,13 +31,17 @@ struct Timings {
 };
 
 std::string describe(const Timings& timings);
+JsonObject toJson(const Timings& timings);
 
 /** Prints exactly one line on standard error, whatever characters file names bring along. */
 void printError(std::string_view message);
 void printWarning(std::string_view message);
 
-/** Prints one line on standard output. */
+/** Prints one line on standard output. Throws Error if that cannot be written. */
 void printLine(std::string_view text);
+
+/** Prints whole lines on standard output, likewise. */
+void printText(std::string_view text);
 
 /** Prints one line on standard error that is neither an error nor a warning. */
 void printNote(std::string_view text);
@@ -44,5 +51,11 @@ void printNote(std::string_view text);
  * one takes it away. All other printing goes above it. Any thread may print.
  */
 void showStatus(std::string_view text);
+
+/** For the end of the program: leaves the line that is shown, what follows begins a new one. */
+void endStatus();
+
+/** "1 frame", "2 frames". */
+std::string counted(int64_t number, std::string_view noun);
 
 } // namespace tlux::app

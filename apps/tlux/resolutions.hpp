@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "size.hpp"
+#include "cli/size.hpp"
 
 namespace tlux::app {
 

@@ -7,7 +7,7 @@ import subprocess
 import time
 import unittest
 
-from support import COMMAND, CommandTest, ffmpeg, scene, write_png
+from support import COMMAND, CommandTest, ffmpeg, scene, size, write_png
 
 USAGE, UNREADABLE, FAILED = 1, 2, 3
 
@@ -19,12 +19,19 @@ class Usage(CommandTest):
         raw = ["enhance", "in.png", "-o", "out.nv21"]
         cases = [
             ([], "--help"),
-            (["improve"], "improve"),
+            (["improve"], "'improve' is not a command\n"),
+            (["enhanc", "in.png", "-o", "out.png"], "did you mean 'enhance'?"),
+            (["op", "blurr", "in.png"], "'blurr' is not an operation; did you mean 'blur'?"),
+            (["help", "op", "blurr"], "did you mean 'blur'?"),
             (["enhance"], "input"),
             (["enhance", "in.png"], "-o FILE or -d FOLDER"),
             (["enhance", "in.png", "-o", "out.png", "-d", "out"], "-o FILE or -d FOLDER"),
-            (["enhance", "in.png", "-o", "out.png", "--strong"], "--strong"),
-            (["enhance", "in.png", "-o", "out.png", "-s", "101"], "--strength"),
+            (["enhance", "in.png", "-o", "out.png", "--strong"], "did you mean '--strength'?"),
+            (["info", "more"], "more"),
+            (["enhance", "in.png", "-o", "out.png", "-s", "101"],
+             "--strength: '101' is not a whole number from 0 to 100"),
+            (["enhance", "in.png", "-o", "out.png", "-s", "50.5"], "whole number"),
+            (["enhance", "in.png", "-o", "out.png", "-s", "0x10"], "whole number"),
             (["enhance", "in.png", "-o", "out.png", "-s", "-1"], "-1"),
             (["enhance", "in.png", "-o", "out.png", "-s", "much"], "--strength"),
             (["enhance", "in.png", "-o", "out.jpg", "--quality", "0"], "--quality"),
@@ -47,11 +54,29 @@ class Usage(CommandTest):
             ([*raw, "--size", "20x20", "--format", "yv12"], "--format"),
             ([*raw, "--size", "20x20", "--format", "nv21", "--pitch", "18"], "--pitch"),
             (["compare", "in.png"], "--output"),
+            (["enhance", "in.png", "-o", "-", "--json"], "--json"),
+            (["enhance", "in.png", "-o", "out.png", "--exact", "--steady", "4"], "--exact"),
+            (["enhance", "in.png", "-o", "out.png", "--colour", "101"], "--colour"),
         ]
         for arguments, mention in cases:
             with self.subTest(arguments=arguments):
                 self.assert_fails(self.run_command(*arguments), USAGE, mention)
                 self.assert_only_files("in.png", "same.png")
+
+
+    def test_numbers_are_decimal(self):
+        write_png(self.path("in.png"), scene(20, 20))
+        for number, meant in (("050", 50), ("010", 10), ("08", 8)):
+            self.assertIn(f"strength {meant}:", self.enhance("in.png", "out.png", "-s", number).stdout)
+        sheet = self.run_command("sweep", "in.png", "-o", "out.png", "--strengths", "010,08")
+        self.assertIn("strengths 10, 8:", sheet.stdout)
+
+    def test_help_and_version_have_short_ways(self):
+        for short, long in ((["help", "op", "blur"], ["op", "blur", "--help"]), (["help"], ["--help"]),
+                            (["-V"], ["--version"])):
+            result = self.run_command(*short)
+            self.assert_done(result)
+            self.assertEqual(self.run_command(*long).stdout, result.stdout)
 
 
 class Input(CommandTest):
@@ -148,6 +173,53 @@ class Output(CommandTest):
                 self.assert_only_files("in.png", "out.bmp")
             else:
                 self.assert_only_files("in.png")
+
+    def test_a_killed_command_leaves_nothing(self):
+        try:
+            os.close(os.open(self.folder, os.O_TMPFILE | os.O_RDWR))
+        except OSError:
+            self.skipTest("the file system knows no files without a name")
+        for step in range(20):
+            with subprocess.Popen([COMMAND, "enhance", "-q", "in.png", "-o", "out.bmp"],
+                                  cwd=self.folder) as process:
+                time.sleep(step * 0.003)
+                process.kill()
+            self.assertLessEqual({path.name for path in self.folder.iterdir()}, {"in.png", "out.bmp"})
+
+    def test_links_stay_and_lead_to_the_result(self):
+        self.path("elsewhere").mkdir()
+        for target in ("there.png", "new.png"):
+            self.path("elsewhere/there.png").write_text("before")
+            link = self.path("link.png")
+            link.unlink(missing_ok=True)
+            link.symlink_to("elsewhere/" + target)
+            with self.subTest(target=target):
+                self.enhance("in.png", "link.png")
+                self.assertTrue(link.is_symlink())
+                self.assertEqual((400, 300), size(self.path("elsewhere/" + target)))
+        self.path("loop.png").symlink_to("loop.png")
+        self.assert_fails(self.run_command("enhance", "in.png", "-o", "loop.png"), FAILED, "loop.png")
+
+    def test_protected_files_need_force(self):
+        self.path("out.png").write_text("before")
+        self.path("out.png").chmod(0o444)
+        for arguments in (["enhance", "in.png", "-o", "out.png"], ["op", "flip", "in.png", "-o", "out.png"]):
+            self.assert_fails(self.run_command(*arguments), FAILED, "out.png", "--force")
+            self.assert_fails(self.run_command(*arguments, "--no-clobber", "--force"), FAILED, "exists")
+        self.assertEqual("before", self.path("out.png").read_text())
+        self.enhance("in.png", "out.png", "--force")
+        self.assertEqual((400, 300), size(self.path("out.png")))
+
+    def test_unwritten_words_are_a_failure(self):
+        with open("/dev/full", "w") as full:
+            for arguments in (["--help"], ["help", "op"], ["--version"], ["info"], ["info", "--json"],
+                              ["completion", "bash"], ["enhance", "in.png", "-o", "out.png"],
+                              ["op", "label", "in.png", "-o", "out.png", "--json"],
+                              ["bench", "--json", "--size", "64x48", "--seconds", "0"]):
+                with self.subTest(arguments=arguments):
+                    result = subprocess.run([COMMAND, *arguments], cwd=self.folder, stdout=full,
+                                            stderr=subprocess.PIPE, text=True, timeout=60, check=False)
+                    self.assert_fails(result, FAILED, "standard output")
 
     def test_new_files_get_the_usual_permissions(self):
         self.run_command("enhance", "in.png", "-o", "out.png", umask=0o027)

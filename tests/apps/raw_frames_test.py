@@ -34,9 +34,9 @@ def exchange_chroma(frame, luma_bytes):
 
 
 class RawFrames(CommandTest):
-    def library_output(self, name, width, height, pitch, strength, source):
+    def library_output(self, way, name, width, height, pitch, strength, source):
         output = self.path("library.raw")
-        subprocess.run([LIBRARY_RUN, name, str(width), str(height), str(pitch), str(strength),
+        subprocess.run([LIBRARY_RUN, way, name, str(width), str(height), str(pitch), str(strength),
                         source, output], check=True, timeout=120)
         return drop_padding(output.read_bytes(), width, pitch)
 
@@ -47,12 +47,29 @@ class RawFrames(CommandTest):
             with self.subTest(name=name, size=(width, height), pitch=pitch, strength=strength):
                 source = self.path("in.raw")
                 source.write_bytes(raw_frame(width, height, pitch))
-                self.enhance(source, "out." + name, "-s", strength, "--size", f"{width}x{height}",
-                             "--format", name, "--pitch", pitch)
-                actual = self.path("out." + name).read_bytes()
-                self.assertEqual(pitch * height * 3 // 2, len(actual))
-                expected = self.library_output(name, width, height, pitch, strength, source)
-                self.assertEqual(expected, drop_padding(actual, width, pitch))
+                for way, options in (("natural", []), ("exact", ["--exact"])):
+                    self.enhance(source, "out." + name, "-s", strength, "--size", f"{width}x{height}",
+                                 "--format", name, "--pitch", pitch, *options)
+                    actual = self.path("out." + name).read_bytes()
+                    self.assertEqual(pitch * height * 3 // 2, len(actual))
+                    expected = self.library_output(way, name, width, height, pitch, strength, source)
+                    self.assertEqual(expected, drop_padding(actual, width, pitch), way)
+
+    def test_rows_with_gaps_come_out_like_those_without(self):
+        packed, padded = self.path("packed.raw"), self.path("padded.raw")
+        for width, height in [(320, 240), (192, 108)]:
+            frame = raw_frame(width, height, width + 64)
+            padded.write_bytes(frame)
+            packed.write_bytes(drop_padding(frame, width, width + 64))
+            raw = ["--size", f"{width}x{height}", "--format", "nv21"]
+            for options in ([], ["--exact"]):
+                self.enhance(packed, "packed.nv21", *raw, *options)
+                self.enhance(padded, "padded.nv21", *raw, *options, "--pitch", width + 64)
+                self.assertEqual(self.path("packed.nv21").read_bytes(),
+                                 drop_padding(self.path("padded.nv21").read_bytes(), width, width + 64))
+            if height % 16 == 0:
+                expected = self.library_output("run", "nv21", width, height, width, 30, packed)
+                self.assertEqual(expected, self.path("packed.nv21").read_bytes())
 
     def test_pictures_are_optimized_like_frames_without_gaps(self):
         # Widths of whole blocks, but not of whole vectors of the converter.
@@ -63,8 +80,8 @@ class RawFrames(CommandTest):
             frame.write_bytes(ffmpeg("-i", photo, "-vf", "scale=in_range=pc:out_range=pc",
                                      "-f", "rawvideo", "-pix_fmt", "nv12", "-"))
             with self.subTest(size=(width, height)):
-                self.enhance(photo, "out.nv12", "-s", 80)
-                expected = self.library_output("nv12", width, height, width, 80, frame)
+                self.enhance(photo, "out.nv12", "-s", 80, "--exact")
+                expected = self.library_output("run", "nv12", width, height, width, 80, frame)
                 self.assertEqual(expected, self.path("out.nv12").read_bytes())
 
     def test_extension_chooses_the_order_of_chroma(self):

@@ -2,6 +2,7 @@
 
 import os
 import random
+import select
 import signal
 import subprocess
 import time
@@ -44,7 +45,7 @@ class StreamTest(CommandTest):
     def library_output(self, frame, strength, name="nv12"):
         source, output = self.path("library.in"), self.path("library.out")
         source.write_bytes(frame)
-        subprocess.run([LIBRARY_RUN, name, str(WIDTH), str(HEIGHT), str(WIDTH), str(strength),
+        subprocess.run([LIBRARY_RUN, "run", name, str(WIDTH), str(HEIGHT), str(WIDTH), str(strength),
                         source, output], check=True, timeout=120)
         return output.read_bytes()
 
@@ -54,7 +55,7 @@ class Y4m(StreamTest):
         frames = raw_frames(4)
         stream = y4m(map(to_planar, frames))
         for strength in (0, 60):
-            header, *actual = self.piped(stream, "-", "-o", "-", "-s", strength).split(b"FRAME\n")
+            header, *actual = self.piped(stream, "-", "-o", "-", "-s", strength, "--exact").split(b"FRAME\n")
             self.assertEqual(f"YUV4MPEG2 W{WIDTH} H{HEIGHT} F30:1 Ip A1:1 C420jpeg",
                              header.decode().split(" XYSCSS")[0])
             self.assertIn(b"XCOLORRANGE=FULL", header)
@@ -92,6 +93,39 @@ class Y4m(StreamTest):
         self.assertEqual(ffmpeg("-i", self.path("direct.mkv"), *direct).splitlines()[-10:],
                          ffmpeg("-i", self.path("out.mkv"), *direct).splitlines()[-10:])
 
+    def test_a_failed_output_does_not_wait_for_input(self):
+        # More than what is collected before it is written, less than what a pipe takes unread.
+        frames = [to_planar(frame) for frame in raw_frames(12)]
+        for content, options in ((y4m(frames), []), (b"".join(frames), RAW)):
+            reading, writing = os.pipe()
+            os.close(reading)
+            with subprocess.Popen([COMMAND, "enhance", "-", "-o", "-", *options], cwd=self.folder,
+                                  stdin=subprocess.PIPE, stdout=writing, stderr=subprocess.PIPE) as process:
+                os.close(writing)
+                process.stdin.write(content)
+                process.stdin.flush() # and nothing more comes, nor an end
+                self.assertEqual(FAILED, process.wait(timeout=30))
+                self.assertEqual(1, process.stderr.read().count(b"\n"))
+
+    def test_an_interrupted_command_ends_its_line(self):
+        terminal, end = os.openpty()
+        with subprocess.Popen([COMMAND, "enhance", "-", "-o", "out.nv12", *RAW], cwd=self.folder,
+                              stdin=subprocess.PIPE, stderr=end) as process:
+            os.close(end)
+            shown = b""
+            while b"frame" not in shown:
+                process.stdin.write(raw_frames(1)[0])
+                process.stdin.flush()
+                time.sleep(0.02)
+                if select.select([terminal], [], [], 0)[0]:
+                    shown += os.read(terminal, 1000)
+            process.send_signal(signal.SIGINT)
+            process.wait(timeout=30)
+        shown += os.read(terminal, 1000)
+        os.close(terminal)
+        self.assertTrue(shown.endswith(b"\r\n"), shown)
+        self.assert_only_files()
+
     def test_what_is_no_stream_is_refused(self):
         whole = y4m(map(to_planar, raw_frames(3)))
         for content, mention in ((b"", "-: "), (b"no stream\n" * 100, "-: "), (whole[:30], "-: "),
@@ -115,31 +149,51 @@ class Raw(StreamTest):
     def test_frames_in_a_row_are_each_the_librarys(self):
         frames = raw_frames(5)
         for name in ("nv12", "nv21"):
-            raw = ["--size", f"{WIDTH}x{HEIGHT}", "--format", name, "-s", 40]
+            raw = ["--size", f"{WIDTH}x{HEIGHT}", "--format", name, "-s", 40, "--exact"]
             expected = b"".join(self.library_output(frame, 40, name) for frame in frames)
             self.assertEqual(expected, self.piped(b"".join(frames), "-", "-o", "-", *raw))
             self.path("in.raw").write_bytes(b"".join(frames))
             self.enhance("in.raw", "out." + name, *raw)
             self.assertEqual(expected, self.path("out." + name).read_bytes())
 
+    def test_tones_follow_the_scene_and_forget_it_between_files(self):
+        dark = raw_frames(1)[0]
+        lamp = bytes(230 if i // WIDTH < 8 and i % WIDTH < 8 else dark[i] for i in range(LUMA)) + dark[LUMA:]
+        length = len(dark)
+
+        def tones(*options, content=b"".join([dark, lamp, lamp])):
+            output = self.piped(content, "-", "-o", "-", *RAW, *options)
+            return [output[start:start + length] for start in range(0, len(output), length)]
+
+        alone = tones("--steady", "0")
+        self.assertEqual(alone[1], alone[2])
+        steady = tones()
+        self.assertNotEqual(steady[1], steady[2])
+        self.assertEqual(steady, tones("--steady", "8"))
+        for name in ("a", "b"):
+            self.path(name + ".nv12").write_bytes(dark + lamp)
+        self.assert_done(self.run_command("enhance", "a.nv12", "b.nv12", "-d", "out", "-j", "1", *RAW))
+        for name in ("a", "b"):
+            self.assertEqual(b"".join(steady[:2]), self.path(f"out/{name}.nv12").read_bytes())
+
     def test_become_a_stream_or_a_video(self):
         frames = raw_frames(3)
-        expected = [to_planar(self.library_output(frame, 50)) for frame in frames]
-        stream = self.piped(b"".join(frames), "-", "-o", "-", "--as", "y4m", "--fps", "30", *RAW)
+        expected = [to_planar(self.library_output(frame, 30)) for frame in frames]
+        stream = self.piped(b"".join(frames), "-", "-o", "-", "--as", "y4m", "--fps", "30", "--exact", *RAW)
         header, *actual = stream.split(b"FRAME\n")
         self.assertIn(b" F30:1 ", header)
         self.assertEqual(expected, actual)
-        self.piped(b"".join(frames), "-", "-o", "out.mkv", "--codec", "ffv1", *RAW, "-q")
+        self.piped(b"".join(frames), "-", "-o", "out.mkv", "--codec", "ffv1", "--exact", *RAW, "-q")
         decoded = ffmpeg("-i", self.path("out.mkv"), "-f", "rawvideo", "-")
         self.assertEqual(b"".join(expected), decoded)
 
     def test_videos_become_raw_frames(self):
         frames = raw_frames(3)
         stream = y4m(map(to_planar, frames))
-        expected = b"".join(self.library_output(frame, 50) for frame in frames)
-        self.assertEqual(expected, self.piped(stream, "-", "-o", "-", "--as", "nv12"))
+        expected = b"".join(self.library_output(frame, 30) for frame in frames)
+        self.assertEqual(expected, self.piped(stream, "-", "-o", "-", "--as", "nv12", "--exact"))
         self.path("in.y4m").write_bytes(stream)
-        self.enhance("in.y4m", "out.nv12")
+        self.enhance("in.y4m", "out.nv12", "--exact")
         self.assertEqual(expected, self.path("out.nv12").read_bytes())
 
     def test_a_part_of_a_frame_is_refused(self):
@@ -204,9 +258,10 @@ class Breaks(StreamTest):
             with subprocess.Popen([COMMAND, "enhance", *names, "-d", "out", "--jobs", "2"],
                                   cwd=self.folder, stderr=subprocess.PIPE) as process:
                 deadline = time.monotonic() + 60
-                while len(list(self.folder.glob("out/.tlux-*"))) < 2:
+                while not self.path("out").exists():
                     self.assertLess(time.monotonic(), deadline)
                     time.sleep(0.01)
+                time.sleep(0.3) # both are at work now
                 process.send_signal(ending)
             self.assertEqual(-ending, process.returncode)
             self.assertEqual([], list(self.path("out").iterdir()))

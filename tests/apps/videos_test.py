@@ -60,7 +60,7 @@ class VideoTest(CommandTest):
     def library_output(self, frame, strength, width=WIDTH, height=HEIGHT):
         source, output = self.path("library.in"), self.path("library.out")
         source.write_bytes(frame)
-        subprocess.run([LIBRARY_RUN, "nv12", str(width), str(height), str(width), str(strength),
+        subprocess.run([LIBRARY_RUN, "run", "nv12", str(width), str(height), str(width), str(strength),
                         source, output], check=True, timeout=120)
         return output.read_bytes()
 
@@ -73,18 +73,22 @@ class Frames(VideoTest):
             ffmpeg(*TEST_VIDEO, "-vf", f"scale=out_range={range_name}:out_color_matrix=bt709",
                    "-pix_fmt", "yuv420p", "-color_range", range_name, "-colorspace", "bt709",
                    "-c:v", "ffv1", source)
-            self.enhance(source, "out.mkv", "--codec", "ffv1", "-s", 70)
+            self.enhance(source, "out.mkv", "--codec", "ffv1", "-s", 70, "--exact")
             before, after = self.decoded(source), self.decoded(self.path("out.mkv"))
             self.assertEqual(FRAMES, len(after))
             for index in (0, 5, FRAMES - 1):
                 with self.subTest(range=range_name, frame=index):
                     frame = before[index]
                     if range_name == "tv":
+                        # The tones of the full range frame; rounding to it and back is spared,
+                        # which the chroma of dark samples, scaled by the ratio of lumas, shows most.
                         expected = limited(self.library_output(full(frame, luma_bytes), 70),
                                            luma_bytes)
+                        differences = [abs(a - b) for a, b in zip(expected, after[index], strict=True)]
+                        self.assertLessEqual(max(differences[:luma_bytes]), 3)
+                        self.assertLess(sum(differences[luma_bytes:]), luma_bytes / 2)
                     else:
-                        expected = self.library_output(frame, 70)
-                    self.assertEqual(expected, after[index])
+                        self.assertEqual(self.library_output(frame, 70), after[index])
             stream = probe(self.path("out.mkv"))["streams"][0]
             self.assertEqual((range_name, "bt709"), (stream["color_range"], stream["color_space"]))
 

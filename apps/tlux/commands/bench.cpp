@@ -7,9 +7,12 @@
 #include <thread>
 #include <vector>
 
+#include "cli/number_option.hpp"
 #include "commands/command.hpp"
-#include "commands/number_option.hpp"
+#include "commands/picture_options.hpp"
+#include "enhancer.hpp"
 #include "media/semi_planar.hpp"
+#include "output/json.hpp"
 #include "processor.hpp"
 #include "resolutions.hpp"
 #include "tlux.h"
@@ -20,7 +23,7 @@ namespace {
 
 struct BenchOptions {
   Size size; // empty for all resolutions
-  uint32_t strength = 50;
+  Tones tones;
   double seconds = 1;
   bool json = false;
 };
@@ -96,31 +99,16 @@ double medianOf(std::vector<double>& times) {
   return *middle;
 }
 
-struct DestroyEngine {
-  void operator()(TLUX_ENGINE* engine) const { TLUX_Uninit(nullptr, engine); }
-};
-using EnginePtr = std::unique_ptr<TLUX_ENGINE, DestroyEngine>;
-
-EnginePtr makeEngine() {
-  TLUX_ENGINE* engine = nullptr;
-  if (TLUX_Init(nullptr, &engine) != TLUX_OK) throw std::bad_alloc();
-  return EnginePtr(engine);
-}
-
 Measurement measure(Size size, const BenchOptions& options, CacheFlusher& cache) {
   const FramePtr source = makeFrameFor(size);
-  const FramePtr result = makeFrameFor(size);
+  const FramePtr frame = makeFrameFor(size);
   paintScene(*source);
-  const TLUX_IMAGE input = imageOf(*source);
-  TLUX_IMAGE output = imageOf(*result);
   const auto bytes = static_cast<size_t>(semiPlanarBytes(size.height, source->linesize[0]));
-  const EnginePtr engine = makeEngine();
-  const auto run = [&] {
-    const uint32_t code = TLUX_RunDynamicRangeOptimizationImage(nullptr, engine.get(), &input, 1,
-                                                                &output, &options.strength, 0);
-    if (code != TLUX_OK) throw std::runtime_error(fmt::format("the run failed ({})", code));
-  };
-  run(); // what an engine keeps from frame to frame is made now
+  const auto copy = [&] { std::memcpy(frame->data[0], source->data[0], bytes); };
+  Enhancer enhancer(options.tones);
+  const auto run = [&] { enhancer.enhance(*frame); };
+  copy();
+  run(); // threads are started and memory is taken now
 
   std::vector<double> runs;
   std::vector<double> copies;
@@ -134,8 +122,8 @@ Measurement measure(Size size, const BenchOptions& options, CacheFlusher& cache)
   double spent = 0;
   for (Stopwatch watch; runs.size() < kLeastRuns || spent < 1000 * options.seconds;
        spent += watch.lapMilliseconds()) {
+    copies.push_back(timed(copy));
     runs.push_back(timed(run));
-    copies.push_back(timed([&] { std::memcpy(result->data[0], source->data[0], bytes); }));
   }
   return {size, runs.size(), medianOf(runs), medianOf(copies)};
 }
@@ -151,18 +139,26 @@ void printTable(const std::vector<Measurement>& measurements) {
 }
 
 void printJson(const std::vector<Measurement>& measurements, const BenchOptions& options) {
-  std::vector<std::string> results;
+  std::vector<JsonObject> results;
   results.reserve(measurements.size());
   for (const Measurement& m : measurements) {
-    results.push_back(fmt::format(
-        R"({{"width": {}, "height": {}, "runs": {}, "milliseconds": {:.4f}, )"
-        R"("framesPerSecond": {:.2f}, "copyMilliseconds": {:.4f}, "ratio": {:.2f}}})",
-        m.size.width, m.size.height, m.runs, m.run, m.framesPerSecond(), m.copy, m.ratio()));
+    results.push_back(JsonObject()
+                          .add("width", m.size.width)
+                          .add("height", m.size.height)
+                          .add("runs", m.runs)
+                          .add("milliseconds", m.run, 4)
+                          .add("framesPerSecond", m.framesPerSecond(), 2)
+                          .add("copyMilliseconds", m.copy, 4)
+                          .add("ratio", m.ratio(), 2));
   }
-  printLine(fmt::format(
-      R"({{"version": "{}", "vectorUnit": "{}", "processors": {}, "strength": {}, "results": [{}]}})",
-      TLUX_GetVersion()->version, vectorUnit(), std::thread::hardware_concurrency(),
-      options.strength, fmt::join(results, ", ")));
+  printLine(JsonObject::report("tlux.bench.1")
+                .add("version", TLUX_GetVersion()->version)
+                .add("vectorUnit", vectorUnit())
+                .add("processors", std::thread::hardware_concurrency())
+                .add("strength", options.tones.strength)
+                .add("tones", nameOf(options.tones))
+                .add("results", results)
+                .toString());
 }
 
 ExitCode bench(const BenchOptions& options) {
@@ -191,9 +187,9 @@ Command addBench(CLI::App& app) {
   const auto options = std::make_shared<BenchOptions>();
   CLI::App* parser = app.add_subcommand("bench", "Measure how fast this machine enhances frames");
   addSizeOption(*parser, "--size", options->size, "One frame size in place of the usual ones");
-  addNumber(*parser, "-s,--strength", options->strength, 0U, 100U, "As of 'tlux enhance'");
+  addToneOptions(*parser, options->tones);
   addNumber(*parser, "--seconds", options->seconds, 0.0, 3600.0, "Time to spend on each size");
-  parser->add_flag("--json", options->json, "Print one line of JSON");
+  addJsonOption(*parser, options->json);
   parser->footer(kLesson);
   return {parser, [options] { return bench(*options); }};
 }

@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <new>
+#include <optional>
 #include <string>
 
 #include "errors.hpp"
@@ -26,22 +27,30 @@ Command addOp(CLI::App& app);
 Command addBench(CLI::App& app);
 Command addInfo(CLI::App& app);
 Command addCompletion(CLI::App& app);
+Command addHelp(CLI::App& app);
+
+/** Does @p work; a failure of any kind becomes one that names @p subject. */
+template <typename Work>
+std::optional<Error> failureOf(const std::string& subject, Work work) {
+  try {
+    work();
+    return std::nullopt;
+  } catch (const Error& error) {
+    return error;
+  } catch (const std::bad_alloc&) {
+    return Error(ExitCode::kFailed, subject, "not enough memory");
+  } catch (const std::exception& error) {
+    return Error(ExitCode::kFailed, subject, error.what());
+  }
+}
 
 /** Does @p work; a failure becomes one line on standard error and its exit code. */
 template <typename Work>
 ExitCode reportFailures(const std::string& subject, Work work) {
-  try {
-    work();
-    return ExitCode::kDone;
-  } catch (const Error& error) {
-    printError(error.what());
-    return error.code();
-  } catch (const std::bad_alloc&) {
-    printError(subject + ": not enough memory");
-  } catch (const std::exception& error) {
-    printError(subject + ": " + error.what());
-  }
-  return ExitCode::kFailed;
+  const std::optional<Error> failure = failureOf(subject, work);
+  if (!failure) return ExitCode::kDone;
+  printError(failure->what());
+  return failure->code();
 }
 
 } // namespace tlux::app

@@ -5,7 +5,7 @@
 
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
-#include "engine.hpp"
+#include "enhancer.hpp"
 #include "media/comparison.hpp"
 
 namespace tlux::app {
@@ -23,7 +23,7 @@ struct CompareOptions {
 constexpr const char* kExamples =
     "Examples:\n"
     "  tlux compare photo.jpg -o both.png\n"
-    "  tlux compare photo.jpg -o both.jpg --strength 80\n"
+    "  tlux compare photo.jpg -o both.jpg --strength 60\n"
     "  tlux compare photo.jpg -o halves.png --split --labels";
 
 FramePtr showBoth(const AVFrame& before, const AVFrame& after, const CompareOptions& options) {
@@ -39,14 +39,14 @@ FramePtr showBoth(const AVFrame& before, const AVFrame& after, const CompareOpti
 void compareFile(const CompareOptions& options) {
   const std::optional<RawLayout> raw = rawInputLayout(options.picture);
   const Output output = chooseOutput(options.output, options.picture);
-  checkKeepsInput(output, options.input);
+  checkMayWrite(output.file, options.input, options.picture);
 
   Timings timings;
   Stopwatch watch;
   Picture picture = readInput(options.input, raw, options.picture);
   timings.decode = watch.lapMilliseconds();
-  Engine engine;
-  const FramePtr after = optimize(engine, picture, options.picture.strength);
+  Enhancer enhancer(options.picture.tones);
+  const FramePtr after = enhanced(enhancer, picture);
   timings.run = watch.lapMilliseconds();
   picture.frame = showBoth(*picture.frame, *after, options);
   if (picture.alpha != nullptr) {
@@ -56,9 +56,9 @@ void compareFile(const CompareOptions& options) {
   writeOutput(picture, output, options.picture);
   timings.encode = watch.lapMilliseconds();
   if (options.picture.quiet) return;
-  printLine(fmt::format("{} -> {}, before and after at strength {}: {}",
+  printLine(fmt::format("{} -> {}, before and after at {}: {}",
                         describeInput(options.input, picture), describeOutput(output, picture),
-                        options.picture.strength, describe(timings)));
+                        describe(options.picture.tones), describe(timings)));
 }
 
 } // namespace

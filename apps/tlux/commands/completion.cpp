@@ -1,5 +1,3 @@
-#include <fmt/format.h>
-
 #include <memory>
 
 #include "commands/command.hpp"
@@ -32,7 +30,7 @@ Command addCompletion(CLI::App& app) {
             const auto script = *shell == "bash"  ? bashCompletion
                                 : *shell == "zsh" ? zshCompletion
                                                   : fishCompletion;
-            fmt::print("{}", script(wordsOf(app)));
+            printText(script(wordsOf(app)));
             return ExitCode::kDone;
           }};
 }

@@ -3,10 +3,10 @@
 #include <memory>
 #include <mutex>
 #include <optional>
-#include <system_error>
 #include <thread>
 #include <vector>
 
+#include "cli/number_option.hpp"
 #include "commands/command.hpp"
 #include "commands/enhance_job.hpp"
 
@@ -19,8 +19,9 @@ constexpr int kMostJobs = 64;
 constexpr const char* kExamples =
     "Examples:\n"
     "  tlux enhance photo.jpg -o better.jpg\n"
-    "  tlux enhance photo.jpg -o better.png --strength 80\n"
-    "  tlux enhance holiday/*.jpg holiday/*.mp4 -d enhanced --jobs 4\n"
+    "  tlux enhance photo.jpg -o better.png --strength 60\n"
+    "  tlux enhance holiday -d enhanced            a folder with all below it\n"
+    "  tlux enhance *.jpg -d enhanced --name '{name}-{strength}' --skip-existing\n"
     "  tlux enhance clip.mov -o better.mp4 --quality 85\n"
     "  tlux enhance clip.mkv -o master.mkv --codec ffv1\n"
     "  ffmpeg -i clip.mp4 -f yuv4mpegpipe - | tlux enhance - -o - | ffmpeg -i - better.mkv\n"
@@ -35,13 +36,6 @@ constexpr const char* kExamples =
     "With several files a failed one does not stop the others; the exit code tells the worst:\n"
     "0 done, 1 wrong usage, 2 unreadable input, 3 failed processing or writing.";
 
-void makeFolder(const std::filesystem::path& folder) {
-  if (folder.empty()) return;
-  std::error_code error;
-  std::filesystem::create_directories(folder, error);
-  if (error) throw Error(ExitCode::kFailed, folder.string(), error.message());
-}
-
 int processors() {
   return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
 }
@@ -50,6 +44,16 @@ int processors() {
 int chooseJobs(const EnhanceOptions& options, size_t files) {
   const int wanted = options.jobs > 0 ? options.jobs : std::max(1, processors() / 2);
   return static_cast<int>(std::min(static_cast<size_t>(wanted), files));
+}
+
+/** Never throws: standard output may be what failed. */
+ExitCode tellFailure(const Error& failure, const std::filesystem::path& input,
+                     const EnhanceOptions& options) {
+  printError(failure.what());
+  if (!options.json) return failure.code();
+  const ExitCode told =
+      reportFailures("enhance", [&] { printLine(describeFailure(failure, input)); });
+  return std::max(failure.code(), told);
 }
 
 /** The files still to be done, and the worst outcome of those that are. */
@@ -63,14 +67,16 @@ class JobQueue {
 
   /** Does jobs until there are none left; for any number of threads. */
   void work() {
-    std::optional<Engine> engine;
+    std::optional<Enhancer> enhancer;
     for (size_t index = next_++; index < jobs_.size(); index = next_++) {
       const Job& job = jobs_[index];
-      const ExitCode outcome = reportFailures(job.input.string(), [&] {
-        if (!engine) engine.emplace();
-        enhanceFile(job, settings_, *engine, progress_);
+      const std::optional<Error> failure = failureOf(job.input.string(), [&] {
+        if (!enhancer) enhancer.emplace(settings_.options.picture.tones, settings_.threads);
+        enhanceFile(job, settings_, *enhancer, progress_);
       });
       progress_.fileDone();
+      if (!failure) continue;
+      const ExitCode outcome = tellFailure(*failure, job.input, settings_.options);
       const std::lock_guard lock(mutex_);
       worst_ = std::max(worst_, outcome);
     }
@@ -90,12 +96,19 @@ class JobQueue {
 
 ExitCode enhance(const EnhanceOptions& options) {
   JobSettings settings = settingsFor(options);
-  const std::vector<Job> jobs = planJobs(options);
-  makeFolder(options.folder);
-  const int atOnce = chooseJobs(options, jobs.size());
+  const Plan plan = planJobs(options);
+  ExitCode worst = ExitCode::kDone;
+  for (const Error& refusal : plan.refusals) {
+    worst = std::max(worst, tellFailure(refusal, {}, options));
+  }
+  for (const Job& job : plan.skipped) {
+    tellSkipped(job, options);
+  }
+  if (plan.jobs.empty()) return worst;
+  const int atOnce = chooseJobs(options, plan.jobs.size());
   // A single file may have all processors.
-  settings.codecThreads = atOnce == 1 ? 0 : std::max(1, processors() / atOnce);
-  JobQueue queue(jobs, settings);
+  settings.threads = atOnce == 1 ? 0 : std::max(1, processors() / atOnce);
+  JobQueue queue(plan.jobs, settings);
   {
     std::vector<std::jthread> helpers;
     for (int i = 1; i < atOnce; ++i) {
@@ -103,7 +116,7 @@ ExitCode enhance(const EnhanceOptions& options) {
     }
     queue.work();
   }
-  return queue.worst();
+  return std::max(worst, queue.worst());
 }
 
 void addVideoOptions(CLI::App& parser, EnhanceOptions& options) {
@@ -123,22 +136,42 @@ void addVideoOptions(CLI::App& parser, EnhanceOptions& options) {
       ->group(kVideos);
 }
 
+void addFolderOptions(CLI::App& parser, EnhanceOptions& options) {
+  constexpr const char* kFolders = "Folders";
+  parser.add_option("-d,--folder", options.folder, "Folder to write to, made if missing")
+      ->type_name("FOLDER")
+      ->group(kFolders);
+  parser
+      .add_option("--name", options.name,
+                  "Name of a result without extension; may hold {name}, {strength}")
+      ->type_name("PATTERN")
+      ->capture_default_str()
+      ->group(kFolders);
+  parser.add_option("--match", options.match, "Files to take from folders, such as '*.jpg'")
+      ->type_name("PATTERN")
+      ->group(kFolders);
+  parser.add_flag("--skip-existing", options.skipExisting, "Leave out files whose result exists")
+      ->group(kFolders);
+}
+
 } // namespace
 
 Command addEnhance(CLI::App& app) {
   const auto options = std::make_shared<EnhanceOptions>();
   CLI::App* parser = app.add_subcommand("enhance", "Balance the light of pictures and videos");
-  parser->add_option("input", options->inputs, "Pictures or videos to read, or - for a stream")
+  parser
+      ->add_option("input", options->inputs,
+                   "Pictures, videos or folders of them, or - for a stream")
       ->required()
       ->type_name("FILE");
   parser->add_option("-o,--output", options->output, "File to write, or -")->type_name("FILE");
-  parser->add_option("-d,--folder", options->folder, "Folder to write to, made if missing")
-      ->type_name("FOLDER");
+  addFolderOptions(*parser, *options);
   addPictureOptions(*parser, options->picture);
   parser->add_option("-j,--jobs", options->jobs, "Files at once, by default half the processors")
-      ->check(CLI::Range(1, kMostJobs).description(""))
+      ->transform(decimal(1, kMostJobs))
       ->type_name("N");
   parser->add_flag("--timing", options->timing, "Tell on standard error what took how long");
+  addJsonOption(*parser, options->json);
   addVideoOptions(*parser, *options);
   parser->footer(kExamples);
   return {parser, [options] { return enhance(*options); }};

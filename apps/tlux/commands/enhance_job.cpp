@@ -4,6 +4,7 @@
 
 #include "media/input_container.hpp"
 #include "media/reader.hpp"
+#include "output/json.hpp"
 #include "output_file.hpp"
 #include "video/pipeline.hpp"
 #include "video/raw_stream.hpp"
@@ -14,9 +15,25 @@ namespace tlux::app {
 
 namespace {
 
+/** What is told of a file that is done, in words and for programs. */
+struct Outcome {
+  std::string text;
+  JsonObject json;
+};
+
+JsonObject jsonOf(const Job& job) {
+  return JsonObject::report("tlux.enhance.1")
+      .add("input", job.input.string())
+      .add("output", job.output.file.string());
+}
+
 /** Standard output may be taken by the result itself. */
-void tellResult(const Job& job, const EnhanceOptions& options, const std::string& text) {
-  if (!options.picture.quiet && !isPipe(job.output.file)) printLine(text);
+void tellResult(const Job& job, const EnhanceOptions& options, const Outcome& outcome) {
+  if (options.json) {
+    printLine(outcome.json.toString());
+  } else if (!options.picture.quiet && !isPipe(job.output.file)) {
+    printLine(outcome.text);
+  }
 }
 
 void tellTiming(const Job& job, const EnhanceOptions& options, const std::string& text) {
@@ -29,33 +46,47 @@ void warn(const std::filesystem::path& file, const std::vector<std::string>& rem
   }
 }
 
-void enhancePicture(const Job& job, const JobSettings& settings, Engine& engine) {
+void enhancePicture(const Job& job, const JobSettings& settings, Enhancer& enhancer) {
   const PictureOptions& options = settings.options.picture;
   Timings timings;
   Stopwatch watch;
   Picture picture = readInput(job.input, settings.raw, options);
   timings.decode = watch.lapMilliseconds();
-  picture.frame = optimize(engine, picture, options.strength);
+  enhance(enhancer, picture);
   timings.run = watch.lapMilliseconds();
   writeOutput(picture, job.output, options);
   timings.encode = watch.lapMilliseconds();
+  const std::string text =
+      fmt::format("{} -> {}, {}: {}", describeInput(job.input, picture),
+                  describeOutput(job.output, picture), describe(options.tones), describe(timings));
   tellResult(job, settings.options,
-             fmt::format("{} -> {}, strength {}: {}", describeInput(job.input, picture),
-                         describeOutput(job.output, picture), options.strength, describe(timings)));
+             {text, jsonOf(job)
+                        .add("width", picture.width())
+                        .add("height", picture.height())
+                        .add("frames", 1)
+                        .add("strength", options.tones.strength)
+                        .add("tones", nameOf(options.tones))
+                        .add("milliseconds", toJson(timings))});
   tellTiming(job, settings.options, describe(timings));
 }
 
 void enhanceFrames(const Job& job, const JobSettings& settings, FrameSource& source,
-                   FrameSink& sink, Engine& engine, Progress& progress) {
+                   FrameSink& sink, Enhancer& enhancer, Progress& progress) {
   const EnhanceOptions& options = settings.options;
-  const StreamTimings timings =
-      enhanceStream(source, engine, options.picture.strength, sink, progress);
+  const StreamTimings timings = enhanceStream(source, enhancer, sink, progress);
   warn(job.input, source.remarks());
-  tellResult(
-      job, options,
-      fmt::format("{} {}x{} -> {}, strength {}: {}", job.input.string(), source.properties().width,
-                  source.properties().height, job.output.file.string(), options.picture.strength,
-                  describeSpeed(timings)));
+  const StreamProperties& properties = source.properties();
+  const std::string text = fmt::format(
+      "{} {}x{} -> {}, {}: {}", job.input.string(), properties.width, properties.height,
+      job.output.file.string(), describe(options.picture.tones), describeSpeed(timings));
+  tellResult(job, options,
+             {text, jsonOf(job)
+                        .add("width", properties.width)
+                        .add("height", properties.height)
+                        .add("frames", timings.frames)
+                        .add("strength", options.picture.tones.strength)
+                        .add("tones", nameOf(options.picture.tones))
+                        .add("milliseconds", toJson(timings.busy).add("whole", timings.whole, 3))});
   tellTiming(job, options, describeSpeed(timings) + "; " + describeShares(timings));
 }
 
@@ -64,8 +95,9 @@ std::unique_ptr<FrameSource> openSource(const Job& job, const JobSettings& setti
   const bool keepsRotation = job.videoFormat != nullptr && job.videoFormat->keepsRotation;
   return std::make_unique<VideoReader>(job.input,
                                        ReadingOptions{.turnsUpright = !keepsRotation,
+                                                      .fullRange = job.videoFormat == nullptr,
                                                       .isStrict = settings.options.picture.strict,
-                                                      .threads = settings.codecThreads});
+                                                      .threads = settings.threads});
 }
 
 [[noreturn]] void askForForm() {
@@ -77,7 +109,7 @@ bool isPictureStream(const FrameSource& source) {
   return container != nullptr && holdsOnePicture(*container->iformat);
 }
 
-void enhanceToVideo(const Job& job, const JobSettings& settings, Engine& engine,
+void enhanceToVideo(const Job& job, const JobSettings& settings, Enhancer& enhancer,
                     Progress& progress) {
   const EnhanceOptions& options = settings.options;
   const bool isFormOpen = isPipe(job.output.file) && options.as.empty();
@@ -90,18 +122,19 @@ void enhanceToVideo(const Job& job, const JobSettings& settings, Engine& engine,
                     .preset = options.preset,
                     .quality = options.picture.quality,
                     .wholeChroma = options.picture.chroma == "444",
-                    .threads = settings.codecThreads},
+                    .threads = settings.threads},
                    source->properties());
   warn(job.output.file, sink.remarks());
-  enhanceFrames(job, settings, *source, sink, engine, progress);
+  enhanceFrames(job, settings, *source, sink, enhancer, progress);
 }
 
-void enhanceToRaw(const Job& job, const JobSettings& settings, Engine& engine, Progress& progress) {
+void enhanceToRaw(const Job& job, const JobSettings& settings, Enhancer& enhancer,
+                  Progress& progress) {
   const std::unique_ptr<FrameSource> source = openSource(job, settings);
   const int bits = source->properties().bits;
   if (bits > 8) warn(job.input, {fmt::format("its {} bits a sample become 8", bits)});
   RawWriter sink(job.output.file, job.output.rawFormat, settings.options.picture.pitch);
-  enhanceFrames(job, settings, *source, sink, engine, progress);
+  enhanceFrames(job, settings, *source, sink, enhancer, progress);
 }
 
 /** Pictures become raw frames like pictures: turned by all their tags. */
@@ -109,15 +142,38 @@ bool isPictureAsRaw(const Job& job, const JobSettings& settings) {
   return !settings.raw && !isPipe(job.input) && holdsOnePicture(job.input);
 }
 
+void makeFolder(const std::filesystem::path& folder) {
+  std::error_code error;
+  std::filesystem::create_directories(folder, error);
+  if (error) throw Error(ExitCode::kFailed, folder.string(), error.message());
+}
+
 } // namespace
 
-void enhanceFile(const Job& job, const JobSettings& settings, Engine& engine, Progress& progress) {
+void tellSkipped(const Job& job, const EnhanceOptions& options) {
+  tellResult(job, options,
+             {fmt::format("{} -> {}: skipped, exists already", job.input.string(),
+                          job.output.file.string()),
+              jsonOf(job).addValue("skipped", "true")});
+}
+
+std::string describeFailure(const Error& failure, const std::filesystem::path& input) {
+  JsonObject report = JsonObject::report("tlux.enhance.1");
+  if (!input.empty()) report.add("input", input.string());
+  return report.add("error", failure.what())
+      .add("exitStatus", static_cast<int>(failure.code()))
+      .toString();
+}
+
+void enhanceFile(const Job& job, const JobSettings& settings, Enhancer& enhancer,
+                 Progress& progress) {
+  if (!settings.options.folder.empty()) makeFolder(job.output.file.parent_path());
   if (job.videoFormat != nullptr) {
-    enhanceToVideo(job, settings, engine, progress);
+    enhanceToVideo(job, settings, enhancer, progress);
   } else if (job.output.pictureFormat != nullptr || isPictureAsRaw(job, settings)) {
-    enhancePicture(job, settings, engine);
+    enhancePicture(job, settings, enhancer);
   } else {
-    enhanceToRaw(job, settings, engine, progress);
+    enhanceToRaw(job, settings, enhancer, progress);
   }
 }
 

@@ -1,8 +1,14 @@
+#include <fmt/format.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <map>
+#include <optional>
 #include <set>
+#include <utility>
 
 #include "commands/enhance_job.hpp"
+#include "commands/input_files.hpp"
 #include "errors.hpp"
 #include "output_file.hpp"
 
@@ -31,13 +37,33 @@ bool canBeWritten(const fs::path& name) {
   return findPictureFormat(name) != nullptr || findVideoFormat(extensionOf(name)) != nullptr;
 }
 
+/** The pattern with what it names put in. */
+std::string fillPattern(const std::string& pattern, const std::string& name, uint32_t strength) {
+  try {
+    return fmt::format(fmt::runtime(pattern), fmt::arg("name", name),
+                       fmt::arg("strength", strength));
+  } catch (const fmt::format_error&) {
+    throw Error(ExitCode::kUsage, "--name",
+                fmt::format("'{}' may hold {{name}} and {{strength}} in braces", pattern));
+  }
+}
+
 /** In a folder a result keeps its name; kinds of file that cannot be written become PNG. */
-fs::path nameInFolder(const fs::path& input, const EnhanceOptions& options) {
-  if (isPipe(input)) throw Error(ExitCode::kUsage, "-", "has no name to keep in a folder; use -o");
-  fs::path name = options.folder / input.filename();
-  if (!options.as.empty()) return name.replace_extension(options.as);
-  if (isRaw(options)) return name.replace_extension(options.picture.format);
-  return canBeWritten(name) ? name : name.replace_extension("png");
+fs::path nameInFolder(const InputFile& input, const EnhanceOptions& options) {
+  if (isPipe(input.path)) {
+    throw Error(ExitCode::kUsage, "-", "has no name to keep in a folder; use -o");
+  }
+  std::string extension = input.path.extension().string();
+  if (!options.as.empty()) {
+    extension = "." + options.as;
+  } else if (isRaw(options)) {
+    extension = "." + options.picture.format;
+  } else if (!canBeWritten(input.path)) {
+    extension = ".png";
+  }
+  const std::string name =
+      fillPattern(options.name, input.path.stem().string(), options.picture.tones.strength);
+  return options.folder / input.folder / (name + extension);
 }
 
 Job planJob(const fs::path& input, const fs::path& target, const EnhanceOptions& options) {
@@ -57,9 +83,7 @@ Job planJob(const fs::path& input, const fs::path& target, const EnhanceOptions&
   return {input, *output, nullptr};
 }
 
-} // namespace
-
-std::vector<Job> planJobs(const EnhanceOptions& options) {
+void checkOptions(const EnhanceOptions& options) {
   const bool toFolder = !options.folder.empty();
   if (toFolder == !options.output.empty()) {
     throw Error(ExitCode::kUsage, "enhance", "needs either -o FILE or -d FOLDER");
@@ -67,21 +91,87 @@ std::vector<Job> planJobs(const EnhanceOptions& options) {
   if (!toFolder && options.inputs.size() > 1) {
     throw Error(ExitCode::kUsage, "-o", "takes one input; use -d FOLDER for several");
   }
-  std::vector<Job> jobs;
-  std::set<fs::path> taken;
-  for (const fs::path& input : options.inputs) {
-    const fs::path target = toFolder ? nameInFolder(input, options) : options.output;
-    jobs.push_back(planJob(input, target, options));
-    if (!taken.insert(target).second) {
-      throw Error(ExitCode::kUsage, target.string(), "would be written by two of the inputs");
+  if (options.json && isPipe(options.output)) {
+    throw Error(ExitCode::kUsage, "--json", "needs standard output, which gets the result");
+  }
+  if (options.name.find('/') != std::string::npos) {
+    throw Error(ExitCode::kUsage, "--name", "names files, not folders");
+  }
+}
+
+/** What tells a file whatever its name; nothing for one that does not exist. */
+using FileId = std::optional<std::pair<dev_t, ino_t>>;
+
+FileId idOf(const fs::path& file) {
+  struct stat status = {};
+  if (stat(file.c_str(), &status) != 0) return std::nullopt;
+  return std::pair(status.st_dev, status.st_ino);
+}
+
+std::set<FileId> idsOf(const std::vector<InputFile>& inputs) {
+  std::set<FileId> ids;
+  for (const InputFile& input : inputs) {
+    const FileId id = idOf(input.path);
+    if (id) ids.insert(id);
+  }
+  return ids;
+}
+
+/** A file to write with all the inputs that would become it. */
+struct Target {
+  fs::path file;
+  std::vector<fs::path> inputs;
+};
+
+/** In the order of the inputs. */
+std::vector<Target> targetsOf(const std::vector<InputFile>& inputs, const EnhanceOptions& options) {
+  std::vector<Target> targets;
+  std::map<fs::path, size_t> places;
+  for (const InputFile& input : inputs) {
+    const fs::path file = options.folder.empty() ? options.output : nameInFolder(input, options);
+    const auto [place, isNew] = places.try_emplace(file.lexically_normal(), targets.size());
+    if (isNew) targets.push_back({file, {}});
+    targets[place->second].inputs.push_back(input.path);
+  }
+  return targets;
+}
+
+std::string listOf(const std::vector<fs::path>& files) {
+  std::string list = files.front().string();
+  for (size_t i = 1; i < files.size(); ++i) {
+    list += (i + 1 == files.size() ? " and " : ", ") + files[i].string();
+  }
+  return list;
+}
+
+} // namespace
+
+Plan planJobs(const EnhanceOptions& options) {
+  checkOptions(options);
+  const bool toFolder = !options.folder.empty();
+  InputFiles inputs =
+      toFolder ? findInputs(options.inputs, {options.match, isRaw(options), options.folder})
+               : InputFiles{{{options.inputs.front(), {}}}, {}};
+  Plan plan;
+  plan.refusals = std::move(inputs.failures);
+  const std::set<FileId> inputIds = idsOf(inputs.files);
+  for (const Target& target : targetsOf(inputs.files, options)) {
+    try {
+      if (target.inputs.size() > 1) {
+        throw Error(ExitCode::kUsage, target.file.string(),
+                    "would be written by " + listOf(target.inputs));
+      }
+      const Job job = planJob(target.inputs.front(), target.file, options);
+      const FileId present = idOf(target.file);
+      if (inputIds.contains(present)) throw overwritesInput(target.file);
+      const bool isSkipped = options.skipExisting && present;
+      if (!isSkipped) checkMayReplace(target.file, options.picture);
+      (isSkipped ? plan.skipped : plan.jobs).push_back(job);
+    } catch (const Error& error) {
+      plan.refusals.push_back(error);
     }
   }
-  for (const Job& job : jobs) {
-    for (const fs::path& input : options.inputs) {
-      checkKeepsInput(job.output, input);
-    }
-  }
-  return jobs;
+  return plan;
 }
 
 JobSettings settingsFor(const EnhanceOptions& options) {

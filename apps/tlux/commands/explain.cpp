@@ -1,6 +1,5 @@
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <span>
@@ -9,6 +8,7 @@
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
 #include "explain/run_report.hpp"
+#include "output/json.hpp"
 #include "output_file.hpp"
 
 namespace tlux::app {
@@ -20,16 +20,16 @@ namespace fs = std::filesystem;
 struct ExplainOptions {
   fs::path input;
   fs::path folder;
+  bool json = false;
   PictureOptions picture;
 };
 
 constexpr const char* kPage = "explain.html";
-constexpr int kSmallestSide = 16;
 
 constexpr const char* kExamples =
     "Examples:\n"
     "  tlux explain photo.jpg -d why\n"
-    "  tlux explain photo.jpg -d why-80 --strength 80\n"
+    "  tlux explain photo.jpg -d why-60 --strength 60\n"
     "\n"
     "The folder gets one page, explain.html, that can be opened and passed on by itself, and its\n"
     "pictures as files.";
@@ -38,7 +38,7 @@ void checkFolder(const ExplainOptions& options) {
   std::vector<std::string> names = reportPictureNames();
   names.emplace_back(kPage);
   for (const std::string& name : names) {
-    checkKeepsInput({options.folder / name}, options.input);
+    checkMayWrite(options.folder / name, options.input, options.picture);
   }
 }
 
@@ -46,14 +46,6 @@ void makeFolder(const fs::path& folder) {
   std::error_code error;
   fs::create_directories(folder, error);
   if (error) throw Error(ExitCode::kFailed, folder.string(), error.message());
-}
-
-void checkSize(const Picture& picture, const fs::path& file) {
-  if (std::min(picture.frame->width, picture.frame->height) >= kSmallestSide) return;
-  throw Error(ExitCode::kFailed, file.string(),
-              fmt::format("pictures of fewer than {} columns or rows are copied, there is nothing "
-                          "to explain",
-                          kSmallestSide));
 }
 
 void writeReport(const Report& report, const fs::path& folder) {
@@ -65,18 +57,38 @@ void writeReport(const Report& report, const fs::path& folder) {
   writeFileAtomically(folder / kPage, std::span(text, report.html.size()));
 }
 
+void printJson(const Report& report, const Picture& picture, const ExplainOptions& options) {
+  const Findings& findings = report.findings;
+  printLine(JsonObject::report("tlux.explain.1")
+                .add("input", options.input.string())
+                .add("page", (options.folder / kPage).string())
+                .add("width", picture.width())
+                .add("height", picture.height())
+                .add("strength", options.picture.tones.strength)
+                .add("tones", nameOf(options.picture.tones))
+                .add("referenceWidth", report.reference.width)
+                .add("referenceHeight", report.reference.height)
+                .add("lifted", findings.lifted, 4)
+                .add("darkened", findings.darkened, 4)
+                .add("medianGain", findings.medianGain, 3)
+                .add("largestGain", findings.largestGain, 3)
+                .add("meanBefore", findings.meanBefore, 2)
+                .add("meanAfter", findings.meanAfter, 2)
+                .toString());
+}
+
 void explainFile(const ExplainOptions& options) {
   const std::optional<RawLayout> raw = rawInputLayout(options.picture);
   checkFolder(options);
   const Picture picture = readInput(options.input, raw, options.picture);
-  checkSize(picture, options.input);
   const Report report =
-      explainRun(picture, options.picture.strength, options.input.filename().string());
+      explainRun(picture, options.picture.tones, options.input.filename().string());
   makeFolder(options.folder);
   writeReport(report, options.folder);
+  if (options.json) return printJson(report, picture, options);
   if (options.picture.quiet) return;
-  printLine(fmt::format("{} -> {}, strength {}: {} KiB", describeInput(options.input, picture),
-                        (options.folder / kPage).string(), options.picture.strength,
+  printLine(fmt::format("{} -> {}, {}: {} KiB", describeInput(options.input, picture),
+                        (options.folder / kPage).string(), describe(options.picture.tones),
                         report.html.size() / 1024));
 }
 
@@ -94,6 +106,7 @@ Command addExplain(CLI::App& app) {
   for (const char* name : {"--quality", "--chroma", "--strip"}) {
     parser->remove_option(parser->get_option(name));
   }
+  addJsonOption(*parser, options->json);
   parser->footer(kExamples);
   return {parser, [options] {
             return reportFailures(options->input.string(), [&] { explainFile(*options); });

@@ -1,10 +1,14 @@
 #include <fmt/format.h>
 
+#include <memory>
 #include <thread>
+#include <vector>
 
 #include "commands/command.hpp"
+#include "commands/picture_options.hpp"
 #include "media/av.hpp"
 #include "media/picture_format.hpp"
+#include "output/json.hpp"
 #include "processor.hpp"
 #include "resolutions.hpp"
 #include "tlux.h"
@@ -21,8 +25,30 @@ constexpr const char* kLesson =
     "Example:\n"
     "  tlux info";
 
-ExitCode info() {
+void printJson(const TLUX_VERSION& version) {
+  std::vector<JsonObject> pools;
+  for (const Size size : kUsualResolutions) {
+    pools.push_back(JsonObject()
+                        .add("width", size.width)
+                        .add("height", size.height)
+                        .add("bytes", TLUX_GetPoolSize(size.width, size.height)));
+  }
+  printLine(JsonObject::report("tlux.info.1")
+                .add("version", version.version)
+                .add("buildDate", version.buildDate)
+                .add("vectorUnit", vectorUnit())
+                .add("processors", std::thread::hardware_concurrency())
+                .add("ffmpeg", av_version_info())
+                .add("pools", pools)
+                .toString());
+}
+
+ExitCode info(bool json) {
   const TLUX_VERSION& version = *TLUX_GetVersion();
+  if (json) {
+    printJson(version);
+    return ExitCode::kDone;
+  }
   printLine(fmt::format("Library    {} of {}", version.version, version.buildDate));
   printLine(fmt::format("Processor  {}, {} threads at once", vectorUnit(),
                         std::thread::hardware_concurrency()));
@@ -41,8 +67,10 @@ ExitCode info() {
 Command addInfo(CLI::App& app) {
   CLI::App* parser =
       app.add_subcommand("info", "Show versions, formats, the vector unit and memory needs");
+  const auto json = std::make_shared<bool>(false);
+  addJsonOption(*parser, *json);
   parser->footer(kLesson);
-  return {parser, info};
+  return {parser, [json] { return info(*json); }};
 }
 
 } // namespace tlux::app

@@ -9,6 +9,7 @@
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
 #include "ops/operation.hpp"
+#include "output/json.hpp"
 
 namespace tlux::app {
 
@@ -21,6 +22,7 @@ struct Job {
   Apply apply;
   std::filesystem::path input;
   std::filesystem::path output;
+  bool json = false;
   PictureOptions picture;
 };
 
@@ -34,17 +36,29 @@ constexpr const char* kLesson =
     "Pictures are worked on as camera frames: luma, and chroma of half the size both ways.\n"
     "Transparency is kept, except in masks.";
 
+void printJson(const Job& job, const Finding& finding, const Picture& result,
+               const Timings& timings) {
+  JsonObject report = JsonObject::report("tlux.op.1");
+  report.add("operation", job.operation->name)
+      .add("input", job.input.string())
+      .add("output", job.output.string())
+      .add("width", result.width())
+      .add("height", result.height());
+  if (!finding.name.empty()) report.add(finding.name, finding.count);
+  printLine(report.add("milliseconds", toJson(timings)).toString());
+}
+
 void runJob(const Job& job) {
   const std::optional<RawLayout> raw = rawInputLayout(job.picture);
   const Output output = chooseOutput(job.output, job.picture);
-  checkKeepsInput(output, job.input);
+  checkMayWrite(output.file, job.input, job.picture);
 
   Timings timings;
   Stopwatch watch;
   const Picture picture = readInput(job.input, raw, job.picture);
   timings.decode = watch.lapMilliseconds();
   Channels channels = takeApart(picture);
-  const std::string remark = job.apply(channels);
+  const Finding finding = job.apply(channels);
   const bool losesAlpha = picture.alpha != nullptr && channels.alpha.isEmpty();
   const bool isRaw = output.pictureFormat == nullptr;
   const Picture result = putTogether(std::move(channels), picture, isRaw);
@@ -55,10 +69,11 @@ void runJob(const Job& job) {
   if (result.frame->width != picture.frame->width) writing.pitch = 0;
   writeOutput(result, output, writing);
   timings.encode = watch.lapMilliseconds();
+  if (job.json) return printJson(job, finding, result, timings);
   if (job.picture.quiet) return;
   printLine(fmt::format("{} -> {}, {}{}{}: {}", describeInput(job.input, picture),
                         describeOutput(output, result), job.operation->name,
-                        remark.empty() ? "" : " ", remark, describe(timings)));
+                        finding.text.empty() ? "" : " ", finding.text, describe(timings)));
 }
 
 void addJob(CLI::App& app, const Operation& operation, std::list<Job>& jobs) {
@@ -71,6 +86,7 @@ void addJob(CLI::App& app, const Operation& operation, std::list<Job>& jobs) {
       ->type_name("FILE");
   job.apply = operation.addOptions(*job.parser);
   addFileOptions(*job.parser, job.picture);
+  addJsonOption(*job.parser, job.json);
   job.parser->footer(operation.lesson);
 }
 

@@ -1,13 +1,16 @@
 #include "commands/picture_options.hpp"
 
 #include <fmt/format.h>
+#include <unistd.h>
 
-#include <charconv>
 #include <string_view>
 #include <system_error>
 
+#include "cli/number_option.hpp"
+#include "cli/size.hpp"
 #include "errors.hpp"
 #include "media/reader.hpp"
+#include "media/semi_planar.hpp"
 #include "media/writer.hpp"
 #include "output_file.hpp"
 #include "report.hpp"
@@ -16,23 +19,12 @@ namespace tlux::app {
 
 namespace {
 
-constexpr int kMaxStrength = 100;
-constexpr int kMaxSide = 65534;
+constexpr uint32_t kMostSteady = 1000;
 
 AVPixelFormat rawFormatNamed(std::string_view name) {
   if (name == "nv21") return AV_PIX_FMT_NV21;
   if (name == "nv12") return AV_PIX_FMT_NV12;
   return AV_PIX_FMT_NONE;
-}
-
-/** An even number of pixels at the start of @p text, which is advanced behind it; 0 if there is
- * none. */
-int takeSide(std::string_view& text) {
-  int side = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), side);
-  const bool usable = error == std::errc() && side > 0 && side <= kMaxSide && side % 2 == 0;
-  text.remove_prefix(static_cast<size_t>(end - text.data()));
-  return usable ? side : 0;
 }
 
 /** Whoever sorts pictures by date finds the new one beside the old one. */
@@ -46,16 +38,23 @@ void keepTime(const std::filesystem::path& file,
 } // namespace
 
 void addPictureOptions(CLI::App& parser, PictureOptions& options) {
-  parser.add_option("-s,--strength", options.strength, "0 leaves the light as it is, 100 is most")
-      ->check(CLI::Range(0, kMaxStrength).description(""))
-      ->type_name("0-100")
-      ->capture_default_str();
+  addToneOptions(parser, options.tones);
   addFileOptions(parser, options);
+}
+
+void addToneOptions(CLI::App& parser, Tones& tones) {
+  addNumber(parser, "-s,--strength", tones.strength, 0U, 100U, "0 keeps the tones, 100 is most");
+  parser.add_flag("--exact", tones.exact,
+                  "The tones of the library's run to the byte, not natural");
+  addChoice(parser, "--steady", tones.steady, 0U, kMostSteady,
+            "Frames over which the tones follow the scene; 0: each by itself");
+  addChoice(parser, "--colour", tones.colour, 0U, 100U,
+            "Per cent by which colour follows brightness");
 }
 
 void addFileOptions(CLI::App& parser, PictureOptions& options) {
   parser.add_option("--quality", options.quality, "Quality of output that loses detail")
-      ->check(CLI::Range(1, 100).description(""))
+      ->transform(decimal(1, 100))
       ->type_name("1-100")
       ->capture_default_str();
   parser.add_option("--chroma", options.chroma, "Halve the chroma of the output, or keep it whole")
@@ -65,6 +64,8 @@ void addFileOptions(CLI::App& parser, PictureOptions& options) {
   parser.add_flag("--strip", options.strip, "Leave out metadata: EXIF, XMP, IPTC, comment, time");
   parser.add_flag("--strict", options.strict, "Refuse damaged input instead of warning");
   parser.add_flag("-q,--quiet", options.quiet, "Print warnings and errors only");
+  parser.add_flag("--force", options.force, "Replace write-protected files too");
+  parser.add_flag("--no-clobber", options.noClobber, "Replace no file");
   constexpr const char* kRaw = "Raw camera frames";
   parser.add_option("--size", options.size, "The input is one raw frame of this size in pixels")
       ->type_name("WxH")
@@ -75,9 +76,13 @@ void addFileOptions(CLI::App& parser, PictureOptions& options) {
       ->type_name("nv21|nv12")
       ->group(kRaw);
   parser.add_option("--pitch", options.pitch, "Bytes from row to row, if not the width")
-      ->check(CLI::Range(1, 4 * kMaxSide).description(""))
+      ->transform(decimal(1, 4 * kLargestSide))
       ->type_name("BYTES")
       ->group(kRaw);
+}
+
+void addJsonOption(CLI::App& parser, bool& json) {
+  parser.add_flag("--json", json, "Print one line of JSON for each result");
 }
 
 std::optional<RawLayout> rawInputLayout(const PictureOptions& options) {
@@ -87,15 +92,13 @@ std::optional<RawLayout> rawInputLayout(const PictureOptions& options) {
   }
   RawLayout layout;
   layout.format = rawFormatNamed(options.format);
-  std::string_view text = options.size;
-  layout.width = takeSide(text);
-  const bool hasCross = text.starts_with('x');
-  text.remove_prefix(hasCross ? 1 : 0);
-  layout.height = takeSide(text);
-  if (layout.width == 0 || !hasCross || layout.height == 0 || !text.empty()) {
+  const std::optional<Size> size = parseSize(options.size);
+  if (!size || size->width % 2 != 0 || size->height % 2 != 0) {
     throw Error(ExitCode::kUsage, "--size",
                 fmt::format("'{}' is not WIDTHxHEIGHT with even numbers", options.size));
   }
+  layout.width = size->width;
+  layout.height = size->height;
   layout.pitch = options.pitch == 0 ? layout.width : options.pitch;
   if (layout.pitch < layout.width) {
     throw Error(ExitCode::kUsage, "--pitch",
@@ -126,11 +129,30 @@ Output chooseOutput(const std::filesystem::path& file, const PictureOptions& opt
   return *output;
 }
 
-void checkKeepsInput(const Output& output, const std::filesystem::path& input) {
+Error overwritesInput(const std::filesystem::path& file) {
+  return {ExitCode::kUsage, file.string(), "would be written over the input"};
+}
+
+void checkMayReplace(const std::filesystem::path& file, const PictureOptions& options) {
   std::error_code error;
-  if (std::filesystem::equivalent(output.file, input, error)) {
-    throw Error(ExitCode::kUsage, output.file.string(), "would be written over the input");
+  const std::filesystem::file_status status = std::filesystem::status(file, error);
+  if (!std::filesystem::is_regular_file(status)) return;
+  if (options.noClobber) throw Error(ExitCode::kFailed, file.string(), "exists already");
+  using std::filesystem::perms;
+  constexpr perms kAnyWrite = perms::owner_write | perms::group_write | perms::others_write;
+  // The superuser may write everything, but a protected file is not protected without reason.
+  const bool isProtected =
+      (status.permissions() & kAnyWrite) == perms::none || access(file.c_str(), W_OK) != 0;
+  if (isProtected && !options.force) {
+    throw Error(ExitCode::kFailed, file.string(), "is write-protected; --force replaces it");
   }
+}
+
+void checkMayWrite(const std::filesystem::path& file, const std::filesystem::path& input,
+                   const PictureOptions& options) {
+  std::error_code error;
+  if (std::filesystem::equivalent(file, input, error)) throw overwritesInput(file);
+  checkMayReplace(file, options);
 }
 
 Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw,
@@ -144,9 +166,17 @@ Picture readInput(const std::filesystem::path& file, const std::optional<RawLayo
   return picture;
 }
 
-FramePtr optimize(Engine& engine, const Picture& picture, uint32_t strength) {
-  return picture.isRaw ? engine.run(*picture.frame, strength)
-                       : engine.runSeamlessly(*picture.frame, strength);
+void enhance(Enhancer& enhancer, Picture& picture) {
+  enhancer.startAnew();
+  enhancer.enhance(*picture.frame);
+}
+
+FramePtr enhanced(Enhancer& enhancer, const Picture& picture) {
+  FramePtr frame = makeSemiPlanarLike(*picture.frame);
+  check(av_frame_copy(frame.get(), picture.frame.get()));
+  enhancer.startAnew();
+  enhancer.enhance(*frame);
+  return frame;
 }
 
 void writeOutput(const Picture& picture, const Output& output, const PictureOptions& options) {

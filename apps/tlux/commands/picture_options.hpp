@@ -7,7 +7,8 @@
 #include <optional>
 #include <string>
 
-#include "engine.hpp"
+#include "enhancer.hpp"
+#include "errors.hpp"
 #include "media/picture_format.hpp"
 #include "media/raw.hpp"
 
@@ -15,21 +16,29 @@ namespace tlux::app {
 
 /** Options shared by the commands that read and write pictures. */
 struct PictureOptions {
-  uint32_t strength = 50;
+  Tones tones;
   int quality = 92;
   std::string chroma = "420"; // of formats that may halve it
   bool strict = false;        // damaged input is refused
   bool strip = false;         // metadata are left out
   bool quiet = false;
-  std::string size;   // of raw input, "WIDTHxHEIGHT"; empty for pictures
-  std::string format; // of raw files, "nv21" or "nv12"
-  int pitch = 0;      // of raw files, 0 for the width
+  bool force = false;     // replaces files that are write-protected
+  bool noClobber = false; // replaces no file
+  std::string size;       // of raw input, "WIDTHxHEIGHT"; empty for pictures
+  std::string format;     // of raw files, "nv21" or "nv12"
+  int pitch = 0;          // of raw files, 0 for the width
 };
 
 void addPictureOptions(CLI::App& parser, PictureOptions& options);
 
-/** The part of them for commands that do not enhance: all but the strength. */
+/** The part of them that chooses the tones. */
+void addToneOptions(CLI::App& parser, Tones& tones);
+
+/** The part of them for commands that do not enhance: all but the tones. */
 void addFileOptions(CLI::App& parser, PictureOptions& options);
+
+/** --json, for what else would be told in words. */
+void addJsonOption(CLI::App& parser, bool& json);
 
 /** Layout of raw input, nothing when the inputs are pictures. Throws Error for nonsense. */
 std::optional<RawLayout> rawInputLayout(const PictureOptions& options);
@@ -48,15 +57,25 @@ std::optional<Output> findOutput(const std::filesystem::path& file, const std::s
 /** Chooses the form by the extension. Throws Error for an extension that cannot be written. */
 Output chooseOutput(const std::filesystem::path& file, const PictureOptions& options);
 
-/** Refuses to write over @p input. */
-void checkKeepsInput(const Output& output, const std::filesystem::path& input);
+/** What is told when the file to write is one of those to read. */
+Error overwritesInput(const std::filesystem::path& file);
+
+/** Throws Error if @p file exists and must stay as it is. */
+void checkMayReplace(const std::filesystem::path& file, const PictureOptions& options);
+
+/** Throws Error if @p file must not be written: it is the input, or must stay as it is. */
+void checkMayWrite(const std::filesystem::path& file, const std::filesystem::path& input,
+                   const PictureOptions& options);
 
 /** Warns of what the picture has beyond what is taken. */
 Picture readInput(const std::filesystem::path& file, const std::optional<RawLayout>& raw,
                   const PictureOptions& options);
 
-/** Raw frames as the library makes them, pictures without strips at their edges. */
-FramePtr optimize(Engine& engine, const Picture& picture, uint32_t strength);
+/** Enhances a picture by itself, whatever came before. */
+void enhance(Enhancer& enhancer, Picture& picture);
+
+/** The same into a frame of its own. */
+FramePtr enhanced(Enhancer& enhancer, const Picture& picture);
 
 /** Writes the result, warning of what its format cannot keep. */
 void writeOutput(const Picture& picture, const Output& output, const PictureOptions& options);

@@ -5,9 +5,10 @@
 #include <utility>
 #include <vector>
 
+#include "cli/number_option.hpp"
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
-#include "engine.hpp"
+#include "enhancer.hpp"
 #include "media/contact_sheet.hpp"
 #include "media/rgb_copy.hpp"
 
@@ -18,7 +19,7 @@ namespace {
 struct SweepOptions {
   std::filesystem::path input;
   std::filesystem::path output;
-  std::vector<uint32_t> strengths = {0, 20, 50, 100};
+  std::vector<uint32_t> strengths = {0, 15, kUsualStrength, 60};
   int tileWidth = 800;
   int columns = 0;
   PictureOptions picture;
@@ -37,15 +38,16 @@ Output chooseSheet(const SweepOptions& options) {
     throw Error(ExitCode::kUsage, options.output.string(),
                 "a sheet is a picture, its extension must be one of " + writableExtensions());
   }
-  checkKeepsInput(output, options.input);
+  checkMayWrite(output.file, options.input, options.picture);
   return output;
 }
 
 std::vector<Tile> makeTiles(const Picture& picture, const SweepOptions& options) {
-  Engine engine;
+  Enhancer enhancer(options.picture.tones);
   std::vector<Tile> tiles;
   for (const uint32_t strength : options.strengths) {
-    const FramePtr after = optimize(engine, picture, strength);
+    enhancer.setStrength(strength);
+    const FramePtr after = enhanced(enhancer, picture);
     tiles.push_back(
         {shrinkToWidth(toRgb(*after), options.tileWidth), fmt::format("strength {}", strength)});
   }
@@ -89,15 +91,15 @@ Command addSweep(CLI::App& app) {
   parser->add_option("--strengths", options->strengths, "Strengths to show, 0 to 100 each")
       ->delimiter(',')
       ->allow_extra_args(false)
-      ->check(CLI::Range(0, 100).description(""))
+      ->transform(decimal(0U, 100U))
       ->type_name("LIST")
-      ->default_str("0,20,50,100");
+      ->default_str("0,15,30,60");
   parser->add_option("--tile-width", options->tileWidth, "Largest width of a tile in pixels")
-      ->check(CLI::Range(16, 65535).description(""))
+      ->transform(decimal(16, 65535))
       ->type_name("PIXELS")
       ->capture_default_str();
   parser->add_option("--columns", options->columns, "Tiles in a row, chosen if not given")
-      ->check(CLI::Range(1, 100).description(""))
+      ->transform(decimal(1, 100))
       ->type_name("COUNT");
   parser->footer(kExamples);
   return {parser, [options] {

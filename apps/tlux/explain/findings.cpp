@@ -18,23 +18,14 @@ std::string percent(double share) {
   return fmt::format("{:.{}f}&nbsp;%", 100 * share, share > 0 && share < 0.0995 ? 1 : 0);
 }
 
-std::string describeGains(const Trace& trace) {
-  std::vector<double> lifted;
-  size_t darkened = 0;
-  for (size_t i = 0; i < trace.pixels(); ++i) {
-    const double gain = trace.gainOf(i);
-    if (gain > kNoticeable) lifted.push_back(gain);
-    if (gain < 1 / kNoticeable) ++darkened;
-  }
-  const auto pixels = static_cast<double>(trace.pixels());
+std::string describeGains(const Findings& findings) {
   std::string text = fmt::format("{} of the frame is lifted and {} darkened.",
-                                 percent(static_cast<double>(lifted.size()) / pixels),
-                                 percent(static_cast<double>(darkened) / pixels));
-  if (!lifted.empty()) {
+                                 percent(findings.lifted), percent(findings.darkened));
+  if (findings.lifted > 0) {
     text += fmt::format(
         " Where it is lifted, its light is multiplied by {:.2f} in the middle "
         "(median) and by {:.2f} at most.",
-        quantile(lifted, 0.5), *std::max_element(lifted.begin(), lifted.end()));
+        findings.medianGain, findings.largestGain);
   }
   return text;
 }
@@ -84,13 +75,34 @@ std::string describeLimit(const Trace& trace) {
 
 } // namespace
 
+Findings findingsOf(const Trace& trace, const Histogram& before, const Histogram& after) {
+  std::vector<double> lifted;
+  size_t darkened = 0;
+  for (size_t i = 0; i < trace.pixels(); ++i) {
+    const double gain = trace.gainOf(i);
+    if (gain > kNoticeable) lifted.push_back(gain);
+    if (gain < 1 / kNoticeable) ++darkened;
+  }
+  const auto pixels = static_cast<double>(trace.pixels());
+  Findings findings;
+  findings.lifted = static_cast<double>(lifted.size()) / pixels;
+  findings.darkened = static_cast<double>(darkened) / pixels;
+  if (!lifted.empty()) {
+    findings.medianGain = quantile(lifted, 0.5);
+    findings.largestGain = *std::max_element(lifted.begin(), lifted.end());
+  }
+  findings.meanBefore = meanOf(before);
+  findings.meanAfter = meanOf(after);
+  return findings;
+}
+
 std::vector<std::string> describeFindings(const Trace& trace, const Histogram& before,
                                           const Histogram& after) {
   if (trace.strength == 0) {
     return {"Strength 0 keeps the tones; the guided filter alone smooths fine noise a little.",
             describeHistograms(before, after)};
   }
-  return {describeGains(trace), describeTurningPoint(toneCurveOf(trace)),
+  return {describeGains(findingsOf(trace, before, after)), describeTurningPoint(toneCurveOf(trace)),
           describeHistograms(before, after), describeLimit(trace)};
 }
 

@@ -44,7 +44,7 @@ std::vector<ToneStep> toneCurveOf(const Trace& trace) {
   constexpr size_t kFewest = 3;
   std::array<std::vector<double>, 256 / kCodes> mapped;
   for (size_t i = 0; i < trace.pixels(); ++i) {
-    mapped[trace.reference[0][i] / kCodes].push_back(trace.mapped[i]);
+    mapped[trace.reference[i] / kCodes].push_back(trace.mapped[i]);
   }
   std::vector<ToneStep> steps;
   for (size_t range = 0; range < mapped.size(); ++range) {

@@ -14,7 +14,6 @@
 #include "explain/luma_statistics.hpp"
 #include "explain/scales.hpp"
 #include "explain/trace.hpp"
-#include "media/block_padding.hpp"
 #include "media/rgb_copy.hpp"
 
 namespace tlux::app {
@@ -28,21 +27,6 @@ constexpr const char* kReference = "reference.png";
 constexpr const char* kScore = "score.png";
 constexpr const char* kGain = "gain.png";
 constexpr const char* kMapped = "mapped.png";
-
-/** The reference frame in colour. */
-FramePtr showReference(const Trace& trace, const AVFrame& source) {
-  const FramePtr planes = makeFrame(AV_PIX_FMT_YUV444P, trace.width, trace.height);
-  planes->color_range = AVCOL_RANGE_JPEG;
-  planes->colorspace = source.colorspace;
-  for (size_t i = 0; i < trace.reference.size(); ++i) {
-    for (int y = 0; y < trace.height; ++y) {
-      std::memcpy(planes->data[i] + ptrdiff_t{y} * planes->linesize[i],
-                  trace.reference[i].data() + ptrdiff_t{y} * trace.width,
-                  static_cast<size_t>(trace.width));
-    }
-  }
-  return toRgb(*planes);
-}
 
 FramePtr showGray(const std::vector<uint8_t>& samples, int width, int height) {
   FramePtr gray = makeFrame(AV_PIX_FMT_RGB24, width, height);
@@ -72,81 +56,29 @@ FramePtr showGains(const Trace& trace) {
   return drawHeatMap(stops, trace.width, trace.height, gainRange(trace));
 }
 
-std::string kibibytes(int64_t bytes) {
-  return bytes == 0 ? "–" : fmt::format("{:.1f}&nbsp;KiB", static_cast<double>(bytes) / 1024);
-}
-
-std::vector<std::string> costRow(const std::string& stage, const Cost& cost, double bar) {
-  return {stage, fmt::format("{:.2f}&nbsp;ms", cost.milliseconds),
-          fmt::format("<span class=\"bar\" style=\"width:{:.0f}px\"></span>", bar),
-          kibibytes(cost.peakBytes), kibibytes(cost.keptBytes)};
-}
-
 void addCosts(const Trace& trace, HtmlPage& page) {
-  double longest = 0;
-  for (const Cost& cost : trace.stages) {
-    longest = std::max(longest, cost.milliseconds);
-  }
-  constexpr double kLongestBar = 160;
-  std::vector<std::vector<std::string>> rows;
-  for (size_t i = 0; i < kStages.size(); ++i) {
-    const Stage& stage = kStages[i];
-    rows.push_back(
-        costRow(fmt::format("{}<small>{}: {}</small>", stage.name, stage.work, stage.functions),
-                trace.stages[i], kLongestBar * trace.stages[i].milliseconds / longest));
-  }
-  rows.push_back(costRow("The run in one call", trace.run, 0));
+  const auto time = [](double milliseconds) { return fmt::format("{:.2f}&nbsp;ms", milliseconds); };
   page.addTable(
-      "Time and memory", {"Stage", "Time", "", "Memory at most", "Memory left"}, rows,
-      "Times are those of the fastest of several runs on this machine. Memory is what a stage "
-      "takes from the "
-      "pool at one time, its workers included, and what it leaves there for later stages. The run "
-      "keeps its reference frame, scores and gain table for the next frame, and skips the gain "
-      "table as long as the strength stays.");
-}
-
-/** What the library is handed: pictures are extended to whole blocks. */
-FramePtr frameFor(const Picture& picture) {
-  FramePtr extended = picture.isRaw ? nullptr : extendToBlocks(*picture.frame);
-  if (extended != nullptr) {
-    extended->colorspace = picture.frame->colorspace;
-    return extended;
-  }
-  return FramePtr(checkAllocated(av_frame_clone(picture.frame.get())));
-}
-
-FramePtr shownOutput(const Trace& trace, const AVFrame& source) {
-  const bool wasExtended =
-      trace.output->width != source.width || trace.output->height != source.height;
-  return wasExtended ? cutFromBlocks(*trace.output, source)
-                     : FramePtr(checkAllocated(av_frame_clone(trace.output.get())));
-}
-
-std::string paddingNote(const AVFrame& frame, const AVFrame& source) {
-  const int columns = frame.width - source.width;
-  const int rows = frame.height - source.height;
-  if (columns == 0 && rows == 0) return "";
-  const std::string left = fmt::format("{} columns at the left", columns);
-  const std::string top = fmt::format("{} rows at the top", rows);
-  return fmt::format(
-      " For this, {}{}{} were repeated, so that the frame consists of whole blocks "
-      "of 16.",
-      columns > 0 ? left : "", columns > 0 && rows > 0 ? " and " : "", rows > 0 ? top : "");
+      "Time and memory", {"", "Here"},
+      {{"First frame", time(trace.cost.firstMilliseconds)},
+       {"Every frame after it", time(trace.cost.milliseconds)},
+       {"Memory", fmt::format("{:.1f}&nbsp;KiB", static_cast<double>(trace.cost.bytes) / 1024)}},
+      "With the first frame threads are started and memory is taken, both for as long as "
+      "frames follow. The time of the others is that of the fastest of several. Memory "
+      "is what a pool must have for frames of this size.");
 }
 
 /** The page as it grows, with the pictures it shows. */
 class ReportBuilder {
  public:
-  ReportBuilder(const Picture& picture, uint32_t strength, const std::string& name)
+  ReportBuilder(const Picture& picture, const Tones& tones, const std::string& name)
       : source_(*picture.frame),
-        frame_(frameFor(picture)),
-        trace_(traceRun(*frame_, strength)),
-        output_(shownOutput(trace_, source_)),
+        trace_(traceRun(source_, tones)),
         before_(histogramOf(source_)),
-        after_(histogramOf(*output_)),
+        after_(histogramOf(*trace_.output)),
         page_("What tlux saw in " + name,
-              fmt::format("{}×{} pixels, strength {}, reference frame of {}×{}, {}",
-                          picture.width(), picture.height(), strength, trace_.width, trace_.height,
+              fmt::format("{}×{} pixels, {}, reference frame of {}×{}, {}", picture.width(),
+                          picture.height(), describe(tones), trace_.width, trace_.height,
                           TLUX_GetVersion()->version)) {}
 
   Report build() {
@@ -157,6 +89,8 @@ class ReportBuilder {
     addEffect();
     addCosts(trace_, page_);
     report_.html = page_.finish();
+    report_.findings = findingsOf(trace_, before_, after_);
+    report_.reference = {trace_.width, trace_.height};
     return std::move(report_);
   }
 
@@ -171,7 +105,7 @@ class ReportBuilder {
     page_.startFigures("Before and after");
     addPicture("Before", toRgb(source_), kBefore, "",
                fmt::format("The picture as it was read, mean luma {:.0f}.", meanOf(before_)));
-    addPicture("After", toRgb(*output_), kAfter, "",
+    addPicture("After", toRgb(*trace_.output), kAfter, "",
                fmt::format("What the library returns at strength {}, mean luma {:.0f}.",
                            trace_.strength, meanOf(after_)));
     page_.addWideFigure("Luma histogram", drawHistograms(before_, after_),
@@ -183,11 +117,12 @@ class ReportBuilder {
 
   void addView() {
     page_.startFigures("What the run looks at");
-    addPicture("Reference frame", showReference(trace_, source_), kReference, "",
-               fmt::format("Every decision is made on this small frame of {}×{} pixels, an eighth "
-                           "of the size: finer detail than it shows is never lifted or darkened "
-                           "by itself.{}",
-                           trace_.width, trace_.height, paddingNote(*frame_, source_)));
+    addPicture(
+        "Reference frame", showGray(trace_.reference, trace_.width, trace_.height), kReference, "",
+        fmt::format("Every decision is made on the luma of this small frame of {}×{} pixels, "
+                    "an eighth of the size: finer detail than it shows is never lifted or "
+                    "darkened by itself.",
+                    trace_.width, trace_.height));
     const double range = scoreRange(trace_);
     addPicture("Score", showScores(trace_), kScore, drawLegend("scores", range, scoreTicks(range)),
                "Stops by which a pixel lies below (orange) or above (blue) a level half-way "
@@ -227,9 +162,7 @@ class ReportBuilder {
   }
 
   const AVFrame& source_;
-  FramePtr frame_;
   Trace trace_;
-  FramePtr output_;
   Histogram before_;
   Histogram after_;
   HtmlPage page_;
@@ -242,8 +175,8 @@ std::vector<std::string> reportPictureNames() {
   return {kBefore, kAfter, kReference, kScore, kGain, kMapped};
 }
 
-Report explainRun(const Picture& picture, uint32_t strength, const std::string& name) {
-  return ReportBuilder(picture, strength, name).build();
+Report explainRun(const Picture& picture, const Tones& tones, const std::string& name) {
+  return ReportBuilder(picture, tones, name).build();
 }
 
 } // namespace tlux::app

@@ -3,7 +3,10 @@
 #include <string>
 #include <vector>
 
+#include "cli/size.hpp"
+#include "enhancer.hpp"
 #include "explain/embedded_picture.hpp"
+#include "explain/findings.hpp"
 #include "media/picture.hpp"
 
 namespace tlux::app {
@@ -12,15 +15,14 @@ namespace tlux::app {
 struct Report {
   std::string html;
   std::vector<EmbeddedPicture> pictures;
+  Findings findings;
+  Size reference; // size of the frame that the decisions were made on
 };
 
 /** File names of the pictures of every report. */
 std::vector<std::string> reportPictureNames();
 
-/**
- * Runs the library on a picture of at least 16×16 pixels.
- * @param name of the picture, for the heading.
- */
-Report explainRun(const Picture& picture, uint32_t strength, const std::string& name);
+/** @param name of the picture, for the heading. */
+Report explainRun(const Picture& picture, const Tones& tones, const std::string& name);
 
 } // namespace tlux::app

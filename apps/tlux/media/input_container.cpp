@@ -9,6 +9,7 @@
 #include <system_error>
 #include <utility>
 
+#include "interruption.hpp"
 #include "media/picture_file.hpp"
 #include "output_file.hpp"
 
@@ -86,7 +87,8 @@ std::string inputUrl(const std::filesystem::path& file) {
 
 InputContainer openByContent(const std::filesystem::path& file) {
   AVIOContext* io = nullptr;
-  check(avio_open(&io, inputUrl(file).c_str(), AVIO_FLAG_READ));
+  const AVIOInterruptCB interruption = {[](void*) { return isReadInterrupted() ? 1 : 0; }, nullptr};
+  check(avio_open2(&io, inputUrl(file).c_str(), AVIO_FLAG_READ, &interruption, nullptr));
   return openContainer({io, [](AVIOContext* context) { avio_close(context); }});
 }
 

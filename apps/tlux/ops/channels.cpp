@@ -6,7 +6,7 @@
 
 #include "media/convert.hpp"
 #include "media/semi_planar.hpp"
-#include "ops/library_result.hpp"
+#include "library_result.hpp"
 
 namespace tlux::app {
 

@@ -1,8 +1,8 @@
 #include <cmath>
 #include <memory>
 
-#include "commands/number_option.hpp"
-#include "ops/library_result.hpp"
+#include "cli/number_option.hpp"
+#include "library_result.hpp"
 #include "ops/operation.hpp"
 
 namespace tlux::app {
@@ -33,7 +33,7 @@ Apply addSharpen(CLI::App& parser) {
     checkResult(ResFilter(nullptr, luma.data(), luma.width, luma.data(), luma.width, luma.width,
                           luma.height, options->radius, kRegularisation, options->threshold,
                           toQ10(options->gain)));
-    return std::string();
+    return Finding();
   };
 }
 
@@ -54,7 +54,7 @@ Apply addContrast(CLI::App& parser) {
     checkResult(ImgEnhancement(nullptr, luma.data(), luma.width, luma.data(), luma.width,
                                luma.width, luma.height, options->radius, options->deviation,
                                toQ10(options->gain)));
-    return std::string();
+    return Finding();
   };
 }
 

@@ -2,7 +2,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "ops/library_result.hpp"
+#include "library_result.hpp"
 #include "ops/operation.hpp"
 
 namespace tlux::app {
@@ -26,7 +26,7 @@ Apply addFlip(CLI::App& parser) {
       checkResult(ImageRollOver(&source, &target, flags));
       channel = std::move(turned);
     });
-    return std::string();
+    return Finding();
   };
 }
 

@@ -1,5 +1,3 @@
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -8,9 +6,10 @@
 #include <utility>
 #include <vector>
 
-#include "commands/number_option.hpp"
-#include "ops/library_result.hpp"
+#include "cli/number_option.hpp"
+#include "library_result.hpp"
 #include "ops/operation.hpp"
+#include "report.hpp"
 
 namespace tlux::app {
 
@@ -54,14 +53,14 @@ uint32_t heightOf(const Channel& mask) {
   return static_cast<uint32_t>(mask.height);
 }
 
-/** Makes a mask of the picture, does work(mask, options), which tells a remark, and shows it. */
+/** Makes a mask of the picture, does work(mask, options), which tells a finding, and shows it. */
 template <typename Options, typename Work>
 Apply onMask(std::shared_ptr<Options> options, Work work) {
   return [options, work](Channels& picture) {
     Channel mask = maskOf(picture, *options);
-    std::string remark = work(mask, *options);
+    Finding finding = work(mask, *options);
     picture = Channels::ofGray(std::move(mask));
-    return remark;
+    return finding;
   };
 }
 
@@ -78,7 +77,7 @@ std::shared_ptr<RegionOptions> addRegionOptions(CLI::App& parser) {
   parser
       .add_option("-c,--connectivity", options->connectivity,
                   "Pixels hang together by an edge, or by a corner too")
-      ->check(CLI::IsMember({4, 8}).description(""))
+      ->check(CLI::IsMember({"4", "8"}).description(""))
       ->type_name("4|8")
       ->capture_default_str();
   addMaskOptions(parser, *options);
@@ -89,7 +88,7 @@ Apply addErode(CLI::App& parser) {
   return onMask(addRadiusOptions(parser), [](Channel& mask, const RadiusOptions& options) {
     const uint32_t cleared = TLUX_ErodeEx(mask.data(), mask.width, widthOf(mask), heightOf(mask),
                                           options.radius, nullptr);
-    return fmt::format("{} pixels cleared", cleared);
+    return Finding{"cleared", cleared, counted(cleared, "pixel") + " cleared"};
   });
 }
 
@@ -97,7 +96,7 @@ Apply addDilate(CLI::App& parser) {
   return onMask(addRadiusOptions(parser), [](Channel& mask, const RadiusOptions& options) {
     const uint32_t set = TLUX_DilateEx(mask.data(), widthOf(mask), widthOf(mask), heightOf(mask),
                                        options.radius, nullptr);
-    return fmt::format("{} pixels set", set);
+    return Finding{"set", set, counted(set, "pixel") + " set"};
   });
 }
 
@@ -106,7 +105,7 @@ Apply addFill(CLI::App& parser) {
     uint32_t filled = 0;
     checkResult(TLUX_TRegionLabel_FillHoles(nullptr, mask.data(), mask.width, widthOf(mask),
                                             heightOf(mask), options.connectivity, &filled));
-    return fmt::format("{} pixels filled", filled);
+    return Finding{"filled", filled, counted(filled, "pixel") + " filled"};
   });
 }
 
@@ -119,7 +118,7 @@ Apply addClean(CLI::App& parser) {
     checkResult(TLUX_TRegionLabel_RemoveSmall(nullptr, mask.data(), mask.width, widthOf(mask),
                                               heightOf(mask), o.connectivity, o.minimumArea,
                                               &removed));
-    return fmt::format("{} pixels removed", removed);
+    return Finding{"removed", removed, counted(removed, "pixel") + " removed"};
   });
 }
 
@@ -129,7 +128,7 @@ Apply addOutline(CLI::App& parser) {
     checkResult(TLUX_TRegionLabel_Boundary(mask.data(), mask.width, widthOf(mask), heightOf(mask),
                                            options.connectivity, outline.data(), outline.width));
     mask = std::move(outline);
-    return std::string();
+    return Finding();
   });
 }
 
@@ -178,7 +177,7 @@ Apply addLabel(CLI::App& parser) {
     checkResult(label(nullptr, mask.data(), mask.width, widthOf(mask), heightOf(mask),
                       labels.data(), 4 * mask.width, &count));
     picture = colorLabels(labels, count, mask);
-    return fmt::format("{} {}", count, count == 1 ? "component" : "components");
+    return Finding{"components", count, counted(count, "component")};
   };
 }
 

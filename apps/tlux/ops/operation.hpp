@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstdint>
 #include <functional>
 #include <span>
 #include <string>
@@ -10,8 +11,15 @@
 
 namespace tlux::app {
 
-/** Changes a picture; tells what it found, in a few words, where that is more than the picture. */
-using Apply = std::function<std::string(Channels&)>;
+/** What an operation counted; without a name where its result is the picture alone. */
+struct Finding {
+  std::string name; // "components"
+  uint32_t count = 0;
+  std::string text; // "3 components"
+};
+
+/** Changes a picture. */
+using Apply = std::function<Finding(Channels&)>;
 
 /** An operation of the toolkit that the command offers for pictures. */
 struct Operation {

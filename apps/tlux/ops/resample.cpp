@@ -4,11 +4,11 @@
 #include <stdexcept>
 #include <utility>
 
-#include "commands/number_option.hpp"
+#include "cli/number_option.hpp"
+#include "cli/size.hpp"
+#include "library_result.hpp"
 #include "media/semi_planar.hpp"
-#include "ops/library_result.hpp"
 #include "ops/operation.hpp"
-#include "size.hpp"
 
 namespace tlux::app {
 
@@ -50,7 +50,7 @@ Apply addReduce(CLI::App& parser) {
       reduced.alpha = reduceFrame(alpha, *factor).luma;
     }
     picture = std::move(reduced);
-    return std::string();
+    return Finding();
   };
 }
 
@@ -96,7 +96,7 @@ Apply addResize(CLI::App& parser) {
       resize(channel, resized);
       channel = std::move(resized);
     });
-    return std::string();
+    return Finding();
   };
 }
 

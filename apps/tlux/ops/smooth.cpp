@@ -2,8 +2,8 @@
 #include <memory>
 #include <utility>
 
-#include "commands/number_option.hpp"
-#include "ops/library_result.hpp"
+#include "cli/number_option.hpp"
+#include "library_result.hpp"
 #include "ops/operation.hpp"
 
 namespace tlux::app {
@@ -17,7 +17,7 @@ int chromaRadius(const Channels& picture, int radius) {
 
 /** Does smooth(channel, radius) with luma and both chroma channels; transparency stays. */
 template <typename Smooth>
-std::string smoothEach(Channels& picture, int radius, Smooth smooth) {
+Finding smoothEach(Channels& picture, int radius, Smooth smooth) {
   smooth(picture.luma, radius);
   smooth(picture.cb, chromaRadius(picture, radius));
   smooth(picture.cr, chromaRadius(picture, radius));

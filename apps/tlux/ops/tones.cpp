@@ -3,8 +3,8 @@
 #include <filesystem>
 #include <memory>
 
+#include "library_result.hpp"
 #include "media/reader.hpp"
-#include "ops/library_result.hpp"
 #include "ops/operation.hpp"
 
 namespace tlux::app {
@@ -41,7 +41,7 @@ Apply addEqualize(CLI::App& parser) {
       ->capture_default_str();
   return [method](Channels& picture) {
     (*method == "global" ? equalizeGlobally : equalizeInTiles)(picture.luma);
-    return std::string();
+    return Finding();
   };
 }
 
@@ -67,7 +67,7 @@ Apply addMatch(CLI::App& parser) {
     std::array<uint8_t, kLevels> table = {};
     checkResult(TLUX_GetMatchTable(nullptr, &target, &source, table.data()));
     TLUX_AdjustImageByTable(&source, table.data());
-    return std::string();
+    return Finding();
   };
 }
 
@@ -75,13 +75,17 @@ Apply addMatch(CLI::App& parser) {
 
 const Operation kEqualize = {
     "equalize", "Spread the brightness evenly over all levels",
-    "Colour differences stay as they are. 'adaptive' equalizes tiles of 16 x 16 pixels, which "
-    "shows\n"
-    "what hides in dark and bright parts but makes a drawing rather than a photograph.\n"
+    "Colour differences stay as they are.\n"
+    "'adaptive' equalizes every tile of 16 x 16 pixels by itself, without a limit to the "
+    "contrast:\n"
+    "each gets the whole range of brightness, flat ones show nothing but their noise. It is for\n"
+    "inspection, to see whether a part that looks black or white holds anything at all; reduce "
+    "the\n"
+    "picture first ('tlux op reduce --by 4'), and tiles cover more of it. For a photograph use\n"
+    "'tlux enhance'.\n"
     "\n"
     "Examples:\n"
-    "  tlux op equalize dull.jpg -o lively.jpg\n"
-    "  tlux op equalize night.jpg -o hidden.jpg --method adaptive",
+    "  tlux op equalize dull.jpg -o lively.jpg",
     addEqualize};
 
 const Operation kMatch = {

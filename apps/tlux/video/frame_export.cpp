@@ -73,7 +73,7 @@ FramePtr FrameExporter::exportFrame(FramePtr frame) {
 
 bool FrameExporter::fitsAlready(const AVFrame& frame) const {
   return frame.format == layout_ && frame.width == width_ && frame.height == height_ &&
-         range_ == AVCOL_RANGE_JPEG;
+         frame.color_range == range_;
 }
 
 bool FrameExporter::canCopyRows(const AVFrame& frame) const {
@@ -82,8 +82,10 @@ bool FrameExporter::canCopyRows(const AVFrame& frame) const {
 }
 
 void FrameExporter::copyRows(const AVFrame& frame, AVFrame& target) const {
-  if (range_ == AVCOL_RANGE_JPEG) {
+  if (frame.color_range == range_) {
     copyContent<Unchanged>(frame, target, width_, height_);
+  } else if (range_ == AVCOL_RANGE_JPEG) {
+    copyContent<ToFullRange>(frame, target, width_, height_);
   } else {
     copyContent<ToLimitedRange>(frame, target, width_, height_);
   }

@@ -9,7 +9,6 @@ extern "C" {
 #include <cstring>
 #include <utility>
 
-#include "media/block_padding.hpp"
 #include "media/deep_color.hpp"
 #include "media/semi_planar.hpp"
 #include "video/sample_rows.hpp"
@@ -33,13 +32,13 @@ uint8_t* row(const AVFrame& frame, int plane, int y) {
 }
 
 template <typename Range>
-void copyInto(const AVFrame& decoded, AVFrame& target, int left, int top) {
+void copyInto(const AVFrame& decoded, AVFrame& target) {
   for (int y = 0; y < decoded.height; ++y) {
-    convertLuma<Range>(row(decoded, 0, y), row(target, 0, top + y) + left, decoded.width);
+    convertLuma<Range>(row(decoded, 0, y), row(target, 0, y), decoded.width);
   }
   const int pairs = (decoded.width + 1) / 2;
   for (int y = 0; y < (decoded.height + 1) / 2; ++y) {
-    uint8_t* to = row(target, 1, top / 2 + y) + left;
+    uint8_t* to = row(target, 1, y);
     if (isPlanar(decoded)) {
       joinChroma<Range>(row(decoded, 1, y), row(decoded, 2, y), to, pairs);
     } else {
@@ -48,27 +47,18 @@ void copyInto(const AVFrame& decoded, AVFrame& target, int left, int top) {
   }
 }
 
-/** Repeats the outermost samples; the even margins are as wide in the bytes of both planes. */
+/** Repeats the last luma column and row of an odd size; its chroma sample is there already. */
 void fillMargins(AVFrame& frame) {
-  const auto left = static_cast<ptrdiff_t>(frame.crop_left);
-  const auto width = static_cast<size_t>(frame.width);
-  for (int plane = 0; plane < 2; ++plane) {
-    const int sampleBytes = plane + 1;
-    const int rows = frame.height / sampleBytes;
-    const int top = static_cast<int>(frame.crop_top) / sampleBytes;
-    for (int y = top; y < rows; ++y) {
-      uint8_t* samples = row(frame, plane, y);
-      for (ptrdiff_t x = 0; x < left; ++x) {
-        samples[x] = samples[left + x % sampleBytes];
-      }
-      if (plane == 0 && frame.crop_right > 0) samples[width - 1] = samples[width - 2];
-    }
-    for (int y = 0; y < top; ++y) {
-      std::memcpy(row(frame, plane, y), row(frame, plane, top), width);
+  const int width = frame.width;
+  if (frame.crop_right > 0) {
+    for (int y = 0; y < frame.height; ++y) {
+      uint8_t* samples = row(frame, 0, y);
+      samples[width - 1] = samples[width - 2];
     }
   }
   if (frame.crop_bottom > 0) {
-    std::memcpy(row(frame, 0, frame.height - 1), row(frame, 0, frame.height - 2), width);
+    std::memcpy(row(frame, 0, frame.height - 1), row(frame, 0, frame.height - 2),
+                static_cast<size_t>(width));
   }
 }
 
@@ -77,22 +67,10 @@ void copyProperties(const AVFrame& decoded, AVFrame& frame) {
   const FramePtr layout(checkAllocated(av_frame_clone(&frame)));
   check(av_frame_copy_props(&frame, &decoded));
   frame.color_range = layout->color_range;
-  frame.crop_left = layout->crop_left;
-  frame.crop_top = layout->crop_top;
+  frame.crop_left = 0;
+  frame.crop_top = 0;
   frame.crop_right = layout->crop_right;
   frame.crop_bottom = layout->crop_bottom;
-}
-
-/** As extendToBlocks(), with the padding told by the crop fields. */
-FramePtr extendTurned(FramePtr frame) {
-  FramePtr extended = extendToBlocks(*frame);
-  if (extended == nullptr) return frame;
-  check(av_frame_copy_props(extended.get(), frame.get()));
-  extended->crop_left = frame->crop_left + static_cast<size_t>(extended->width - frame->width);
-  extended->crop_top = frame->crop_top + static_cast<size_t>(extended->height - frame->height);
-  extended->crop_right = frame->crop_right;
-  extended->crop_bottom = frame->crop_bottom;
-  return extended;
 }
 
 } // namespace
@@ -102,23 +80,18 @@ bool isRgbLayout(int format) {
   return layout != nullptr && (layout->flags & (AV_PIX_FMT_FLAG_RGB | AV_PIX_FMT_FLAG_PAL)) != 0;
 }
 
-FrameImporter::FrameImporter(const AVFrame& first, Orientation orientation)
+FrameImporter::FrameImporter(const AVFrame& first, Orientation orientation, AVColorRange range)
     : width_(first.width),
       height_(first.height),
       orientation_(orientation),
+      range_(range),
       targets_([this] { return makeTarget(); }) {}
 
 FramePtr FrameImporter::makeTarget() const {
   const int width = FFALIGN(width_, 2);
   const int height = FFALIGN(height_, 2);
-  const bool isOptimized = width >= kBlock && height >= kBlock;
-  // Turned frames get their padding last.
-  const int unit = isOptimized && orientation_.isUpright() ? kBlock : 2;
-  const int paddedWidth = FFALIGN(width, unit);
-  const int paddedHeight = FFALIGN(height, unit);
-  FramePtr frame = makeSemiPlanar(AV_PIX_FMT_NV12, paddedWidth, paddedHeight, paddedWidth);
-  frame->crop_left = static_cast<size_t>(paddedWidth - width);
-  frame->crop_top = static_cast<size_t>(paddedHeight - height);
+  FramePtr frame = makeSemiPlanar(AV_PIX_FMT_NV12, width, height, FFALIGN(width, 64));
+  frame->color_range = range_;
   frame->crop_right = static_cast<size_t>(width - width_);
   frame->crop_bottom = static_cast<size_t>(height - height_);
   return frame;
@@ -133,18 +106,18 @@ FramePtr FrameImporter::import(const AVFrame& decoded) {
   copyProperties(decoded, *frame);
   fill(decoded, *frame);
   fillMargins(*frame);
-  return orientation_.isUpright() ? std::move(frame)
-                                  : extendTurned(turn(std::move(frame), orientation_));
+  return turn(std::move(frame), orientation_);
 }
 
 void FrameImporter::fill(const AVFrame& decoded, AVFrame& target) {
   if (!hasFamiliarLayout(decoded)) return fillByConverter(decoded, target);
-  const int left = static_cast<int>(target.crop_left);
-  const int top = static_cast<int>(target.crop_top);
-  if (colorEncodingOf(decoded).range == AVCOL_RANGE_JPEG) {
-    copyInto<Unchanged>(decoded, target, left, top);
+  const AVColorRange range = colorEncodingOf(decoded).range;
+  if (range == range_) {
+    copyInto<Unchanged>(decoded, target);
+  } else if (range == AVCOL_RANGE_JPEG) {
+    copyInto<ToLimitedRange>(decoded, target);
   } else {
-    copyInto<ToFullRange>(decoded, target, left, top);
+    copyInto<ToFullRange>(decoded, target);
   }
 }
 
@@ -160,10 +133,9 @@ void FrameImporter::fillByConverter(const AVFrame& decoded, AVFrame& target) {
       checkAllocated(av_frame_clone(reduced == nullptr ? &decoded : reduced.get())));
   // Only red, green and blue meet a matrix here; any other frame keeps its own, known or not.
   source->colorspace = AVCOL_SPC_BT470BG;
-  converter_.convert(*source, *intermediate_, {AVCOL_RANGE_JPEG, AVCOL_SPC_BT470BG});
+  converter_.convert(*source, *intermediate_, {range_, AVCOL_SPC_BT470BG});
   if (isRgbLayout(decoded.format)) target.colorspace = AVCOL_SPC_BT470BG;
-  copyInto<Unchanged>(*intermediate_, target, static_cast<int>(target.crop_left),
-                      static_cast<int>(target.crop_top));
+  copyInto<Unchanged>(*intermediate_, target);
 }
 
 } // namespace tlux::app

@@ -6,16 +6,18 @@
 
 namespace tlux::app {
 
-/** Turns the decoded frames of one stream into frames for the library: NV12, full range. */
+/** Turns the decoded frames of one stream into frames for the library: NV12. */
 class FrameImporter {
  public:
   /**
    * @param first a frame of the stream; the others must have its size.
    * @param orientation how frames are turned.
+   * @param range of the frames made; those of another range are converted.
    */
-  FrameImporter(const AVFrame& first, Orientation orientation);
+  FrameImporter(const AVFrame& first, Orientation orientation, AVColorRange range);
 
-  /** With the properties of @p decoded; padded to whole blocks at the left and top. */
+  /** With the properties of @p decoded; odd sizes have a column or row more, told by the crop
+   * fields. */
   FramePtr import(const AVFrame& decoded);
 
  private:
@@ -26,6 +28,7 @@ class FrameImporter {
   int width_;
   int height_;
   Orientation orientation_;
+  AVColorRange range_;
   FramePool targets_;
   FramePtr intermediate_;
   Converter converter_;

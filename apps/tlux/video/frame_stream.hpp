@@ -14,7 +14,7 @@ struct StreamProperties {
   AVRational timeBase = {1, 25};
   AVRational frameRate = {25, 1}; // 0/1 where nobody knows
   AVRational sampleAspect = {0, 1};
-  AVColorRange range = AVCOL_RANGE_JPEG; // of the source; the frames themselves are full range
+  AVColorRange range = AVCOL_RANGE_JPEG; // of the source
   AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
   AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
   AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;

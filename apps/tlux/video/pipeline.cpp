@@ -2,15 +2,15 @@
 
 #include <fmt/format.h>
 
+#include <atomic>
 #include <exception>
 #include <mutex>
 #include <optional>
 #include <thread>
 #include <utility>
 
-#include "media/semi_planar.hpp"
+#include "interruption.hpp"
 #include "video/bounded_queue.hpp"
-#include "video/frame_pool.hpp"
 
 namespace tlux::app {
 
@@ -42,6 +42,11 @@ class Line {
     }
   }
 
+  bool hasFailed() {
+    const std::lock_guard lock(mutex_);
+    return failure_ != nullptr;
+  }
+
   /** For the time after all stages have ended. */
   void rethrowFailure() const {
     if (failure_) std::rethrow_exception(failure_);
@@ -63,23 +68,11 @@ void readAll(FrameSource& source, PortionQueue& decoded, double& busy) {
   decoded.end();
 }
 
-void enhanceAll(Line& line, Engine& engine, uint32_t strength, double& busy) {
-  std::optional<FramePool> results;
+void enhanceAll(Line& line, Enhancer& enhancer, double& busy) {
+  enhancer.startAnew();
   while (std::optional<Portion> portion = line.decoded.pop()) {
     Stopwatch watch;
-    if (portion->frame != nullptr) {
-      const AVFrame& source = *portion->frame;
-      if (!results) {
-        results.emplace([format = static_cast<AVPixelFormat>(source.format), width = source.width,
-                         height = source.height, pitch = source.linesize[0]] {
-          return makeSemiPlanar(format, width, height, pitch);
-        });
-      }
-      FramePtr result = results->take();
-      check(av_frame_copy_props(result.get(), &source));
-      engine.run(source, strength, *result);
-      portion->frame = std::move(result);
-    }
+    if (portion->frame != nullptr) enhancer.enhance(*portion->frame);
     busy += watch.lapMilliseconds();
     if (!line.enhanced.push(std::move(*portion))) return;
   }
@@ -104,22 +97,29 @@ double percent(double part, const StreamTimings& timings) {
 
 } // namespace
 
-StreamTimings enhanceStream(FrameSource& source, Engine& engine, uint32_t strength, FrameSink& sink,
+StreamTimings enhanceStream(FrameSource& source, Enhancer& enhancer, FrameSink& sink,
                             Progress& progress) {
   progress.expectFrames(source.properties().frameCount);
   StreamTimings timings;
   Stopwatch whole;
   Line line;
+  std::atomic<bool> isReadingDone = false;
   {
     std::jthread reader; // joined before the line goes
-    std::jthread enhancer;
+    std::jthread worker;
     line.run([&] {
-      reader = std::jthread(
-          [&] { line.run([&] { readAll(source, line.decoded, timings.busy.decode); }); });
-      enhancer = std::jthread(
-          [&] { line.run([&] { enhanceAll(line, engine, strength, timings.busy.run); }); });
+      reader = std::jthread([&] {
+        line.run([&] { readAll(source, line.decoded, timings.busy.decode); });
+        isReadingDone = true;
+      });
+      worker =
+          std::jthread([&] { line.run([&] { enhanceAll(line, enhancer, timings.busy.run); }); });
       writeAll(line.enhanced, sink, progress, timings);
     });
+    // A pipe that says nothing would hold up the end.
+    if (line.hasFailed() && reader.joinable()) {
+      interruptReads(reader.native_handle(), isReadingDone);
+    }
   }
   line.rethrowFailure();
   Stopwatch watch;
@@ -131,7 +131,7 @@ StreamTimings enhanceStream(FrameSource& source, Engine& engine, uint32_t streng
 
 std::string describeSpeed(const StreamTimings& timings) {
   const double seconds = timings.whole / 1000;
-  return fmt::format("{} frames in {:.2f} s, {:.1f} per second", timings.frames, seconds,
+  return fmt::format("{} in {:.2f} s, {:.1f} per second", counted(timings.frames, "frame"), seconds,
                      seconds > 0 ? static_cast<double>(timings.frames) / seconds : 0);
 }
 

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "engine.hpp"
+#include "enhancer.hpp"
 #include "progress.hpp"
 #include "report.hpp"
 #include "video/frame_stream.hpp"
@@ -17,11 +17,11 @@ struct StreamTimings {
 };
 
 /**
- * Carries all frames from @p source through @p engine to @p sink and finishes it. Reading, the
+ * Carries all frames from @p source through @p enhancer to @p sink and finishes it. Reading, the
  * library and writing run in threads of their own with a few frames between them. When one of them
  * fails, the others stop and its failure is thrown.
  */
-StreamTimings enhanceStream(FrameSource& source, Engine& engine, uint32_t strength, FrameSink& sink,
+StreamTimings enhanceStream(FrameSource& source, Enhancer& enhancer, FrameSink& sink,
                             Progress& progress);
 
 /** "450 frames in 20.1 s, 22.4 per second". */

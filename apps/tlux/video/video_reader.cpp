@@ -75,7 +75,8 @@ void VideoReader::open(const ReadingOptions& options) {
   if (!holdsFirst_) throw std::runtime_error("holds no frame that can be decoded");
   const Orientation orientation = options.turnsUpright ? orientationOf(stream()) : Orientation{};
   describe(*decoded_, orientation);
-  importer_.emplace(*decoded_, orientation);
+  const bool isFullRange = options.fullRange || isRgbLayout(decoded_->format);
+  importer_.emplace(*decoded_, orientation, isFullRange ? AVCOL_RANGE_JPEG : properties_.range);
 }
 
 void VideoReader::openDecoder(int threads) {

@@ -11,6 +11,7 @@ namespace tlux::app {
 
 struct ReadingOptions {
   bool turnsUpright = false; // where the output cannot hold a display matrix
+  bool fullRange = false;    // where the output is that
   bool isStrict = false;     // damage is a failure
   int threads = 0;           // 0 for as many as there are processors
 };

@@ -1,4 +1,4 @@
-#include "size.hpp"
+#include "cli/size.hpp"
 
 #include <charconv>
 #include <system_error>
@@ -7,14 +7,12 @@ namespace tlux::app {
 
 namespace {
 
-constexpr int kMaxSide = 65534;
-
 /** The number that is the whole of @p text; 0 if it is none or out of range. */
 int parseSide(std::string_view text) {
   int side = 0;
   const char* end = text.data() + text.size();
   const auto [last, error] = std::from_chars(text.data(), end, side);
-  return error == std::errc() && last == end && side <= kMaxSide ? side : 0;
+  return error == std::errc() && last == end && side <= kLargestSide ? side : 0;
 }
 
 } // namespace

@@ -8,12 +8,14 @@
 
 namespace tlux::app {
 
+inline constexpr int kLargestSide = 65534;
+
 struct Size {
   int width = 0;
   int height = 0;
 };
 
-/** "WIDTHxHEIGHT" with sides of 1 to 65534; nothing for any other text. */
+/** "WIDTHxHEIGHT" with sides of 1 to kLargestSide; nothing for any other text. */
 std::optional<Size> parseSize(std::string_view text);
 
 /** An option that takes "WIDTHxHEIGHT"; the parser refuses anything else. */

@@ -1,0 +1,56 @@
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/suggestion.hpp"
+#include "commands/command.hpp"
+
+namespace tlux::app {
+
+namespace {
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  tlux help enhance\n"
+    "  tlux help op blur";
+
+const CLI::App* findBelow(const CLI::App& command, const std::string& name) {
+  const std::vector<const CLI::App*> below = command.get_subcommands({});
+  const auto found = std::find_if(below.begin(), below.end(),
+                                  [&name](const CLI::App* c) { return c->get_name() == name; });
+  return found == below.end() ? nullptr : *found;
+}
+
+void showHelp(const CLI::App& app, const std::vector<std::string>& words) {
+  const CLI::App* command = &app;
+  std::string above;
+  for (const std::string& word : words) {
+    above += (above.empty() ? "" : " ") + command->get_name();
+    const CLI::App* below = findBelow(*command, word);
+    if (below == nullptr) {
+      throw Error(ExitCode::kUsage, "help", describeUnknownCommand(*command, word));
+    }
+    command = below;
+  }
+  // The program itself would show the help of the command that was given, which is this one.
+  printText(words.empty()
+                ? app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal)
+                : command->help(above));
+}
+
+} // namespace
+
+Command addHelp(CLI::App& app) {
+  const auto words = std::make_shared<std::vector<std::string>>();
+  CLI::App* parser = app.add_subcommand("help", "Show the help of a command");
+  parser->add_option("command", *words, "Command, and operation if it has any")
+      ->type_name("COMMAND");
+  parser->footer(kExamples);
+  return {parser, [words, &app] {
+            showHelp(app, *words);
+            return ExitCode::kDone;
+          }};
+}
+
+} // namespace tlux::app

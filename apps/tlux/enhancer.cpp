@@ -1,0 +1,66 @@
+#include "enhancer.hpp"
+
+#include <fmt/format.h>
+
+#include "errors.hpp"
+#include "library_result.hpp"
+#include "media/semi_planar.hpp"
+
+namespace tlux::app {
+
+namespace {
+
+TLUX_STREAM_OPTIONS withThreads(TLUX_STREAM_OPTIONS options, int threads) {
+  options.threads = static_cast<uint32_t>(threads);
+  return options;
+}
+
+} // namespace
+
+TLUX_STREAM_OPTIONS streamOptions(const Tones& tones) {
+  if (tones.exact && (tones.steady || tones.colour)) {
+    throw Error(ExitCode::kUsage, "--exact", "excludes --steady and --colour");
+  }
+  TLUX_STREAM_OPTIONS options = {};
+  checkResult(TLUX_InitStreamOptions(&options, sizeof options,
+                                     tones.exact ? TLUX_TONES_EXACT : TLUX_TONES_NATURAL));
+  options.steady = tones.steady.value_or(options.steady);
+  options.colour = tones.colour.value_or(options.colour);
+  return options;
+}
+
+std::string describe(const Tones& tones) {
+  std::string text = fmt::format("strength {}", tones.strength);
+  if (tones.exact) text += ", exact";
+  if (tones.steady) text += fmt::format(", steady {}", *tones.steady);
+  if (tones.colour) text += fmt::format(", colour {}", *tones.colour);
+  return text;
+}
+
+Enhancer::Enhancer(const Tones& tones, int threads)
+    : strength_(tones.strength), options_(withThreads(streamOptions(tones), threads)) {
+  TLUX_STREAM* stream = nullptr;
+  checkResult(TLUX_OpenStream(nullptr, &options_, &stream));
+  stream_.reset(stream);
+}
+
+void Enhancer::enhance(AVFrame& frame) {
+  setRange(frame.color_range == AVCOL_RANGE_MPEG ? TLUX_RANGE_LIMITED : TLUX_RANGE_FULL);
+  const TLUX_IMAGE image = imageOf(frame);
+  checkResult(TLUX_RunStream(stream_.get(), &image, &image, strength_));
+}
+
+TLUX_STREAM_REPORT Enhancer::report() const {
+  TLUX_STREAM_REPORT report = {};
+  report.size = sizeof report;
+  checkResult(TLUX_ReadStreamReport(stream_.get(), &report));
+  return report;
+}
+
+void Enhancer::setRange(uint32_t range) {
+  if (options_.range == range) return;
+  options_.range = range;
+  checkResult(TLUX_ChangeStream(stream_.get(), &options_));
+}
+
+} // namespace tlux::app
