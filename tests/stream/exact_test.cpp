@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <string>
-#include <thread>
-#include <vector>
 
 #include "engine/scoped_engine.hpp"
 #include "stream/scoped_stream.hpp"
+#include "stream/threads.hpp"
 #include "support/effort.hpp"
 #include "support/random.hpp"
 #include "tlux/mark.h"
@@ -60,38 +58,6 @@ Frame expectedOf(Frame& source, const Frame& blank, std::uint32_t strength) {
   return out;
 }
 
-// Runners of a caller's: the parts backwards, one after the other; each in a thread of its own.
-std::uint32_t runBackwards(void* /*context*/, TLUX_PART part, void* work, std::uint32_t count) {
-  while (count-- > 0)
-    part(work, count);
-  return TLUX_OK;
-}
-
-std::uint32_t runAtOnce(void* /*context*/, TLUX_PART part, void* work, std::uint32_t count) {
-  std::vector<std::thread> threads;
-  for (std::uint32_t i = 0; i < count; ++i)
-    threads.emplace_back(part, work, i);
-  for (std::thread& thread : threads)
-    thread.join();
-  return TLUX_OK;
-}
-
-std::vector<TLUX_STREAM_OPTIONS> everyKindOfThreads() {
-  std::vector<TLUX_STREAM_OPTIONS> kinds;
-  for (const std::uint32_t threads : {0U, 1U, 2U, 5U}) {
-    kinds.push_back(streamOptions(TLUX_TONES_EXACT));
-    kinds.back().threads = threads;
-  }
-  for (const TLUX_PARALLEL_FOR run : {runBackwards, runAtOnce}) {
-    for (const std::uint32_t workers : {1U, 3U, 64U}) {
-      kinds.push_back(streamOptions(TLUX_TONES_EXACT));
-      kinds.back().parallelFor = run;
-      kinds.back().workers = workers;
-    }
-  }
-  return kinds;
-}
-
 // One stream for all frames, whose sizes and strengths change from call to call.
 class ExactStream : public testing::Test {
  protected:
@@ -135,7 +101,7 @@ class ExactStream : public testing::Test {
 
 TEST_F(ExactStream, EqualsTheRunForAnyFrameWhoeverWorks) {
   constexpr std::uint32_t kStrengths[] = {0, 1, 25, 50, 100, 400, 0xFFFFFFFF};
-  for (const TLUX_STREAM_OPTIONS& options : everyKindOfThreads()) {
+  for (const TLUX_STREAM_OPTIONS& options : everyKindOfThreads(TLUX_TONES_EXACT)) {
     ScopedStream stream(options);
     for (int i = 0; i < (kIsFast ? 24 : 4); ++i) {
       const FrameShape shape = randomShape(i % 4 == 0 ? 700 : 160);
