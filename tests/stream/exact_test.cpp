@@ -1,14 +1,10 @@
 #include <gtest/gtest.h>
-
-#include <algorithm>
-
 #include "engine/scoped_engine.hpp"
+#include "reference/run.hpp"
 #include "stream/scoped_stream.hpp"
 #include "stream/threads.hpp"
 #include "support/effort.hpp"
 #include "support/random.hpp"
-#include "tlux/mark.h"
-#include "tlux/tone_stage.h"
 
 // Exact tones are those of the run on a frame whose last column and row go on up to the next
 // multiple of 16, cut back, with the mark in its own corner.
@@ -19,42 +15,10 @@ int wholeBlocks(int side) {
   return (side + 15) / 16 * 16;
 }
 
-Frame continued(Frame& source) {
-  const TLUX_IMAGE& image = source.image();
-  Frame out({wholeBlocks(image.width), wholeBlocks(image.height), 0, 0, image.format});
-  for (int plane = 0; plane < 2; ++plane) {
-    const int step = plane + 1; // of one sample
-    for (int y = 0; y < out->height >> plane; ++y) {
-      const std::uint8_t* in = source.row(plane, std::min(y, (image.height >> plane) - 1));
-      for (int x = 0; x < out->width; ++x) {
-        out.row(plane, y)[x] = in[x < image.width ? x : image.width - step + x % step];
-      }
-    }
-  }
-  return out;
-}
-
-// The stage of the run that comes before the mark, on a frame of whole blocks.
-Frame tonesOf(Frame& whole, std::uint32_t strength) {
-  ScopedEngine engine;
-  Frame out({whole->width, whole->height, 0, 0, whole->format});
-  EXPECT_EQ(engine.run(whole, out, strength), TLUX_OK); // makes the reference frame
-  EXPECT_EQ(TLUX_Tonemapping(nullptr, &engine.state(), &whole.image(), &out.image(), 0, &strength),
-            TLUX_OK);
-  return out;
-}
-
 // Samples as the run has them; the rest of the output as it was.
 Frame expectedOf(Frame& source, const Frame& blank, std::uint32_t strength) {
-  Frame whole = continued(source);
-  Frame tones = tonesOf(whole, strength);
   Frame out = blank.copy();
-  for (int plane = 0; plane < 2; ++plane) {
-    for (int y = 0; y < out->height >> plane; ++y) {
-      std::copy_n(tones.row(plane, y), out->width, out.row(plane, y));
-    }
-  }
-  TLUX_EmbeddedMark(&out.image());
+  reference::optimizeContinued(source.image(), out.image(), strength);
   return out;
 }
 
