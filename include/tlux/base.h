@@ -4,7 +4,7 @@
  *
  * Conventions:
  * - Every operation is a plain C function that never throws; it is called synchronously, and worker
- *   threads live only inside a call.
+ *   threads live only inside a call, but for those of a stream.
  * - Functions that can fail return one of the result codes below; the others return nothing or a
  *   computed value. Bad arguments never crash where this interface names a code for them.
  * - Memory the caller describes (pointer, pitch, size) is the caller's; memory the library needs

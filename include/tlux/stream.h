@@ -42,7 +42,8 @@ typedef void (*TLUX_PART)(void* work, uint32_t index);
  * have returned.
  * @param context the caller's, from ::TLUX_STREAM_OPTIONS.
  * @return ::TLUX_OK; anything else says that some parts were not called: the run then returns
- *         ::TLUX_ERR_THREAD.
+ *         ::TLUX_ERR_THREAD. Only the last step, which writes the picture, is finished by the
+ *         calling thread, since in place there is no way back.
  */
 typedef uint32_t (*TLUX_PARALLEL_FOR)(void* context, TLUX_PART part, void* work, uint32_t count);
 
@@ -55,9 +56,11 @@ typedef struct TLUX_STREAM_OPTIONS {
   uint32_t range; /**< ::TLUX_RANGE_FULL or ::TLUX_RANGE_LIMITED, of source and output. */
   /**
    * Frames over which the tones follow the scene, 0 to 1000. 0: every frame by itself, as the run.
-   * Above 0 the output moves as smoothly as the input does, and a cut takes effect at once. Use it
-   * for single pictures too: the result then does not depend on earlier frames, since the first
-   * frame after opening or TLUX_ResetStream() counts as a cut.
+   * Above 0 the output moves as smoothly as the input does: of a change in one place, the rest of
+   * the picture sees little at first, and all after three times as many frames. A cut takes effect
+   * at once: another size, or a mean log luminance that differs by more than half a stop. Use it
+   * for single pictures too: the first frame after opening or TLUX_ResetStream() counts as a cut,
+   * so that it does not depend on earlier ones.
    */
   uint32_t steady;
   /**
@@ -96,7 +99,11 @@ typedef struct TLUX_STREAM_REPORT {
   int32_t referencePitch;   /**< Bytes from one row of `reference` to the next. */
   const uint8_t* reference; /**< Luma of the reference frame, full range. */
   const int16_t* scores;    /**< Retinex score of each reference pixel, rows without padding. */
-  const uint16_t* gains;    /**< Gain of each reference pixel, Q10, rows without padding. */
+  /**
+   * Gain of each reference pixel, Q10, rows without padding. Below 1024 its reciprocal is applied
+   * to the inverted code.
+   */
+  const uint16_t* gains;
   int32_t mean;      /**< Mean log luminance of the frame: 1024·ln of linear light 0..4095. */
   int32_t anchor;    /**< Log luminance that scores are counted from, same unit. */
   uint32_t isCut;    /**< 1: the frame did not follow the one before it. */
@@ -144,7 +151,8 @@ TLUX_API uint32_t TLUX_ChangeStream(TLUX_STREAM* stream,
  *        last row.
  * @param output of the same format and size. Either the source itself (the same planes and
  *        pitches), or memory that does not overlap it.
- * @param strength how far to go: 0 keeps the tones, 30 suits most pictures, 100 is strong.
+ * @param strength how far to go: 0 keeps the tones, in video range every code; 30 suits most
+ * pictures, 100 is strong.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM: a rejected argument, nothing is written;
  *         ::TLUX_ERR_NO_MEMORY or ::TLUX_ERR_THREAD: the output is a copy of the source, without
  *         the mark (in place: the source as it was), and the stream can be used again.

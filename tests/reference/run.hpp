@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -50,6 +51,23 @@ inline void copyFrame(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
   }
 }
 
+// Luma and chroma of the whole blocks of 16.
+inline void toneFrame(const TLUX_IMAGE& source, const TLUX_IMAGE& output, std::uint32_t strength) {
+  const int width = source.width / 16 * 2;
+  const int height = source.height / 16 * 2;
+  if (width == 0 || height == 0) return;
+  const auto reference = reducedLuma(source, width, height);
+  const auto mapped = mappedLuma(reference, width, height, strength);
+  fastGuidedFilter(mapped.data(), reference.data(), source.plane[0], output.plane[0], width, height,
+                   width, source.pitch[0], output.pitch[0], 16, 20);
+  scaleChroma(source, output);
+}
+
+inline void markFrame(const TLUX_IMAGE& output) {
+  const int k = markFactor(output.width, output.height);
+  if (output.width >= 122 * k && output.height >= 42 * k) embedMark(output);
+}
+
 // For frames that a run accepts.
 inline void optimizeFrame(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                           std::uint32_t strength) {
@@ -57,17 +75,35 @@ inline void optimizeFrame(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
       source.height == output.height) {
     copyFrame(source, output);
   }
-  const int width = source.width / 16 * 2;
-  const int height = source.height / 16 * 2;
-  if (width > 0 && height > 0) {
-    const auto reference = reducedLuma(source, width, height);
-    const auto mapped = mappedLuma(reference, width, height, strength);
-    fastGuidedFilter(mapped.data(), reference.data(), source.plane[0], output.plane[0], width,
-                     height, width, source.pitch[0], output.pitch[0], 16, 20);
-    scaleChroma(source, output);
+  toneFrame(source, output, strength);
+  markFrame(output);
+}
+
+// A frame whose last column and row go on up to the next multiple of 16, cut back.
+inline void optimizeContinued(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                              std::uint32_t strength) {
+  const int width = (source.width + 15) / 16 * 16;
+  const int height = (source.height + 15) / 16 * 16;
+  std::vector<std::uint8_t> before[2];
+  std::vector<std::uint8_t> after[2];
+  TLUX_IMAGE whole = {source.format, width, height, {}, {width, width}};
+  TLUX_IMAGE toned = whole;
+  for (int plane = 0; plane < 2; ++plane) {
+    const int step = plane + 1; // of one sample
+    before[plane] = mapPixels(width, height >> plane, [&](int x, int y) {
+      const int row = std::min(y, (source.height >> plane) - 1);
+      const int column = x < source.width ? x : source.width - step + x % step;
+      return source.plane[plane][std::ptrdiff_t{row} * source.pitch[plane] + column];
+    });
+    after[plane] = before[plane];
+    whole.plane[plane] = before[plane].data();
+    toned.plane[plane] = after[plane].data();
   }
-  const int k = markFactor(output.width, output.height);
-  if (output.width >= 122 * k && output.height >= 42 * k) embedMark(output);
+  toneFrame(whole, toned, strength);
+  toned.width = source.width;
+  toned.height = source.height;
+  copyFrame(toned, output);
+  markFrame(output);
 }
 
 } // namespace tlux::reference

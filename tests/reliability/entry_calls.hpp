@@ -252,6 +252,31 @@ inline std::uint32_t runTwice(MMemMgr manager, std::uint8_t* out) {
   return std::max(results[0], results[1]);
 }
 
+// A single picture twice through one stream: where the first cannot have what it needs, its output
+// is the source, and the second is made as if nothing had happened.
+inline std::uint32_t streamTwice(MMemMgr manager, std::uint8_t* out) {
+  TLUX_STREAM_OPTIONS options;
+  EXPECT_EQ(TLUX_InitStreamOptions(&options, sizeof options, TLUX_TONES_NATURAL), TLUX_OK);
+  options.threads = 4;
+  TLUX_STREAM* stream = nullptr;
+  const std::uint32_t opened = TLUX_OpenStream(manager, &options, &stream);
+  EXPECT_EQ(stream != nullptr, opened == TLUX_OK);
+  if (stream == nullptr) return opened;
+  const TLUX_IMAGE source = frameOver(beforePixels().data());
+  std::array<std::uint8_t, kFrameBytes> again{};
+  const TLUX_IMAGE first = frameOver(out);
+  const TLUX_IMAGE second = frameOver(again.data());
+  const std::uint32_t result = TLUX_RunStream(stream, &source, &first, kStrength);
+  TLUX_ResetStream(stream);
+  const std::uint32_t later = TLUX_RunStream(stream, &source, &second, kStrength);
+  EXPECT_TRUE(manager != nullptr || later == TLUX_OK);
+  if (result == later) {
+    EXPECT_EQ(std::memcmp(out, again.data(), again.size()), 0);
+  }
+  TLUX_CloseStream(&stream);
+  return result;
+}
+
 // The stage of a run, on a reference frame of the caller's.
 inline std::uint32_t toneMap(MMemMgr manager, std::uint8_t* out) {
   TLUX_IMAGE reference{TLUX_FMT_YCBCR444_P,

@@ -16,6 +16,7 @@ const EntryPoint kEntryPoints[] = {
        return result;
      }},
     {"TLUX_RunDynamicRangeOptimizationImage", kFrameBytes, runTwice, Failure::kPartial, true},
+    {"TLUX_OpenStream", kFrameBytes, streamTwice},
     {"TLUX_Tonemapping", kFrameBytes, toneMap, Failure::kPartial},
     {"TLUX_TonemapGainLUT", 16,
      [](MMemMgr manager, std::uint8_t* out) {

@@ -86,6 +86,7 @@ const std::map<std::string, std::uint64_t> kPinned = {
     {"TLUX_InsertImageToLinkROI_IMK", 0x9E57E8D4E0F8ABA6},
     {"TLUX_InsertImageToLink_IMK", 0x9E57E8D4E0F8ABA6},
     {"TLUX_RunDynamicRangeOptimizationImage", 0x19FD677EDD032BD1},
+    {"TLUX_OpenStream", 0xF8932B887429051B},
     {"TLUX_TRegionLabel_FillHoles", 0x6E78AC877B854451},
     {"TLUX_TRegionLabel_RemoveSmall", 0xA4DCF71D9092E6CF},
     {"TLUX_TonemapGainLUT", 0xEB0A3BAD2DAE1E77},

@@ -1,16 +1,10 @@
 #include <gtest/gtest.h>
-
-#include <algorithm>
-#include <string>
-#include <thread>
-#include <vector>
-
 #include "engine/scoped_engine.hpp"
+#include "reference/run.hpp"
 #include "stream/scoped_stream.hpp"
+#include "stream/threads.hpp"
 #include "support/effort.hpp"
 #include "support/random.hpp"
-#include "tlux/mark.h"
-#include "tlux/tone_stage.h"
 
 // Exact tones are those of the run on a frame whose last column and row go on up to the next
 // multiple of 16, cut back, with the mark in its own corner.
@@ -21,75 +15,11 @@ int wholeBlocks(int side) {
   return (side + 15) / 16 * 16;
 }
 
-Frame continued(Frame& source) {
-  const TLUX_IMAGE& image = source.image();
-  Frame out({wholeBlocks(image.width), wholeBlocks(image.height), 0, 0, image.format});
-  for (int plane = 0; plane < 2; ++plane) {
-    const int step = plane + 1; // of one sample
-    for (int y = 0; y < out->height >> plane; ++y) {
-      const std::uint8_t* in = source.row(plane, std::min(y, (image.height >> plane) - 1));
-      for (int x = 0; x < out->width; ++x) {
-        out.row(plane, y)[x] = in[x < image.width ? x : image.width - step + x % step];
-      }
-    }
-  }
-  return out;
-}
-
-// The stage of the run that comes before the mark, on a frame of whole blocks.
-Frame tonesOf(Frame& whole, std::uint32_t strength) {
-  ScopedEngine engine;
-  Frame out({whole->width, whole->height, 0, 0, whole->format});
-  EXPECT_EQ(engine.run(whole, out, strength), TLUX_OK); // makes the reference frame
-  EXPECT_EQ(TLUX_Tonemapping(nullptr, &engine.state(), &whole.image(), &out.image(), 0, &strength),
-            TLUX_OK);
-  return out;
-}
-
 // Samples as the run has them; the rest of the output as it was.
 Frame expectedOf(Frame& source, const Frame& blank, std::uint32_t strength) {
-  Frame whole = continued(source);
-  Frame tones = tonesOf(whole, strength);
   Frame out = blank.copy();
-  for (int plane = 0; plane < 2; ++plane) {
-    for (int y = 0; y < out->height >> plane; ++y) {
-      std::copy_n(tones.row(plane, y), out->width, out.row(plane, y));
-    }
-  }
-  TLUX_EmbeddedMark(&out.image());
+  reference::optimizeContinued(source.image(), out.image(), strength);
   return out;
-}
-
-// Runners of a caller's: the parts backwards, one after the other; each in a thread of its own.
-std::uint32_t runBackwards(void* /*context*/, TLUX_PART part, void* work, std::uint32_t count) {
-  while (count-- > 0)
-    part(work, count);
-  return TLUX_OK;
-}
-
-std::uint32_t runAtOnce(void* /*context*/, TLUX_PART part, void* work, std::uint32_t count) {
-  std::vector<std::thread> threads;
-  for (std::uint32_t i = 0; i < count; ++i)
-    threads.emplace_back(part, work, i);
-  for (std::thread& thread : threads)
-    thread.join();
-  return TLUX_OK;
-}
-
-std::vector<TLUX_STREAM_OPTIONS> everyKindOfThreads() {
-  std::vector<TLUX_STREAM_OPTIONS> kinds;
-  for (const std::uint32_t threads : {0U, 1U, 2U, 5U}) {
-    kinds.push_back(streamOptions(TLUX_TONES_EXACT));
-    kinds.back().threads = threads;
-  }
-  for (const TLUX_PARALLEL_FOR run : {runBackwards, runAtOnce}) {
-    for (const std::uint32_t workers : {1U, 3U, 64U}) {
-      kinds.push_back(streamOptions(TLUX_TONES_EXACT));
-      kinds.back().parallelFor = run;
-      kinds.back().workers = workers;
-    }
-  }
-  return kinds;
 }
 
 // One stream for all frames, whose sizes and strengths change from call to call.
@@ -135,7 +65,7 @@ class ExactStream : public testing::Test {
 
 TEST_F(ExactStream, EqualsTheRunForAnyFrameWhoeverWorks) {
   constexpr std::uint32_t kStrengths[] = {0, 1, 25, 50, 100, 400, 0xFFFFFFFF};
-  for (const TLUX_STREAM_OPTIONS& options : everyKindOfThreads()) {
+  for (const TLUX_STREAM_OPTIONS& options : everyKindOfThreads(TLUX_TONES_EXACT)) {
     ScopedStream stream(options);
     for (int i = 0; i < (kIsFast ? 24 : 4); ++i) {
       const FrameShape shape = randomShape(i % 4 == 0 ? 700 : 160);

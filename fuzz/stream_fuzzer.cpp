@@ -1,0 +1,143 @@
+// Frames of any size and pitch through one stream, in place or not, on threads of three kinds:
+// exact tones against the run as formulas, others against a stream of one thread.
+#include <cstring>
+
+#include "input.hpp"
+#include "reference/run.hpp"
+#include "support/guarded_buffer.hpp"
+#include "tlux/stream.h"
+
+namespace tlux::fuzz {
+namespace {
+
+using test::GuardedBuffer;
+
+// A frame whose planes each end with their last sample, at a page that cannot be touched.
+class Frame {
+ public:
+  Frame(std::uint32_t format, int width, int height, int lumaPitch, int chromaPitch)
+      : luma_(bytesOf(width, height, lumaPitch), 0x5A),
+        chroma_(bytesOf(width, height / 2, chromaPitch), 0x5A),
+        image_{format, width, height, {luma_.data(), chroma_.data()}, {lumaPitch, chromaPitch}} {}
+
+  TLUX_IMAGE& image() { return image_; }
+  void fill(Input& input) {
+    input.fill(luma_.bytes());
+    input.fill(chroma_.bytes());
+  }
+  void copyBytes(Frame& other) {
+    std::ranges::copy(other.luma_.bytes(), luma_.data());
+    std::ranges::copy(other.chroma_.bytes(), chroma_.data());
+  }
+  // Samples and padding.
+  void requireEqual(Frame& other) {
+    require(luma_.isIntact() && chroma_.isIntact());
+    require(std::ranges::equal(luma_.bytes(), other.luma_.bytes()));
+    require(std::ranges::equal(chroma_.bytes(), other.chroma_.bytes()));
+  }
+
+ private:
+  static std::size_t bytesOf(int width, int rows, int pitch) {
+    return static_cast<std::size_t>((rows - 1) * pitch + width);
+  }
+
+  GuardedBuffer luma_;
+  GuardedBuffer chroma_;
+  TLUX_IMAGE image_;
+};
+
+std::uint32_t runBackwards(void* /*context*/, TLUX_PART part, void* work, std::uint32_t count) {
+  while (count-- > 0)
+    part(work, count);
+  return TLUX_OK;
+}
+
+TLUX_STREAM_OPTIONS takeOptions(Input& input) {
+  TLUX_STREAM_OPTIONS options = {};
+  require(TLUX_InitStreamOptions(&options, sizeof options, input.flag() ? 1 : 0) == TLUX_OK);
+  if (input.flag()) return options;
+  options.range = input.flag() ? TLUX_RANGE_LIMITED : TLUX_RANGE_FULL;
+  options.steady = input.flag() ? 0 : static_cast<std::uint32_t>(input.between(0, 1000));
+  options.colour = static_cast<std::uint32_t>(input.between(0, 100));
+  options.fineWindows = input.flag() ? 1 : 0;
+  return options;
+}
+
+// Makes a stream open and closed again.
+struct OpenStream {
+  TLUX_STREAM* stream = nullptr;
+  std::uint32_t opened;
+
+  OpenStream(MMemMgr manager, const TLUX_STREAM_OPTIONS& options)
+      : opened(TLUX_OpenStream(manager, &options, &stream)) {
+    require((opened == TLUX_OK) == (stream != nullptr));
+  }
+  OpenStream(const OpenStream&) = delete;
+  OpenStream& operator=(const OpenStream&) = delete;
+  ~OpenStream() { TLUX_CloseStream(&stream); }
+};
+
+// One frame by `tested`, and by what it should equal.
+void runFrame(Input& input, const Memory& memory, const TLUX_STREAM_OPTIONS& options,
+              TLUX_STREAM* tested, TLUX_STREAM* plain) {
+  constexpr std::uint32_t kFormats[] = {TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_YCBCR420_YPUV};
+  const std::uint32_t format = input.oneOf(kFormats);
+  const int width = 2 * input.between(1, 100);
+  const int height = 2 * input.between(1, 80);
+  const int lumaPitch = width + input.between(0, 40);
+  const int chromaPitch = width + input.between(0, 40);
+  const bool isInPlace = input.flag();
+  const int padding = isInPlace ? 0 : input.between(0, 9);
+  Frame source(format, width, height, lumaPitch, chromaPitch);
+  source.fill(input);
+  Frame output(format, width, height, lumaPitch + padding, chromaPitch + padding);
+  Frame expected(format, width, height, lumaPitch + padding, chromaPitch + padding);
+  if (isInPlace) {
+    output.copyBytes(source);
+    expected.copyBytes(source);
+  }
+  const std::uint32_t strength = input.flag() ? input.word() : input.word() % 128;
+  const bool isExact = options.range == TLUX_RANGE_FULL && options.steady == 0 &&
+                       options.colour == 100 && options.fineWindows == 0;
+  const std::uint32_t result = TLUX_RunStream(tested, isInPlace ? &output.image() : &source.image(),
+                                              &output.image(), strength);
+  if (result == TLUX_OK && isExact) {
+    reference::optimizeContinued(source.image(), expected.image(), strength);
+  } else if (result == TLUX_OK) {
+    require(TLUX_RunStream(plain, &source.image(), &expected.image(), strength) == TLUX_OK);
+  } else {
+    require(memory.isLimited() && result == TLUX_ERR_NO_MEMORY);
+    reference::copyFrame(source.image(), expected.image());
+  }
+  output.requireEqual(expected);
+}
+
+void run(Input& input) {
+  Memory memory(input, 1500000);
+  TLUX_STREAM_OPTIONS options = takeOptions(input);
+  TLUX_STREAM_OPTIONS one = options;
+  one.threads = 1;
+  options.threads = input.flag() ? 1 : 3;
+  if (input.flag()) {
+    options.parallelFor = runBackwards;
+    options.workers = static_cast<std::uint32_t>(input.between(1, 64));
+  }
+  const OpenStream tested(memory.manager(), options);
+  const OpenStream plain(nullptr, one);
+  require(tested.opened == TLUX_OK || (memory.isLimited() && tested.opened == TLUX_ERR_NO_MEMORY));
+  for (int frames = 0; tested.stream != nullptr && frames < 3 && !input.isEmpty(); ++frames) {
+    runFrame(input, memory, options, tested.stream, plain.stream);
+    if (input.flag()) {
+      TLUX_ResetStream(tested.stream);
+      TLUX_ResetStream(plain.stream);
+    }
+  }
+}
+
+} // namespace
+
+void check(Input& input) {
+  run(input);
+}
+
+} // namespace tlux::fuzz
