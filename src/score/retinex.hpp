@@ -34,7 +34,7 @@ std::int32_t anchorOf(std::int32_t mean);
 
 // Pixels from which on a team shares the steps of a frame. The fuzzers set fewer.
 #ifndef TLUX_SHARED_PIXELS
-#define TLUX_SHARED_PIXELS 65536
+#define TLUX_SHARED_PIXELS 8192
 #endif
 inline constexpr std::int64_t kSharedPixels = TLUX_SHARED_PIXELS;
 

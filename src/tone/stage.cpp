@@ -8,6 +8,7 @@
 #include "image/format.hpp"
 #include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
+#include "score/retinex.hpp"
 #include "score/score_reference.hpp"
 #include "tlux/retinex.h"
 #include "tlux/tone_stage.h"
@@ -96,8 +97,8 @@ bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output) {
 }
 
 int participantsFor(const TLUX_IMAGE& source) {
-  constexpr std::int64_t kSharedPixels = 1 << 16;
-  return std::int64_t{source.width} * source.height < kSharedPixels ? 1 : usefulParticipants();
+  const bool isSmall = std::int64_t{source.width} * source.height < 8 * kSharedPixels;
+  return isSmall ? 1 : usefulParticipants();
 }
 
 std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
