@@ -1,6 +1,10 @@
 # The manual page and the completions of the command, each where its reader looks for it.
 install(FILES "${PROJECT_SOURCE_DIR}/docs/man/tlux.1" DESTINATION "${CMAKE_INSTALL_MANDIR}/man1")
 
+# The page of `tlux tune`, where scripts/web.sh has built it.
+install(FILES "${PROJECT_SOURCE_DIR}/build/web/tlux.html" DESTINATION "${CMAKE_INSTALL_DATADIR}/tlux"
+        OPTIONAL)
+
 # The command prints its completions itself, so it must run here.
 if(CMAKE_CROSSCOMPILING AND NOT CMAKE_CROSSCOMPILING_EMULATOR)
   return()

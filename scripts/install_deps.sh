@@ -11,11 +11,17 @@
 #   count  counter of instructions
 #   quality  what measures pictures
 #   python   building the package for Python, its tests, archives on many machines
+#   web    compiler for WebAssembly, Node where there is none, and the browser of the tests
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|pipelines|java|abi|count|quality|python …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|pipelines|java|abi|count|quality|python|web …" >&2
   exit 1
+}
+
+# The package, unless its command is there from elsewhere.
+missing_command() {
+  command -v "$1" >/dev/null || echo "$2"
 }
 
 packages_of() {
@@ -34,6 +40,7 @@ packages_of() {
     count) echo valgrind ;;
     quality) echo python3-numpy ffmpeg ;;
     python) echo python3-numpy python3-build python3-setuptools python3-wheel python3-pip python3-venv python3-pytest python3-hypothesis python3-mypy python3-distributed python3-cloudpickle python3-psutil ;;
+    web) echo cmake ninja-build clang lld llvm wasi-libc libc++-dev-wasm32 libclang-rt-dev-wasm32 chromium $(missing_command node nodejs) $(missing_command npm npm) ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }

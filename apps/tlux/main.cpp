@@ -22,6 +22,7 @@ constexpr const char* kExamples =
     "  tlux enhance photo.jpg -o better.jpg        lift the shadows, hold the highlights\n"
     "  tlux compare photo.jpg -o both.png          before and after, side by side\n"
     "  tlux sweep photo.jpg -o sheet.png           several strengths on one sheet\n"
+    "  tlux tune photo.jpg                         sliders, in the browser\n"
     "  tlux explain photo.jpg -d why               a page on what was done, and why\n"
     "  tlux enhance holiday -d enhanced -s 60      a folder of pictures, stronger\n"
     "  tlux op blur photo.jpg -o soft.jpg          one of the toolkit's operations\n"
@@ -40,10 +41,11 @@ ExitCode runCommandLine(int argc, char** argv) {
   app.set_version_flag("-V,--version", versionLine(), "Show the version and exit");
   app.require_subcommand(0, 1);
   app.footer(kExamples);
-  const std::array commands = {
-      tlux::app::addEnhance(app), tlux::app::addCompare(app),    tlux::app::addSweep(app),
-      tlux::app::addExplain(app), tlux::app::addOp(app),         tlux::app::addBench(app),
-      tlux::app::addInfo(app),    tlux::app::addCompletion(app), tlux::app::addHelp(app)};
+  const std::array commands = {tlux::app::addEnhance(app),    tlux::app::addCompare(app),
+                               tlux::app::addSweep(app),      tlux::app::addTune(app),
+                               tlux::app::addExplain(app),    tlux::app::addOp(app),
+                               tlux::app::addBench(app),      tlux::app::addInfo(app),
+                               tlux::app::addCompletion(app), tlux::app::addHelp(app)};
 
   try {
     app.parse(argc, argv);

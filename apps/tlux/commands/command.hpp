@@ -22,6 +22,7 @@ struct Command {
 Command addEnhance(CLI::App& app);
 Command addCompare(CLI::App& app);
 Command addSweep(CLI::App& app);
+Command addTune(CLI::App& app);
 Command addExplain(CLI::App& app);
 Command addOp(CLI::App& app);
 Command addBench(CLI::App& app);
