@@ -1,6 +1,7 @@
 #include "tone/render.hpp"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 
 #include "chroma/chroma_rule.hpp"
@@ -50,8 +51,9 @@ class RowRenderer {
 
   template <class Groups>
   void operator()(std::int64_t y, Groups& groups) const {
-    for (std::int64_t x = 0; x < filteredColumns_; x += kTile) {
-      const std::int64_t end = std::min(x + kTile, filteredColumns_);
+    for (std::ptrdiff_t x = 0; x < filteredColumns_; x += kTile) {
+      const auto end =
+          static_cast<std::ptrdiff_t>(std::min<std::int64_t>(x + kTile, filteredColumns_));
       groups.makeLuma({x, end}, {sourceRow(y) + x, source_.pitch[0]},
                       {outputRow(y) + x, output_.pitch[0]});
       if (chromaFollows_ && end < filteredColumns_) scaleChroma(y, x, end);
