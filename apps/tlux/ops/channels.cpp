@@ -4,9 +4,9 @@
 #include <cstring>
 #include <utility>
 
+#include "library_result.hpp"
 #include "media/convert.hpp"
 #include "media/semi_planar.hpp"
-#include "library_result.hpp"
 
 namespace tlux::app {
 

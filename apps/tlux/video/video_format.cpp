@@ -132,14 +132,20 @@ AVPixelFormat chooseLayout(const AVCodec& encoder, const StreamProperties& prope
   }
   const bool isOdd = ((properties.width | properties.height) & 1) != 0;
   const bool isWhole = wholeChroma || (isOdd && traitsOf(encoder).needsEvenSize);
-  std::vector<AVPixelFormat> wanted;
-  if (properties.bits > 8) {
-    wanted.push_back(isWhole ? AV_PIX_FMT_YUV444P10 : AV_PIX_FMT_YUV420P10);
-  }
-  if (isWhole) wanted.push_back(AV_PIX_FMT_YUV444P);
-  wanted.insert(wanted.end(), {AV_PIX_FMT_NV12, AV_PIX_FMT_YUV420P, AV_PIX_FMT_YUVJ420P});
-  for (const AVPixelFormat layout : wanted) {
-    if (std::find(encoder.pix_fmts, end, layout) != end) return layout;
+  const bool isDeep = properties.bits > 8;
+  const struct {
+    AVPixelFormat layout;
+    bool isWanted;
+  } preferences[] = {
+      {AV_PIX_FMT_YUV444P10, isDeep && isWhole},
+      {AV_PIX_FMT_YUV420P10, isDeep && !isWhole},
+      {AV_PIX_FMT_YUV444P, isWhole},
+      {AV_PIX_FMT_NV12, true},
+      {AV_PIX_FMT_YUV420P, true},
+      {AV_PIX_FMT_YUVJ420P, true},
+  };
+  for (const auto& [layout, isWanted] : preferences) {
+    if (isWanted && std::find(encoder.pix_fmts, end, layout) != end) return layout;
   }
   return avcodec_find_best_pix_fmt_of_list(encoder.pix_fmts, AV_PIX_FMT_YUV420P, 0, nullptr);
 }
