@@ -8,10 +8,10 @@
  * - Functions that can fail return one of the result codes below; the others return nothing or a
  *   computed value. Bad arguments never crash where this interface names a code for them.
  * - Memory the caller describes (pointer, pitch, size) is the caller's; memory the library needs
- * comes from the ::MMemMgr handle it is given. Whoever allocates with a handle releases with the
- * same one.
+ *   comes from the ::MMemMgr handle it is given. Whoever allocates with a handle releases with the
+ *   same one.
  * - A function may be called from several threads at once on disjoint data unless it says
- * otherwise.
+ *   otherwise.
  */
 #ifndef TLUX_BASE_H
 #define TLUX_BASE_H

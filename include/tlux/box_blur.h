@@ -37,9 +37,9 @@ TLUX_BEGIN_DECLS
  * - `path`: accepted for either value and without effect.
  *
  * They return ::TLUX_OK, also when there is nothing to do; ::TLUX_ERR_INVALID_PARAM for a null
- * plane with samples to blur; ::TLUX_ERR_NO_MEMORY when the working memory cannot be had, with the
- * plane untouched. Calls on different planes may run at the same time when they do not share a
- * pool.
+ * plane with samples to blur; ::TLUX_ERR_NO_MEMORY when the working memory cannot be allocated,
+ * with the plane untouched. Calls on different planes may run at the same time when they do not
+ * share a pool.
  * @{
  */
 

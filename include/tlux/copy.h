@@ -45,8 +45,8 @@ TLUX_BEGIN_DECLS
  * @param source image to read, of the target's format.
  * @param sourceRect from where; null for the whole image.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null image, a plane that is needed and null,
- * different formats, a rectangle that is not accepted or rectangles of different size (nothing is
- * written); ::TLUX_ERR_UNSUPPORTED for a format that cannot be copied.
+ *         different formats, a rectangle that is not accepted or rectangles of different size
+ *         (nothing is written); ::TLUX_ERR_UNSUPPORTED for a format that cannot be copied.
  */
 TLUX_API uint32_t TLUX_CopyImageROI_IMK(TLUX_IMAGE* target, const TLUX_RECT* targetRect,
                                         const TLUX_IMAGE* source,
@@ -85,8 +85,8 @@ TLUX_API uint32_t TLUX_CopyImageROIOddRect_IMK(TLUX_IMAGE* target, const TLUX_RE
  * record over foreign memory with unaligned rows), a row may overwrite the next before it is read.
  *
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null argument or plane, a rectangle that is not
- * accepted, or a plane that would not fit into its present memory; ::TLUX_ERR_UNSUPPORTED for raw
- * frames and unknown formats. Nothing is changed on failure.
+ *         accepted, or a plane that would not fit into its present memory; ::TLUX_ERR_UNSUPPORTED
+ *         for raw frames and unknown formats. Nothing is changed on failure.
  */
 TLUX_API uint32_t TLUX_CropImage_IMK(TLUX_IMAGE* image, const TLUX_RECT* rect) TLUX_NOEXCEPT;
 
@@ -94,12 +94,12 @@ TLUX_API uint32_t TLUX_CropImage_IMK(TLUX_IMAGE* image, const TLUX_RECT* rect) T
  * Creates a copy of an image.
  *
  * @param out receives the copy, to be released with TLUX_FreeImage_IMK(). Bytes that a copy leaves
- * out are 0; row padding is undefined.
+ *        out are 0; row padding is undefined.
  * @param manager pool, or null for the heap.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null argument (@p out is left alone);
- * ::TLUX_ERR_NO_MEMORY, and ::TLUX_ERR_UNSUPPORTED for an unknown format, with *out null. Intended:
- * when the image could be created but not copied (raw frames, a null plane), the result is that of
- * the copy, and the new image is in *out for the caller to release.
+ *         ::TLUX_ERR_NO_MEMORY, and ::TLUX_ERR_UNSUPPORTED for an unknown format, with *out null.
+ *         Intended: when the image could be created but not copied (raw frames, a null plane), the
+ *         result is that of the copy, and the new image is in *out for the caller to release.
  */
 TLUX_API uint32_t TLUX_CloneImage_IMK(TLUX_IMAGE** out, const TLUX_IMAGE* source,
                                       MMemMgr manager) TLUX_NOEXCEPT;

@@ -17,7 +17,7 @@ TLUX_BEGIN_DECLS
  * - `manager`: pool for the working memory, or null for the heap. All of it is released before the
  *   return.
  * - `input`, `output`: planes of 8-bit samples, each followed by its pitch, the distance from row
- * to row in bytes. It is at least the bytes of a row; the bytes behind a row are neither read nor
+ *   to row in bytes. It is at least the bytes of a row; the bytes behind a row are neither read nor
  *   written.
  * - `width`, `height`: pixels in a row, and rows, of both. Below 1 there is nothing to do.
  * - `radius`: the window of a pixel reaches this many pixels to each side and is cut off at the
@@ -40,7 +40,7 @@ TLUX_BEGIN_DECLS
  *
  * @param radius of the window; 0 leaves the plane as it is.
  * @param gain Q10, 0 to 16384. Above 1024 it sharpens, below it smooths, and 0 gives the mean
- * alone.
+ *        alone.
  *
  * Needs about 2 · (r + 25) bytes per column.
  */
@@ -110,7 +110,7 @@ TLUX_API uint32_t ResFilter(MMemMgr manager, const uint8_t* input, int32_t input
  * standard output when the base is known; the only function of the library that prints.
  *
  * @param radius of the windows of GuideBlock(), 2r × 2r pixels with repeated edges, 1 to 23170; a
- * fiftieth of the picture's width suits.
+ *        fiftieth of the picture's width suits.
  * @param eps regularisation in squared decades of light, above 0; 0.05 suits.
  * @param contrast wanted ratio of the brightest to the darkest light of the base, above 1.
  *

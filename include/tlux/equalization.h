@@ -24,9 +24,10 @@ TLUX_BEGIN_DECLS
  *
  * @param image image to count in.
  * @param histogram 256 counts. They are not cleared first, so histograms of several rectangles or
- * images can be summed up; they wrap in 32 bits.
+ *        images can be summed up; they wrap in 32 bits.
  * @param rect part to count, or null for the whole image. Intended: it is not clipped, so that it
- * may cover any memory around plane 0 that is the caller's. An empty or inverted one adds nothing.
+ *        may cover any memory around plane 0 that is the caller's. An empty or inverted one adds
+ *        nothing.
  */
 TLUX_API void CalHistogram(const TLUX_IMAGE* image, uint32_t* histogram,
                            const TLUX_RECT* rect) TLUX_NOEXCEPT;
@@ -40,8 +41,9 @@ TLUX_API void CalHistogram(const TLUX_IMAGE* image, uint32_t* histogram,
  * @param image image to count in.
  * @param histogram 256 counts, zero for a table of this rectangle alone; receives the table.
  * @param rect part to count, or null for the whole image. Its right and bottom edge are clipped to
- * the image. Intended: its left and top edge are not, as for CalHistogram(); and where n is 0, an
- * entry becomes 0x7FFFFFFF when its c is above 0, otherwise 0, because the conversion saturates.
+ *        the image. Intended: its left and top edge are not, as for CalHistogram(); and where n is
+ *        0, an entry becomes 0x7FFFFFFF when its c is above 0, otherwise 0, because the conversion
+ *        saturates.
  */
 TLUX_API void HistogramMap(const TLUX_IMAGE* image, uint32_t* histogram,
                            const TLUX_RECT* rect) TLUX_NOEXCEPT;
@@ -54,7 +56,7 @@ TLUX_API void HistogramMap(const TLUX_IMAGE* image, uint32_t* histogram,
  * and TLUX_AdjustImageByTable() to equalize an image.
  *
  * @param manager pool for pitch[0] × height bytes during the call, or null for the heap. The call
- * ends early when the memory cannot be had.
+ *        ends early when the memory cannot be allocated.
  * @param image image to equalize; its pitch must not be smaller than its width.
  */
 TLUX_API void HistogramEqualization(MMemMgr manager, const TLUX_IMAGE* image) TLUX_NOEXCEPT;
@@ -77,17 +79,17 @@ TLUX_API void HistogramEqualization(MMemMgr manager, const TLUX_IMAGE* image) TL
  * neighbour. A missing neighbour is replaced by the tile itself.
  *
  * @param manager pool for the tables of three tile rows, 768 bytes for each 16 columns, during the
- * call, or null for the heap.
+ *        call, or null for the heap.
  * @param source frame to equalize.
  * @param output frame of the same size and luma pitch; receives luma, chroma, and the source's
- * bytes between the width and the pitch of luma rows. The padding of its chroma is written where
- * the walk of TLUX_RunDynamicRangeOptimizationImage() comes by. Its planes may be the source's own
- * (then the chroma stays as it is, because the old luma is gone), but must not overlap them
- * otherwise.
+ *        bytes between the width and the pitch of luma rows. The padding of its chroma is written
+ *        where the walk of TLUX_RunDynamicRangeOptimizationImage() comes by. Its planes may be the
+ *        source's own (then the chroma stays as it is, because the old luma is gone), but must not
+ *        overlap them otherwise.
  *
- * Nothing is written when the memory cannot be had, when a plane 0 or 1 is null, when one of the
- * frames is neither NV21 nor NV12 or has no pixels, when the sizes or the luma pitches differ, or
- * when that pitch is below the width.
+ * Nothing is written when the memory cannot be allocated, when a plane 0 or 1 is null, when one of
+ * the frames is neither NV21 nor NV12 or has no pixels, when the sizes or the luma pitches differ,
+ * or when that pitch is below the width.
  */
 TLUX_API void AdaptiveHistogramEqualization(MMemMgr manager, const TLUX_IMAGE* source,
                                             TLUX_IMAGE* output) TLUX_NOEXCEPT;

@@ -38,7 +38,7 @@ TLUX_BEGIN_DECLS
  *
  * Arguments that all functions share:
  * - `manager`: pool for the working memory, or null for the heap. All of it is had before anything
- * is written and released before the return.
+ *   is written and released before the return.
  * - `I`, `p`, `q`: guide, input and output, of one size and 8 bits a sample; p and q have one
  *   channel. They are reached through their row tables only, so foreign memory with any distance
  *   between rows will do.
@@ -46,7 +46,7 @@ TLUX_BEGIN_DECLS
  *
  * Nothing is written, and nothing reported, when an image or its row table is null, when sizes,
  * channels or depths are not as stated, for empty images and those of more than 2²⁸ pixels, for
- * r below 0, and when the memory cannot be had. q may be p or I (the same rows), unless said
+ * r below 0, and when the memory cannot be allocated. q may be p or I (the same rows), unless said
  * otherwise; apart from that the images may not overlap. Calls may run at the same time when they
  * share no output and no pool.
  * @{
@@ -94,7 +94,7 @@ TLUX_API int32_t guided_filter_bin_max3d(int32_t x) TLUX_NOEXCEPT;
  * smooths and applies them itself.
  *
  * @param a,b receive the coefficients, Q8: images of the size of I, one channel of 32 bits
- * (signed). Neither may share memory with another image of the call.
+ *        (signed). Neither may share memory with another image of the call.
  */
 TLUX_API void guided_box_alpha(MMemMgr manager, const img* I, const img* p, img* a, img* b,
                                int32_t r) TLUX_NOEXCEPT;

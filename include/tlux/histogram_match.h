@@ -37,7 +37,7 @@ TLUX_BEGIN_DECLS
  * @param source image that the table will be applied to.
  * @param table receives 256 entries.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null argument or plane; ::TLUX_ERR_NO_MEMORY
- * when the memory cannot be had. On an error the table is left as it is.
+ *         when the memory cannot be allocated. On an error the table is left as it is.
  */
 TLUX_API uint32_t TLUX_GetMatchTable(MMemMgr manager, const TLUX_IMAGE* target,
                                      const TLUX_IMAGE* source, uint8_t* table) TLUX_NOEXCEPT;
@@ -48,7 +48,7 @@ TLUX_API uint32_t TLUX_GetMatchTable(MMemMgr manager, const TLUX_IMAGE* target,
  * @param image image to change; bytes beyond its width are not touched.
  * @param table 256 entries, outside the image.
  * @return 1 in every case, also when a null argument or an empty image left nothing to do.
- * Intended: a host may test for this value, which is not ::TLUX_OK.
+ *         Intended: a host may test for this value, which is not ::TLUX_OK.
  */
 TLUX_API uint32_t TLUX_AdjustImageByTable(TLUX_IMAGE* image, const uint8_t* table) TLUX_NOEXCEPT;
 

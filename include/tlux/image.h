@@ -98,8 +98,9 @@ typedef struct TLUX_RECT {
  * @param format one of TLUX_FMT_*.
  * @param manager pool, or null for the heap.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null @p out; ::TLUX_ERR_NO_MEMORY when the
- * memory cannot be had, also for negative sizes and blocks beyond 32 bits; ::TLUX_ERR_UNSUPPORTED
- * for an unknown format. Intended: the record stays allocated from @p manager in the last case.
+ *         memory cannot be allocated, also for negative sizes and blocks beyond 32 bits;
+ *         ::TLUX_ERR_UNSUPPORTED for an unknown format. Intended: the record stays allocated from
+ *         @p manager in the last case.
  */
 TLUX_API uint32_t TLUX_CreateImage_IMK(TLUX_IMAGE** out, int32_t width, int32_t height,
                                        uint32_t format, MMemMgr manager) TLUX_NOEXCEPT;
@@ -109,8 +110,8 @@ TLUX_API uint32_t TLUX_CreateImage_IMK(TLUX_IMAGE** out, int32_t width, int32_t 
  *
  * @param image record to fill.
  * @param planes,pitches one entry per plane of the format, at least one; further entries of the
- * record are left as they are. Pitches are taken as given. An unknown format, and a raw one, counts
- * as one plane.
+ *        record are left as they are. Pitches are taken as given. An unknown format, and a raw one,
+ *        counts as one plane.
  * @return ::TLUX_OK, or ::TLUX_ERR_INVALID_PARAM for a null argument (nothing is written).
  */
 TLUX_API uint32_t TLUX_SetImage_IMK(TLUX_IMAGE* image, int32_t width, int32_t height,

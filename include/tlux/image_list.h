@@ -50,7 +50,7 @@ typedef struct TLUX_IMAGE_LIST {
  * @param tag1,tag2 handed back by the getters.
  * @param manager pool, or null for the heap.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null list or image, or an image that lacks a
- * plane; ::TLUX_ERR_UNSUPPORTED for a format that cannot be copied; ::TLUX_ERR_NO_MEMORY.
+ *         plane; ::TLUX_ERR_UNSUPPORTED for a format that cannot be copied; ::TLUX_ERR_NO_MEMORY.
  */
 TLUX_API uint32_t TLUX_InsertImageToLink_IMK(TLUX_IMAGE_LIST* list, const TLUX_IMAGE* image,
                                              const uint8_t* map, uint32_t tag1, uint32_t tag2,
@@ -63,7 +63,7 @@ TLUX_API uint32_t TLUX_InsertImageToLink_IMK(TLUX_IMAGE_LIST* list, const TLUX_I
  *
  * @param rect the part to copy, as for TLUX_CopyImageROI_IMK(); not null.
  * @return as TLUX_InsertImageToLink_IMK(), also ::TLUX_ERR_INVALID_PARAM for a null or bad
- * rectangle.
+ *         rectangle.
  */
 TLUX_API uint32_t TLUX_InsertImageToLinkROI_IMK(TLUX_IMAGE_LIST* list, const TLUX_IMAGE* image,
                                                 const uint8_t* map, const TLUX_RECT* rect,

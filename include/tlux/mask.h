@@ -40,11 +40,11 @@ typedef struct TLUX_MASK_RECT {
  *
  * @param mask row 0 of the mask; null does nothing.
  * @param pitch bytes from one row to the next; negative for a mask stored bottom row first. Rows
- * must not overlap.
+ *        must not overlap.
  * @param width,height pixels; read only when @p rect is null.
  * @param radius 1 to 253; any other value does nothing.
  * @param rect part of the mask to work on, or null for all of it. It must lie in memory of the
- * mask: it is not clipped. An empty or inverted one does nothing.
+ *        mask: it is not clipped. An empty or inverted one does nothing.
  * @return pixels that were set and are cleared; 0 when nothing was done.
  */
 TLUX_API uint32_t TLUX_ErodeEx(uint8_t* mask, int32_t pitch, uint32_t width, uint32_t height,

@@ -33,12 +33,12 @@ TLUX_BEGIN_DECLS
  * the filter's ε = 10) are smoothed away, edges well above stay.
  *
  * @param manager pool, or null for the heap: about 8 · (2 · radius + 17) bytes per column, 24 per
- * row and the chroma once more, released before the return.
+ *        row and the chroma once more, released before the return.
  * @param source complete frame of at most 2²⁸ pixels.
  * @param target complete frame of the same format and size; may be the source.
  * @param radius of the luma windows, at least 0; at 0 the frame is copied.
  * @return ::TLUX_OK; ::TLUX_ERR_UNSUPPORTED for a format that is not semi-planar;
- * ::TLUX_ERR_INVALID_PARAM for other bad arguments; ::TLUX_ERR_NO_MEMORY.
+ *         ::TLUX_ERR_INVALID_PARAM for other bad arguments; ::TLUX_ERR_NO_MEMORY.
  */
 TLUX_API uint32_t GuideFilterNV21(MMemMgr manager, const TLUX_IMAGE* source, TLUX_IMAGE* target,
                                   int32_t radius) TLUX_NOEXCEPT;
@@ -51,9 +51,9 @@ TLUX_API uint32_t GuideFilterNV21(MMemMgr manager, const TLUX_IMAGE* source, TLU
  * @param guide,guidePitch first byte of the guide, and bytes from row to row.
  * @param channel,channelPitch the channel to filter.
  * @param target,targetPitch receives the result; may be the channel or the guide (the same rows),
- * otherwise it must not overlap them.
+ *        otherwise it must not overlap them.
  * @param width,height size of all three, at least 1 each, at most 2²⁸ pixels. No pitch is below the
- * width.
+ *        width.
  * @param radius of the windows, at least 0.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for bad arguments; ::TLUX_ERR_NO_MEMORY.
  */
@@ -67,10 +67,10 @@ TLUX_API uint32_t DstFilterChannel(MMemMgr manager, const uint8_t* guide, int32_
  *
  * @param frame complete frame; its plane 0 must be there but is not read.
  * @param u,v receive Cb and Cr, one byte a pair; null only where the frame has no pairs. They must
- * not overlap the frame or each other.
+ *        not overlap the frame or each other.
  * @param pitch bytes from row to row of both, at least the number of pairs in a row.
  * @return ::TLUX_OK; ::TLUX_ERR_UNSUPPORTED for a format that is not semi-planar;
- * ::TLUX_ERR_INVALID_PARAM for other bad arguments.
+ *         ::TLUX_ERR_INVALID_PARAM for other bad arguments.
  */
 TLUX_API uint32_t ExtractUVchannel(const TLUX_IMAGE* frame, uint8_t* u, uint8_t* v,
                                    int32_t pitch) TLUX_NOEXCEPT;
@@ -93,7 +93,7 @@ TLUX_API uint32_t PushUVchannel(const uint8_t* u, const uint8_t* v, int32_t pitc
  * @param source complete frame of format YCBCR444_P (or YCBCR444_P_B).
  * @param target complete YCBCR420_YPVU frame of the same size that does not overlap the source.
  * @return ::TLUX_OK; ::TLUX_ERR_UNSUPPORTED for other formats; ::TLUX_ERR_INVALID_PARAM for other
- * bad arguments.
+ *         bad arguments.
  */
 TLUX_API uint32_t FormatI444TONV21(const TLUX_IMAGE* source, TLUX_IMAGE* target) TLUX_NOEXCEPT;
 
@@ -105,8 +105,8 @@ TLUX_API uint32_t FormatI444TONV21(const TLUX_IMAGE* source, TLUX_IMAGE* target)
  * @param target complete frame of the same format and size that does not overlap the source.
  * @param planes bit p smooths plane p: 1 luma, 6 both chroma planes, 7 all. Others are copied.
  * @return ::TLUX_OK; ::TLUX_ERR_UNSUPPORTED for other formats; ::TLUX_ERR_INVALID_PARAM for
- * different formats or sizes, a frame that is not complete, one luma plane for both, or planes
- * above 7.
+ *         different formats or sizes, a frame that is not complete, one luma plane for both, or
+ *         planes above 7.
  */
 TLUX_API uint32_t GaussSmoothI444(const TLUX_IMAGE* source, TLUX_IMAGE* target,
                                   uint32_t planes) TLUX_NOEXCEPT;
@@ -123,8 +123,8 @@ TLUX_API uint32_t GaussSmoothI444(const TLUX_IMAGE* source, TLUX_IMAGE* target,
  * @param target complete image of the same format and size that does not overlap the source.
  * @param flags ::TLUX_ROLL_ROWS, ::TLUX_ROLL_COLUMNS or their sum; 0 copies.
  * @return ::TLUX_OK; ::TLUX_ERR_UNSUPPORTED for packed 4:2:2, raw and unknown formats;
- * ::TLUX_ERR_INVALID_PARAM for different formats or sizes, an image that is not complete, one
- * plane 0 for both, or other flags.
+ *         ::TLUX_ERR_INVALID_PARAM for different formats or sizes, an image that is not complete,
+ *         one plane 0 for both, or other flags.
  */
 TLUX_API uint32_t ImageRollOver(const TLUX_IMAGE* source, TLUX_IMAGE* target,
                                 uint32_t flags) TLUX_NOEXCEPT;

@@ -37,7 +37,7 @@ TLUX_API void MMemMgrDestroy(MMemMgr manager) TLUX_NOEXCEPT;
 /**
  * Allocates from the pool, or with `malloc` when @p manager is null.
  * @param size bytes; a pool takes its low 32 bits.
- * @return the block, or null when it cannot be had.
+ * @return the block, or null when it cannot be allocated.
  */
 TLUX_API void* MMemAlloc(MMemMgr manager, uint64_t size) TLUX_NOEXCEPT;
 
@@ -70,7 +70,7 @@ TLUX_API void MMemFreeStatic(MMemMgr manager, void* block) TLUX_NOEXCEPT;
  * block behind when the sum of both payloads is enough; otherwise the contents move to a new block.
  * @return the block, or null when the handle is null, @p size is 0, @p block is not a live block of
  *         this pool, or no block is large enough; @p block then stays allocated and unchanged. A
- * null
+ *         null
  *         @p block allocates.
  */
 TLUX_API void* MMemReallocStatic(MMemMgr manager, void* block, uint32_t size) TLUX_NOEXCEPT;

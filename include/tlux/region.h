@@ -35,8 +35,8 @@ TLUX_BEGIN_DECLS
  * - `connectivity` is 4 or 8.
  * - They return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null pointer that is not said to be
  *   allowed, and for a size, pitch or connectivity that is not as described here;
- *   ::TLUX_ERR_NO_MEMORY when the working memory cannot be had. After an error nothing has been
- *   written.
+ *   ::TLUX_ERR_NO_MEMORY when the working memory cannot be allocated. After an error nothing has
+ *   been written.
  * @{
  */
 
@@ -50,7 +50,7 @@ TLUX_BEGIN_DECLS
  * @param mask,pitch row 0 of the mask.
  * @param width,height size of both planes in pixels.
  * @param labels,labelPitch row 0 of the label plane, 32 bits for each pixel, address and pitch
- * multiples of 4. All pixels are written, the padding of the rows is not.
+ *        multiples of 4. All pixels are written, the padding of the rows is not.
  * @param count receives the number of regions.
  * @return a result code as above.
  */
@@ -83,7 +83,8 @@ typedef struct TLUX_REGION {
  * pass.
  *
  * @param labels,labelPitch row 0 of the label plane as TRegionLabel_RegionLabel4() describes it;
- * pixels that are 0 or above @p count are ignored, so that a host may have changed the labels.
+ *        pixels that are 0 or above @p count are ignored, so that a host may have changed the
+ *        labels.
  * @param width,height size of the plane in pixels.
  * @param regions receives @p count records, that of label 1 first; may be null when @p count is 0.
  * @param count regions to measure; 0 does nothing.
@@ -118,8 +119,8 @@ TLUX_API uint32_t TLUX_TRegionLabel_RemoveSmall(MMemMgr manager, uint8_t* mask, 
  * @param mask,pitch row 0 of the mask.
  * @param width,height size of the mask in pixels.
  * @param connectivity of the regions, 4 or 8. Holes are connected the other way: those of
- * 8-connected regions 4-connected, those of 4-connected regions 8-connected, so that the latter can
- * leak out between corners.
+ *        8-connected regions 4-connected, those of 4-connected regions 8-connected, so that the
+ *        latter can leak out between corners.
  * @param filled receives the number of pixels set; may be null.
  * @return a result code as above.
  */
@@ -135,10 +136,10 @@ TLUX_API uint32_t TLUX_TRegionLabel_FillHoles(MMemMgr manager, uint8_t* mask, in
  * @param mask,pitch row 0 of the mask.
  * @param width,height size of both planes in pixels.
  * @param connectivity neighbours that count: with 4 those that share an edge, which gives contours
- * that are 8-connected and one pixel thin; with 8 those that share a corner as well, which gives
- * 4-connected contours.
+ *        that are 8-connected and one pixel thin; with 8 those that share a corner as well, which
+ *        gives 4-connected contours.
  * @param boundary,boundaryPitch row 0 of the plane that receives 255 for marked pixels and 0 for
- * all others.
+ *        all others.
  * @return a result code as above; no memory is needed.
  */
 TLUX_API uint32_t TLUX_TRegionLabel_Boundary(const uint8_t* mask, int32_t pitch, uint32_t width,

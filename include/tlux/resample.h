@@ -69,16 +69,17 @@ typedef struct TLUX_CROP_RECT {
  * corner staying where it is. A side shorter than that leaves nothing to write.
  *
  * @param source YCBCR420_YPUV, YCBCR420_YPVU, YCBCR422_YPUV, YCBCR420_P, YCBCR422_P, YCBYCR or
- * BAYER. Intended: BAYER is read as YCBYCR except for a factor of 8, see
- * TLUX_ResampleImage8_BAYER().
+ *        BAYER. Intended: BAYER is read as YCBYCR except for a factor of 8, see
+ *        TLUX_ResampleImage8_BAYER().
  * @param destination three planes, as ::TLUX_FMT_YCBCR444_P has, of (rounded width / factor) ×
- * (rounded height / factor) samples. Format and height are not looked at. Intended: after a row of
- * n outputs each plane moves on by n + pitch − width, so that a width other than n shears the rows.
+ *        (rounded height / factor) samples. Format and height are not looked at. Intended: after a
+ *        row of n outputs each plane moves on by n + pitch − width, so that a width other than n
+ *        shears the rows.
  * @param crop rectangle, or null for the whole source; not modified.
  * @param factor 1 to 8.
- * @return ::TLUX_ERR_INVALID_PARAM for a factor below 1, a null image or a plane that is needed
- * and null; otherwise ::TLUX_OK. Intended: a factor above 8 and a source format that is not named
- * above are ::TLUX_OK too, and nothing is written.
+ * @return ::TLUX_ERR_INVALID_PARAM for a factor below 1, a null image or a plane that is needed and
+ *         null; otherwise ::TLUX_OK. Intended: a factor above 8 and a source format that is not
+ *         named above are ::TLUX_OK too, and nothing is written.
  */
 TLUX_API uint32_t TLUX_ScaleCropImage(const TLUX_IMAGE* source, TLUX_IMAGE* destination,
                                       const TLUX_CROP_RECT* crop, int32_t factor) TLUX_NOEXCEPT;

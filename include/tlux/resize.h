@@ -30,8 +30,8 @@ TLUX_BEGIN_DECLS
  * - interleaved chroma (YCBCR420_YPUV, _YPVU, YCBCR422_YPUV) pair by pair;
  * - BGR24, BGR32 and PACKED24 formats byte by byte of the pixel, including the fourth one;
  * - packed 4:2:2 (YCBYCR, YCBYCR_2, CBYCRY, YCBYCR_4): luma, and the chroma of each pixel pair. In
- * a target of odd width the chroma byte behind the last pair repeats its component; that of a
- * source is read only for a copy of equal size.
+ *   a target of odd width the chroma byte behind the last pair repeats its component; that of a
+ *   source is read only for a copy of equal size.
  *
  * A source that is too small to have a chroma sample (one column or row of a subsampled format)
  * gives neutral chroma, 128.
@@ -77,8 +77,8 @@ TLUX_API uint32_t asfImageResize_BL(const TLUX_IMAGE* source, TLUX_IMAGE* target
  * belongs to the piece that has the first of its luma rows.
  *
  * @param source,target the whole images.
- * @param firstRow,endRow luma rows of the target, endRow exclusive:
- * 0 <= firstRow <= endRow <= target height, otherwise ::TLUX_ERR_INVALID_PARAM.
+ * @param firstRow,endRow luma rows of the target, endRow exclusive: 0 <= firstRow <= endRow <=
+ *        target height, otherwise ::TLUX_ERR_INVALID_PARAM.
  * @return see above.
  */
 TLUX_API uint32_t asfImageResize_BL_Piece(const TLUX_IMAGE* source, TLUX_IMAGE* target,
@@ -116,7 +116,7 @@ TLUX_API uint32_t asfImageResize_BL_C1(const uint8_t* source, int32_t sourceWidt
  *
  * @param table receives ::TLUX_CUBIC_TABLE_SIZE weights.
  * @param a the kernel's parameter in 1/256, −256 to 0: ::TLUX_CUBIC_SHARP, ::TLUX_CUBIC_SMOOTH or
- * another; at 0 there is no overshoot.
+ *        another; at 0 there is no overshoot.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null table or @p a outside its range.
  */
 TLUX_API uint32_t InitCubicCoeffTab(int16_t* table, int32_t a) TLUX_NOEXCEPT;
@@ -127,7 +127,7 @@ TLUX_API uint32_t InitCubicCoeffTab(int16_t* table, int32_t a) TLUX_NOEXCEPT;
  * and clamped to 0..255.
  *
  * @param table ::TLUX_CUBIC_TABLE_SIZE weights of InitCubicCoeffTab(). Other weights are taken as
- * they are; sums that leave 32 bits, and rows that leave 16, wrap.
+ *        they are; sums that leave 32 bits, and rows that leave 16, wrap.
  * @return see above.
  */
 TLUX_API uint32_t Resize_Bicubic_8u_C1(const uint8_t* source, int32_t sourceWidth,

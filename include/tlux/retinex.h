@@ -39,8 +39,8 @@ TLUX_BEGIN_DECLS
  * @param scoreOut packed scores as 16-bit patterns of signed numbers, ready to index a gain table;
  *        must not overlap the other memory.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null plane; ::TLUX_ERR_NO_MEMORY for memory
- *         that cannot be had and for a negative size; the scores are then not written, the log
- *         luminance may be.
+ *         that cannot be allocated and for a negative size; the scores are then not written, the
+ *         log luminance may be.
  *
  * A frame too small or too narrow for the pyramid (one pixel wide, for instance) is its own base:
  * its scores are the negated log luminance. So are those of a uniform frame.
@@ -92,7 +92,7 @@ TLUX_API uint32_t GenerateTonemapping(MMemMgr manager, TLUX_TONEMAP_CONTEXT* con
  * told apart, codeToLinear is not used and logLuma is left alone.
  *
  * @param manager,context as for GenerateTonemapping(); rows are read at the pitch of plane 0.
- * @return ::TLUX_OK; ::TLUX_ERR_NO_MEMORY when one of the two planes cannot be had;
+ * @return ::TLUX_OK; ::TLUX_ERR_NO_MEMORY when one of the two planes cannot be allocated;
  *         ::TLUX_ERR_INVALID_PARAM as above. Intended: when the score itself runs out of memory the
  *         result is ::TLUX_OK with every score 0, which leaves the frame as it is.
  */

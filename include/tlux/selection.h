@@ -42,7 +42,7 @@ TLUX_API double AME_ConvertExposureValue(double ratio) TLUX_NOEXCEPT;
  *
  * @param histogram 4096 counts, of 12-bit levels.
  * @param exposure receives the EV, in steps of 0.05. Intended: a negative EV is truncated toward
- * zero after half a step was added, so it comes out up to a whole step closer to zero.
+ *        zero after half a step was added, so it comes out up to a whole step closer to zero.
  * @param width,height pixels that were counted; only their product matters.
  * @return ::TLUX_OK.
  */
@@ -54,8 +54,8 @@ TLUX_API uint32_t AME_CalExposureByMaxvalue(const uint64_t* histogram, double* e
  *
  * @param values,count the EVs; with a count below 1 they are not read.
  * @param minimum,maximum receive the range. Intended: the search starts at +4 and -4, so the
- * minimum never passes 4, the maximum never falls below -4, and an empty set gives exactly these.
- * Not-a-numbers are passed over.
+ *        minimum never passes 4, the maximum never falls below -4, and an empty set gives exactly
+ *        these. Not-a-numbers are passed over.
  * @return ::TLUX_OK.
  */
 TLUX_API uint32_t AME_CalMinMaxExposure(const double* values, int64_t count, double* minimum,
@@ -75,12 +75,12 @@ TLUX_API uint32_t AME_CalMinMaxExposure(const double* values, int64_t count, dou
  * @param values,count the EVs; with a count below 1 they are not read.
  * @param indices receives one byte for each EV; of an index above 255 its low byte.
  * @param levels even, at least 2; below 2 every step is 0 and every EV gives the middle index,
- * limited to levels - 1.
+ *        limited to levels - 1.
  * @param levelTable receives 2 · half + 1 EVs (one, the middle, for levels below 2): entry 0 is the
- * minimum, entry half the middle, entry 2 · half the maximum. Note that this is one entry more than
- * there are levels.
+ *        minimum, entry half the middle, entry 2 · half the maximum. Note that this is one entry
+ *        more than there are levels.
  * @param minimum,middle,maximum EVs, in ascending order. A step that is not positive sends all EVs
- * of its side to the middle index.
+ *        of its side to the middle index.
  * @return ::TLUX_OK.
  */
 TLUX_API uint32_t AME_SelectExposure(const double* values, uint8_t* indices, int64_t count,
@@ -94,10 +94,10 @@ TLUX_API uint32_t AME_SelectExposure(const double* values, uint8_t* indices, int
  *
  * @param manager pool for about 32 bytes per column, or null for the heap.
  * @param source,destination width × height bytes without gaps between the rows. They may be the
- * same.
+ *        same.
  * @param width,height size of the map; nothing is done when one is below 1.
- * @return ::TLUX_OK; ::TLUX_ERR_NO_MEMORY when the working memory cannot be had, then nothing was
- * written.
+ * @return ::TLUX_OK; ::TLUX_ERR_NO_MEMORY when the working memory cannot be allocated, then nothing
+ *         was written.
  */
 TLUX_API uint32_t AME_SmoothSelect(MMemMgr manager, const uint8_t* source, uint8_t* destination,
                                    int64_t width, int64_t height) TLUX_NOEXCEPT;

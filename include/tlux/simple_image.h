@@ -41,8 +41,9 @@ typedef struct img {
  * @param manager pool, or null for the heap.
  * @param depth bits per sample.
  * @return the image, to be ended with release_img(); null when the record, the pixel block or the
- * row table cannot be had, or when the sizes are negative or do not fit the record. Intended: when
- * only one of pixel block and row table cannot be had, the other one stays allocated.
+ *         row table cannot be allocated, or when the sizes are negative or do not fit the record.
+ *         Intended: when only one of pixel block and row table cannot be allocated, the other one
+ *         stays allocated.
  */
 TLUX_API img* createimg(MMemMgr manager, int32_t width, int32_t height, int32_t depth,
                         int32_t channels) TLUX_NOEXCEPT;
@@ -53,7 +54,8 @@ TLUX_API img* createimg(MMemMgr manager, int32_t width, int32_t height, int32_t 
  * @param data first byte of the first row.
  * @param stride bytes from one row to the next; negative for rows that are stored bottom up.
  * @return the image, to be ended with release_img_pesudo(); null for null @p data, without memory,
- * or when the height is negative or the size does not fit the record; nothing stays allocated then.
+ *         or when the height is negative or the size does not fit the record; nothing stays
+ *         allocated then.
  */
 TLUX_API img* createimg_pesudo(MMemMgr manager, void* data, int32_t width, int32_t height,
                                int32_t depth, int32_t channels, int32_t stride) TLUX_NOEXCEPT;
@@ -61,8 +63,8 @@ TLUX_API img* createimg_pesudo(MMemMgr manager, void* data, int32_t width, int32
 /**
  * Creates a copy of an image: the same numbers, size bytes of pixels copied.
  *
- * @return the image, to be ended with release_img(); null for a null image, one of negative
- * stride, or without memory; nothing stays allocated then.
+ * @return the image, to be ended with release_img(); null for a null image, one of negative stride,
+ *         or without memory; nothing stays allocated then.
  */
 TLUX_API img* cloneimg(MMemMgr manager, const img* image) TLUX_NOEXCEPT;
 

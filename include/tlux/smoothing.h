@@ -52,10 +52,10 @@ TLUX_BEGIN_DECLS
  * @param guide I, one byte a pixel.
  * @param input p, one byte a pixel.
  * @param output q.
- * @param radius at least 0, where the output is the input; above the size
- * of the plane it acts as that size.
+ * @param radius at least 0, where the output is the input; above the size of the plane it acts as
+ *        that size.
  * @param eps regularisation, in squared 8-bit values, at least 1: 10 keeps fine texture, 400 (a
- * deviation of 20) smooths all but strong edges.
+ *        deviation of 20) smooths all but strong edges.
  *
  * Needs about 8 · (2r + 20) bytes per column.
  */
@@ -76,7 +76,7 @@ TLUX_API uint32_t TLUX_GuidedFilter1D(MMemMgr manager, const uint8_t* guide, int
  * full size.
  *
  * @param factor s, 1 to 16; a quarter of the radius or less suits. 1 gives the output of
- * TLUX_GuidedFilter1D(). Other arguments as there.
+ *        TLUX_GuidedFilter1D(). Other arguments as there.
  *
  * Needs 2 / s² bytes per pixel, and per column 38 bytes and 1 / s of what TLUX_GuidedFilter1D()
  * needs.
@@ -142,9 +142,9 @@ TLUX_API uint32_t BilateralFilter1D(MMemMgr manager, const uint8_t* input, int32
  * noise. Rounded to the nearest integer; 16256 at most.
  *
  * @param variance receives width × height samples; its pitch is in bytes too, and even. It may not
- * overlap the input.
+ *        overlap the input.
  * @param radius at least 0, where all variances are 0; above the size of the plane it acts as that
- * size.
+ *        size.
  *
  * Needs about 2 · (r + 30) bytes per column.
  */

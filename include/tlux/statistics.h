@@ -116,8 +116,8 @@ TLUX_API void AME_SmoothDoubleBlend(const int16_t* small, int32_t smallWidth, in
  *        and, while a level is enlarged, the six row buffers of that step. Half the samples of the
  *        source (at least 1024) are enough unless the plane is narrow and long.
  *
- * When the scratch is too short or a record cannot be had, output and statistics are left as they
- * were.
+ * When the scratch is too short or a record cannot be allocated, output and statistics are left as
+ * they were.
  */
 TLUX_API void AME_PyramidFilter(MMemMgr manager, uint32_t statistics[3], const int16_t* source,
                                 int32_t width, int32_t height, int16_t* output, int32_t outputWidth,

@@ -152,7 +152,7 @@ TLUX_API uint32_t TLUX_ChangeStream(TLUX_STREAM* stream,
  * @param output of the same format and size. Either the source itself (the same planes and
  *        pitches), or memory that does not overlap it.
  * @param strength how far to go: 0 keeps the tones, in video range every code; 30 suits most
- * pictures, 100 is strong.
+ *        pictures, 100 is strong.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM: a rejected argument, nothing is written;
  *         ::TLUX_ERR_NO_MEMORY or ::TLUX_ERR_THREAD: the output is a copy of the source, without
  *         the mark (in place: the source as it was), and the stream can be used again.

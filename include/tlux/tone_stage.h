@@ -28,7 +28,7 @@ TLUX_BEGIN_DECLS
  * @param manager the handle the engine was made with.
  * @param engine with the reference frame (three full planes) in images[0], its size in refWidth and
  *        refHeight, and the transfer tables. Receives the score map and the gain table; those it
- * has are used again where size and strength allow.
+ *        has are used again where size and strength allow.
  * @param source NV21 or NV12, at least eight times the reference frame in both directions.
  * @param output already holds a copy of @p source, not in the same memory. Padding is read and
  *        written as in TLUX_RunDynamicRangeOptimizationImage().
@@ -36,8 +36,8 @@ TLUX_BEGIN_DECLS
  * @param strength as in TLUX_RunDynamicRangeOptimizationImage().
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for null or unfit arguments (nothing is written);
  *         ::TLUX_ERR_NO_MEMORY; ::TLUX_ERR_THREAD. Intended: without memory for new scores, those
- * of an earlier frame of this size serve where the engine has them. After a failure of the filter
- * no luma is mapped, and the chroma rule has still run.
+ *         of an earlier frame of this size serve where the engine has them. After a failure of the
+ *         filter no luma is mapped, and the chroma rule has still run.
  */
 TLUX_API uint32_t TLUX_Tonemapping(MMemMgr manager, TLUX_ENGINE* engine, const TLUX_IMAGE* source,
                                    TLUX_IMAGE* output, uint64_t reserved,

@@ -34,7 +34,7 @@ TLUX_BEGIN_DECLS
  * @param phase line 8y + phase is made, 0 to 7.
  * @param line receives 8 · lowWidth samples.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null pointer or a number outside its range
- * (nothing is written).
+ *         (nothing is written).
  */
 TLUX_API uint32_t TLUX_UpscaleCalLine8s(const uint8_t* upper, const uint8_t* lower,
                                         int32_t lowWidth, int32_t phase,
@@ -49,11 +49,11 @@ TLUX_API uint32_t TLUX_UpscaleCalLine8s(const uint8_t* upper, const uint8_t* low
  * @param left,top corner of the rectangle in the enlarged plane, at least 0.
  * @param target first byte of the plane that receives the rectangle.
  * @param targetWidth,targetHeight size of the rectangle, at least 1; it lies inside the enlarged
- * plane of 8 · lowWidth by 8 · lowHeight samples.
+ *        plane of 8 · lowWidth by 8 · lowHeight samples.
  * @param targetStride bytes from one of its rows to the next, at least the width; bytes behind the
- * width are left alone.
+ *        width are left alone.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null plane or a number outside its range
- * (nothing is written).
+ *         (nothing is written).
  */
 TLUX_API uint32_t UpcaleCropGray(const uint8_t* low, int32_t lowWidth, int32_t lowHeight,
                                  int32_t lowStride, int32_t left, int32_t top, uint8_t* target,
@@ -71,11 +71,11 @@ TLUX_API uint32_t UpcaleCropGray(const uint8_t* low, int32_t lowWidth, int32_t l
  * @param low low-resolution image.
  * @param left,top corner of the rectangle in luma pixels of the enlarged image, at least 0.
  * @param target image of the same format that receives the rectangle, which lies inside the
- * enlarged image of 8 · width by 8 · height pixels.
+ *        enlarged image of 8 · width by 8 · height pixels.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null image, different formats, an empty size, a
- * plane that is needed and null, a pitch below its row or a rectangle that sticks out;
- * ::TLUX_ERR_UNSUPPORTED for raw frames, YCBYCR_5 to YCBYCR_8 and unknown codes. Nothing is written
- * on failure.
+ *         plane that is needed and null, a pitch below its row or a rectangle that sticks out;
+ *         ::TLUX_ERR_UNSUPPORTED for raw frames, YCBYCR_5 to YCBYCR_8 and unknown codes. Nothing is
+ *         written on failure.
  */
 TLUX_API uint32_t UpcaleCropImage(const TLUX_IMAGE* low, int32_t left, int32_t top,
                                   TLUX_IMAGE* target) TLUX_NOEXCEPT;

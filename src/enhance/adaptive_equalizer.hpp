@@ -9,7 +9,7 @@ namespace tlux {
 
 // Equalizes a plane of at least one pixel tile by tile (see AdaptiveHistogramEqualization) into a
 // plane of the same size, which may be the same plane but must not overlap it otherwise. Returns
-// false, with nothing written, when the working memory cannot be had.
+// false, with nothing written, when the working memory cannot be allocated.
 [[nodiscard]] bool equalizeByTiles(MMemMgr manager, const Plane<const std::uint8_t>& in,
                                    const Plane<std::uint8_t>& out);
 

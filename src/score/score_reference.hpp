@@ -10,7 +10,7 @@ namespace tlux {
 
 // Writes the Retinex score of every luma code of the reference frame: packed rows of the 16-bit
 // patterns that index a gain table. `degamma` takes codes to linear light (12 bit). False when the
-// working memory cannot be had; the scores are then as they were.
+// working memory cannot be allocated; the scores are then as they were.
 [[nodiscard]] bool scoreReference(MMemMgr manager, Team& team, Plane<const std::uint8_t> reference,
                                   const std::uint16_t* degamma, std::uint16_t* scores);
 

@@ -62,7 +62,7 @@ def enhance_file(command: List[str], source: str, result: str) -> Outcome:
         return CANNOT_START, f"there is no command {command[0]!r}", 0.0
     os.makedirs(os.path.dirname(result), exist_ok=True)
     limit = memory_share()
-    # A worker that dies takes the command with it, where that can be had.
+    # A worker that dies takes the command with it, where the system allows it.
     ends_with_worker = ["setpriv", "--pdeathsig", "TERM", "--"] if shutil.which("setpriv") else []
     line = [*ends_with_worker, *command, source, "-o", result]
     with subprocess.Popen(
