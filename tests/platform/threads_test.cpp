@@ -115,7 +115,7 @@ TEST(WorkerTeam, HasAsManyAsThereAreProcessors) {
 // Four items that wait for each other are done by four threads at the same time, in four slots;
 // a share lasts until the slowest of them is done.
 TEST(WorkerTeam, GivesEachThreadASlotAndWaitsForAll) {
-  WorkerTeam team;
+  WorkerTeam team(WorkerTeam::kSize);
   ASSERT_TRUE(team.isComplete());
   for (int round = 0; round < 3; ++round) {
     std::atomic<int> slots{0}; // a bit each
