@@ -17,7 +17,7 @@ if ! readelf -d "$work/consumer_tlux" | grep -q 'NEEDED.*libtlux'; then
   echo "tlux::tlux is not the shared library" >&2
   exit 1
 fi
-cmake -B "$work" -DBUILD_SHARED_LIBS=OFF >/dev/null
+cmake -S "$here/parent" -B "$work" -DBUILD_SHARED_LIBS=OFF >/dev/null
 cmake --build "$work" >/dev/null
 if readelf -d "$work/consumer_tlux" | grep -q 'NEEDED.*libtlux'; then
   echo "BUILD_SHARED_LIBS=OFF: tlux::tlux is the shared library" >&2
