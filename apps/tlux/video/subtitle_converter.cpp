@@ -18,6 +18,14 @@ bool isText(AVCodecID codec) {
   return descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_TEXT_SUB) != 0;
 }
 
+/** The container's own kind of text; some, MP4 for one, hold a kind that they do not name. */
+AVCodecID textCodecOf(const AVOutputFormat& format) {
+  if (isText(format.subtitle_codec)) return format.subtitle_codec;
+  const bool holdsMovText =
+      avformat_query_codec(&format, AV_CODEC_ID_MOV_TEXT, FF_COMPLIANCE_NORMAL) == 1;
+  return holdsMovText ? AV_CODEC_ID_MOV_TEXT : AV_CODEC_ID_NONE;
+}
+
 struct ReleaseSubtitle {
   void operator()(AVSubtitle* subtitle) const { avsubtitle_free(subtitle); }
 };
@@ -34,9 +42,9 @@ void handOverStyles(const AVCodecContext& decoder, AVCodecContext& encoder) {
 } // namespace
 
 bool SubtitleConverter::canConvert(const AVCodecParameters& stream, const AVOutputFormat& target) {
-  const AVCodecID codec = target.subtitle_codec;
-  return stream.codec_type == AVMEDIA_TYPE_SUBTITLE && isText(stream.codec_id) && isText(codec) &&
-         avcodec_find_decoder(stream.codec_id) != nullptr && avcodec_find_encoder(codec) != nullptr;
+  return stream.codec_type == AVMEDIA_TYPE_SUBTITLE && isText(stream.codec_id) &&
+         avcodec_find_decoder(stream.codec_id) != nullptr &&
+         avcodec_find_encoder(textCodecOf(target)) != nullptr;
 }
 
 SubtitleConverter::SubtitleConverter(const AVStream& from, AVStream& to,
@@ -44,7 +52,7 @@ SubtitleConverter::SubtitleConverter(const AVStream& from, AVStream& to,
     : decoder_(makeDecoder(*from.codecpar)), timeBase_(from.time_base) {
   decoder_->pkt_timebase = from.time_base;
   check(avcodec_open2(decoder_.get(), nullptr, nullptr));
-  const AVCodec* encoder = avcodec_find_encoder(target.oformat->subtitle_codec);
+  const AVCodec* encoder = avcodec_find_encoder(textCodecOf(*target.oformat));
   encoder_.reset(checkAllocated(avcodec_alloc_context3(encoder)));
   encoder_->time_base = kMilliseconds;
   if ((target.oformat->flags & AVFMT_GLOBALHEADER) != 0) {
