@@ -146,7 +146,7 @@ static gboolean gst_tlux_src_event(GstBaseTransform* transform, GstEvent* event)
   return gst_pad_push_event(transform->sinkpad, event);
 }
 
-static void post_qos(GstTlux* self, const GstBuffer* buffer, GstClockTime running_time,
+static void post_qos(GstTlux* self, GstBuffer* buffer, GstClockTime running_time,
                      GstClockTime earliest, gdouble proportion) {
   const GstSegment* segment = &GST_BASE_TRANSFORM(self)->segment;
   GstMessage* message = gst_message_new_qos(
@@ -159,7 +159,7 @@ static void post_qos(GstTlux* self, const GstBuffer* buffer, GstClockTime runnin
 }
 
 /** Whether the sink has said that a frame of this time comes too late. */
-static gboolean is_late(GstTlux* self, const GstBuffer* buffer) {
+static gboolean is_late(GstTlux* self, GstBuffer* buffer) {
   GstBaseTransform* transform = GST_BASE_TRANSFORM(self);
   if (transform->segment.format != GST_FORMAT_TIME ||
       !gst_base_transform_is_qos_enabled(transform)) {
