@@ -34,7 +34,7 @@ namespace tlux {
 namespace {
 
 // Columns that the largest vector of any instruction set holds.
-constexpr std::ptrdiff_t kMostColumns = 64;
+inline constexpr std::ptrdiff_t kMostColumns = 64;
 static_assert(kMostColumns % kColumns == 0);
 
 template <class Vector, class T>

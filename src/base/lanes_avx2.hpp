@@ -4,7 +4,7 @@
 
 namespace tlux {
 namespace {
-constexpr int kColumns = 32;
+inline constexpr int kColumns = 32;
 }
 } // namespace tlux
 

@@ -4,7 +4,7 @@
 
 namespace tlux {
 namespace {
-constexpr int kColumns = 64;
+inline constexpr int kColumns = 64;
 }
 } // namespace tlux
 

@@ -2,7 +2,7 @@
 
 namespace tlux {
 namespace {
-constexpr int kColumns = 16;
+inline constexpr int kColumns = 16;
 }
 } // namespace tlux
 
@@ -13,7 +13,7 @@ constexpr int kColumns = 16;
 namespace tlux {
 namespace {
 
-constexpr int kShorts = kColumns / 2; // in a vector
+inline constexpr int kShorts = kColumns / 2; // in a vector
 
 // a · b / 2^16, rounded down.
 [[gnu::always_inline]] inline Shorts multiplyHigh(Shorts a, Shorts b) {

@@ -4,7 +4,7 @@
 
 namespace tlux {
 namespace {
-constexpr int kColumns = 16;
+inline constexpr int kColumns = 16;
 }
 } // namespace tlux
 

@@ -31,7 +31,9 @@ double windowMean(int width, int height, int x, int y, SampleAt sampleAt) {
 TEST(FineFit, EqualsItsFormulaInDoublePrecision) {
   constexpr int kEps = 20;
   Random random(3);
-  for (const auto& [width, height] : {std::pair{40, 34}, {2, 50}, {77, 2}, {1, 1}}) {
+  for (const auto& size : {std::pair{40, 34}, {2, 50}, {77, 2}, {1, 1}}) {
+    const int width = size.first;
+    const int height = size.second;
     for (const int range : {1, 3, 255}) {
       const auto pixels = static_cast<std::size_t>(width * height);
       const auto guide = random.values<std::uint8_t>(pixels, 255 - range, 255);
