@@ -8,6 +8,7 @@ extern "C" {
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <mutex>
 #include <optional>
 #include <stdexcept>
@@ -124,7 +125,7 @@ Tags describe(const Metadata& metadata, FileKind kind, const WrittenPicture& pic
 void setDensity(Exiv2::ExifData& exif, Density density) {
   const auto rational = [](double value) {
     constexpr uint32_t kScale = 100;
-    return Exiv2::URational(static_cast<uint32_t>(value * kScale + 0.5), kScale);
+    return Exiv2::URational(static_cast<uint32_t>(std::lround(value * kScale)), kScale);
   };
   exif["Exif.Image.XResolution"] = rational(density.x);
   exif["Exif.Image.YResolution"] = rational(density.y);
