@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <iterator>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -27,6 +28,7 @@ constexpr const char* kLesson =
 
 void printJson(const TLUX_VERSION& version) {
   std::vector<JsonObject> pools;
+  pools.reserve(std::size(kUsualResolutions));
   for (const Size size : kUsualResolutions) {
     pools.push_back(JsonObject()
                         .add("width", size.width)
