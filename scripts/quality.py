@@ -41,7 +41,8 @@ BARS = {
     "smooth areas, codes": 1.0,
 }
 MEAN_BARS = {"clipped, points added": 4.0}
-LARGEST_CHANGE_OF_MEAN = 1.0  # codes of luma between exact and natural with the levels of exact
+# Codes of luma between exact and natural with the levels of exact. Six photographs differ by 0.7, single ones by 1.3.
+LARGEST_CHANGE_OF_MEAN = 1.25
 
 
 def results(library, rgb, strength):
