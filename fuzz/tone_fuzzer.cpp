@@ -204,7 +204,9 @@ void filterGuided(Input& input) {
 }
 
 void smoothMaps(Input& input) {
-  const auto [width, height] = input.extent(40, 30);
+  const auto extent = input.extent(40, 30);
+  const int width = extent.width;
+  const int height = extent.height;
   const int stride = width + input.between(0, 3);
   GuardedBuffer map(static_cast<std::size_t>(4 * ((height - 1) * stride + width)));
   input.fill(map.bytes());

@@ -7,7 +7,8 @@ from dataclasses import dataclass
 from pathlib import Path
 from typing import Iterator, Optional, Sequence
 
-# What the command writes under the same extension; it makes a PNG of other pictures.
+# What every build of the command can write. Other pictures become PNG, since names in an archive must not depend on
+# the machine that a file comes to.
 WRITABLE_PICTURES = frozenset("png jpg jpeg webp tiff tif bmp".split())
 VIDEOS = frozenset("mp4 m4v mov qt mkv webm avi ts mts m2ts flv 3gp wmv asf ogv mpg mpeg vob mxf nut y4m".split())
 OTHER_PICTURES = frozenset("avif heic heif jp2 jxl pam pbm pgm pnm ppm tga".split())
@@ -46,7 +47,7 @@ def extension_wanted(options: Sequence[str]) -> Optional[str]:
 
 
 def result_of(relative: Path, wanted: Optional[str]) -> Path:
-    """The name that the command gives a result in a folder."""
+    """The name of a result, below the folder for results."""
     if wanted is not None:
         return relative.with_suffix(f".{wanted}")
     return relative.with_suffix(".png") if _extension(relative) in OTHER_PICTURES else relative
