@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <cstddef>
 
 #include "base/multiversion.hpp"
@@ -14,97 +15,93 @@ namespace {
 
 using SumRows = std::array<std::uint32_t*, 4>;
 
-// Replaces the four sums of each window by its guide mean, input mean, covariance and variance. The
-// sums are read as signed, the rest wraps: for radii up to 90 nothing comes near 32 bits.
+// Sums of larger windows may leave 31 bits.
+constexpr std::int32_t kLargestPlainRadius = 90;
+
+struct Moments {
+  std::uint32_t guide; // means
+  std::uint32_t input;
+  std::uint32_t covariance;
+  std::uint32_t variance;
+};
+
+// The sums are read as signed, the rest wraps.
 template <class Mean>
-[[gnu::always_inline]] inline void momentsOf(const SumRows& sums, Mean mean, std::ptrdiff_t width) {
-  std::uint32_t* __restrict guide = sums[0];
-  std::uint32_t* __restrict input = sums[1];
-  std::uint32_t* __restrict guideSquare = sums[2];
-  std::uint32_t* __restrict product = sums[3];
+[[gnu::always_inline]] inline Moments momentsOf(Mean mean, std::uint32_t guide, std::uint32_t input,
+                                                std::uint32_t guideSquare, std::uint32_t product) {
   const auto meanOf = [mean](std::uint32_t sum) {
     return static_cast<std::uint32_t>(mean(static_cast<std::int32_t>(sum)));
   };
-  for (std::ptrdiff_t x = 0; x < width; ++x) {
-    const std::uint32_t meanI = meanOf(guide[x]);
-    const std::uint32_t meanP = meanOf(input[x]);
-    guideSquare[x] = meanOf(guideSquare[x]) - meanI * meanI;
-    product[x] = meanOf(product[x]) - meanP * meanI;
-    guide[x] = meanI;
-    input[x] = meanP;
-  }
+  const std::uint32_t meanI = meanOf(guide);
+  const std::uint32_t meanP = meanOf(input);
+  return {meanI, meanP, meanOf(product) - meanP * meanI, meanOf(guideSquare) - meanI * meanI};
 }
 
-// What the moments of a row are like.
-struct RowKind {
-  std::ptrdiff_t
-      solvable; // windows before the first with a negative variance or a zero denominator
-  bool isShort; // for solveShortRow()
-};
+// b = meanP · 1024 − meanI · a
+inline std::int32_t offsetFor(const Moments& moments, std::int32_t a) {
+  return static_cast<std::int32_t>(moments.input * 1024 -
+                                   moments.guide * static_cast<std::uint32_t>(a));
+}
+
+// A negative variance or a zero denominator.
+inline bool isUnsolvable(std::uint32_t variance, std::uint32_t eps) {
+  return static_cast<std::int32_t>(variance) < 0 || variance + eps == 0;
+}
 
 constexpr std::int32_t kLargestCovariance = (1 << 14) - 1;
 constexpr std::int32_t kLargestDenominator = (1 << 24) - 1;
 
-[[gnu::always_inline]] inline RowKind kindOf(const SumRows& moments, std::uint32_t eps,
-                                             std::ptrdiff_t width) {
-  const std::uint32_t* __restrict variance = moments[2];
-  const std::uint32_t* __restrict covariance = moments[3];
-  const auto isBad = [eps](std::uint32_t v) {
-    return static_cast<std::int32_t>(v) < 0 || v + eps == 0;
-  };
-  unsigned bad = 0;
-  unsigned large = 0;
-  for (std::ptrdiff_t x = 0; x < width; ++x) {
-    bad |= isBad(variance[x]) ? 1u : 0u;
-    large |= variance[x] + eps > kLargestDenominator ? 1u : 0u;
-    large |= covariance[x] + kLargestCovariance > 2 * kLargestCovariance ? 1u : 0u;
-  }
-  const std::ptrdiff_t solvable =
-      bad == 0 ? width : std::find_if(variance, variance + width, isBad) - variance;
-  return {solvable, bad == 0 && large == 0};
-}
-
-// As solveRow(), for quotients whose operands are below 2^24 and thus exact as floats: the float
-// quotient's rounding error is at most 2^-24 of a dividend below 2^24, over the divisor d, so below
-// 1/d; a quotient that is no integer is at least 1/d away from the next.
-[[gnu::always_inline]] inline void solveShortRow(const SumRows& moments, std::uint32_t eps,
+// As solveRow() for rows whose windows all have a solution, where the operands of all quotients are
+// below 2^24 and thus exact as floats: the float quotient's rounding error is at most 2^-24 of a
+// dividend below 2^24, over the divisor d, so below 1/d; a quotient that is no integer is at least
+// 1/d away from the next. False where an operand is larger: the row is left to solveRow().
+template <class Mean>
+[[gnu::always_inline]] inline bool solveShortRow(const SumRows& sums, Mean mean, std::uint32_t eps,
                                                  std::int32_t* __restrict aRow,
                                                  std::int32_t* __restrict bRow,
                                                  std::ptrdiff_t count) {
-  const std::uint32_t* __restrict meanI = moments[0];
-  const std::uint32_t* __restrict meanP = moments[1];
-  const std::uint32_t* __restrict variance = moments[2];
-  const std::uint32_t* __restrict covariance = moments[3];
+  const std::uint32_t* __restrict guide = sums[0];
+  const std::uint32_t* __restrict input = sums[1];
+  const std::uint32_t* __restrict guideSquare = sums[2];
+  const std::uint32_t* __restrict product = sums[3];
+  unsigned others = 0;
   for (std::ptrdiff_t x = 0; x < count; ++x) {
-    const auto dividend = static_cast<float>(static_cast<std::int32_t>(covariance[x] * 1024));
-    const auto divisor = static_cast<float>(static_cast<std::int32_t>(variance[x] + eps));
-    const auto a = static_cast<std::int32_t>(dividend / divisor);
+    const Moments m = momentsOf(mean, guide[x], input[x], guideSquare[x], product[x]);
+    const bool isShort = (m.variance + eps <= kLargestDenominator) &
+                         (m.covariance + kLargestCovariance <= 2 * kLargestCovariance);
+    others |= isShort ? 0u : 1u;
+    const auto dividend = static_cast<float>(static_cast<std::int32_t>(m.covariance * 1024));
+    const auto divisor = static_cast<float>(static_cast<std::int32_t>(m.variance + eps));
+    const auto a = static_cast<std::int32_t>((isShort ? dividend : 0) / (isShort ? divisor : 1));
     aRow[x] = a;
-    bRow[x] = static_cast<std::int32_t>(meanP[x] * 1024 - meanI[x] * static_cast<std::uint32_t>(a));
+    bRow[x] = offsetFor(m, a);
   }
+  return others == 0;
 }
 
-// a = covariance · 1024 / (variance + eps), truncated toward zero, and b = meanP · 1024 − meanI ·
-// a.
+// a = covariance · 1024 / (variance + eps), truncated toward zero. Ends before the first window
+// that has no solution; returns how many were solved.
 //
 // The double quotient truncates to the exact one: both operands are exact, its rounding error is
 // below 2^-53 of a quotient under 2^31, and a quotient that is no integer is at least 1 / 2^31 away
 // from the next. −2^31 / −1 saturates.
-[[gnu::always_inline]] inline void solveRow(const SumRows& moments, std::uint32_t eps,
-                                            std::int32_t* __restrict aRow,
-                                            std::int32_t* __restrict bRow, std::ptrdiff_t count) {
-  const std::uint32_t* __restrict meanI = moments[0];
-  const std::uint32_t* __restrict meanP = moments[1];
-  const std::uint32_t* __restrict variance = moments[2];
-  const std::uint32_t* __restrict covariance = moments[3];
+template <class Mean>
+[[gnu::always_inline]] inline std::ptrdiff_t solveRow(const SumRows& sums, Mean mean,
+                                                      std::uint32_t eps,
+                                                      std::int32_t* __restrict aRow,
+                                                      std::int32_t* __restrict bRow,
+                                                      std::ptrdiff_t count) {
   for (std::ptrdiff_t x = 0; x < count; ++x) {
-    const auto dividend = static_cast<std::int32_t>(covariance[x] * 1024);
-    const auto divisor = static_cast<std::int32_t>(variance[x] + eps);
+    const Moments m = momentsOf(mean, sums[0][x], sums[1][x], sums[2][x], sums[3][x]);
+    if (isUnsolvable(m.variance, eps)) return x;
+    const auto dividend = static_cast<std::int32_t>(m.covariance * 1024);
+    const auto divisor = static_cast<std::int32_t>(m.variance + eps);
     const double quotient = static_cast<double>(dividend) / static_cast<double>(divisor);
     const auto a = static_cast<std::int32_t>(quotient < 2147483647.0 ? quotient : 2147483647.0);
     aRow[x] = a;
-    bRow[x] = static_cast<std::int32_t>(meanP[x] * 1024 - meanI[x] * static_cast<std::uint32_t>(a));
+    bRow[x] = offsetFor(m, a);
   }
+  return count;
 }
 
 using ByteSums = GuideSums<std::uint8_t, std::uint32_t>;
@@ -115,6 +112,7 @@ struct SolvedMaps {
   std::int32_t* b;
   std::ptrdiff_t width;
   std::uint32_t eps;
+  bool isSolvable; // every window has a solution
 };
 
 template <class Mean>
@@ -122,20 +120,19 @@ template <class Mean>
                                                 const SolvedMaps& out) {
   return windows.slide(
       rows, image, [&](std::int32_t y, const SumRows& sums) __attribute__((always_inline)) {
-        momentsOf(sums, mean, out.width);
-        const RowKind kind = kindOf(sums, out.eps, out.width);
         std::int32_t* const a = out.a + y * out.width;
         std::int32_t* const b = out.b + y * out.width;
-        if (kind.isShort) {
-          solveShortRow(sums, out.eps, a, b, out.width);
-        } else {
-          solveRow(sums, out.eps, a, b, kind.solvable);
-        }
-        return kind.solvable == out.width;
+        return (out.isSolvable && solveShortRow(sums, mean, out.eps, a, b, out.width)) ||
+               solveRow(sums, mean, out.eps, a, b, out.width) == out.width;
       });
 }
 
 TLUX_MULTIVERSION bool solveRows(ByteSums& windows, Band rows, Band image, ShiftedMean mean,
+                                 const SolvedMaps& out) {
+  return solveAllRows(windows, rows, image, mean, out);
+}
+
+TLUX_MULTIVERSION bool solveRows(ByteSums& windows, Band rows, Band image, UnsignedShiftedMean mean,
                                  const SolvedMaps& out) {
   return solveAllRows(windows, rows, image, mean, out);
 }
@@ -157,10 +154,16 @@ std::uint32_t guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> i
   const Scratch<std::uint32_t> scratch(manager, ByteSums::scratchCount(input.width, radius));
   if (!scratch) return TLUX_ERR_NO_MEMORY;
   ByteSums windows(scratch.get(), input.width, radius, {input, guide});
-  const SolvedMaps out = {a, b, input.width, static_cast<std::uint32_t>(eps)};
+  // No mean square is then below the square of the mean.
+  const bool isSolvable = eps > 0 && radius <= kLargestPlainRadius;
+  const SolvedMaps out = {a, b, input.width, static_cast<std::uint32_t>(eps), isSolvable};
   const Band image = {0, input.height};
+  const auto solve = [&](auto mean) { return solveRows(windows, rows, image, mean, out); };
+  const std::int32_t area = windowArea(radius);
   const bool solved =
-      withMeanFor(radius, [&](auto mean) { return solveRows(windows, rows, image, mean, out); });
+      radius <= kLargestPlainRadius && std::has_single_bit(static_cast<std::uint32_t>(area))
+          ? solve(UnsignedShiftedMean(area))
+          : withMeanFor(radius, solve);
   return solved ? TLUX_OK : TLUX_GUIDE_UNSOLVABLE;
 }
 

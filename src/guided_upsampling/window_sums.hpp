@@ -10,9 +10,10 @@
 
 #include "base/bands.hpp"
 #include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
 
 // Box sums whose cost hardly depends on the radius: column sums slide down the rows, and on each
-// row sums of 2r columns are made of sums of 2, 4, 8 … or, of floating point and for large radii,
+// row sums of 2r columns are made of sums of 4, 16 … or, of floating point and for large radii,
 // slide along.
 //
 // The window of (x, y) holds the 2r × 2r samples of rows y − r … y + r − 1 and columns x − r …
@@ -57,6 +58,20 @@ class ShiftedMean {
 
  private:
   std::int32_t mask_;
+  int shift_;
+};
+
+// The same where no sum is negative.
+class UnsignedShiftedMean {
+ public:
+  explicit UnsignedShiftedMean(std::int32_t count)
+      : shift_(std::countr_zero(static_cast<std::uint32_t>(count))) {}
+
+  std::int32_t operator()(std::int32_t sum) const {
+    return static_cast<std::int32_t>(static_cast<std::uint32_t>(sum) >> shift_);
+  }
+
+ private:
   int shift_;
 };
 
@@ -138,6 +153,7 @@ class WindowSums {
   [[gnu::always_inline]] static void addToColumns(const Moments& moments, std::ptrdiff_t width,
                                                   std::index_sequence<k...> /*all*/,
                                                   Sums* __restrict... columns) {
+    TLUX_INDEPENDENT
     for (std::ptrdiff_t x = 0; x < width; ++x) {
       const auto all = moments(x);
       ((columns[x] += all[k]), ...);
@@ -146,10 +162,12 @@ class WindowSums {
 
   [[gnu::always_inline]] void sweep() const {
     if constexpr (std::is_integral_v<Sum>) {
-      if (radius_ <= kLargestDoubled) {
+      if (radius_ <= kLargestFolded) {
         for (std::size_t k = 0; k < kMoments; ++k) {
           repeatEnds(padded_[k]);
-          sweepByDoubling(padded_[k], sums_[k]);
+        }
+        for (std::ptrdiff_t first = 0; first < width_; first += kPiece) {
+          sweepPiece(first, std::min(kPiece, width_ - first));
         }
         return;
       }
@@ -163,44 +181,62 @@ class WindowSums {
     std::fill(padded + last + 1, padded + last + 1 + radius_, padded[last]);
   }
 
-  // Radii whose sums are made by doubling, and columns that are made at a time.
-  static constexpr std::int32_t kLargestDoubled = 64;
+  // Radii whose sums are made by folding, and columns that are made at a time.
+  static constexpr std::int32_t kLargestFolded = 64;
   static constexpr std::ptrdiff_t kPiece = 256;
+  static constexpr std::ptrdiff_t kFolded = kPiece + 2 * kLargestFolded;
 
-  // `part` may begin later in `sums`.
-  [[gnu::always_inline]] static void addTo(Sum* sums, const Sum* part, std::ptrdiff_t count) {
+  [[gnu::always_inline]] static void fold(const Sum* __restrict part, std::ptrdiff_t step,
+                                          std::ptrdiff_t count, Sum* __restrict sums) {
     for (std::ptrdiff_t i = 0; i < count; ++i) {
-      sums[i] += part[i];
+      sums[i] = (part[i] + part[i + step]) + (part[i + 2 * step] + part[i + 3 * step]);
     }
   }
 
-  // Each sum of 2r columns is made of the sums of 2^n that the binary digits of 2r stand for.
-  [[gnu::always_inline]] void sweepByDoubling(const Sum* __restrict padded,
-                                              Sum* __restrict sums) const {
-    const std::ptrdiff_t span = 2 * std::ptrdiff_t{radius_};
-    Sum powers[kPiece + 2 * kLargestDoubled]; // sums of `power` columns from each one on
-    for (std::ptrdiff_t first = 0; first < width_; first += kPiece) {
-      const std::ptrdiff_t count = std::min(kPiece, width_ - first);
-      const Sum* const from = padded + first;
-      Sum* const to = sums + first;
-      std::ptrdiff_t held = count + span - 1;
-      for (std::ptrdiff_t i = 0; i < held; ++i) {
-        powers[i] = from[i] + from[i + 1];
+  // The sum of 1 to 3 parts, a step apart, added to the sums or, the first ones, stored.
+  [[gnu::always_inline]] static void take(const Sum* __restrict part, std::ptrdiff_t step,
+                                          std::ptrdiff_t parts, bool isFirst, std::ptrdiff_t count,
+                                          Sum* __restrict sums) {
+    if (isFirst && parts == 2) {
+      for (std::ptrdiff_t i = 0; i < count; ++i) {
+        sums[i] = part[i] + part[i + step];
       }
-      std::ptrdiff_t taken = 0;
-      for (std::ptrdiff_t power = 2;; power *= 2) {
-        if ((span & power) != 0) {
-          const Sum* const part = powers + taken;
-          if (taken == 0) {
-            std::copy_n(part, count, to);
-          } else {
-            addTo(to, part, count);
-          }
-          taken += power;
+      return;
+    }
+    if (isFirst) std::fill_n(sums, count, Sum{0});
+    for (std::ptrdiff_t j = 0; j < parts; ++j) {
+      for (std::ptrdiff_t i = 0; i < count; ++i) {
+        sums[i] += part[i + j * step];
+      }
+    }
+  }
+
+  // Each sum of 2r columns is made of the sums of 4^n that the digits of 2r to the base of 4 stand
+  // for. All quantities side by side, so that what is stored is not read again at once.
+  [[gnu::always_inline]] void sweepPiece(std::ptrdiff_t first, std::ptrdiff_t count) const {
+    const std::ptrdiff_t span = 2 * std::ptrdiff_t{radius_};
+    Sum folded[2][kMoments]
+              [kFolded]; // sums of `step` columns from each one on, and the ones before
+    std::array<const Sum*, kMoments> part;
+    for (std::size_t k = 0; k < kMoments; ++k) {
+      part[k] = padded_[k] + first;
+    }
+    std::ptrdiff_t held = count + span - 1;
+    std::ptrdiff_t taken = 0;
+    int next = 0;
+    for (std::ptrdiff_t step = 1;; step *= 4, next = 1 - next) {
+      const std::ptrdiff_t parts = span / step % 4;
+      if (parts != 0) {
+        for (std::size_t k = 0; k < kMoments; ++k) {
+          take(part[k] + taken, step, parts, taken == 0, count, sums_[k] + first);
         }
-        if (taken == span) break;
-        held -= power;
-        addTo(powers, powers + power, held);
+        taken += parts * step;
+      }
+      if (taken == span) break;
+      held -= 3 * step;
+      for (std::size_t k = 0; k < kMoments; ++k) {
+        fold(part[k], step, held, folded[next][k]);
+        part[k] = folded[next][k];
       }
     }
   }
