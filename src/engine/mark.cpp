@@ -68,27 +68,69 @@ bool hasRows(const TLUX_IMAGE& image, const Component& component, std::int64_t s
          image.pitch[component.plane] >= component.step * samples;
 }
 
-// One row of the mark, enlarged to the frame's size.
+// The part of the mark that is not wholly transparent, in its own samples; columns are even. What
+// is blended with an opacity of 0 stays as it is.
+struct VisiblePart {
+  std::int32_t left = 0;
+  std::int32_t right = kMarkWidth;
+  std::int32_t top = 0;
+  std::int32_t bottom = kMarkHeight;
+};
+
+VisiblePart visiblePart() {
+  static_assert(kMarkWidth % 2 == 0);
+  std::array<std::uint8_t, kMarkWidth> columns{};
+  std::array<std::uint8_t, kMarkHeight> rows{};
+  for (std::int32_t y = 0; y < kMarkHeight; ++y) {
+    const std::uint8_t* const row = gTolMarkDataA + y * kMarkWidth;
+    std::uint8_t any = 0;
+    for (std::size_t x = 0; x < kMarkWidth; ++x) {
+      columns[x] |= row[x];
+      any |= row[x];
+    }
+    rows[static_cast<std::size_t>(y)] = any;
+  }
+  VisiblePart part;
+  const auto isClear = [](const auto& lines, std::int32_t i) {
+    return lines[static_cast<std::size_t>(i)] == 0;
+  };
+  while (part.top < part.bottom && isClear(rows, part.top))
+    ++part.top;
+  while (part.top < part.bottom && isClear(rows, part.bottom - 1))
+    --part.bottom;
+  while (part.left < part.right && isClear(columns, part.left))
+    ++part.left;
+  while (part.left < part.right && isClear(columns, part.right - 1))
+    --part.right;
+  part.left = part.left / 2 * 2;
+  part.right = (part.right + 1) / 2 * 2;
+  return part;
+}
+
+// One row of the visible part of the mark, enlarged to the frame's size.
 struct MarkRow {
   using Samples = std::array<std::uint8_t, std::size_t{kMarkWidth + 1} * kMaxFactor>;
   Samples y, u, v, a;
   std::int64_t held = -1; // row of the tables
 
   // Consecutive rows of an enlarged mark are mostly the same row of the tables.
-  void load(std::int64_t row, std::int64_t factor) {
+  void load(const VisiblePart& part, std::int64_t row, std::int64_t factor) {
     if (row == held) return;
     held = row;
-    enlarge(gTolMarkDataY + row * kMarkWidth, factor, y);
-    enlarge(gTolMarkDataU + row * kMarkWidth, factor, u);
-    enlarge(gTolMarkDataV + row * kMarkWidth, factor, v);
-    enlarge(gTolMarkDataA + row * kMarkWidth, factor, a);
+    const std::int64_t first = row * kMarkWidth + part.left;
+    const std::int32_t count = part.right - part.left;
+    enlarge(gTolMarkDataY + first, count, factor, y);
+    enlarge(gTolMarkDataU + first, count, factor, u);
+    enlarge(gTolMarkDataV + first, count, factor, v);
+    enlarge(gTolMarkDataA + first, count, factor, a);
   }
 
-  static void enlarge(const std::uint8_t* table, std::int64_t factor, Samples& row) {
+  static void enlarge(const std::uint8_t* table, std::int32_t count, std::int64_t factor,
+                      Samples& row) {
     // Each sample is stored eight times, the surplus being overwritten by the next.
     std::uint8_t* out = row.data();
-    for (std::int32_t column = 0; column < kMarkWidth; ++column, out += factor) {
-      const std::uint64_t repeated = table[column] * std::uint64_t{0x0101010101010101};
+    for (std::int32_t i = 0; i < count; ++i, out += factor) {
+      const std::uint64_t repeated = table[i] * std::uint64_t{0x0101010101010101};
       static_assert(sizeof repeated == kMaxFactor);
       std::memcpy(out, &repeated, sizeof repeated);
     }
@@ -136,14 +178,17 @@ std::uint8_t* sampleAt(const TLUX_IMAGE& image, const Component& component, std:
 }
 
 void blendMark(const TLUX_IMAGE& image, const MarkFormat& format, const Placement& place) {
-  const std::int64_t width = kMarkWidth * place.factor;
-  const std::int64_t height = kMarkHeight * place.factor;
+  const VisiblePart part = visiblePart();
+  const std::int64_t width = (part.right - part.left) * place.factor;
+  const std::int64_t left = place.left + part.left * place.factor;
+  const std::int64_t first = part.top * place.factor / format.chromaRows * format.chromaRows;
+  const std::int64_t end = part.bottom * place.factor;
   MarkRow rows[2];
   MarkRow::Samples cb, cr, alpha;
-  for (std::int64_t i = 0; i < height; i += format.chromaRows) {
+  for (std::int64_t i = first; i < end; i += format.chromaRows) {
     for (std::int64_t dy = 0; dy < format.chromaRows; ++dy) {
-      rows[dy].load((i + dy) / place.factor, place.factor);
-      blendRow(sampleAt(image, format.luma, place.top + i + dy, place.left), format.luma.step,
+      rows[dy].load(part, (i + dy) / place.factor, place.factor);
+      blendRow(sampleAt(image, format.luma, place.top + i + dy, left), format.luma.step,
                rows[dy].y.data(), rows[dy].a.data(), width);
     }
     const MarkRow& lower = rows[format.chromaRows - 1];
@@ -151,10 +196,10 @@ void blendMark(const TLUX_IMAGE& image, const MarkFormat& format, const Placemen
     shareChroma(rows[0].v, lower.v, width / 2, cr);
     shareChroma(rows[0].a, lower.a, width / 2, alpha);
     const std::int64_t row = place.top / format.chromaRows + i / format.chromaRows;
-    blendRow(sampleAt(image, format.cb, row, place.left / 2), format.cb.step, cb.data(),
-             alpha.data(), width / 2);
-    blendRow(sampleAt(image, format.cr, row, place.left / 2), format.cr.step, cr.data(),
-             alpha.data(), width / 2);
+    blendRow(sampleAt(image, format.cb, row, left / 2), format.cb.step, cb.data(), alpha.data(),
+             width / 2);
+    blendRow(sampleAt(image, format.cr, row, left / 2), format.cr.step, cr.data(), alpha.data(),
+             width / 2);
   }
 }
 
