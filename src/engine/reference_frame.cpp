@@ -5,7 +5,7 @@
 
 #include "image/format.hpp"
 #include "platform/pool_need.hpp"
-#include "tlux/resample.h"
+#include "tone/reference_rows.hpp"
 #include "tone/stage.hpp"
 
 namespace tlux {
@@ -42,18 +42,10 @@ std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLU
                               manager);
 }
 
-void fillReferenceFrame(Team& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference) {
-  constexpr std::int32_t kRows = 8; // that one thread makes at a time; even
+void fillReferenceLuma(Team& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference) {
+  constexpr std::int32_t kRows = 8; // that one thread makes at a time
   shareRows(&team, reference.height, kRows, [&](Band rows, int /*slot*/) {
-    TLUX_IMAGE part = reference;
-    part.height = rows.end - rows.first;
-    for (int plane = 0; plane < 3; ++plane) {
-      part.plane[plane] += std::ptrdiff_t{rows.first} * reference.pitch[plane];
-    }
-    const TLUX_CROP_RECT blocks = {0, rows.first * kReferenceReduction,
-                                   reference.width * kReferenceReduction - 1,
-                                   rows.end * kReferenceReduction - 1};
-    TLUX_ScaleCropImage(&source, &part, &blocks, kReferenceReduction);
+    fillReferenceRows(source, reference, rows, Components::kLuma);
   });
 }
 

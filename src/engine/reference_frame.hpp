@@ -13,8 +13,8 @@ namespace tlux {
 [[nodiscard]] std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine,
                                                const TLUX_IMAGE& source);
 
-// Reduces the source by 8 into its reference frame.
-void fillReferenceFrame(Team& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference);
+// Reduces the luma of the source by 8 into its reference frame.
+void fillReferenceLuma(Team& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference);
 
 // What the runs of one engine take out of a pool, the engine itself aside, for frames of this size.
 std::int64_t runPoolBytes(std::int32_t width, std::int32_t height);

@@ -19,8 +19,9 @@ std::uint32_t toneMap(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                       const TLUX_IMAGE& source, TLUX_IMAGE& output, std::uint32_t strength) {
   // An output of another kind stays as it is where the stage writes nothing.
   const Rest rest = TLUX_IsImageEqual_IMK(&source, &output) != 0 ? Rest::kCopied : Rest::kKept;
-  fillReferenceFrame(team, source, *engine.images[0]);
-  const std::uint32_t mapped = toneMapFrame(manager, team, engine, source, output, strength, rest);
+  fillReferenceLuma(team, source, *engine.images[0]);
+  const std::uint32_t mapped =
+      toneMapFrame(manager, team, engine, source, output, strength, rest, ReferenceChroma::kWanted);
   if (mapped != TLUX_OK) TLUX_CopyImage_IMK(&output, &source);
   return mapped;
 }

@@ -7,9 +7,12 @@ namespace tlux {
 
 // Reduces the whole blocks of a rectangle that is not empty; all planes are there.
 
+// What of the destination is made.
+enum class Components { kAll, kLuma, kChroma };
+
 // By 2 to 14 or kFourThirds, from planes of luma and chroma.
 void reducePlanes(Layout layout, int factor, const TLUX_IMAGE& source, const Crop& crop,
-                  const TLUX_IMAGE& destination);
+                  const TLUX_IMAGE& destination, Components components = Components::kAll);
 // By 2 to 14, from packed 4:2:2.
 void reducePacked(int factor, const TLUX_IMAGE& source, const Crop& crop,
                   const TLUX_IMAGE& destination);

@@ -67,7 +67,7 @@ bool copyAsBlock(const SourcePlane& plane, const SubGrid& grid, const OutputRows
 } // namespace
 
 void reducePlanes(Layout layout, int factor, const TLUX_IMAGE& source, const Crop& crop,
-                  const TLUX_IMAGE& destination) {
+                  const TLUX_IMAGE& destination, Components components) {
   const auto [lumaGrid, chromaGrid] = reductionOf(layout.sampling, factor);
   const FactorKernels& kernels = rowKernels().of(layout.sampling, factor);
   const bool semiPlanar420 = layout.interleaved && layout.sampling == Sampling::k420;
@@ -89,11 +89,15 @@ void reducePlanes(Layout layout, int factor, const TLUX_IMAGE& source, const Cro
     const SourceRows next = y + 1 < height ? plane.rows(grid, y + 1) : SourceRows{};
     reduceRow(kernel, plane.rows(grid, y), next, plane.available, first, second, width);
   };
-  const bool copied = !layout.interleaved && chromaGrid.mean == Mean::kOne && height > 1;
+  const bool hasLuma = components != Components::kChroma;
+  const bool hasChroma = components != Components::kLuma;
+  const bool copied =
+      hasChroma && !layout.interleaved && chromaGrid.mean == Mean::kOne && height > 1;
   const bool hasCb = copied && copyAsBlock(chroma, chromaGrid, out, 1, width, height);
   const bool hasCr = copied && copyAsBlock(cr, chromaGrid, out, 2, width, height);
   for (std::int64_t y = 0; y < height; ++y) {
-    reduce(kernels.luma, luma, lumaGrid, y, out.row(0, y), nullptr);
+    if (hasLuma) reduce(kernels.luma, luma, lumaGrid, y, out.row(0, y), nullptr);
+    if (!hasChroma) continue;
     if (layout.interleaved) {
       reduce(kernels.pairs[odd], chroma, chromaGrid, y, out.row(crFirst ? 2 : 1, y),
              out.row(crFirst ? 1 : 2, y));

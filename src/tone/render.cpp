@@ -7,6 +7,7 @@
 #include "chroma/chroma_rule.hpp"
 #include "guided_upsampling/fast_guided_filter.hpp"
 #include "platform/pool_need.hpp"
+#include "tone/reference_rows.hpp"
 
 namespace tlux {
 namespace {
@@ -111,23 +112,35 @@ void copyChroma(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
 } // namespace
 
 std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
-                          const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest) {
+                          const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest,
+                          const TLUX_IMAGE* referenceFrame) {
+  // A reference frame has even sides: the bands hold all of its rows.
+  const auto fillReference = [&](Band rows) {
+    if (referenceFrame == nullptr) return;
+    fillReferenceRows(source, *referenceFrame, rows, Components::kChroma);
+  };
   const TLUX_GUIDE_CONTEXT frame = filterOf(reference, source, output);
   const RowRenderer renderer(source, output, std::int64_t{kUpsampling} * frame.lowWidth, rest);
   const ChromaWalk& chroma = renderer.chroma();
-  // Rows that the rule reaches in part only.
-  if (!renderer.chromaFollows() && rest == Rest::kCopied) copyChroma(source, output);
+  if (!renderer.chromaFollows()) {
+    fillReference({0, frame.lowHeight});
+    referenceFrame = nullptr;
+    // Rows that the rule reaches in part only.
+    if (rest == Rest::kCopied) copyChroma(source, output);
+  }
+
+  const auto makeStrip = [&](const Strip& strip) {
+    fillReference(strip.rows); // before the output's chroma, which may take the source's place
+    if (filterStrip(strip, renderer)) return;
+    renderer.copyRows(kUpsampling * strip.rows.first, kUpsampling * strip.rows.end);
+  };
 
   const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius);
   const std::uint32_t result =
-      team.isComplete() ? filterInStrips(manager, frame, bytes, team, kBandCount,
-                                         [&](const Strip& strip) {
-                                           if (filterStrip(strip, renderer)) return;
-                                           renderer.copyRows(kUpsampling * strip.rows.first,
-                                                             kUpsampling * strip.rows.end);
-                                         })
+      team.isComplete() ? filterInStrips(manager, frame, bytes, team, kBandCount, makeStrip)
                         : TLUX_ERR_THREAD;
   if (result != TLUX_OK) {
+    fillReference({0, frame.lowHeight});
     chroma.scaleRows(0, chroma.rows());
     return result;
   }

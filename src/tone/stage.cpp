@@ -103,17 +103,23 @@ int participantsFor(const TLUX_IMAGE& source) {
 
 std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                            const TLUX_IMAGE& source, const TLUX_IMAGE& output,
-                           std::uint32_t strength, Rest rest) {
-  if (!updateScores(manager, team, engine)) return TLUX_ERR_NO_MEMORY;
-  if (!updateGainTable(manager, engine, strength)) return TLUX_ERR_NO_MEMORY;
-
+                           std::uint32_t strength, Rest rest, ReferenceChroma chroma) {
+  const TLUX_IMAGE* const wanted = chroma == ReferenceChroma::kWanted ? engine.images[0] : nullptr;
   const Plane<const std::uint8_t> reference = lumaOf(*engine.images[0]);
-  const Scratch<std::uint8_t> mappedLuma(manager, std::int64_t{reference.height} * reference.pitch);
-  if (!mappedLuma) return TLUX_ERR_NO_MEMORY;
+  const bool isScored =
+      updateScores(manager, team, engine) && updateGainTable(manager, engine, strength);
+  const Scratch<std::uint8_t> mappedLuma(
+      manager, isScored ? std::int64_t{reference.height} * reference.pitch : 0);
+  if (!isScored || !mappedLuma) {
+    if (wanted != nullptr) {
+      fillReferenceRows(source, *wanted, {0, wanted->height}, Components::kChroma);
+    }
+    return TLUX_ERR_NO_MEMORY;
+  }
   const Plane<std::uint8_t> mapped{mappedLuma.get(), reference.width, reference.height,
                                    reference.pitch};
   mapOnTeam(team, engine, reference, mapped);
-  return renderFrame(manager, team, {reference, mapped}, source, output, rest);
+  return renderFrame(manager, team, {reference, mapped}, source, output, rest, wanted);
 }
 
 std::int64_t toneMapPoolBytes(std::int32_t width, std::int32_t height,
@@ -134,5 +140,6 @@ uint32_t TLUX_Tonemapping(MMemMgr manager, TLUX_ENGINE* engine, const TLUX_IMAGE
     return TLUX_ERR_INVALID_PARAM;
   }
   tlux::WorkerTeam team(tlux::participantsFor(*source));
-  return tlux::toneMapFrame(manager, team, *engine, *source, *output, *strength, tlux::Rest::kKept);
+  return tlux::toneMapFrame(manager, team, *engine, *source, *output, *strength, tlux::Rest::kKept,
+                            tlux::ReferenceChroma::kMade);
 }

@@ -3,12 +3,10 @@
 #include <cstdint>
 
 #include "tlux/engine.h"
+#include "tone/reference_rows.hpp"
 #include "tone/render.hpp"
 
 namespace tlux {
-
-// From a frame to its reference frame.
-inline constexpr std::int32_t kReferenceReduction = 8;
 
 // Whether a frame and the memory for its result are what a run can work on: both there, an NV12 or
 // NV21 frame, two planes each with rows of at least the width, room for the whole frame, and not
@@ -18,10 +16,17 @@ bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output);
 // How many shall work on a frame: starting a thread for a small one takes longer than the frame.
 int participantsFor(const TLUX_IMAGE& source);
 
-// The stage behind TLUX_Tonemapping(), for arguments that fit each other.
+// The chroma of the reference frame.
+enum class ReferenceChroma {
+  kMade,
+  kWanted, // to be made from the rows of the source when they are read anyway
+};
+
+// The stage behind TLUX_Tonemapping(), for arguments that fit each other. Of the reference frame it
+// reads the luma alone; where the chroma is still to be made, it is made whatever the result.
 std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                            const TLUX_IMAGE& source, const TLUX_IMAGE& output,
-                           std::uint32_t strength, Rest rest);
+                           std::uint32_t strength, Rest rest, ReferenceChroma chroma);
 
 // What toneMapFrame() takes out of a pool for a reference frame of this size, what it leaves in the
 // engine included.

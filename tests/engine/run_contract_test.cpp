@@ -11,6 +11,7 @@
 #include "support/fault_injection.hpp"
 #include "support/pool.hpp"
 #include "tlux/mark.h"
+#include "tlux/resample.h"
 #include "tlux/tone_stage.h"
 
 namespace tlux::test {
@@ -103,6 +104,47 @@ TEST(Run, DescribesTheFrameInTheEngine) {
     EXPECT_EQ(state.logGainWidth, refWidth);
     EXPECT_EQ(state.logGainHeight, refHeight);
     EXPECT_EQ(state.gainLutStrength, 7U);
+  }
+}
+
+testing::AssertionResult isReduced(const TLUX_IMAGE& reference, const TLUX_IMAGE& source) {
+  TLUX_IMAGE* expected = nullptr;
+  TLUX_CreateImage_IMK(&expected, reference.width, reference.height, reference.format, nullptr);
+  const TLUX_CROP_RECT blocks = {0, 0, 8 * reference.width - 1, 8 * reference.height - 1};
+  TLUX_ScaleCropImage(&source, expected, &blocks, 8);
+  auto result = testing::AssertionSuccess();
+  for (int plane = 0; plane < 3; ++plane) {
+    for (int y = 0; y < reference.height; ++y) {
+      const std::uint8_t* row = expected->plane[plane] + y * expected->pitch[plane];
+      if (!std::equal(row, row + reference.width,
+                      reference.plane[plane] + y * reference.pitch[plane])) {
+        result = testing::AssertionFailure() << "plane " << plane << " row " << y;
+      }
+    }
+  }
+  TLUX_FreeImage_IMK(&expected, nullptr);
+  return result;
+}
+
+// Its chroma is made along with the output, or where that fails, without.
+TEST(Run, LeavesAWholeReferenceFrameWhateverTheResult) {
+  for (const FrameShape& shape :
+       {FrameShape{318, 206}, FrameShape{240, 560}, FrameShape{240, 176, 256, 248}}) {
+    for (const auto failNth : {failAllocation, failThreadStart}) {
+      bool isFaulty = true;
+      for (int n = 1; isFaulty; ++n) {
+        ScopedEngine engine;
+        Frame source(shape, Scene::kWindow);
+        Frame output(shape);
+        failNth(n);
+        engine.run(source, output, kStrength);
+        isFaulty = faultFired();
+        failNth(0);
+        const TLUX_IMAGE* reference = engine.state().images[0];
+        if (reference == nullptr) continue;
+        EXPECT_TRUE(isReduced(*reference, source.image())) << shape.height << " rows, fault " << n;
+      }
+    }
   }
 }
 
