@@ -5,6 +5,7 @@
 
 #include "camera_frames.hpp"
 #include "chroma/chroma_rule.hpp"
+#include "platform/worker_team.hpp"
 #include "score/score_reference.hpp"
 #include "tlux/engine.h"
 #include "tlux/fast_guided_filter.h"

@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "base/multiversion.hpp"
 #include "image/simple_image.hpp"
 
 namespace tlux {
@@ -9,15 +10,27 @@ std::uint8_t absoluteDifference(std::uint8_t a, std::uint8_t b) {
   return static_cast<std::uint8_t>(std::max(a, b) - std::min(a, b));
 }
 
-// The largest absolute difference of a row from any of the others.
 template <class... Rows>
-void differenceRow(std::uint8_t* out, std::int32_t width, const std::uint8_t* a,
-                   const Rows*... others) {
+[[gnu::always_inline]] inline void differ(std::uint8_t* out, std::int32_t width,
+                                          const std::uint8_t* a, const Rows*... others) {
   for (std::int32_t x = 0; x < width; ++x) {
     std::uint8_t largest = 0;
     ((largest = std::max(largest, absoluteDifference(a[x], others[x]))), ...);
     out[x] = largest;
   }
+}
+
+// The largest absolute difference of a row from any of the others.
+using Row = const std::uint8_t*;
+TLUX_MULTIVERSION void differenceRow(std::uint8_t* out, std::int32_t width, Row a, Row b) {
+  differ(out, width, a, b);
+}
+TLUX_MULTIVERSION void differenceRow(std::uint8_t* out, std::int32_t width, Row a, Row b, Row c) {
+  differ(out, width, a, b, c);
+}
+TLUX_MULTIVERSION void differenceRow(std::uint8_t* out, std::int32_t width, Row a, Row b, Row c,
+                                     Row d, Row e) {
+  differ(out, width, a, b, c, d, e);
 }
 
 template <class... Images>

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/multiversion.hpp"
 #include "tlux/mask.h"
 
 // Erosion and dilation are one thing: mark the pixels within a city-block radius of a target. The
@@ -42,8 +43,8 @@ struct MaskView {
   std::uint8_t* row(std::size_t y) const { return data + static_cast<std::ptrdiff_t>(y) * pitch; }
 };
 
-void seedDistances(const std::uint8_t* __restrict mask, std::size_t count, const Morphology& op,
-                   std::uint8_t* __restrict seeds) {
+TLUX_MULTIVERSION void seedDistances(const std::uint8_t* __restrict mask, std::size_t count,
+                                     const Morphology& op, std::uint8_t* __restrict seeds) {
   const std::uint8_t ofSet = op.targetIsSet ? 0 : kFar;
   const std::uint8_t ofClear = op.targetIsSet ? kFar : 0;
   for (std::size_t x = 0; x < count; ++x) {
@@ -52,8 +53,8 @@ void seedDistances(const std::uint8_t* __restrict mask, std::size_t count, const
 }
 
 // Spreads distances by `step` both ways; the result is 2·step shorter and starts `step` later.
-void sweep(const std::uint8_t* __restrict in, std::size_t count, std::uint8_t step,
-           std::uint8_t* __restrict out) {
+TLUX_MULTIVERSION void spreadBy(const std::uint8_t* __restrict in, std::size_t count,
+                                std::uint8_t step, std::uint8_t* __restrict out) {
   const std::uint8_t limit = kFar - step;
   for (std::size_t x = 0; x < count; ++x) {
     const std::uint8_t aside = std::min(std::min(in[x], in[x + 2u * step]), limit);
@@ -99,7 +100,7 @@ class RowSpreader {
       const int step = std::min(reach + 1, op_.radius - reach);
       reach += step;
       left -= 2u * static_cast<unsigned>(step);
-      sweep(from, left, static_cast<std::uint8_t>(step), reach == op_.radius ? out : to);
+      spreadBy(from, left, static_cast<std::uint8_t>(step), reach == op_.radius ? out : to);
       from = to;
       std::swap(to, next);
     }
@@ -113,8 +114,8 @@ class RowSpreader {
 };
 
 // One step of the recurrence along the columns.
-void relax(std::uint8_t* __restrict row, const std::uint8_t* __restrict neighbour,
-           std::size_t width) {
+TLUX_MULTIVERSION void relaxDown(std::uint8_t* __restrict row,
+                                 const std::uint8_t* __restrict neighbour, std::size_t width) {
   for (std::size_t x = 0; x < width; ++x) {
     row[x] = std::min(row[x], static_cast<std::uint8_t>(neighbour[x] + 1));
   }
@@ -128,33 +129,72 @@ void relaxAtBorder(std::uint8_t* row, std::size_t width, const Morphology& op) {
   }
 }
 
-// Pixels that change: those within the radius that are no targets themselves. Counted in blocks
-// whose sum fits a byte, so that the vector loop need not widen every pixel.
-std::uint32_t countChanges(const std::uint8_t* distances, std::size_t width, std::uint8_t radius) {
-  constexpr std::size_t kBlock = 240;
+// Turns distances into the finished mask; returns how many pixels change: those within the radius
+// that are no targets themselves. Counted in blocks whose sum fits a byte, so that the vector loop
+// need not widen every pixel.
+template <class Relax>
+[[gnu::always_inline]] inline std::uint32_t finishAs(std::uint8_t* __restrict row,
+                                                     std::size_t width, const Morphology& op,
+                                                     Relax relax) {
+  constexpr std::size_t kBlock = 192; // whole vectors
+  const std::uint8_t radius = op.radius;
+  const std::uint8_t nearValue = op.nearValue();
+  const std::uint8_t farValue = op.farValue();
   std::uint32_t changed = 0;
   for (std::size_t first = 0; first < width; first += kBlock) {
     const std::size_t end = std::min(first + kBlock, width);
     std::uint8_t inBlock = 0;
     for (std::size_t x = first; x < end; ++x) {
-      const auto stepsFromOne = static_cast<std::uint8_t>(distances[x] - 1); // targets wrap to 255
+      const std::uint8_t distance = row[x];
+      relax(x, distance);
+      const auto stepsFromOne = static_cast<std::uint8_t>(distance - 1); // targets wrap to 255
       inBlock = static_cast<std::uint8_t>(inBlock + (stepsFromOne < radius ? 1 : 0));
+      row[x] = distance > radius ? farValue : nearValue;
     }
     changed += inBlock;
   }
   return changed;
 }
 
-// Turns distances into the finished mask; returns how many pixels changed.
-std::uint32_t threshold(std::uint8_t* row, std::size_t width, const Morphology& op) {
-  const std::uint32_t changed = countChanges(row, width, op.radius);
-  const std::uint8_t radius = op.radius;
+// Row `here` of distances of 0 and more, and its neighbours, become a finished row of the mask.
+TLUX_MULTIVERSION std::uint32_t crossMaskRow(const std::uint8_t* __restrict above,
+                                             const std::uint8_t* __restrict here,
+                                             const std::uint8_t* __restrict below,
+                                             std::size_t width, const Morphology& op,
+                                             std::uint8_t* __restrict row) {
+  constexpr std::size_t kBlock = 192; // whole vectors
   const std::uint8_t nearValue = op.nearValue();
   const std::uint8_t farValue = op.farValue();
-  for (std::size_t x = 0; x < width; ++x) {
-    row[x] = row[x] > radius ? farValue : nearValue;
+  std::uint32_t changed = 0;
+  for (std::size_t first = 0; first < width; first += kBlock) {
+    const std::size_t end = std::min(first + kBlock, width);
+    std::uint8_t inBlock = 0;
+    for (std::size_t x = first; x < end; ++x) {
+      const std::uint8_t centre = here[x];
+      const std::uint8_t inRow = std::min(*(here + x - 1), here[x + 1]);
+      const std::uint8_t aside = std::min(std::min(above[x], below[x]), inRow);
+      // 1 where a neighbour is a target: distances are 0 or kFar.
+      const auto becomesNear = static_cast<std::uint8_t>(aside < centre ? 1 : 0);
+      inBlock = static_cast<std::uint8_t>(inBlock + becomesNear);
+      row[x] = std::min(aside, centre) == 0 ? nearValue : farValue;
+    }
+    changed += inBlock;
   }
   return changed;
+}
+
+// The upward step of the recurrence along with it.
+TLUX_MULTIVERSION std::uint32_t finishMaskRow(std::uint8_t* __restrict row,
+                                              std::uint8_t* __restrict above, std::size_t width,
+                                              const Morphology& op) {
+  return finishAs(
+      row, width, op, [above](std::size_t x, std::uint8_t distance) __attribute__((always_inline)) {
+        above[x] = std::min(above[x], static_cast<std::uint8_t>(distance + 1));
+      });
+}
+
+std::uint32_t finishTopRow(std::uint8_t* row, std::size_t width, const Morphology& op) {
+  return finishAs(row, width, op, [](std::size_t, std::uint8_t) {});
 }
 
 std::uint32_t apply(const MaskView& mask, const Morphology& op) {
@@ -162,7 +202,7 @@ std::uint32_t apply(const MaskView& mask, const Morphology& op) {
   for (std::size_t y = 0; y < mask.height; ++y) {
     spreader.spread(mask.row(y), mask.width);
     if (y > 0) {
-      relax(mask.row(y), mask.row(y - 1), mask.width);
+      relaxDown(mask.row(y), mask.row(y - 1), mask.width);
     } else {
       relaxAtBorder(mask.row(y), mask.width, op);
     }
@@ -171,11 +211,49 @@ std::uint32_t apply(const MaskView& mask, const Morphology& op) {
   std::uint32_t changed = 0;
   relaxAtBorder(mask.row(mask.height - 1), mask.width, op);
   for (std::size_t y = mask.height - 1; y > 0; --y) {
-    relax(mask.row(y - 1), mask.row(y), mask.width);
-    changed += threshold(mask.row(y), mask.width, op);
+    changed += finishMaskRow(mask.row(y), mask.row(y - 1), mask.width, op);
   }
-  return changed + threshold(mask.row(0), mask.width, op);
+  return changed + finishTopRow(mask.row(0), mask.width, op);
 }
+
+// A radius of 1 needs no distances: a pixel is near where it or one of its four neighbours is a
+// target. The targets of three rows are kept, since the mask changes in place.
+class CrossPass {
+ public:
+  static constexpr std::size_t kMostColumns = kChunk;
+
+  CrossPass(const MaskView& mask, const Morphology& op) : mask_(mask), op_(op) {}
+
+  std::uint32_t apply() {
+    std::uint8_t* above = rows_[0];
+    std::uint8_t* here = rows_[1];
+    std::uint8_t* below = rows_[2];
+    load(mask_.height, above); // beyond the rectangle
+    load(0, here);
+    std::uint32_t changed = 0;
+    for (std::size_t y = 0; y < mask_.height; ++y) {
+      load(y + 1, below);
+      changed += crossMaskRow(above + 1, here + 1, below + 1, mask_.width, op_, mask_.row(y));
+      std::swap(above, here);
+      std::swap(here, below);
+    }
+    return changed;
+  }
+
+ private:
+  void load(std::size_t y, std::uint8_t* targets) const {
+    if (y == mask_.height) {
+      std::fill_n(targets, mask_.width + 2, op_.outside);
+      return;
+    }
+    targets[0] = targets[mask_.width + 1] = op_.outside;
+    seedDistances(mask_.row(y), mask_.width, op_, targets + 1);
+  }
+
+  const MaskView& mask_;
+  const Morphology& op_;
+  std::uint8_t rows_[3][kMostColumns + 2]; // a distance of 0 is a target
+};
 
 std::uint32_t applyInside(std::uint8_t* mask, std::ptrdiff_t pitch, const TLUX_MASK_RECT& rect,
                           std::int32_t radius, bool targetIsSet) {
@@ -184,7 +262,9 @@ std::uint32_t applyInside(std::uint8_t* mask, std::ptrdiff_t pitch, const TLUX_M
   std::uint8_t* first = mask + static_cast<std::ptrdiff_t>(rect.top) * pitch + rect.left;
   const MaskView view{first, pitch, rect.right - rect.left, rect.bottom - rect.top};
   const std::uint8_t outside = targetIsSet ? kFar : 0; // clear: a target of erosion only
-  return apply(view, {targetIsSet, outside, static_cast<std::uint8_t>(radius)});
+  const Morphology op = {targetIsSet, outside, static_cast<std::uint8_t>(radius)};
+  if (radius == 1 && view.width <= CrossPass::kMostColumns) return CrossPass(view, op).apply();
+  return apply(view, op);
 }
 
 } // namespace

@@ -81,7 +81,9 @@ class InterpolatedRun {
   // Samples [first, first + count) of an output row; count is at most sizeFor(layout).
   InterpolatedRun(const Axis<Policy>& x, const SampleLayout& layout, std::int64_t first,
                   std::int32_t count)
-      : channels_(layout.step == 1 ? layout.channels : 0), count_(count) {
+      : channels_(layout.step == 1 ? layout.channels : 0),
+        rowBytes_(x.inputs * layout.channels * layout.step),
+        count_(count) {
     for (std::int32_t k = 0; k < count; ++k) {
       const std::int64_t channel = (first + k) % layout.channels;
       const TapPoint<Policy> point = x.policy.at((first + k) / layout.channels);
@@ -176,6 +178,8 @@ class InterpolatedRun {
     } else if constexpr (kChannels == 2 && kTaps == 2) {
       copyPixels<2, 4>(in, taps, kStep);
       swapMiddleBytes(taps + kStep * insideFirst_, (insideEnd_ - insideFirst_) / 2);
+    } else if constexpr (kChannels == 3 && kTaps == 2) {
+      pairPixels(in, taps);
     } else {
       std::uint8_t lines[kTaps][kSize];
       for (std::size_t j = 0; j < kTaps; ++j) {
@@ -200,9 +204,26 @@ class InterpolatedRun {
     }
   }
 
-  // Four bytes are copied by one instruction; the fourth is that of the next pixel.
-  static constexpr int copiedBytes(int channels) {
-    return channels == 3 ? 4 : channels;
+  // Two neighbours of three bytes each become pairs of taps. Four bytes are loaded of each, and
+  // eight stored, of which the next pixel overwrites two; at the end of the row pixels are
+  // collected byte by byte.
+  void pairPixels(const std::uint8_t* __restrict in, std::uint8_t* __restrict taps) const {
+    std::int32_t end = insideEnd_;
+    while (end > insideFirst_ && offsets_[1][end - 3] + 4 > rowBytes_) {
+      end -= 3;
+    }
+    const std::uint16_t* __restrict distances = distances_;
+    for (std::int32_t k = insideFirst_; k < end; k += 3) {
+      using EightBytes [[gnu::vector_size(8)]] = std::uint8_t;
+      std::uint32_t neighbours[2];
+      std::memcpy(&neighbours[0], in + distances[k], 4);
+      std::memcpy(&neighbours[1], in + distances[k] + 3, 4);
+      EightBytes both;
+      std::memcpy(&both, neighbours, sizeof both);
+      const EightBytes pairs = __builtin_shufflevector(both, both, 0, 4, 1, 5, 2, 6, 3, 7);
+      std::memcpy(taps + std::ptrdiff_t{2} * k, &pairs, sizeof pairs);
+    }
+    gatherEach(in - offsets_[0][insideFirst_], taps, end, insideEnd_);
   }
 
   // The pairs of two pixels become two taps of either component.
@@ -227,6 +248,7 @@ class InterpolatedRun {
   }
 
   std::int64_t channels_; // 0 where the samples of a pixel do not lie side by side
+  std::int64_t rowBytes_; // of the input
   std::int32_t count_;
   // The samples of whole pixels whose taps all lie side by side in the input, and how far from
   // those of the first one: narrow numbers, to keep the nearest cache for the samples.
