@@ -16,8 +16,8 @@
 #define TLUX_MULTIVERSION __attribute__((noinline))
 #endif
 
-// Before a loop whose iterations touch nothing of each other's, where a compiler cannot see that and
-// would check at run time, or give up.
+// Before a loop whose iterations touch nothing of each other's, where a compiler cannot see that
+// and would check at run time, or give up.
 #if defined(__clang__)
 #define TLUX_INDEPENDENT _Pragma("clang loop vectorize(assume_safety)")
 #else
