@@ -9,7 +9,7 @@
 #include "cli/suggestion.hpp"
 #include "commands/command.hpp"
 #include "media/av.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 #include "tlux.h"
 
 namespace {

@@ -10,11 +10,11 @@
 #include "cli/number_option.hpp"
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
-#include "enhancer.hpp"
+#include "commands/processor.hpp"
+#include "commands/resolutions.hpp"
 #include "media/semi_planar.hpp"
 #include "output/json.hpp"
-#include "processor.hpp"
-#include "resolutions.hpp"
+#include "stream/enhancer.hpp"
 #include "tlux.h"
 
 namespace tlux::app {

@@ -7,8 +7,8 @@
 #include <optional>
 #include <string>
 
-#include "errors.hpp"
-#include "report.hpp"
+#include "base/errors.hpp"
+#include "output/report.hpp"
 
 namespace tlux::app {
 

@@ -5,8 +5,8 @@
 
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
-#include "enhancer.hpp"
 #include "media/comparison.hpp"
+#include "stream/enhancer.hpp"
 
 namespace tlux::app {
 

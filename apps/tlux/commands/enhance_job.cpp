@@ -5,7 +5,7 @@
 #include "media/input_container.hpp"
 #include "media/reader.hpp"
 #include "output/json.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 #include "video/pipeline.hpp"
 #include "video/raw_stream.hpp"
 #include "video/video_reader.hpp"

@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "commands/picture_options.hpp"
-#include "enhancer.hpp"
-#include "progress.hpp"
+#include "output/progress.hpp"
+#include "stream/enhancer.hpp"
 #include "video/video_format.hpp"
 
 namespace tlux::app {

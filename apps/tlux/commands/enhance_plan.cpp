@@ -7,10 +7,10 @@
 #include <set>
 #include <utility>
 
+#include "base/errors.hpp"
 #include "commands/enhance_job.hpp"
 #include "commands/input_files.hpp"
-#include "errors.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 
 extern "C" {
 #include <libavutil/parseutils.h>

@@ -9,7 +9,7 @@
 #include "commands/picture_options.hpp"
 #include "explain/run_report.hpp"
 #include "output/json.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 
 namespace tlux::app {
 

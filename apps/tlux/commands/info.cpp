@@ -7,11 +7,11 @@
 
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
+#include "commands/processor.hpp"
+#include "commands/resolutions.hpp"
 #include "media/av.hpp"
 #include "media/picture_format.hpp"
 #include "output/json.hpp"
-#include "processor.hpp"
-#include "resolutions.hpp"
 #include "tlux.h"
 
 namespace tlux::app {

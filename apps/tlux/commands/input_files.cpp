@@ -9,7 +9,7 @@
 
 #include "media/input_container.hpp"
 #include "media/picture_format.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 
 namespace tlux::app {
 

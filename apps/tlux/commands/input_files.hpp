@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "errors.hpp"
+#include "base/errors.hpp"
 
 namespace tlux::app {
 

@@ -6,14 +6,14 @@
 #include <string_view>
 #include <system_error>
 
+#include "base/errors.hpp"
 #include "cli/number_option.hpp"
 #include "cli/size.hpp"
-#include "errors.hpp"
 #include "media/reader.hpp"
 #include "media/semi_planar.hpp"
 #include "media/writer.hpp"
-#include "output_file.hpp"
-#include "report.hpp"
+#include "output/output_file.hpp"
+#include "output/report.hpp"
 
 namespace tlux::app {
 

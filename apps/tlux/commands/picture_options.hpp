@@ -7,10 +7,10 @@
 #include <optional>
 #include <string>
 
-#include "enhancer.hpp"
-#include "errors.hpp"
+#include "base/errors.hpp"
 #include "media/picture_format.hpp"
 #include "media/raw.hpp"
+#include "stream/enhancer.hpp"
 
 namespace tlux::app {
 

@@ -8,9 +8,9 @@
 #include "cli/number_option.hpp"
 #include "commands/command.hpp"
 #include "commands/picture_options.hpp"
-#include "enhancer.hpp"
 #include "media/contact_sheet.hpp"
 #include "media/rgb_copy.hpp"
+#include "stream/enhancer.hpp"
 
 namespace tlux::app {
 

@@ -19,7 +19,7 @@ extern "C" {
 
 #include "commands/command.hpp"
 #include "explain/html_page.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 
 namespace tlux::app {
 

@@ -4,10 +4,10 @@
 #include <vector>
 
 #include "cli/size.hpp"
-#include "enhancer.hpp"
 #include "explain/embedded_picture.hpp"
 #include "explain/findings.hpp"
 #include "media/picture.hpp"
+#include "stream/enhancer.hpp"
 
 namespace tlux::app {
 

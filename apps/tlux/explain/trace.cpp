@@ -4,9 +4,9 @@
 #include <array>
 #include <memory>
 
-#include "library_result.hpp"
+#include "base/library_result.hpp"
 #include "media/semi_planar.hpp"
-#include "report.hpp"
+#include "output/report.hpp"
 
 namespace tlux::app {
 

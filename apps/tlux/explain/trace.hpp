@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "enhancer.hpp"
 #include "media/av.hpp"
+#include "stream/enhancer.hpp"
 
 namespace tlux::app {
 

@@ -1,7 +1,7 @@
 #include "media/codec_reader.hpp"
 
 #include "media/input_container.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 
 namespace tlux::app {
 

@@ -9,9 +9,9 @@
 #include <system_error>
 #include <utility>
 
-#include "interruption.hpp"
+#include "base/interruption.hpp"
 #include "media/picture_file.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 
 namespace tlux::app {
 

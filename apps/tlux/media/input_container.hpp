@@ -5,7 +5,7 @@
 #include <span>
 #include <string>
 
-#include "errors.hpp"
+#include "base/errors.hpp"
 #include "media/av.hpp"
 
 namespace tlux::app {

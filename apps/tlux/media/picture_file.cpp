@@ -12,7 +12,7 @@
 #include <system_error>
 
 #include "media/input_container.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 
 namespace tlux::app {
 

@@ -5,10 +5,10 @@
 #include <cstring>
 #include <fstream>
 
-#include "errors.hpp"
+#include "base/errors.hpp"
 #include "media/input_container.hpp"
 #include "media/semi_planar.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 
 namespace tlux::app {
 

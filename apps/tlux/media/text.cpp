@@ -9,7 +9,7 @@ extern "C" {
 
 #include <fmt/format.h>
 
-#include "errors.hpp"
+#include "base/errors.hpp"
 
 namespace tlux::app {
 

@@ -9,13 +9,13 @@ extern "C" {
 #include <string>
 #include <utility>
 
-#include "errors.hpp"
+#include "base/errors.hpp"
 #include "media/alpha.hpp"
 #include "media/color_profile.hpp"
 #include "media/heif_writer.hpp"
 #include "media/jpeg_writer.hpp"
 #include "media/jxl_boxes.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 
 namespace tlux::app {
 

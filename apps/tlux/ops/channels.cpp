@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "library_result.hpp"
+#include "base/library_result.hpp"
 #include "media/convert.hpp"
 #include "media/semi_planar.hpp"
 

@@ -1,8 +1,8 @@
 #include <cmath>
 #include <memory>
 
+#include "base/library_result.hpp"
 #include "cli/number_option.hpp"
-#include "library_result.hpp"
 #include "ops/operation.hpp"
 
 namespace tlux::app {

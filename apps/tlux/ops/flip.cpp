@@ -2,7 +2,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "library_result.hpp"
+#include "base/library_result.hpp"
 #include "ops/operation.hpp"
 
 namespace tlux::app {

@@ -6,10 +6,10 @@
 #include <utility>
 #include <vector>
 
+#include "base/library_result.hpp"
 #include "cli/number_option.hpp"
-#include "library_result.hpp"
 #include "ops/operation.hpp"
-#include "report.hpp"
+#include "output/report.hpp"
 
 namespace tlux::app {
 

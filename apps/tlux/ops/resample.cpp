@@ -4,9 +4,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "base/library_result.hpp"
 #include "cli/number_option.hpp"
 #include "cli/size.hpp"
-#include "library_result.hpp"
 #include "media/semi_planar.hpp"
 #include "ops/operation.hpp"
 

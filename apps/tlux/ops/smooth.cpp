@@ -2,8 +2,8 @@
 #include <memory>
 #include <utility>
 
+#include "base/library_result.hpp"
 #include "cli/number_option.hpp"
-#include "library_result.hpp"
 #include "ops/operation.hpp"
 
 namespace tlux::app {

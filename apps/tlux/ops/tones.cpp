@@ -3,7 +3,7 @@
 #include <filesystem>
 #include <memory>
 
-#include "library_result.hpp"
+#include "base/library_result.hpp"
 #include "media/reader.hpp"
 #include "ops/operation.hpp"
 

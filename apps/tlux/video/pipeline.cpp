@@ -9,7 +9,7 @@
 #include <thread>
 #include <utility>
 
-#include "interruption.hpp"
+#include "base/interruption.hpp"
 #include "video/bounded_queue.hpp"
 
 namespace tlux::app {

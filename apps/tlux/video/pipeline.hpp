@@ -2,9 +2,9 @@
 
 #include <cstdint>
 
-#include "enhancer.hpp"
-#include "progress.hpp"
-#include "report.hpp"
+#include "output/progress.hpp"
+#include "output/report.hpp"
+#include "stream/enhancer.hpp"
 #include "video/frame_stream.hpp"
 
 namespace tlux::app {

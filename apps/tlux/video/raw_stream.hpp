@@ -5,7 +5,7 @@
 #include <memory>
 
 #include "media/raw.hpp"
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 #include "video/frame_pool.hpp"
 #include "video/frame_stream.hpp"
 

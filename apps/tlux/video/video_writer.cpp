@@ -10,7 +10,7 @@ extern "C" {
 #include <algorithm>
 #include <utility>
 
-#include "errors.hpp"
+#include "base/errors.hpp"
 
 namespace tlux::app {
 

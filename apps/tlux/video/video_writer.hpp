@@ -4,7 +4,7 @@
 #include <map>
 #include <optional>
 
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 #include "video/frame_export.hpp"
 #include "video/frame_import.hpp"
 #include "video/frame_stream.hpp"

@@ -1,9 +1,9 @@
-#include "enhancer.hpp"
+#include "stream/enhancer.hpp"
 
 #include <fmt/format.h>
 
-#include "errors.hpp"
-#include "library_result.hpp"
+#include "base/errors.hpp"
+#include "base/library_result.hpp"
 #include "media/semi_planar.hpp"
 
 namespace tlux::app {

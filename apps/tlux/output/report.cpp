@@ -1,4 +1,4 @@
-#include "report.hpp"
+#include "output/report.hpp"
 
 #include <fmt/format.h>
 
@@ -8,7 +8,7 @@
 #include <mutex>
 #include <system_error>
 
-#include "errors.hpp"
+#include "base/errors.hpp"
 
 namespace tlux::app {
 

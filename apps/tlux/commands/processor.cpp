@@ -1,4 +1,4 @@
-#include "processor.hpp"
+#include "commands/processor.hpp"
 
 namespace tlux::app {
 

@@ -1,4 +1,4 @@
-#include "progress.hpp"
+#include "output/progress.hpp"
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -7,7 +7,7 @@
 #include <cmath>
 #include <string>
 
-#include "report.hpp"
+#include "output/report.hpp"
 
 namespace tlux::app {
 

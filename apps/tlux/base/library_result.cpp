@@ -1,4 +1,4 @@
-#include "library_result.hpp"
+#include "base/library_result.hpp"
 
 #include <fmt/format.h>
 

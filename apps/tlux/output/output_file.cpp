@@ -1,4 +1,4 @@
-#include "output_file.hpp"
+#include "output/output_file.hpp"
 
 #include <fcntl.h>
 #include <pthread.h>
@@ -17,8 +17,8 @@
 #include <thread>
 #include <utility>
 
-#include "errors.hpp"
-#include "report.hpp"
+#include "base/errors.hpp"
+#include "output/report.hpp"
 
 namespace tlux::app {
 
