@@ -1,7 +1,8 @@
 #include "cli/size.hpp"
 
-#include <charconv>
-#include <system_error>
+#include <fmt/format.h>
+
+#include "cli/number_option.hpp"
 
 namespace tlux::app {
 
@@ -9,10 +10,25 @@ namespace {
 
 /** The number that is the whole of @p text; 0 if it is none or out of range. */
 int parseSide(std::string_view text) {
-  int side = 0;
-  const char* end = text.data() + text.size();
-  const auto [last, error] = std::from_chars(text.data(), end, side);
-  return error == std::errc() && last == end && side <= kLargestSide ? side : 0;
+  const int side = parseNumber<int>(text).value_or(0);
+  return side <= kLargestSide ? side : 0;
+}
+
+bool isEven(const Size& size) {
+  return size.width % 2 == 0 && size.height % 2 == 0;
+}
+
+CLI::Option* addOption(CLI::App& parser, const std::string& name, Size& size,
+                       const std::string& help, bool needsEven) {
+  const auto accept = [&size, name, needsEven](const std::string& text) {
+    const std::optional<Size> parsed = parseSize(text);
+    if (!parsed || (needsEven && !isEven(*parsed))) {
+      throw CLI::ValidationError(name, fmt::format("'{}' is not WIDTHxHEIGHT{}", text,
+                                                   needsEven ? " with even numbers" : ""));
+    }
+    size = *parsed;
+  };
+  return parser.add_option_function<std::string>(name, accept, help)->type_name("WxH");
 }
 
 } // namespace
@@ -27,12 +43,12 @@ std::optional<Size> parseSize(std::string_view text) {
 
 CLI::Option* addSizeOption(CLI::App& parser, const std::string& name, Size& size,
                            const std::string& help) {
-  const auto accept = [&size, name](const std::string& text) {
-    const std::optional<Size> parsed = parseSize(text);
-    if (!parsed) throw CLI::ValidationError(name, "'" + text + "' is not WIDTHxHEIGHT");
-    size = *parsed;
-  };
-  return parser.add_option_function<std::string>(name, accept, help)->type_name("WxH");
+  return addOption(parser, name, size, help, false);
+}
+
+CLI::Option* addFrameSizeOption(CLI::App& parser, const std::string& name, Size& size,
+                                const std::string& help) {
+  return addOption(parser, name, size, help, true);
 }
 
 } // namespace tlux::app

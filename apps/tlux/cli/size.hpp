@@ -13,6 +13,8 @@ inline constexpr int kLargestSide = 65534;
 struct Size {
   int width = 0;
   int height = 0;
+
+  bool isEmpty() const { return width == 0; }
 };
 
 /** "WIDTHxHEIGHT" with sides of 1 to kLargestSide; nothing for any other text. */
@@ -21,5 +23,9 @@ std::optional<Size> parseSize(std::string_view text);
 /** An option that takes "WIDTHxHEIGHT"; the parser refuses anything else. */
 CLI::Option* addSizeOption(CLI::App& parser, const std::string& name, Size& size,
                            const std::string& help);
+
+/** The same for frames of a camera, whose sides are even. */
+CLI::Option* addFrameSizeOption(CLI::App& parser, const std::string& name, Size& size,
+                                const std::string& help);
 
 } // namespace tlux::app

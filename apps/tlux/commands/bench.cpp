@@ -162,11 +162,8 @@ void printJson(const std::vector<Measurement>& measurements, const BenchOptions&
 }
 
 ExitCode bench(const BenchOptions& options) {
-  if (options.size.width % 2 != 0 || options.size.height % 2 != 0) {
-    throw Error(ExitCode::kUsage, "--size", "frames have even numbers of columns and rows");
-  }
   std::vector<Size> sizes(kUsualResolutions.begin(), kUsualResolutions.end());
-  if (options.size.width > 0) sizes = {options.size};
+  if (!options.size.isEmpty()) sizes = {options.size};
   CacheFlusher cache;
   std::vector<Measurement> measurements;
   measurements.reserve(sizes.size());
@@ -186,7 +183,7 @@ ExitCode bench(const BenchOptions& options) {
 Command addBench(CLI::App& app) {
   const auto options = std::make_shared<BenchOptions>();
   CLI::App* parser = app.add_subcommand("bench", "Measure how fast this machine enhances frames");
-  addSizeOption(*parser, "--size", options->size, "One frame size in place of the usual ones");
+  addFrameSizeOption(*parser, "--size", options->size, "One frame size in place of the usual ones");
   addToneOptions(*parser, options->tones);
   addNumber(*parser, "--seconds", options->seconds, 0.0, 3600.0, "Time to spend on each size");
   addJsonOption(*parser, options->json);

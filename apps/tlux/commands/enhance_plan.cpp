@@ -23,7 +23,7 @@ namespace {
 namespace fs = std::filesystem;
 
 bool isRaw(const EnhanceOptions& options) {
-  return !options.picture.size.empty();
+  return !options.picture.size.isEmpty();
 }
 
 /** Written to standard output, frames keep the form they came in. */

@@ -67,8 +67,8 @@ void addFileOptions(CLI::App& parser, PictureOptions& options) {
   parser.add_flag("--force", options.force, "Replace write-protected files too");
   parser.add_flag("--no-clobber", options.noClobber, "Replace no file");
   constexpr const char* kRaw = "Raw camera frames";
-  parser.add_option("--size", options.size, "The input is one raw frame of this size in pixels")
-      ->type_name("WxH")
+  addFrameSizeOption(parser, "--size", options.size,
+                     "The input is one raw frame of this size in pixels")
       ->group(kRaw);
   parser
       .add_option("--format", options.format, "Order of the chroma samples, Cr first or Cb first")
@@ -86,19 +86,14 @@ void addJsonOption(CLI::App& parser, bool& json) {
 }
 
 std::optional<RawLayout> rawInputLayout(const PictureOptions& options) {
-  if (options.size.empty()) return std::nullopt;
+  if (options.size.isEmpty()) return std::nullopt;
   if (options.format.empty()) {
     throw Error(ExitCode::kUsage, "--size", "raw input also needs --format nv21 or nv12");
   }
   RawLayout layout;
   layout.format = rawFormatNamed(options.format);
-  const std::optional<Size> size = parseSize(options.size);
-  if (!size || size->width % 2 != 0 || size->height % 2 != 0) {
-    throw Error(ExitCode::kUsage, "--size",
-                fmt::format("'{}' is not WIDTHxHEIGHT with even numbers", options.size));
-  }
-  layout.width = size->width;
-  layout.height = size->height;
+  layout.width = options.size.width;
+  layout.height = options.size.height;
   layout.pitch = options.pitch == 0 ? layout.width : options.pitch;
   if (layout.pitch < layout.width) {
     throw Error(ExitCode::kUsage, "--pitch",

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "base/errors.hpp"
+#include "cli/size.hpp"
 #include "media/picture_format.hpp"
 #include "media/raw.hpp"
 #include "stream/enhancer.hpp"
@@ -24,7 +25,7 @@ struct PictureOptions {
   bool quiet = false;
   bool force = false;     // replaces files that are write-protected
   bool noClobber = false; // replaces no file
-  std::string size;       // of raw input, "WIDTHxHEIGHT"; empty for pictures
+  Size size;              // of raw input; empty for pictures
   std::string format;     // of raw files, "nv21" or "nv12"
   int pitch = 0;          // of raw files, 0 for the width
 };

@@ -35,9 +35,11 @@ std::vector<Point> gainCurve(const Trace& trace, double range) {
   std::vector<Point> points;
   for (int step = 0; step <= kSteps; ++step) {
     const double stops = range * (2.0 * step / kSteps - 1);
-    const double score = std::clamp(stops * 1024 * std::log(2.0), -32767.0, 32767.0);
+    const double score =
+        std::clamp<double>(stops * kUnityScore * std::log(2.0), -kLargestScore, kLargestScore);
     const auto index = static_cast<uint16_t>(static_cast<int16_t>(std::lround(score)));
-    points.push_back({stops, std::log2(std::max<double>(trace.gainTable[index], 1) / 1024)});
+    const uint16_t gain = std::max<uint16_t>(trace.gainTable[index], 1);
+    points.push_back({stops, std::log2(factorOf(gain))});
   }
   return points;
 }

@@ -107,8 +107,7 @@ std::vector<std::string> describeFindings(const Trace& trace, const Histogram& b
 }
 
 double largestGainOf(const Trace& trace) {
-  constexpr size_t kLargestScore = 32767;
-  return trace.gainTable[kLargestScore] / 1024.0;
+  return factorOf(trace.gainTable[kLargestScore]);
 }
 
 } // namespace tlux::app

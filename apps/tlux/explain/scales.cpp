@@ -12,7 +12,7 @@
 namespace tlux::app {
 
 double stopsOfScore(double score) {
-  return score / 1024 / std::numbers::ln2;
+  return score / kUnityScore / std::numbers::ln2;
 }
 
 double scoreRange(const Trace& trace) {

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <memory>
 
 #include "base/library_result.hpp"
+#include "explain/stage_units.hpp"
 #include "media/semi_planar.hpp"
 #include "output/report.hpp"
 
@@ -13,9 +13,6 @@ namespace tlux::app {
 namespace {
 
 constexpr int kRepetitions = 7;
-constexpr size_t kGainTableEntries = 65536;
-constexpr int32_t kUnity = 1024; // Q10
-constexpr int64_t kMaxLinear = 4095;
 
 FramePtr copyOf(const AVFrame& frame) {
   FramePtr copy = makeSemiPlanarLike(frame);
@@ -25,23 +22,20 @@ FramePtr copyOf(const AVFrame& frame) {
 
 /** Lifted in linear light; or, below unity, the inverted code by the reciprocal gain. */
 uint8_t mapCode(uint8_t code, int32_t gain) {
-  const bool lifts = gain >= kUnity;
-  const int64_t factor = lifts ? gain : kUnity * kUnity / std::max(gain, 1);
+  const bool lifts = gain >= kUnityGain;
+  const int64_t factor = lifts ? gain : kUnityGain * kUnityGain / std::max(gain, 1);
   const uint8_t inversion = lifts ? 0 : 255;
-  const int64_t linear = factor * TLUX_Degamma_Table[code ^ inversion] / kUnity;
+  const int64_t linear = factor * TLUX_Degamma_Table[code ^ inversion] / kUnityGain;
   return TLUX_Gamma_Table8[std::min(linear, kMaxLinear)] ^ inversion;
 }
 
 /** The gain of every score at a strength. */
 std::vector<uint16_t> gainTableOf(uint32_t strength) {
-  struct Destroy {
-    void operator()(TLUX_ENGINE* engine) const { TLUX_Uninit(nullptr, engine); }
-  };
-  TLUX_ENGINE* engine = nullptr;
-  checkResult(TLUX_Init(nullptr, &engine));
-  const std::unique_ptr<TLUX_ENGINE, Destroy> owner(engine);
-  checkResult(TLUX_TonemapGainLUT(nullptr, engine, strength));
-  return {engine->gainLut, engine->gainLut + kGainTableEntries};
+  Engine engine;
+  checkResult(engine.status());
+  checkResult(TLUX_TonemapGainLUT(nullptr, engine.get(), strength));
+  const uint16_t* gains = engine.get()->gainLut;
+  return {gains, gains + kScores};
 }
 
 /** What the library saw in its latest frame. */
@@ -78,7 +72,7 @@ Trace traceRun(const AVFrame& frame, const Tones& tones) {
     if (i == 0) trace.cost.firstMilliseconds = time;
     if (i == 1 || (i > 1 && time < trace.cost.milliseconds)) trace.cost.milliseconds = time;
   }
-  takeOver(enhancer.report(), trace);
+  takeOver(enhancer.report().value(), trace);
   return trace;
 }
 

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "explain/stage_units.hpp"
 #include "media/av.hpp"
 #include "stream/enhancer.hpp"
 
@@ -29,7 +30,7 @@ struct Trace {
   Cost cost;
 
   size_t pixels() const { return scores.size(); }
-  double gainOf(size_t pixel) const { return gains[pixel] / 1024.0; }
+  double gainOf(size_t pixel) const { return factorOf(gains[pixel]); }
 };
 
 /** Enhances a frame several times and keeps what the library tells of it. */

@@ -21,9 +21,8 @@ TLUX_STREAM_OPTIONS streamOptions(const Tones& tones) {
   if (tones.exact && (tones.steady || tones.colour)) {
     throw Error(ExitCode::kUsage, "--exact", "excludes --steady and --colour");
   }
-  TLUX_STREAM_OPTIONS options = {};
-  checkResult(TLUX_InitStreamOptions(&options, sizeof options,
-                                     tones.exact ? TLUX_TONES_EXACT : TLUX_TONES_NATURAL));
+  TLUX_STREAM_OPTIONS options =
+      Stream::options(tones.exact ? TLUX_TONES_EXACT : TLUX_TONES_NATURAL);
   options.steady = tones.steady.value_or(options.steady);
   options.colour = tones.colour.value_or(options.colour);
   return options;
@@ -38,29 +37,26 @@ std::string describe(const Tones& tones) {
 }
 
 Enhancer::Enhancer(const Tones& tones, int threads)
-    : strength_(tones.strength), options_(withThreads(streamOptions(tones), threads)) {
-  TLUX_STREAM* stream = nullptr;
-  checkResult(TLUX_OpenStream(nullptr, &options_, &stream));
-  stream_.reset(stream);
+    : strength_(tones.strength),
+      options_(withThreads(streamOptions(tones), threads)),
+      stream_(options_) {
+  checkResult(stream_.status());
 }
 
 void Enhancer::enhance(AVFrame& frame) {
   setRange(frame.color_range == AVCOL_RANGE_MPEG ? TLUX_RANGE_LIMITED : TLUX_RANGE_FULL);
   const TLUX_IMAGE image = imageOf(frame);
-  checkResult(TLUX_RunStream(stream_.get(), &image, &image, strength_));
+  checkResult(stream_.run(image, strength_));
 }
 
-TLUX_STREAM_REPORT Enhancer::report() const {
-  TLUX_STREAM_REPORT report = {};
-  report.size = sizeof report;
-  checkResult(TLUX_ReadStreamReport(stream_.get(), &report));
-  return report;
+std::optional<TLUX_STREAM_REPORT> Enhancer::report() const {
+  return stream_.report();
 }
 
 void Enhancer::setRange(uint32_t range) {
   if (options_.range == range) return;
   options_.range = range;
-  checkResult(TLUX_ChangeStream(stream_.get(), &options_));
+  checkResult(stream_.change(options_));
 }
 
 } // namespace tlux::app

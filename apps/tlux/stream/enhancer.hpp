@@ -1,12 +1,11 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <optional>
 #include <string>
 
 #include "media/av.hpp"
-#include "tlux.h"
+#include "tlux.hpp"
 
 namespace tlux::app {
 
@@ -32,8 +31,7 @@ inline const char* nameOf(const Tones& tones) {
 /** "strength 30, exact" */
 std::string describe(const Tones& tones);
 
-/** Enhances frames of any even size and row length, one after the other: a stream of the library.
- */
+/** A stream of the library that throws: frames of any even size and row length, in turn. */
 class Enhancer {
  public:
   /** @param threads that work on a frame, 0 for as many as suit the machine. */
@@ -46,20 +44,17 @@ class Enhancer {
   void enhance(AVFrame& frame);
 
   /** The next frame does not follow the ones before it. */
-  void startAnew() { TLUX_ResetStream(stream_.get()); }
+  void startAnew() { stream_.reset(); }
 
   /** What the library saw in the latest frame, valid until the next one. */
-  TLUX_STREAM_REPORT report() const;
+  std::optional<TLUX_STREAM_REPORT> report() const;
 
  private:
   void setRange(uint32_t range);
 
   uint32_t strength_;
   TLUX_STREAM_OPTIONS options_;
-  struct Close {
-    void operator()(TLUX_STREAM* stream) const { TLUX_CloseStream(&stream); }
-  };
-  std::unique_ptr<TLUX_STREAM, Close> stream_;
+  Stream stream_;
 };
 
 } // namespace tlux::app

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+
+#include "tlux.h"
+
+namespace tlux::app {
+
+// The units of what the library decides on its way: gains are in Q10, scores the natural logarithm
+// of light in Q10.
+
+inline constexpr int32_t kUnityGain = 1024;
+inline constexpr int32_t kUnityScore = 1024; // a factor of e
+inline constexpr int16_t kLargestScore = 32767;
+
+/** Entries of a gain table, one for each 16-bit pattern of a score. */
+inline constexpr size_t kScores = 65536;
+
+inline constexpr int64_t kMaxLinear = std::size(TLUX_Gamma_Table8) - 1;
+
+constexpr double factorOf(uint16_t gain) {
+  return static_cast<double>(gain) / kUnityGain;
+}
+
+} // namespace tlux::app
