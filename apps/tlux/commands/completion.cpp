@@ -1,7 +1,7 @@
 #include <memory>
 
 #include "commands/command.hpp"
-#include "completion/words.hpp"
+#include "completion/scripts.hpp"
 
 namespace tlux::app {
 

@@ -30,9 +30,14 @@ constexpr const char* kExamples =
     "The extension of the output chooses its format. Pictures are turned upright and keep their\n"
     "colour profile and metadata. Videos keep their times, rotation, metadata, sound and "
     "subtitles\n"
-    "as far as the container can hold them; their tones are computed in 8 bits. '-' stands for\n"
-    "standard input and output: YUV4MPEG2, raw frames when --size is given, or what --as names,\n"
-    "which a picture needs.\n"
+    "as far as the container can hold them; text subtitles are converted to its kind. Their tones\n"
+    "are computed in 8 bits; a source of more bits is stored in 10 where the encoder can, by\n"
+    "default as HEVC in MP4, MOV and Matroska files. MP4 files have their index in front.\n"
+    "'-' stands for standard input and output:\n"
+    "YUV4MPEG2, raw frames when --size is given, or what --as names, which a picture needs.\n"
+    "With -d, a folder among the inputs stands for the pictures and videos in it and below it, "
+    "and\n"
+    "sub-folders are kept. Inputs that would become one file are refused, the others are done.\n"
     "With several files a failed one does not stop the others; the exit code tells the worst:\n"
     "0 done, 1 wrong usage, 2 unreadable input, 3 failed processing or writing.";
 

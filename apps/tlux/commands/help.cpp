@@ -4,16 +4,24 @@
 #include <vector>
 
 #include "cli/suggestion.hpp"
+#include "cli/words.hpp"
 #include "commands/command.hpp"
+#include "manual/manual_page.hpp"
 
 namespace tlux::app {
 
 namespace {
 
+struct HelpOptions {
+  std::vector<std::string> words;
+  bool manual = false;
+};
+
 constexpr const char* kExamples =
     "Examples:\n"
     "  tlux help enhance\n"
-    "  tlux help op blur";
+    "  tlux help op blur\n"
+    "  tlux help --manual | man -l -               the whole manual";
 
 const CLI::App* findBelow(const CLI::App& command, const std::string& name) {
   const std::vector<const CLI::App*> below = command.get_subcommands({});
@@ -42,13 +50,18 @@ void showHelp(const CLI::App& app, const std::vector<std::string>& words) {
 } // namespace
 
 Command addHelp(CLI::App& app) {
-  const auto words = std::make_shared<std::vector<std::string>>();
+  const auto options = std::make_shared<HelpOptions>();
   CLI::App* parser = app.add_subcommand("help", "Show the help of a command");
-  parser->add_option("command", *words, "Command, and operation if it has any")
+  parser->add_option("command", options->words, "Command, and operation if it has any")
       ->type_name("COMMAND");
+  parser->add_flag("--manual", options->manual, "Print the manual page, as man(1) reads it");
   parser->footer(kExamples);
-  return {parser, [words, &app] {
-            showHelp(app, *words);
+  return {parser, [options, &app] {
+            if (options->manual) {
+              printText(manualPage(wordsOf(app)));
+            } else {
+              showHelp(app, options->words);
+            }
             return ExitCode::kDone;
           }};
 }

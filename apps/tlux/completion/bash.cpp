@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include "completion/words.hpp"
+#include "completion/scripts.hpp"
 
 namespace tlux::app {
 
@@ -62,7 +62,7 @@ std::string wordCases(const CommandWords& command) {
   for (const OptionWords& option : command.options) {
     options.push_back(option.names.back());
   }
-  std::vector<std::string> plain = command.choices;
+  std::vector<std::string> plain = command.choices();
   for (const CommandWords& below : command.commands) {
     plain.push_back(below.name());
   }

@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include "completion/words.hpp"
+#include "completion/scripts.hpp"
 
 namespace tlux::app {
 
@@ -53,8 +53,8 @@ std::string commandLines(const CommandWords& command) {
   for (const CommandWords& below : command.commands) {
     lines += fmt::format("{} -f -a {} -d {}\n", where, below.name(), fishQuoted(below.help));
   }
-  if (!command.choices.empty()) {
-    lines += fmt::format("{} -f -a '{}'\n", where, fmt::join(command.choices, " "));
+  if (!command.choices().empty()) {
+    lines += fmt::format("{} -f -a '{}'\n", where, fmt::join(command.choices(), " "));
   }
   return lines;
 }

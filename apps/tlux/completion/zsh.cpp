@@ -1,6 +1,6 @@
 #include <fmt/format.h>
 
-#include "completion/words.hpp"
+#include "completion/scripts.hpp"
 
 namespace tlux::app {
 
@@ -72,9 +72,9 @@ std::string commandCase(const CommandWords& command) {
                         fmt::join(names, " "));
   }
   const std::string rest = !command.commands.empty() ? "'*: :'"
-                           : command.choices.empty()
+                           : command.choices().empty()
                                ? "'*:file:_files'"
-                               : fmt::format("'*:value:({})'", fmt::join(command.choices, " "));
+                               : fmt::format("'*:value:({})'", fmt::join(command.choices(), " "));
   return text +
          fmt::format("      _arguments{} \\\n        {} ;;\n", optionSpecifications(command), rest);
 }

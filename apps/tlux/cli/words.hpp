@@ -11,21 +11,40 @@ namespace tlux::app {
 enum class Value { kNone, kFile, kChoice, kOther };
 
 struct OptionWords {
-  std::vector<std::string> names; // with their dashes
+  std::vector<std::string> names; // with their dashes, the long one last
   std::string help;
-  Value value;
+  Value value = Value::kNone;
+  std::string type; // of the value, as the help shows it: "FILE", "0-100", "nv21|nv12"
   std::vector<std::string> choices;
+  std::string standard; // the value if the option is not given; empty where there is none
+  bool isRequired = false;
+
+  bool operator==(const OptionWords&) const = default;
+};
+
+/** What stands on the command line by its place. */
+struct ArgumentWords {
+  std::string name;
+  std::vector<std::string> choices;
+  bool isRequired = false;
+  bool isRepeated = false;
 };
 
 /** What can be typed behind a command; the program itself has an empty path. */
 struct CommandWords {
   std::string path; // " op blur": each word with a space before it
   std::string help;
+  std::string footer; // what the help says below its options
   std::vector<OptionWords> options;
-  std::vector<std::string> choices;   // of its plain argument
+  std::vector<ArgumentWords> arguments;
   std::vector<CommandWords> commands; // below it
 
   std::string name() const { return path.substr(path.rfind(' ') + 1); }
+
+  /** Those of its last argument. */
+  std::vector<std::string> choices() const {
+    return arguments.empty() ? std::vector<std::string>() : arguments.back().choices;
+  }
 };
 
 CommandWords wordsOf(const CLI::App& app);
@@ -38,16 +57,5 @@ void visitCommands(const CommandWords& command, Visit visit) {
     visitCommands(below, visit);
   }
 }
-
-/** Completion scripts for the program of @p words, one per shell. */
-std::string bashCompletion(const CommandWords& words);
-std::string zshCompletion(const CommandWords& words);
-std::string fishCompletion(const CommandWords& words);
-
-/** All paths but the program's own, each between single quotes. */
-std::vector<std::string> quotedPaths(const CommandWords& words);
-
-/** @p text between single quotes, as bash and zsh read it. */
-std::string quoted(const std::string& text);
 
 } // namespace tlux::app

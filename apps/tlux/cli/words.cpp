@@ -1,4 +1,4 @@
-#include "completion/words.hpp"
+#include "cli/words.hpp"
 
 #include <sstream>
 
@@ -28,8 +28,14 @@ Value valueOf(const CLI::Option& option) {
   return type == "FILE" || type == "FOLDER" ? Value::kFile : Value::kOther;
 }
 
-OptionWords wordsOf(const CLI::Option& option) {
-  OptionWords words = {{}, option.get_description(), valueOf(option), choicesOf(option)};
+OptionWords optionWords(const CLI::Option& option) {
+  OptionWords words;
+  words.help = option.get_description();
+  words.value = valueOf(option);
+  words.type = option.get_type_name();
+  words.choices = choicesOf(option);
+  words.standard = option.get_default_str();
+  words.isRequired = option.get_required();
   for (const std::string& name : option.get_snames()) {
     words.names.push_back("-" + name);
   }
@@ -39,15 +45,21 @@ OptionWords wordsOf(const CLI::Option& option) {
   return words;
 }
 
+ArgumentWords argumentWords(const CLI::Option& argument) {
+  return {argument.get_name(), choicesOf(argument), argument.get_required(),
+          argument.get_items_expected_max() > 1};
+}
+
 CommandWords wordsBelow(const CLI::App& app, const std::string& path) {
   CommandWords words;
   words.path = path;
   words.help = app.get_description();
+  words.footer = app.get_footer();
   for (const CLI::Option* option : app.get_options()) {
     if (option->get_positional()) {
-      words.choices = choicesOf(*option);
+      words.arguments.push_back(argumentWords(*option));
     } else {
-      words.options.push_back(wordsOf(*option));
+      words.options.push_back(optionWords(*option));
     }
   }
   for (const CLI::App* command : app.get_subcommands({})) {
@@ -60,22 +72,6 @@ CommandWords wordsBelow(const CLI::App& app, const std::string& path) {
 
 CommandWords wordsOf(const CLI::App& app) {
   return wordsBelow(app, "");
-}
-
-std::string quoted(const std::string& text) {
-  std::string result = "'";
-  for (const char c : text) {
-    result += c == '\'' ? std::string("'\\''") : std::string(1, c);
-  }
-  return result + "'";
-}
-
-std::vector<std::string> quotedPaths(const CommandWords& words) {
-  std::vector<std::string> paths;
-  visitCommands(words, [&paths](const CommandWords& command) {
-    if (!command.path.empty()) paths.push_back(quoted(command.path));
-  });
-  return paths;
 }
 
 } // namespace tlux::app
