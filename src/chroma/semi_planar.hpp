@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "tlux/image.h"
+#include "image/format.hpp"
 
 namespace tlux {
 
@@ -10,13 +10,10 @@ namespace tlux {
 // its caller.
 inline std::uint32_t checkSemiPlanar(const TLUX_IMAGE& image, std::int64_t width,
                                      std::int64_t height) {
-  if (image.format != TLUX_FMT_YCBCR420_YPUV && image.format != TLUX_FMT_YCBCR420_YPVU) {
-    return TLUX_ERR_UNSUPPORTED;
-  }
-  const bool complete = image.plane[0] != nullptr && image.plane[1] != nullptr;
-  const bool largeEnough = image.width >= width && image.height >= height &&
-                           image.pitch[0] >= width && image.pitch[1] >= width / 2 * 2;
-  return complete && largeEnough ? TLUX_OK : TLUX_ERR_INVALID_PARAM;
+  if (!isSemiPlanar420(image.format)) return TLUX_ERR_UNSUPPORTED;
+  const bool isLargeEnough =
+      image.width >= width && image.height >= height && hasSemiPlanes(image, width, width / 2 * 2);
+  return isLargeEnough ? TLUX_OK : TLUX_ERR_INVALID_PARAM;
 }
 
 } // namespace tlux

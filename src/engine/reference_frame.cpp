@@ -32,7 +32,7 @@ std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLU
   engine.refHeight = referenceSide(source.height);
   engine.refScale = kReferenceReduction;
 
-  TLUX_IMAGE*& reference = engine.images[0];
+  TLUX_IMAGE*& reference = referenceOf(engine);
   if (reference != nullptr && !hasSize(*reference, engine.refWidth, engine.refHeight)) {
     TLUX_FreeImage_IMK(&reference, manager);
   }

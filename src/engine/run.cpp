@@ -19,7 +19,7 @@ std::uint32_t toneMap(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                       const TLUX_IMAGE& source, TLUX_IMAGE& output, std::uint32_t strength) {
   // An output of another kind stays as it is where the stage writes nothing.
   const Rest rest = TLUX_IsImageEqual_IMK(&source, &output) != 0 ? Rest::kCopied : Rest::kKept;
-  fillReferenceLuma(team, source, *engine.images[0]);
+  fillReferenceLuma(team, source, *referenceOf(engine));
   const std::uint32_t mapped =
       toneMapFrame(manager, team, engine, source, output, strength, rest, ReferenceChroma::kWanted);
   if (mapped != TLUX_OK) TLUX_CopyImage_IMK(&output, &source);
@@ -31,7 +31,7 @@ std::uint32_t optimizeFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMA
   const std::uint32_t prepared = initReferenceFrame(manager, engine, source);
   if (prepared != TLUX_OK) return prepared;
   engine.mode = kMode;
-  if (engine.images[0] == nullptr) {
+  if (referenceOf(engine) == nullptr) {
     TLUX_CopyImage_IMK(&output, &source);
     TLUX_EmbeddedMark(&output);
     return TLUX_OK;

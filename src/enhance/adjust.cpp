@@ -18,6 +18,6 @@ void adjustByTable(const Plane<std::uint8_t>& plane, const std::uint8_t* table) 
 uint32_t TLUX_AdjustImageByTable(TLUX_IMAGE* image, const uint8_t* table) noexcept {
   constexpr uint32_t kDone = 1;
   if (image == nullptr || image->plane[0] == nullptr || table == nullptr) return kDone;
-  tlux::adjustByTable({image->plane[0], image->width, image->height, image->pitch[0]}, table);
+  tlux::adjustByTable(tlux::writableLumaOf(*image), table);
   return kDone;
 }

@@ -44,7 +44,7 @@ void halveRows(const RowPair& first, const RowPair& second, std::uint8_t* __rest
 }
 
 bool isOrderCrCb(const TLUX_IMAGE& frame) {
-  return frame.format == TLUX_FMT_YCBCR420_YPVU;
+  return findFormat(frame.format)->cbAt == 1;
 }
 
 std::uint32_t checkChromaPlanes(const TLUX_IMAGE* frame, const std::uint8_t* u,

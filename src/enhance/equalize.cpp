@@ -11,17 +11,13 @@
 namespace tlux {
 namespace {
 
-bool isSemiPlanar420(const TLUX_IMAGE& image) {
-  return image.format == TLUX_FMT_YCBCR420_YPUV || image.format == TLUX_FMT_YCBCR420_YPVU;
-}
-
 bool hasPixels(const TLUX_IMAGE* image) {
-  return image != nullptr && image->plane[0] != nullptr && image->width > 0 && image->height > 0 &&
-         image->pitch[0] >= image->width;
+  return image != nullptr && image->width > 0 && image->height > 0 &&
+         hasRows(*image, 0, image->width);
 }
 
 bool isFrame(const TLUX_IMAGE* image) {
-  return hasPixels(image) && image->plane[1] != nullptr && isSemiPlanar420(*image);
+  return hasPixels(image) && image->plane[1] != nullptr && isSemiPlanar420(image->format);
 }
 
 bool haveEqualLuma(const TLUX_IMAGE& a, const TLUX_IMAGE& b) {

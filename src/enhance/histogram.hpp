@@ -5,15 +5,11 @@
 #include <cstring>
 
 #include "base/plane.hpp"
-#include "tlux/image.h"
+#include "image/format.hpp"
 
 namespace tlux {
 
 constexpr int kSampleLevels = 256;
-
-inline Plane<const std::uint8_t> lumaOf(const TLUX_IMAGE& image) {
-  return {image.plane[0], image.width, image.height, image.pitch[0]};
-}
 
 // A histogram in several lanes that take samples in turn: equal neighbours are common in images,
 // and an increment that has to wait for the one before it is several times as slow.

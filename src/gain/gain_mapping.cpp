@@ -3,6 +3,7 @@
 #include "base/plane.hpp"
 #include "gain/gain_lines.hpp"
 #include "gain/line_tone.hpp"
+#include "image/format.hpp"
 #include "tlux/gain_lines.h"
 
 namespace tlux {
@@ -14,8 +15,7 @@ bool isUsable(const TLUX_MAPPING_STATE& state) {
 }
 
 bool isUsable(const TLUX_IMAGE& frame) {
-  return frame.plane[0] != nullptr && frame.plane[1] != nullptr && frame.pitch[0] >= frame.width &&
-         frame.pitch[1] >= frame.width / 2 * 2;
+  return hasSemiPlanes(frame, frame.width, frame.width / 2 * 2);
 }
 
 // A row inside a cell is interpolated towards the next coarse row.

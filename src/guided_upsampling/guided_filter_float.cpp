@@ -5,6 +5,7 @@
 #include "guided_upsampling/guide_block.hpp"
 #include "guided_upsampling/upsample_line.hpp"
 #include "guided_upsampling/window_sums.hpp"
+#include "image/format.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/resample.h"
@@ -61,14 +62,12 @@ class ScratchImage {
 };
 
 bool hasPlanarLuma(std::uint32_t format) {
-  return format == TLUX_FMT_YCBCR420_YPUV || format == TLUX_FMT_YCBCR420_YPVU ||
-         format == TLUX_FMT_YCBCR422_YPUV || format == TLUX_FMT_YCBCR420_P ||
-         format == TLUX_FMT_YCBCR422_P;
+  return isSemiPlanar420(format) || format == TLUX_FMT_YCBCR422_YPUV ||
+         format == TLUX_FMT_YCBCR420_P || format == TLUX_FMT_YCBCR422_P;
 }
 
 bool holdsLuma(const TLUX_IMAGE& image, std::int32_t width, std::int32_t height) {
-  return image.plane[0] != nullptr && image.width >= width && image.height >= height &&
-         image.pitch[0] >= width;
+  return image.width >= width && image.height >= height && hasRows(image, 0, width);
 }
 
 void applyMaps(EnlargedMap a, EnlargedMap b, const TLUX_IMAGE& guide, const TLUX_IMAGE& out,

@@ -4,7 +4,9 @@ namespace tlux {
 namespace {
 
 // Packed 4:2:2: luma on every second byte, Cb and Cr in turn on the others.
-Components packed422(std::uint8_t lumaOffset) {
+Components packed422(std::int8_t lumaAt) {
+  if (lumaAt == kNowhere) return {};
+  const auto lumaOffset = static_cast<std::uint8_t>(lumaAt);
   const auto chromaOffset = static_cast<std::uint8_t>(1 - lumaOffset);
   return {{{{0, lumaOffset, 2, 1, 0, 0, false}, {0, chromaOffset, 2, 2, 1, 0, true}}}, 2};
 }
@@ -16,22 +18,8 @@ std::int64_t halved(std::int32_t size, int shift) {
 } // namespace
 
 Components componentsOf(const Format& format) {
-  switch (format.code) {
-    case TLUX_FMT_YCBYCR:
-    case TLUX_FMT_YCBYCR_2:
-      return packed422(0);
-    case TLUX_FMT_CBYCRY:
-    case TLUX_FMT_YCBYCR_4:
-      return packed422(1);
-    case TLUX_FMT_YCBYCR_5:
-    case TLUX_FMT_YCBYCR_6:
-    case TLUX_FMT_YCBYCR_7:
-    case TLUX_FMT_YCBYCR_8:
-    case TLUX_FMT_BAYER:
-      return {};
-    default:
-      break;
-  }
+  if (format.copiedBytes == 0) return {}; // raw samples are no bytes
+  if (format.isPacked422()) return packed422(format.lumaAt);
   Components components{};
   components.list[0] = {0, 0, 1, format.pixelBytes, 0, 0, false};
   components.count = format.planes;
@@ -46,6 +34,13 @@ Components componentsOf(const Format& format) {
                                                         true};
   }
   return components;
+}
+
+SamplePlaces placesOf(const Format& format) {
+  const std::int8_t cb = format.cbAt;
+  if (format.planes == 3) return {{0, 0, 1}, {1, 0, 1}, {2, 0, 1}};
+  if (format.planes == 2) return {{0, 0, 1}, {1, cb, 2}, {1, static_cast<std::int8_t>(1 - cb), 2}};
+  return {{0, format.lumaAt, 2}, {0, cb, 4}, {0, static_cast<std::int8_t>((cb + 2) % 4), 4}};
 }
 
 ComponentPlane planeOf(const TLUX_IMAGE& image, const Component& component) {
@@ -69,7 +64,7 @@ bool isComplete(const TLUX_IMAGE& image, const Format& format) {
     const std::int64_t rowBytes = rowBytesOf(format, plane, image.width);
     const std::int64_t rows = plane == 0 ? image.height : halved(image.height, format.chromaShiftY);
     if (rowBytes == 0 || rows == 0) continue;
-    if (image.plane[plane] == nullptr || image.pitch[plane] < rowBytes) return false;
+    if (!hasRows(image, plane, rowBytes)) return false;
   }
   return true;
 }

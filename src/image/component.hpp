@@ -30,6 +30,22 @@ struct Components {
 
 Components componentsOf(const Format& format);
 
+// Where the samples of one of Y, Cb and Cr lie: sample c of a row is byte `offset` + c·`step`.
+struct SamplePlace {
+  std::int8_t plane;
+  std::int8_t offset;
+  std::int8_t step;
+};
+
+struct SamplePlaces {
+  SamplePlace luma;
+  SamplePlace cb;
+  SamplePlace cr;
+};
+
+// Of a format with chroma whose order is known.
+SamplePlaces placesOf(const Format& format);
+
 // One component of an image. The last pixel of a packed row may be cut: an image of odd width has
 // one chroma sample behind its last pair.
 struct ComponentPlane {

@@ -116,25 +116,11 @@ PlaneSpan chromaSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_
           y.from * source.pitch[plane] + x.from};
 }
 
-// Which byte of a pixel of packed 4:2:2 holds chroma, or -1 where the order is not known.
-int packedChromaByte(std::uint32_t code) {
-  switch (code) {
-    case TLUX_FMT_YCBYCR:
-    case TLUX_FMT_YCBYCR_2:
-      return 1;
-    case TLUX_FMT_CBYCRY:
-    case TLUX_FMT_YCBYCR_4:
-      return 0;
-    default:
-      return -1;
-  }
-}
-
-std::uint32_t copyPacked(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopyRects& rects,
-                         const PlaneSpan& span) {
-  const int chroma = packedChromaByte(source.format);
+std::uint32_t copyPacked(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                         const CopyRects& rects, const PlaneSpan& span) {
+  if (format.lumaAt == kNowhere) return TLUX_ERR_UNSUPPORTED;
+  const int chroma = 1 - format.lumaAt; // byte of a pixel
   const Pairing pairing = pairingOf(rects);
-  if (chroma < 0) return TLUX_ERR_UNSUPPORTED;
   if (pairing == Pairing::kAligned) {
     copySpan(target, source, 0, span);
     return TLUX_OK;
@@ -168,8 +154,7 @@ std::uint32_t copyOddRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source,
   }
   if (!havePlanes(target, source, spans)) return TLUX_ERR_INVALID_PARAM;
 
-  const bool packed = format->planes == 1 && format->chromaShiftX != 0;
-  if (packed) return copyPacked(target, source, rects, spans[0]);
+  if (format->isPacked422()) return copyPacked(*format, target, source, rects, spans[0]);
   copySpan(target, source, 0, spans[0]);
   if (format->planes == 2) copyInterleavedChroma(target, source, rects, spans[1]);
   for (int plane = 1; plane < format->planes && format->planes == 3; ++plane) {

@@ -5,25 +5,6 @@
 namespace tlux {
 namespace {
 
-constexpr Format kFormats[] = {
-    // code, planes, bytes per pixel of plane 0 and those copied, chroma shifts
-    {TLUX_FMT_BGR24, 1, 3, 3, 0, 0},         {TLUX_FMT_BGR32, 1, 4, 3, 0, 0},
-    {TLUX_FMT_BGR24_B, 1, 3, 3, 0, 0},       {TLUX_FMT_BGR32_B, 1, 4, 3, 0, 0},
-    {TLUX_FMT_PACKED24_1, 1, 3, 3, 0, 0},    {TLUX_FMT_PACKED24_2, 1, 3, 3, 0, 0},
-    {TLUX_FMT_PACKED24_3, 1, 3, 3, 0, 0},    {TLUX_FMT_PACKED24_4, 1, 3, 3, 0, 0},
-    {TLUX_FMT_YCBYCR, 1, 2, 2, 1, 0},        {TLUX_FMT_YCBYCR_2, 1, 2, 2, 1, 0},
-    {TLUX_FMT_CBYCRY, 1, 2, 2, 1, 0},        {TLUX_FMT_YCBYCR_4, 1, 2, 2, 1, 0},
-    {TLUX_FMT_YCBYCR_5, 1, 2, 2, 1, 0},      {TLUX_FMT_YCBYCR_6, 1, 2, 2, 1, 0},
-    {TLUX_FMT_YCBYCR_7, 1, 2, 2, 1, 0},      {TLUX_FMT_YCBYCR_8, 1, 2, 2, 1, 0},
-    {TLUX_FMT_YCBCR420_P, 3, 1, 1, 1, 1},    {TLUX_FMT_YCBCR440_P, 3, 1, 1, 0, 1},
-    {TLUX_FMT_YCBCR422_P, 3, 1, 1, 1, 0},    {TLUX_FMT_YCBCR444_P, 3, 1, 1, 0, 0},
-    {TLUX_FMT_YCBCR420_P_B, 3, 1, 1, 1, 1},  {TLUX_FMT_YCBCR440_P_B, 3, 1, 1, 0, 1},
-    {TLUX_FMT_YCBCR422_P_B, 3, 1, 1, 1, 0},  {TLUX_FMT_YCBCR444_P_B, 3, 1, 1, 0, 0},
-    {TLUX_FMT_GRAY, 1, 1, 1, 0, 0},          {TLUX_FMT_YCBCR420_YPUV, 2, 1, 1, 1, 1},
-    {TLUX_FMT_YCBCR420_YPVU, 2, 1, 1, 1, 1}, {TLUX_FMT_YCBCR422_YPUV, 2, 1, 1, 1, 0},
-    {TLUX_FMT_BAYER, 1, 2, 0, 0, 0},
-};
-
 constexpr std::int64_t align4(std::int64_t bytes) {
   return (bytes + 3) & ~std::int64_t{3};
 }
@@ -34,13 +15,6 @@ constexpr std::int64_t subsample(std::int32_t size, int shift) {
 }
 
 } // namespace
-
-const Format* findFormat(std::uint32_t code) {
-  for (const Format& format : kFormats) {
-    if (format.code == code) return &format;
-  }
-  return nullptr;
-}
 
 std::array<PlaneSize, 3> planeSizes(const Format& format, std::int32_t width, std::int32_t height) {
   std::array<PlaneSize, 3> sizes{};

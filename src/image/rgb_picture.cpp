@@ -149,7 +149,7 @@ struct ChromaPlane {
         pitch(frame.pitch[1]),
         columns(frame.width / 2),
         rows(frame.height / 2),
-        bluenessAt(frame.format == TLUX_FMT_YCBCR420_YPUV ? 0 : 1) {}
+        bluenessAt(findFormat(frame.format)->cbAt) {}
 
   std::uint8_t* row(std::int32_t j) const { return data + std::ptrdiff_t{j} * pitch; }
 
@@ -179,13 +179,10 @@ bool isPair(const TLUX_PICTURE* picture, const TLUX_IMAGE* frame) {
   if (picture->width < 1 || picture->height < 1 || picture->layout >= kLayouts.size()) return false;
   const std::int64_t rowBytes = std::int64_t{picture->width} * kLayouts[picture->layout].pixelBytes;
   if (picture->pitch < rowBytes && picture->pitch > -rowBytes) return false;
-  if (frame->format != TLUX_FMT_YCBCR420_YPUV && frame->format != TLUX_FMT_YCBCR420_YPVU) {
-    return false;
-  }
   const auto evenSide = [](std::int32_t side) { return (std::int64_t{side} + 1) / 2 * 2; };
-  return frame->width == evenSide(picture->width) && frame->height == evenSide(picture->height) &&
-         frame->plane[0] != nullptr && frame->plane[1] != nullptr &&
-         frame->pitch[0] >= frame->width && frame->pitch[1] >= frame->width;
+  return isSemiPlanar420(frame->format) && frame->width == evenSide(picture->width) &&
+         frame->height == evenSide(picture->height) &&
+         hasSemiPlanes(*frame, frame->width, frame->width);
 }
 
 class Picture {

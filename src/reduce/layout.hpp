@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "tlux/image.h"
+#include "image/format.hpp"
 
 namespace tlux {
 
@@ -23,21 +23,13 @@ struct Layout {
   }
 };
 
-constexpr Layout layoutOf(std::uint32_t format) {
-  switch (format) {
-    case TLUX_FMT_YCBCR420_YPUV:
-      return {Sampling::k420, true, false};
-    case TLUX_FMT_YCBCR420_YPVU:
-      return {Sampling::k420, true, true};
-    case TLUX_FMT_YCBCR422_YPUV:
-      return {Sampling::k422, true, false};
-    case TLUX_FMT_YCBCR420_P:
-      return {Sampling::k420, false, false};
-    case TLUX_FMT_YCBCR422_P:
-      return {Sampling::k422, false, false};
-    default:
-      return {Sampling::kPacked422, true, false}; // YCBYCR, and BAYER which is read as such
-  }
+// Of a format that can be reduced: packed 4:2:2 and planes of chroma with half the columns. BAYER
+// is read as packed YCBYCR.
+constexpr Layout layoutOf(std::uint32_t code) {
+  const Format& format = *findFormat(code);
+  if (format.planes == 1) return {Sampling::kPacked422, true, false};
+  return {format.chromaShiftY == 0 ? Sampling::k422 : Sampling::k420, format.planes == 2,
+          format.cbAt == 1};
 }
 
 } // namespace tlux

@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "image/format.hpp"
+
 namespace tlux {
 namespace {
 
@@ -42,10 +44,8 @@ bool overlap(const Rows& a, const Rows& b) {
 
 bool isFrame(const TLUX_IMAGE& image) {
   const auto isEven = [](std::int32_t side) { return side >= 2 && side % 2 == 0; };
-  return (image.format == TLUX_FMT_YCBCR420_YPUV || image.format == TLUX_FMT_YCBCR420_YPVU) &&
-         isEven(image.width) && isEven(image.height) && image.plane[0] != nullptr &&
-         image.plane[1] != nullptr && image.pitch[0] >= image.width &&
-         image.pitch[1] >= image.width;
+  return isSemiPlanar420(image.format) && isEven(image.width) && isEven(image.height) &&
+         hasSemiPlanes(image, image.width, image.width);
 }
 
 bool haveSamePlanes(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {

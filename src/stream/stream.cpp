@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "image/format.hpp"
 #include "platform/pool_need.hpp"
 #include "score/log_table.hpp"
 #include "score/retinex.hpp"
@@ -57,9 +58,8 @@ std::uint32_t TLUX_STREAM::optimize(const tlux::StreamFrame& frame, std::uint32_
   if (!memory_.reserve(layout)) return TLUX_ERR_NO_MEMORY;
   if (!crew_.start()) return TLUX_ERR_THREAD;
 
-  const Plane<const std::uint8_t> luma = {source.plane[0], source.width, source.height,
-                                          source.pitch[0]};
-  tlux::fillStreamReference(crew_.team(), luma, options_.range, memory_.reference());
+  tlux::fillStreamReference(crew_.team(), tlux::lumaOf(source), options_.range,
+                            memory_.reference());
   tlux::Steadiness steadiness = steadiness_; // kept when the frame is done
   if (!scoreReference(steadiness)) return TLUX_ERR_NO_MEMORY;
   updateGainTable(strength);

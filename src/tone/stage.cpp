@@ -20,10 +20,6 @@ namespace {
 // Reference rows that one thread maps at a time.
 constexpr std::int32_t kMappedRows = 16;
 
-Plane<const std::uint8_t> lumaOf(const TLUX_IMAGE& image) {
-  return {image.plane[0], image.width, image.height, image.pitch[0]};
-}
-
 void releaseScores(MMemMgr manager, TLUX_ENGINE& engine) {
   MMemFree(manager, std::exchange(engine.logGainMap, nullptr));
   engine.logGainWidth = 0;
@@ -46,7 +42,7 @@ bool updateScores(MMemMgr manager, Team& team, TLUX_ENGINE& engine) {
   const bool hasScores = engine.logGainMap != nullptr && engine.logGainWidth == engine.refWidth &&
                          engine.logGainHeight == engine.refHeight;
   if (!hasScores && !allocateScores(manager, engine)) return false;
-  if (scoreReference(manager, team, lumaOf(*engine.images[0]), engine.degammaTable,
+  if (scoreReference(manager, team, lumaOf(*referenceOf(engine)), engine.degammaTable,
                      engine.logGainMap)) {
     return true;
   }
@@ -72,28 +68,25 @@ void mapOnTeam(Team& team, const TLUX_ENGINE& engine, Plane<const std::uint8_t> 
 
 // Whether the engine's reference frame is there and its blocks lie within the frame.
 bool isReferenceFor(const TLUX_ENGINE& engine, const TLUX_IMAGE& source) {
-  const TLUX_IMAGE* reference = engine.images[0];
+  const TLUX_IMAGE* reference = referenceOf(engine);
   return engine.degammaTable != nullptr && engine.gammaTable != nullptr && reference != nullptr &&
-         reference->plane[0] != nullptr && reference->width == engine.refWidth &&
+         hasRows(*reference, 0, reference->width) && reference->width == engine.refWidth &&
          reference->height == engine.refHeight && reference->width > 0 && reference->height > 0 &&
-         reference->pitch[0] >= reference->width &&
          reference->width <= source.width / kReferenceReduction &&
          reference->height <= source.height / kReferenceReduction;
 }
 
 bool isFrame(const TLUX_IMAGE& image) {
   return image.width >= 0 && image.height >= 0 && planeCountOf(image.format) >= 2 &&
-         image.plane[0] != nullptr && image.plane[1] != nullptr && image.pitch[0] >= image.width &&
-         image.pitch[1] >= image.width;
+         hasSemiPlanes(image, image.width, image.width);
 }
 
 } // namespace
 
 bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output) {
   return source != nullptr && output != nullptr && isFrame(*source) && isFrame(*output) &&
-         (source->format == TLUX_FMT_YCBCR420_YPUV || source->format == TLUX_FMT_YCBCR420_YPVU) &&
-         output->width >= source->width && output->height >= source->height &&
-         output->plane[0] != source->plane[0];
+         isSemiPlanar420(source->format) && output->width >= source->width &&
+         output->height >= source->height && output->plane[0] != source->plane[0];
 }
 
 int participantsFor(const TLUX_IMAGE& source) {
@@ -104,8 +97,9 @@ int participantsFor(const TLUX_IMAGE& source) {
 std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                            const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                            std::uint32_t strength, Rest rest, ReferenceChroma chroma) {
-  const TLUX_IMAGE* const wanted = chroma == ReferenceChroma::kWanted ? engine.images[0] : nullptr;
-  const Plane<const std::uint8_t> reference = lumaOf(*engine.images[0]);
+  const TLUX_IMAGE* const wanted =
+      chroma == ReferenceChroma::kWanted ? referenceOf(engine) : nullptr;
+  const Plane<const std::uint8_t> reference = lumaOf(*referenceOf(engine));
   const bool isScored =
       updateScores(manager, team, engine) && updateGainTable(manager, engine, strength);
   const Scratch<std::uint8_t> mappedLuma(

@@ -8,6 +8,15 @@
 
 namespace tlux {
 
+// The engine's reference frame; null before the first frame, and of one that is too small for any.
+inline TLUX_IMAGE*& referenceOf(TLUX_ENGINE& engine) {
+  return engine.images[0];
+}
+
+inline const TLUX_IMAGE* referenceOf(const TLUX_ENGINE& engine) {
+  return engine.images[0];
+}
+
 // Whether a frame and the memory for its result are what a run can work on: both there, an NV12 or
 // NV21 frame, two planes each with rows of at least the width, room for the whole frame, and not
 // the same luma plane.
