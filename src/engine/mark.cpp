@@ -5,8 +5,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 
 #include "base/multiversion.hpp"
+#include "image/component.hpp"
 
 namespace tlux {
 namespace {
@@ -15,35 +17,22 @@ constexpr std::int32_t kMarkWidth = TLUX_MARK_WIDTH;
 constexpr std::int32_t kMarkHeight = TLUX_MARK_HEIGHT;
 constexpr std::int32_t kMaxFactor = 8;
 
-// Where the samples of one component lie: sample c of a row is byte `offset` + c·`step` of the row.
-struct Component {
-  std::int8_t plane;
-  std::int8_t offset;
-  std::int8_t step;
+// Chroma has half the columns in all of them.
+constexpr std::uint32_t kMarkedFormats[] = {TLUX_FMT_YCBCR422_P, TLUX_FMT_YCBCR420_P,
+                                            TLUX_FMT_YCBCR420_YPUV, TLUX_FMT_YCBCR420_YPVU,
+                                            TLUX_FMT_CBYCRY};
+
+// A format that can be marked.
+struct MarkFormat : SamplePlaces {
+  explicit MarkFormat(const Format& format)
+      : SamplePlaces(placesOf(format)), chromaRows(1 << format.chromaShiftY) {}
+
+  std::int32_t chromaRows; // luma rows per chroma row
 };
 
-// A format that can be marked. Chroma has half the columns in all of them.
-struct MarkFormat {
-  std::uint32_t code;
-  std::int8_t chromaRows; // luma rows per chroma row
-  Component luma;
-  Component cb;
-  Component cr;
-};
-
-constexpr MarkFormat kFormats[] = {
-    {TLUX_FMT_YCBCR422_P, 1, {0, 0, 1}, {1, 0, 1}, {2, 0, 1}},
-    {TLUX_FMT_YCBCR420_P, 2, {0, 0, 1}, {1, 0, 1}, {2, 0, 1}},
-    {TLUX_FMT_YCBCR420_YPUV, 2, {0, 0, 1}, {1, 0, 2}, {1, 1, 2}},
-    {TLUX_FMT_YCBCR420_YPVU, 2, {0, 0, 1}, {1, 1, 2}, {1, 0, 2}},
-    {TLUX_FMT_CBYCRY, 1, {0, 1, 2}, {0, 0, 4}, {0, 2, 4}},
-};
-
-const MarkFormat* findMarkFormat(std::uint32_t code) {
-  const auto* found =
-      std::find_if(std::begin(kFormats), std::end(kFormats),
-                   [code](const MarkFormat& format) { return format.code == code; });
-  return found != std::end(kFormats) ? found : nullptr;
+std::optional<MarkFormat> findMarkFormat(std::uint32_t code) {
+  if (std::ranges::find(kMarkedFormats, code) == std::end(kMarkedFormats)) return std::nullopt;
+  return MarkFormat(*findFormat(code));
 }
 
 // Where the mark lies in the frame, in luma pixels.
@@ -63,9 +52,8 @@ Placement placeMark(std::int64_t width, std::int64_t height) {
   return {factor, top, left / 2 * 2, top >= 0 && left >= 0};
 }
 
-bool hasRows(const TLUX_IMAGE& image, const Component& component, std::int64_t samples) {
-  return image.plane[component.plane] != nullptr &&
-         image.pitch[component.plane] >= component.step * samples;
+bool holds(const TLUX_IMAGE& image, const SamplePlace& component, std::int64_t samples) {
+  return hasRows(image, component.plane, component.step * samples);
 }
 
 // The part of the mark that is not wholly transparent, in its own samples; columns are even. What
@@ -171,7 +159,7 @@ TLUX_MULTIVERSION void blendRow(std::uint8_t* __restrict frame, std::ptrdiff_t s
 }
 
 // First sample, at column `column` of row `row` of its own grid, of one component.
-std::uint8_t* sampleAt(const TLUX_IMAGE& image, const Component& component, std::int64_t row,
+std::uint8_t* sampleAt(const TLUX_IMAGE& image, const SamplePlace& component, std::int64_t row,
                        std::int64_t column) {
   return image.plane[component.plane] + row * image.pitch[component.plane] + component.offset +
          column * component.step;
@@ -204,12 +192,11 @@ void blendMark(const TLUX_IMAGE& image, const MarkFormat& format, const Placemen
 }
 
 void embedMark(const TLUX_IMAGE& image) {
-  const MarkFormat* format = findMarkFormat(image.format);
-  if (format == nullptr) return;
+  const std::optional<MarkFormat> format = findMarkFormat(image.format);
+  if (!format) return;
   const Placement place = placeMark(image.width, image.height);
-  if (!place.fits || !hasRows(image, format->luma, image.width) ||
-      !hasRows(image, format->cb, image.width / 2) ||
-      !hasRows(image, format->cr, image.width / 2)) {
+  if (!place.fits || !holds(image, format->luma, image.width) ||
+      !holds(image, format->cb, image.width / 2) || !holds(image, format->cr, image.width / 2)) {
     return;
   }
   blendMark(image, *format, place);
