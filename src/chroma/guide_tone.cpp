@@ -8,26 +8,32 @@
 namespace tlux {
 namespace {
 
+// The planes of a frame before and after, `guide` being its luma before.
+struct TonePlanes {
+  LumaRows<const std::uint8_t> guide;
+  LumaRows<const std::uint8_t> chromaIn;
+  LumaRows<std::uint8_t> luma;
+  LumaRows<std::uint8_t> chroma;
+};
+
 // Takes the filtered rows for a change of luma, a tile of columns at a time.
 struct ToneRows {
-  const TLUX_GUIDE_TONE_CONTEXT& band;
+  std::int32_t lowWidth;
+  TonePlanes planes;
 
   template <class Groups>
   void operator()(std::int64_t y, Groups& groups) const {
     constexpr std::int32_t kTile = 256;
-    const TLUX_GUIDE_CONTEXT& filter = band.filter;
-    const std::uint8_t* guide = filter.fullGuide + y * band.guidePitch;
     std::uint8_t change[kUpsampling * kTile];
-    const std::int32_t width = kUpsampling * filter.lowWidth;
+    const std::int32_t width = kUpsampling * lowWidth;
     for (std::int32_t x = 0; x < width; x += kTile) {
       const std::int32_t end = std::min(x + kTile, width);
-      groups.makeLuma({x, end}, {guide + x, band.guidePitch}, {change, kTile});
+      groups.makeLuma({x, end}, {planes.guide.row(y) + x, planes.guide.pitch}, {change, kTile});
       for (int i = 0; i < kUpsampling; ++i) {
         const std::int64_t row = y + i;
-        GuideToneNV21Line(
-            static_cast<std::int32_t>(row), filter.fullOut + row * filter.fullPitch + x,
-            band.uvOut + row / 2 * band.uvOutPitch + x, guide + i * band.guidePitch + x,
-            band.uvIn + row / 2 * band.uvInPitch + x, change + i * kTile, end - x);
+        GuideToneNV21Line(static_cast<std::int32_t>(row), planes.luma.row(row) + x,
+                          planes.chroma.row(row / 2) + x, planes.guide.row(row) + x,
+                          planes.chromaIn.row(row / 2) + x, change + i * kTile, end - x);
       }
     }
   }
@@ -44,22 +50,20 @@ void copyLuma(const TLUX_IMAGE& source, std::uint8_t* copy, std::int64_t width,
 }
 
 std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_IMAGE& output,
-                          TLUX_GUIDE_CONTEXT frame) {
-  const std::int64_t width = std::int64_t{kUpsampling} * frame.lowWidth;
-  const std::int64_t height = std::int64_t{kUpsampling} * frame.lowHeight;
+                          const GuidedFrame& frame) {
+  const std::int64_t width = std::int64_t{kUpsampling} * frame.width();
+  const std::int64_t height = std::int64_t{kUpsampling} * frame.height();
   const Scratch<std::uint8_t> luma(manager, width * height);
   if (!luma) return TLUX_ERR_NO_MEMORY;
   copyLuma(source, luma.get(), width, height);
-  frame.fullGuide = luma.get();
-  frame.fullOut = output.plane[0];
-  frame.fullPitch = output.pitch[0];
-  const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius);
-  return filterOnThreads(manager, frame, bytes, [&](const Strip& strip) {
-    const TLUX_GUIDE_TONE_CONTEXT band = {*strip.band,     source.plane[1],
-                                          output.plane[1], static_cast<std::int32_t>(width),
-                                          source.pitch[1], output.pitch[1]};
-    filterStrip(strip, ToneRows{band});
-  });
+  const ToneRows tone = {frame.width(),
+                         {{luma.get(), static_cast<std::ptrdiff_t>(width)},
+                          {source.plane[1], source.pitch[1]},
+                          {output.plane[0], output.pitch[0]},
+                          {output.plane[1], output.pitch[1]}}};
+  const std::int64_t bytes = workerPoolBytes(frame.width(), frame.radius);
+  return filterOnThreads(manager, frame, bytes,
+                         [&tone](const Strip& strip) { filterStrip(strip, tone); });
 }
 
 } // namespace
@@ -67,7 +71,12 @@ std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
 
 void SingleThreadGuideTone(const TLUX_GUIDE_TONE_CONTEXT* context) noexcept {
   if (context == nullptr) return;
-  tlux::filterBand(context->filter, tlux::ToneRows{*context});
+  const TLUX_GUIDE_CONTEXT& filter = context->filter;
+  const tlux::TonePlanes planes = {{filter.fullGuide, context->guidePitch},
+                                   {context->uvIn, context->uvInPitch},
+                                   {filter.fullOut, filter.fullPitch},
+                                   {context->uvOut, context->uvOutPitch}};
+  tlux::filterBand(tlux::bandOf(filter), tlux::ToneRows{filter.lowWidth, planes});
 }
 
 uint32_t MultiThreadGuideTone(MMemMgr memMgr, const TLUX_IMAGE* source, TLUX_IMAGE* output,
@@ -84,13 +93,7 @@ uint32_t MultiThreadGuideTone(MMemMgr memMgr, const TLUX_IMAGE* source, TLUX_IMA
                                                   std::int64_t{tlux::kUpsampling} * lowH);
     if (result != TLUX_OK) return result;
   }
-  TLUX_GUIDE_CONTEXT frame = {};
-  frame.input = delta;
-  frame.guide = guide;
-  frame.lowWidth = lowW;
-  frame.lowHeight = lowH;
-  frame.lowPitch = lowPitch;
-  frame.radius = radius;
-  frame.eps = eps;
+  const tlux::GuidedFrame frame = {
+      {delta, lowW, lowH, lowPitch}, {guide, lowW, lowH, lowPitch}, radius, eps};
   return tlux::toneInBands(memMgr, *source, *output, frame);
 }

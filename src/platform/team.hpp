@@ -41,6 +41,18 @@ class Team {
   int size_;
 };
 
+// Calls work(item, slot) for the items 0 to count − 1, shared by a team or, null, by the caller.
+template <class Work>
+void shareItems(Team* team, std::int64_t count, Work&& work) {
+  if (team != nullptr && count > 1) {
+    team->share(count, work);
+    return;
+  }
+  for (std::int64_t item = 0; item < count; ++item) {
+    work(item, 0);
+  }
+}
+
 // Calls work(rows, slot) for all rows of a plane in parts of `partRows`, shared by the team. Null:
 // the caller does them at once.
 template <class Work>

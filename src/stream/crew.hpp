@@ -47,16 +47,4 @@ class Crew {
   std::optional<WorkerTeam> threads_;
 };
 
-// Calls work(item, slot) for the items 0 to count − 1, shared by a team or, null, by the caller.
-template <class Work>
-void shareItems(Team* team, std::int64_t count, Work&& work) {
-  if (team != nullptr && count > 1) {
-    team->share(count, work);
-    return;
-  }
-  for (std::int64_t item = 0; item < count; ++item) {
-    work(item, 0);
-  }
-}
-
 } // namespace tlux

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
+#include "guided_upsampling/guided_frame.hpp"
 #include "tlux/platform.h"
 
 namespace tlux {
@@ -33,14 +34,6 @@ class FrameLayout {
   std::int64_t shared_;
   std::int64_t workers_;
   std::int64_t bytes_;
-};
-
-// The four maps of the filter's coefficients.
-struct CoefficientPlanes {
-  std::int32_t* rawA;
-  std::int32_t* rawB;
-  std::int32_t* smoothA;
-  std::int32_t* smoothB;
 };
 
 // One block for the frames of a stream. It grows with them and is kept.

@@ -15,9 +15,6 @@
 namespace tlux {
 namespace {
 
-constexpr std::int32_t kFilterRadius = 16;         // reference pixels
-constexpr std::int32_t kFilterRegularisation = 20; // squared codes
-
 template <class Byte = std::uint8_t>
 Byte* rowOf(const TLUX_IMAGE& image, int plane, std::int64_t y) {
   return image.plane[plane] + y * image.pitch[plane];
@@ -101,62 +98,33 @@ class FrameFilter {
   }
 
   void writeRows() {
-    const std::int64_t stripsPerBand =
-        (std::int64_t{bands_[0].bandRows} + kStripRows - 1) / kStripRows;
-    shareItems(crew_.team(), bandCount_ * stripsPerBand, [&](std::int64_t index, int slot) {
-      const auto i = static_cast<std::size_t>(index / stripsPerBand);
-      const Band rows = rowsOf(bands_[i]);
-      const auto first = static_cast<std::int32_t>(rows.first + index % stripsPerBand * kStripRows);
-      if (first >= rows.end) return;
-      const std::int32_t end = std::min(rows.end, first + kStripRows);
+    forEachStrip(crew_.team(), filtered_, pools_, [this](const Strip& strip) {
       const TileWriter writer(frame_);
-      const Strip strip = {
-          &bands_[i], {first, end}, coefficients_[i], pools_[static_cast<std::size_t>(slot)]};
-      if (!filterStrip(strip, writer)) copyStrip(first, end);
+      if (!filterStrip(strip, writer)) copyStrip(strip.rows);
     });
   }
 
  private:
-  TLUX_GUIDE_CONTEXT wholeFrame() const {
-    const CoefficientPlanes maps = memory_.coefficients();
-    TLUX_GUIDE_CONTEXT whole = {};
-    whole.input = memory_.mapped().data;
-    whole.guide = memory_.reference().data;
-    whole.lowWidth = memory_.layout().refWidth();
-    whole.lowHeight = memory_.layout().refHeight();
-    whole.lowPitch = whole.lowWidth;
-    whole.radius = kFilterRadius;
-    whole.eps = kFilterRegularisation;
-    whole.rawA = maps.rawA;
-    whole.rawB = maps.rawB;
-    whole.smoothA = maps.smoothA;
-    whole.smoothB = maps.smoothB;
-    whole.bandRows = whole.lowHeight;
-    return whole;
+  GuidedFrame guidedFrame() const {
+    return {memory_.mapped(), memory_.reference(), kToneRadius, kToneRegularisation};
   }
 
   // As the run: every band by itself.
   void fitInBands() {
-    bandCount_ = kBandCount;
-    for (int i = 0; i < kBandCount; ++i) {
-      TLUX_GUIDE_CONTEXT& band = bands_[static_cast<std::size_t>(i)];
-      band = wholeFrame();
-      band.manager = pools_[static_cast<std::size_t>(i)];
-      band.bandRows = bandHeight(band.lowHeight);
-      band.startRow = i * band.bandRows;
-    }
+    filtered_ = splitIntoBands(guidedFrame(), memory_.coefficients(), pools_);
     shareItems(crew_.team(), kBandCount, [&](std::int64_t index, int /*slot*/) {
       const auto i = static_cast<std::size_t>(index);
-      coefficients_[i] = computeCoefficients(bands_[i]);
-      if (coefficients_[i] != Coefficients::kNone) finish(rowsOf(bands_[i]));
+      const GuidedBand& band = filtered_.bands[i];
+      filtered_.coefficients[i] = computeCoefficients(band);
+      if (filtered_.coefficients[i] != Coefficients::kNone) finish(band.rows());
     });
   }
 
   // One band, the parts being no more than a share of the work.
   void fitAllFinely() {
-    bandCount_ = 1;
-    bands_[0] = wholeFrame();
     const CoefficientPlanes maps = memory_.coefficients();
+    filtered_.count = 1;
+    filtered_.bands[0] = {guidedFrame(), maps, nullptr, 0, memory_.layout().refHeight()};
     const Plane<std::int32_t> a = mapOf(maps.rawA);
     const Plane<std::int32_t> b = mapOf(maps.rawB);
     const std::int32_t parts = std::clamp(crew_.size(), 1, kBandCount);
@@ -164,8 +132,8 @@ class FrameFilter {
     std::atomic<bool> isDone{true};
     shareRows(crew_.team(), a.height, partRows, [&](Band rows, int slot) {
       const MMemMgr pool = pools_[static_cast<std::size_t>(slot)];
-      if (!fitFinely(pool, rows, memory_.mapped(), memory_.reference(), kFilterRegularisation,
-                     a.data, b.data)) {
+      if (!fitFinely(pool, rows, memory_.mapped(), memory_.reference(), kToneRegularisation, a.data,
+                     b.data)) {
         isDone = false;
       }
     });
@@ -177,7 +145,7 @@ class FrameFilter {
         finish(rows);
       }
     });
-    coefficients_[0] = isDone ? smallCoefficients(a.width) : Coefficients::kNone;
+    filtered_.coefficients[0] = isDone ? smallCoefficients(a.width) : Coefficients::kNone;
   }
 
   Plane<std::int32_t> mapOf(std::int32_t* data) const {
@@ -192,10 +160,11 @@ class FrameFilter {
     toVideoRange(maps.smoothA + first, maps.smoothB + first, rows.end * width - first);
   }
 
-  void copyStrip(std::int32_t first, std::int32_t end) const {
+  void copyStrip(Band rows) const {
     const std::int64_t height = frame_.source.height;
-    const std::int64_t top = std::min<std::int64_t>(kUpsampling * std::int64_t{first}, height);
-    const std::int64_t bottom = std::min<std::int64_t>(kUpsampling * std::int64_t{end}, height);
+    const std::int64_t top = std::min<std::int64_t>(kUpsampling * std::int64_t{rows.first}, height);
+    const std::int64_t bottom =
+        std::min<std::int64_t>(kUpsampling * std::int64_t{rows.end}, height);
     copyRows(frame_, 0, top, bottom);
     copyRows(frame_, 1, top / 2, bottom / 2);
   }
@@ -204,9 +173,7 @@ class FrameFilter {
   const FrameMemory& memory_;
   const StreamFrame& frame_;
   std::array<MMemMgr, kMostWorkers> pools_{};
-  int bandCount_ = 0;
-  std::array<TLUX_GUIDE_CONTEXT, kBandCount> bands_{};
-  std::array<Coefficients, kBandCount> coefficients_{};
+  FilteredBands filtered_;
 };
 
 } // namespace
@@ -226,7 +193,7 @@ void copyStreamFrame(const StreamFrame& frame) {
 }
 
 std::int64_t filterPoolBytes(std::int32_t refWidth) {
-  return std::max(workerPoolBytes(refWidth, kFilterRadius),
+  return std::max(workerPoolBytes(refWidth, kToneRadius),
                   poolOf(poolBlock(fineFitScratchBytes(refWidth))));
 }
 

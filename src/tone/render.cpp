@@ -12,27 +12,8 @@
 namespace tlux {
 namespace {
 
-constexpr std::int32_t kFilterRadius = 16;         // reference pixels
-constexpr std::int32_t kFilterRegularisation = 20; // squared codes
-
 // Chroma rows that one thread makes at a time where they do not follow the luma.
 constexpr std::int64_t kChromaRows = 32;
-
-TLUX_GUIDE_CONTEXT filterOf(const MappedReference& reference, const TLUX_IMAGE& source,
-                            const TLUX_IMAGE& output) {
-  TLUX_GUIDE_CONTEXT frame = {};
-  frame.input = reference.mapped.data;
-  frame.guide = reference.luma.data;
-  frame.fullGuide = source.plane[0];
-  frame.fullOut = output.plane[0];
-  frame.lowWidth = reference.luma.width;
-  frame.lowHeight = reference.luma.height;
-  frame.lowPitch = static_cast<std::int32_t>(reference.luma.pitch);
-  frame.fullPitch = output.pitch[0];
-  frame.radius = kFilterRadius;
-  frame.eps = kFilterRegularisation;
-  return frame;
-}
 
 // Makes rows of the output, each as a whole: filtered and copied columns, and while they are in the
 // nearest cache the chroma that belongs to them.
@@ -119,11 +100,11 @@ std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReferen
     if (referenceFrame == nullptr) return;
     fillReferenceRows(source, *referenceFrame, rows, Components::kChroma);
   };
-  const TLUX_GUIDE_CONTEXT frame = filterOf(reference, source, output);
-  const RowRenderer renderer(source, output, std::int64_t{kUpsampling} * frame.lowWidth, rest);
+  const GuidedFrame frame = {reference.mapped, reference.luma, kToneRadius, kToneRegularisation};
+  const RowRenderer renderer(source, output, std::int64_t{kUpsampling} * frame.width(), rest);
   const ChromaWalk& chroma = renderer.chroma();
   if (!renderer.chromaFollows()) {
-    fillReference({0, frame.lowHeight});
+    fillReference({0, frame.height()});
     referenceFrame = nullptr;
     // Rows that the rule reaches in part only.
     if (rest == Rest::kCopied) copyChroma(source, output);
@@ -135,19 +116,18 @@ std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReferen
     renderer.copyRows(kUpsampling * strip.rows.first, kUpsampling * strip.rows.end);
   };
 
-  const std::int64_t bytes = workerPoolBytes(frame.lowWidth, frame.radius);
+  const std::int64_t bytes = workerPoolBytes(frame.width(), frame.radius);
   const std::uint32_t result =
       team.isComplete() ? filterInStrips(manager, frame, bytes, team, kBandCount, makeStrip)
                         : TLUX_ERR_THREAD;
   if (result != TLUX_OK) {
-    fillReference({0, frame.lowHeight});
+    fillReference({0, frame.height()});
     chroma.scaleRows(0, chroma.rows());
     return result;
   }
 
   const std::int64_t filteredRows =
-      std::int64_t{kUpsampling} *
-      std::min(kBandCount * bandHeight(frame.lowHeight), frame.lowHeight);
+      std::int64_t{kUpsampling} * std::min(kBandCount * bandHeight(frame.height()), frame.height());
   renderer.copyRows(filteredRows, output.height);
   if (!renderer.chromaFollows()) {
     team.share((chroma.rows() + kChromaRows - 1) / kChromaRows, [&](std::int64_t i, int /*slot*/) {
@@ -158,7 +138,7 @@ std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReferen
 }
 
 std::int64_t renderPoolBytes(std::int32_t width, std::int32_t height) {
-  return poolBlock(FilterBlock(width, height, workerPoolBytes(width, kFilterRadius)).bytes());
+  return poolBlock(FilterBlock(width, height, workerPoolBytes(width, kToneRadius)).bytes());
 }
 
 } // namespace tlux

@@ -1,0 +1,64 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): coefficients of bands.
+#include "guided_upsampling/band_coefficients.hpp"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "base/multiversion.hpp"
+#include "guided_upsampling/block_mean.hpp"
+#include "guided_upsampling/guide_block.hpp"
+
+namespace tlux {
+namespace {
+
+TLUX_MULTIVERSION bool isWithin(const std::int32_t* values, std::ptrdiff_t count,
+                                std::int32_t magnitude) {
+  std::int32_t lowest = 0;
+  std::int32_t highest = 0;
+  for (std::ptrdiff_t i = 0; i < count; ++i) {
+    lowest = std::min(lowest, values[i]);
+    highest = std::max(highest, values[i]);
+  }
+  return lowest >= -magnitude && highest <= magnitude;
+}
+
+bool fitShortGroups(const GuidedBand& band) {
+  const Band rows = band.rows();
+  const std::ptrdiff_t width = band.frame.width();
+  const std::ptrdiff_t first = rows.first * width;
+  const std::ptrdiff_t count = (rows.end - rows.first) * width;
+  return isWithin(band.maps.smoothA + first, count, kLargestShortA) &&
+         isWithin(band.maps.smoothB + first, count, kLargestShortB);
+}
+
+} // namespace
+
+Coefficients computeCoefficients(const GuidedBand& band) {
+  const GuidedFrame& frame = band.frame;
+  const CoefficientPlanes& maps = band.maps;
+  const Band rows = band.rows();
+  const SmoothedBand smoothed = {band.firstRow, band.rowCount, rows};
+  const auto smooth = [&](const std::int32_t* raw, std::int32_t* out) {
+    return smoothBand(band.manager, smoothed, packedPlane(raw, frame.width(), frame.height()), out,
+                      frame.radius);
+  };
+  const std::uint32_t solved = guideBlock(band.manager, rows, frame.input, frame.guide, maps.rawA,
+                                          maps.rawB, frame.radius, frame.regularisation);
+  if (solved != TLUX_OK || smooth(maps.rawA, maps.smoothA) != TLUX_OK ||
+      smooth(maps.rawB, maps.smoothB) != TLUX_OK) {
+    return Coefficients::kNone;
+  }
+  return fitShortGroups(band) ? smallCoefficients(frame.width()) : Coefficients::kLong;
+}
+
+FilteredBands splitIntoBands(const GuidedFrame& frame, const CoefficientPlanes& maps,
+                             std::span<const MMemMgr> pools) {
+  const std::int32_t rows = bandHeight(frame.height());
+  FilteredBands result;
+  for (std::size_t i = 0; i < kBandCount; ++i) {
+    result.bands[i] = {frame, maps, pools[i], static_cast<std::int32_t>(i) * rows, rows};
+  }
+  return result;
+}
+
+} // namespace tlux
