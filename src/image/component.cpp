@@ -4,7 +4,7 @@ namespace tlux {
 namespace {
 
 // Packed 4:2:2: luma on every second byte, Cb and Cr in turn on the others.
-Components packed422(std::int8_t lumaAt) {
+ComponentList packed422(std::int8_t lumaAt) {
   if (lumaAt == kNowhere) return {};
   const auto lumaOffset = static_cast<std::uint8_t>(lumaAt);
   const auto chromaOffset = static_cast<std::uint8_t>(1 - lumaOffset);
@@ -17,10 +17,10 @@ std::int64_t halved(std::int32_t size, int shift) {
 
 } // namespace
 
-Components componentsOf(const Format& format) {
+ComponentList componentsOf(const Format& format) {
   if (format.copiedBytes == 0) return {}; // raw samples are no bytes
   if (format.isPacked422()) return packed422(format.lumaAt);
-  Components components{};
+  ComponentList components{};
   components.list[0] = {0, 0, 1, format.pixelBytes, 0, 0, false};
   components.count = format.planes;
   const auto chromaChannels = static_cast<std::uint8_t>(format.planes == 2 ? 2 : 1);

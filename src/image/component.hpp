@@ -20,7 +20,7 @@ struct Component {
   bool isChroma;
 };
 
-struct Components {
+struct ComponentList {
   std::array<Component, 3> list;
   int count; // 0 for formats whose samples are not bytes, or lie in an unknown order
 
@@ -28,7 +28,7 @@ struct Components {
   const Component* end() const { return list.data() + count; }
 };
 
-Components componentsOf(const Format& format);
+ComponentList componentsOf(const Format& format);
 
 // Where the samples of one of Y, Cb and Cr lie: sample c of a row is byte `offset` + c·`step`.
 struct SamplePlace {
