@@ -5,7 +5,7 @@
 #include <cstdio>
 
 #include "base/fixed_point.hpp"
-#include "filter/guided_planes.hpp"
+#include "base/plane_checks.hpp"
 #include "guided_upsampling/window_sums.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/detail.h"

@@ -1,7 +1,7 @@
 #include <array>
 #include <cstddef>
 
-#include "filter/guided_planes.hpp"
+#include "base/plane_checks.hpp"
 #include "tlux/detail.h"
 
 namespace tlux {

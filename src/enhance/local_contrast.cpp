@@ -1,7 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "filter/guided_planes.hpp"
+#include "base/plane_checks.hpp"
 #include "filter/local_moments.hpp"
 #include "tlux/detail.h"
 

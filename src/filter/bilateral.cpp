@@ -6,7 +6,7 @@
 
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
-#include "filter/guided_planes.hpp"
+#include "base/plane_checks.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/smoothing.h"
 

@@ -1,8 +1,10 @@
+// The guided filter with windows of (2r + 1) × (2r + 1), cut at the edges: images and rows.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
+#include "base/plane_checks.hpp"
 #include "tlux/simple_image.h"
 
 namespace tlux {
@@ -32,12 +34,6 @@ inline ByteRows rowsOf(const img* image) {
 }
 inline OutputRows outputRowsOf(const img* image) {
   return {image->rows};
-}
-
-// The window means are exact for images of up to 2²⁸ pixels.
-inline bool isFilterableSize(std::int32_t width, std::int32_t height) {
-  constexpr std::int64_t kMostPixels = std::int64_t{1} << 28;
-  return width > 0 && height > 0 && std::int64_t{width} * height <= kMostPixels;
 }
 
 inline bool isFilterable(const img* image) {

@@ -1,8 +1,9 @@
+// The guided filter with windows of (2r + 1) × (2r + 1), cut at the edges.
 #pragma once
 
 #include <cstdint>
 
-#include "base/plane.hpp"
+#include "base/plane_checks.hpp"
 #include "filter/guided_filter.hpp"
 
 // Guided filters on bare planes.
@@ -13,19 +14,6 @@ inline ByteRows rowsOf(Plane<const std::uint8_t> plane) {
 }
 inline OutputRows outputRowsOf(Plane<std::uint8_t> plane) {
   return {nullptr, plane.data, plane.pitch};
-}
-
-// Whether a plane is one of `samples` bytes a pixel that can be filtered; an empty one is.
-template <class T>
-bool isPlane(Plane<T> plane, int samples = 1) {
-  const std::int64_t rowBytes =
-      std::int64_t{plane.width} * samples * static_cast<std::int64_t>(sizeof(T));
-  return plane.data != nullptr && plane.pitch >= rowBytes &&
-         (plane.width < 1 || plane.height < 1 || isFilterableSize(plane.width, plane.height));
-}
-
-inline bool isEmpty(std::int32_t width, std::int32_t height) {
-  return width < 1 || height < 1;
 }
 
 struct Smoothing {

@@ -1,4 +1,4 @@
-#include "filter/guided_planes.hpp"
+#include "base/plane_checks.hpp"
 #include "filter/local_moments.hpp"
 #include "tlux/smoothing.h"
 
