@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "base/multiversion.hpp"
 #include "base/plane_checks.hpp"
 #include "filter/local_moments.hpp"
 #include "tlux/detail.h"
@@ -21,20 +22,20 @@ double fromQ10(std::int32_t gain) {
   return gain / 1024.0;
 }
 
-[[gnu::noinline]] void applyGain(const std::uint8_t* __restrict samples,
-                                 const double* __restrict means, double gain, std::int32_t width,
-                                 std::uint8_t* __restrict out) {
+TLUX_OUT_OF_LINE void applyGain(const std::uint8_t* __restrict samples,
+                                const double* __restrict means, double gain, std::int32_t width,
+                                std::uint8_t* __restrict out) {
   for (std::int32_t x = 0; x < width; ++x) {
     out[x] = roundToByte(means[x] + gain * (samples[x] - means[x]));
   }
 }
 
 // gain = deviation / σ, from 1 to the largest.
-[[gnu::noinline]] void applyAdaptiveGain(const std::uint8_t* __restrict samples,
-                                         const double* __restrict means,
-                                         const double* __restrict meanSquares, double deviation,
-                                         double largestGain, std::int32_t width,
-                                         std::uint8_t* __restrict out) {
+TLUX_OUT_OF_LINE void applyAdaptiveGain(const std::uint8_t* __restrict samples,
+                                        const double* __restrict means,
+                                        const double* __restrict meanSquares, double deviation,
+                                        double largestGain, std::int32_t width,
+                                        std::uint8_t* __restrict out) {
   const double smallest = deviation / largestGain;
   for (std::int32_t x = 0; x < width; ++x) {
     const double sigma = std::sqrt(varianceOf(means[x], meanSquares[x]));

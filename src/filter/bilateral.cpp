@@ -14,8 +14,6 @@
 // distance. Two neighbours on opposite sides share that table, and a whole stretch of a row is
 // taken at once: differences, then look-ups, then sums, so that all but the look-ups run in
 // vectors.
-//
-// The row functions stay out of line, where their pointers keep the promise not to alias.
 namespace tlux {
 namespace {
 
@@ -126,9 +124,9 @@ TLUX_MULTIVERSION void writeDifferences(const std::uint8_t* __restrict a,
   }
 }
 
-[[gnu::noinline]] void lookUp(const std::uint8_t* __restrict differences,
-                              const std::uint16_t* __restrict table, std::int32_t count,
-                              std::uint16_t* __restrict out) {
+TLUX_OUT_OF_LINE void lookUp(const std::uint8_t* __restrict differences,
+                             const std::uint16_t* __restrict table, std::int32_t count,
+                             std::uint16_t* __restrict out) {
 #pragma GCC unroll 8
   for (std::int32_t x = 0; x < count; ++x) {
     out[x] = table[differences[x]];

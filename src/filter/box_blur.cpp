@@ -14,9 +14,7 @@
 // row of them give each window as one difference. The plane is overwritten on the way, so the last
 // r + 1 original rows are kept aside.
 //
-// All sums are unsigned words that wrap, read as signed at the end for signed samples. The row
-// functions stay out of line: inlined into the loop over rows, GCC no longer knows that their
-// pointers do not alias.
+// All sums are unsigned words that wrap, read as signed at the end for signed samples.
 namespace tlux {
 namespace {
 
@@ -36,16 +34,16 @@ constexpr std::int32_t kLargestRadiusOf16BitSums = 7;
 constexpr std::int32_t kLargestRadiusOf16BitColumns = 127;
 
 template <class Sample, class Column>
-[[gnu::noinline]] void addRow(Column* __restrict columns, const Sample* __restrict row,
-                              std::int32_t width) {
+TLUX_OUT_OF_LINE void addRow(Column* __restrict columns, const Sample* __restrict row,
+                             std::int32_t width) {
   for (std::int32_t x = 0; x < width; ++x) {
     columns[x] = static_cast<Column>(columns[x] + static_cast<Column>(row[x]));
   }
 }
 
 template <class Sample, class Column>
-[[gnu::noinline]] void slideDown(Column* __restrict columns, const Sample* __restrict entering,
-                                 const Sample* __restrict leaving, std::int32_t width) {
+TLUX_OUT_OF_LINE void slideDown(Column* __restrict columns, const Sample* __restrict entering,
+                                const Sample* __restrict leaving, std::int32_t width) {
   for (std::int32_t x = 0; x < width; ++x) {
     const auto change = static_cast<Column>(entering[x]) - static_cast<Column>(leaving[x]);
     columns[x] = static_cast<Column>(columns[x] + static_cast<Column>(change));
@@ -55,8 +53,8 @@ template <class Sample, class Column>
 // Prefix sums of the columns with the first and last one repeated `radius` times: width + 2r + 1
 // values, of which sums[x + d] − sums[x] is the window of x.
 template <class Sample, class Column, class Sum>
-[[gnu::noinline]] void paddedPrefixSums(const Column* __restrict columns, std::int32_t width,
-                                        std::int32_t radius, Sum* __restrict sums) {
+TLUX_OUT_OF_LINE void paddedPrefixSums(const Column* __restrict columns, std::int32_t width,
+                                       std::int32_t radius, Sum* __restrict sums) {
   const auto widened = [&](std::int32_t x) {
     using Value = std::conditional_t<std::is_signed_v<Sample>, std::make_signed_t<Column>, Column>;
     return static_cast<Sum>(static_cast<Value>(columns[x]));
@@ -88,9 +86,9 @@ constexpr std::int32_t roundedMean(std::uint32_t sum, std::uint16_t k) {
 
 // The halves of the 16 × 16-bit product apart: compilers have an instruction for each.
 template <class Sample>
-[[gnu::noinline]] void writeMeans(const std::uint16_t* __restrict sums,
-                                  const std::uint16_t* __restrict ends, std::uint16_t k,
-                                  Sample* __restrict out, std::int32_t width) {
+TLUX_OUT_OF_LINE void writeMeans(const std::uint16_t* __restrict sums,
+                                 const std::uint16_t* __restrict ends, std::uint16_t k,
+                                 Sample* __restrict out, std::int32_t width) {
   using Sum = std::conditional_t<std::is_signed_v<Sample>, std::int16_t, std::uint16_t>;
   using Wide = std::conditional_t<std::is_signed_v<Sample>, std::int32_t, std::uint32_t>;
   for (std::int32_t x = 0; x < width; ++x) {
@@ -105,10 +103,9 @@ template <class Sample>
 // The product of 8-bit samples fits 32 bits, |sum · k| ≤ 255 · d² · k ≤ 255 · 130696, and the mean
 // 16; the upper bits, where an unsigned shift differs from a signed one, are cut off.
 template <class Sample>
-requires(sizeof(Sample) == 1)
-    [[gnu::noinline]] void writeMeans(const std::uint32_t* __restrict sums,
-                                      const std::uint32_t* __restrict ends, std::uint16_t k,
-                                      Sample* __restrict out, std::int32_t width) {
+requires(sizeof(Sample) == 1) TLUX_OUT_OF_LINE
+    void writeMeans(const std::uint32_t* __restrict sums, const std::uint32_t* __restrict ends,
+                    std::uint16_t k, Sample* __restrict out, std::int32_t width) {
   constexpr std::int16_t kMin{std::numeric_limits<Sample>::min()};
   constexpr std::int16_t kMax{std::numeric_limits<Sample>::max()};
   for (std::int32_t x = 0; x < width; ++x) {

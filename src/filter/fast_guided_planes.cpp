@@ -4,6 +4,7 @@
 #include <numeric>
 
 #include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
 #include "filter/guided_planes.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/smoothing.h"
@@ -71,10 +72,9 @@ constexpr std::int32_t mix(std::int32_t near, std::int32_t far, std::int32_t wei
   return wrappingAdd(near * 64, wrappingMul(wrappingSub(far, near), weight)) >> 6;
 }
 
-// Stays out of line, where its pointers keep the promise not to alias.
-[[gnu::noinline]] void mixRows(const std::int32_t* __restrict near,
-                               const std::int32_t* __restrict far, std::int32_t weight,
-                               std::int32_t count, std::int32_t* __restrict out) {
+TLUX_OUT_OF_LINE void mixRows(const std::int32_t* __restrict near,
+                              const std::int32_t* __restrict far, std::int32_t weight,
+                              std::int32_t count, std::int32_t* __restrict out) {
   for (std::int32_t x = 0; x < count; ++x) {
     out[x] = mix(near[x], far[x], weight);
   }

@@ -4,15 +4,15 @@
 #include <algorithm>
 
 #include "base/fixed_point.hpp"
+#include "base/multiversion.hpp"
 #include "filter/row_differences.hpp"
 
 namespace tlux {
 namespace {
 
-// Stays out of line, where its pointers keep the promise not to alias.
 template <int Step>
-[[gnu::noinline]] void toWords(const std::uint8_t* __restrict bytes, std::int32_t count,
-                               std::int16_t* __restrict words) {
+TLUX_OUT_OF_LINE void toWords(const std::uint8_t* __restrict bytes, std::int32_t count,
+                              std::int16_t* __restrict words) {
   for (std::int32_t x = 0; x < count; ++x) {
     words[x] = bytes[std::int64_t{x} * Step];
   }

@@ -1,3 +1,4 @@
+#include "base/multiversion.hpp"
 #include "base/plane_checks.hpp"
 #include "filter/local_moments.hpp"
 #include "tlux/smoothing.h"
@@ -5,9 +6,9 @@
 namespace tlux {
 namespace {
 
-[[gnu::noinline]] void roundVariances(const double* __restrict means,
-                                      const double* __restrict meanSquares, std::int32_t width,
-                                      std::uint16_t* __restrict out) {
+TLUX_OUT_OF_LINE void roundVariances(const double* __restrict means,
+                                     const double* __restrict meanSquares, std::int32_t width,
+                                     std::uint16_t* __restrict out) {
   for (std::int32_t x = 0; x < width; ++x) {
     const double rounded = varianceOf(means[x], meanSquares[x]) + 0.5; // at most 16256.75
     out[x] = static_cast<std::uint16_t>(static_cast<std::int32_t>(rounded));

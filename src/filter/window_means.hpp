@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "base/multiversion.hpp"
 #include "filter/exact_division.hpp"
 #include "filter/prefix_sum.hpp"
 
@@ -109,11 +110,11 @@ class WindowMeans {
     }
   }
 
-  [[gnu::noinline]] static void addAndDivide(const double* __restrict prefixSums,
-                                             const double* __restrict ends,
-                                             const double* __restrict reciprocals,
-                                             std::int32_t width, double* __restrict sums,
-                                             Mean* __restrict means) {
+  TLUX_OUT_OF_LINE static void addAndDivide(const double* __restrict prefixSums,
+                                            const double* __restrict ends,
+                                            const double* __restrict reciprocals,
+                                            std::int32_t width, double* __restrict sums,
+                                            Mean* __restrict means) {
     for (std::int32_t x = 0; x < width; ++x) {
       const double sum = sums[x] + (ends[x] - prefixSums[x]);
       sums[x] = sum;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "base/multiversion.hpp"
+
 namespace tlux {
 
 // A run of pixels, their first three channels taken apart. The arithmetic on them vectorises
@@ -16,8 +18,8 @@ struct BgrChunk {
   std::uint8_t r[kSize];
   std::int32_t count;
 
-  [[gnu::always_inline]] void load(const std::uint8_t* pixels, std::int32_t channels,
-                                   std::int32_t pixelCount) {
+  TLUX_INLINED void load(const std::uint8_t* pixels, std::int32_t channels,
+                         std::int32_t pixelCount) {
     count = pixelCount;
     switch (channels) {
       case 3:
@@ -32,8 +34,8 @@ struct BgrChunk {
   }
 
  private:
-  [[gnu::always_inline]] void split(const std::uint8_t* __restrict pixels, std::ptrdiff_t channels,
-                                    std::ptrdiff_t pixelCount) {
+  TLUX_INLINED void split(const std::uint8_t* __restrict pixels, std::ptrdiff_t channels,
+                          std::ptrdiff_t pixelCount) {
     for (std::ptrdiff_t i = 0; i < pixelCount; ++i) {
       b[i] = pixels[channels * i];
       g[i] = pixels[channels * i + 1];
@@ -46,8 +48,8 @@ struct BgrChunk {
 // Inlined, so that a multiversioned caller has all of it in its versions: three channels come apart
 // several times faster by the byte shuffles of AVX2.
 template <class Work>
-[[gnu::always_inline]] inline void forEachBgrChunk(const std::uint8_t* row, std::int32_t channels,
-                                                   std::int32_t width, Work work) {
+TLUX_INLINED void forEachBgrChunk(const std::uint8_t* row, std::int32_t channels,
+                                  std::int32_t width, Work work) {
   BgrChunk chunk;
   for (std::int64_t x = 0; x < width; x += BgrChunk::kSize) {
     const std::int64_t count = std::min<std::int64_t>(width - x, BgrChunk::kSize);

@@ -25,8 +25,7 @@ struct Rgb {
 };
 
 template <int kBytes, int kRed>
-[[gnu::always_inline]] inline void split(const std::uint8_t* __restrict pixels, int count,
-                                         Rgb& __restrict rgb) {
+TLUX_INLINED void split(const std::uint8_t* __restrict pixels, int count, Rgb& __restrict rgb) {
   for (int x = 0; x < count; ++x) {
     rgb.red[x] = pixels[kBytes * x + kRed];
     rgb.green[x] = pixels[kBytes * x + 1];
@@ -35,8 +34,7 @@ template <int kBytes, int kRed>
 }
 
 template <int kBytes, int kRed>
-[[gnu::always_inline]] inline void merge(const Rgb& __restrict rgb, int count,
-                                         std::uint8_t* __restrict pixels) {
+TLUX_INLINED void merge(const Rgb& __restrict rgb, int count, std::uint8_t* __restrict pixels) {
   for (int x = 0; x < count; ++x) {
     pixels[kBytes * x + kRed] = rgb.red[x];
     pixels[kBytes * x + 1] = rgb.green[x];

@@ -27,16 +27,15 @@ struct LargestChannel {
 };
 
 template <class Gray>
-[[gnu::always_inline]] inline void grayRow(std::uint8_t* to, const std::uint8_t* from,
-                                           std::int32_t channels, std::int32_t width, Gray gray) {
-  forEachBgrChunk(
-      from, channels,
-      width, [=](const BgrChunk& chunk, std::int64_t x) __attribute__((always_inline)) {
-        std::uint8_t* __restrict out = to + x;
-        for (std::int32_t i = 0; i < chunk.count; ++i) {
-          out[i] = gray(chunk.b[i], chunk.g[i], chunk.r[i]);
-        }
-      });
+TLUX_INLINED void grayRow(std::uint8_t* to, const std::uint8_t* from, std::int32_t channels,
+                          std::int32_t width, Gray gray) {
+  forEachBgrChunk(from, channels, width,
+                  [=](const BgrChunk& chunk, std::int64_t x) TLUX_INLINED_LAMBDA {
+                    std::uint8_t* __restrict out = to + x;
+                    for (std::int32_t i = 0; i < chunk.count; ++i) {
+                      out[i] = gray(chunk.b[i], chunk.g[i], chunk.r[i]);
+                    }
+                  });
 }
 
 TLUX_MULTIVERSION void weightedGrayRow(std::uint8_t* to, const std::uint8_t* from,

@@ -15,9 +15,8 @@ constexpr std::int64_t align4(std::int64_t bytes) {
 }
 
 // Full-range BT.601 in Q14.
-[[gnu::always_inline]] inline void convertPixel(std::int32_t b, std::int32_t g, std::int32_t r,
-                                                std::uint8_t& luma, std::uint8_t& cb,
-                                                std::uint8_t& cr) {
+TLUX_INLINED void convertPixel(std::int32_t b, std::int32_t g, std::int32_t r, std::uint8_t& luma,
+                               std::uint8_t& cb, std::uint8_t& cr) {
   constexpr std::int32_t kHalf = 1 << 13;
   const std::int32_t y = (4899 * r + 9617 * g + 1868 * b + kHalf) >> 14; // at most 255
   luma = static_cast<std::uint8_t>(y);
@@ -58,15 +57,14 @@ void convertRow(const std::uint8_t* __restrict bgr, std::ptrdiff_t pitch,
 // Every pixel, in runs of which the channels are taken apart.
 TLUX_MULTIVERSION void convertPixels(const std::uint8_t* bgr, std::uint8_t* luma, std::uint8_t* cb,
                                      std::uint8_t* cr, std::int32_t count) {
-  forEachBgrChunk(
-      bgr, 3, count, [=](const BgrChunk& chunk, std::int64_t x) __attribute__((always_inline)) {
-        std::uint8_t* __restrict lumaRun = luma + x;
-        std::uint8_t* __restrict cbRun = cb + x;
-        std::uint8_t* __restrict crRun = cr + x;
-        for (std::int32_t i = 0; i < chunk.count; ++i) {
-          convertPixel(chunk.b[i], chunk.g[i], chunk.r[i], lumaRun[i], cbRun[i], crRun[i]);
-        }
-      });
+  forEachBgrChunk(bgr, 3, count, [=](const BgrChunk& chunk, std::int64_t x) TLUX_INLINED_LAMBDA {
+    std::uint8_t* __restrict lumaRun = luma + x;
+    std::uint8_t* __restrict cbRun = cb + x;
+    std::uint8_t* __restrict crRun = cr + x;
+    for (std::int32_t i = 0; i < chunk.count; ++i) {
+      convertPixel(chunk.b[i], chunk.g[i], chunk.r[i], lumaRun[i], cbRun[i], crRun[i]);
+    }
+  });
 }
 
 template <>

@@ -11,8 +11,8 @@ namespace {
 // The analyser does not see that a stretch of one step and more fills all sums that are read here.
 // NOLINTBEGIN(clang-analyzer-core.CallAndMessage,clang-analyzer-core.UndefinedBinaryOperatorResult)
 template <Mean kMean>
-[[gnu::always_inline]] inline void writeMeans(const std::uint16_t* __restrict sums,
-                                              std::uint8_t* __restrict out, std::ptrdiff_t count) {
+TLUX_INLINED void writeMeans(const std::uint16_t* __restrict sums, std::uint8_t* __restrict out,
+                             std::ptrdiff_t count) {
   for (std::ptrdiff_t i = 0; i < count; ++i) {
     out[i] = meanOf<kMean>(sums[i]);
   }
@@ -36,9 +36,8 @@ template <RowPattern kPattern>
 constexpr bool kInOneLoop = (WordLanes<kPattern>::kBytes <= 4) && WordLanes<kPattern>::kFit;
 
 template <RowPattern kPattern, int kRows, Mean kMean>
-[[gnu::always_inline]] inline void reduceRow(const SourceRows& rows, std::uint8_t* __restrict first,
-                                             std::uint8_t* __restrict second,
-                                             std::ptrdiff_t steps) {
+TLUX_INLINED void reduceRow(const SourceRows& rows, std::uint8_t* __restrict first,
+                            std::uint8_t* __restrict second, std::ptrdiff_t steps) {
   constexpr bool kPairs = kPattern.channels == 2;
   const std::ptrdiff_t outputs = steps * kPattern.outputs;
   if constexpr (kMean == Mean::kOne && kPattern.stepBytes() == 1) {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <utility>
 
+#include "base/multiversion.hpp"
 #include "reduce/row_kernels.hpp"
 #include "reduce/row_pattern.hpp"
 
@@ -22,7 +23,7 @@ Word loadWord(const std::uint8_t* bytes) {
 
 // Calls f with the constants 0 to kCount − 1.
 template <int kCount, class F>
-[[gnu::always_inline]] constexpr void unroll(F&& f) {
+TLUX_INLINED constexpr void unroll(F&& f) {
   [&]<int... kIndex>(std::integer_sequence<int, kIndex...>) {
     (f(std::integral_constant<int, kIndex>{}), ...);
   }
@@ -30,7 +31,7 @@ template <int kCount, class F>
 }
 
 template <RowPattern kPattern>
-[[gnu::always_inline]] inline std::uint16_t fold(typename WordLanes<kPattern>::Sum lanes) {
+TLUX_INLINED std::uint16_t fold(typename WordLanes<kPattern>::Sum lanes) {
   using Sum = typename WordLanes<kPattern>::Sum;
   if constexpr (sizeof(Sum) == 4 && WordLanes<kPattern>::foldAt() == 0b101) {
     // Two lanes of 16 bits, added in the upper one: otherwise compilers narrow both before they
@@ -51,8 +52,7 @@ template <RowPattern kPattern>
 // folded: an element-wise loop over arrays of words, which compilers vectorise. Calls
 // store(i, sum, sum of the second component).
 template <RowPattern kPattern, int kBegin, int kEnd, class Store>
-[[gnu::always_inline]] inline void sumWords(const SourceRows& sourceRows, std::ptrdiff_t steps,
-                                            Store&& store) {
+TLUX_INLINED void sumWords(const SourceRows& sourceRows, std::ptrdiff_t steps, Store&& store) {
   using L = WordLanes<kPattern>;
   using Sum = typename L::Sum;
   const SourceRows rows = sourceRows;
@@ -78,8 +78,8 @@ template <RowPattern kPattern, int kBegin, int kEnd, class Store>
 // the samples of an output starting at every column, both element-wise, of which the outputs pick
 // theirs. `second` receives those of the second component.
 template <RowPattern kPattern, int kBegin, int kEnd>
-[[gnu::always_inline]] inline void sumWindows(const SourceRows& sourceRows, std::ptrdiff_t steps,
-                                              std::uint16_t* first, std::uint16_t* second) {
+TLUX_INLINED void sumWindows(const SourceRows& sourceRows, std::ptrdiff_t steps,
+                             std::uint16_t* first, std::uint16_t* second) {
   constexpr std::ptrdiff_t kStep = kPattern.stepBytes();
   const SourceRows rows = sourceRows;
   std::uint16_t columns[kStretch + kMaxReach];
@@ -119,7 +119,7 @@ struct StretchSums {
   std::uint16_t first[kStretch];
   std::uint16_t second[kPattern.channels == 2 ? kStretch : 1];
 
-  [[gnu::always_inline]] StretchSums(const SourceRows& rows, std::ptrdiff_t steps) {
+  TLUX_INLINED StretchSums(const SourceRows& rows, std::ptrdiff_t steps) {
     if constexpr (WordLanes<kPattern>::kFit) {
       sumWords<kPattern, kBegin, kEnd>(
           rows, steps, [this](std::ptrdiff_t i, std::uint16_t one, std::uint16_t two) {
