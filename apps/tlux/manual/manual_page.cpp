@@ -31,28 +31,27 @@ constexpr const char* kHead = R"(.Dd November 22, 2026
 .Fl -help
 )";
 
-constexpr const char* kDescription[] = {
+constexpr const char* kDescription =
     "tlux lifts the dark regions of pictures, holds the bright ones and keeps local detail. It "
     "also runs single operations of the library's toolkit on pictures. The extension of an output "
     "chooses its format: PNG, JPEG, WebP, AVIF, HEIC, JPEG XL, TIFF, BMP, or a raw nv21 or nv12 "
-    "frame. 'tlux info' lists those that this build can write.",
+    "frame. 'tlux info' lists those that this build can write.\n\n"
     "The natural tones that are the default keep smooth areas smooth and saturated colours "
     "detailed, and move as evenly as the exposure does. Strength 0 keeps the tones, but fine noise "
-    "is still smoothed a little, by less than one code of 256 on average.",
+    "is still smoothed a little, by less than one code of 256 on average.\n\n"
     "Pictures are turned upright. The colour profile, EXIF, XMP and IPTC data, comment, density "
     "and modification time are kept; BMP holds none of them but the time. Previews inside the "
     "metadata are dropped, since they show the old picture. Inks (CMYK), gray with a profile of "
     "its own and linear light (OpenEXR, floating point) are converted to sRGB. Pictures have up to "
     "268 megapixels and 65534 pixels on a side. A warning names whatever is left behind: further "
-    "pages, bits beyond 8, gain maps for HDR displays, the motion part of a photo.",
+    "pages, bits beyond 8, gain maps for HDR displays, the motion part of a photo.\n\n"
     "An output appears under its name only once it is whole and on the disk, and it must not be "
     "the input. A symbolic link stays one and the file it leads to is written. On file systems "
     "without unnamed files, a killed command leaves a .tlux-XXXXXX in the folder of the output, to "
-    "be removed by hand.",
+    "be removed by hand.\n\n"
     "Numbers are decimal. Every result carries a small mark in its lower right corner. The shapes "
-    "of what --json prints are documented in docs/command.md.",
-    "The options of the program itself are as follows:",
-};
+    "of what --json prints are documented in docs/command.md.\n\n"
+    "The options of the program itself are as follows:";
 
 constexpr const char* kStatus = R"(.Sh EXIT STATUS
 .Bl -tag -width Ds
@@ -171,9 +170,7 @@ std::string manualPage(const CommandWords& words) {
   const std::vector<OptionWords> common = commonOptions(words);
   Mdoc page;
   page.heading("Sh", "DESCRIPTION");
-  for (const char* paragraph : kDescription) {
-    page.prose(paragraph);
-  }
+  page.footer(kDescription);
   addOptions(words.options, page);
   page.heading("Sh", "COMMON OPTIONS");
   page.prose("Several commands share these options; the help of a command lists those it takes:");
