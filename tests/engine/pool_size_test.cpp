@@ -3,8 +3,8 @@
 #include <limits>
 #include <vector>
 
+#include "engine/scoped_engine.hpp"
 #include "support/frame.hpp"
-#include "tlux/engine.h"
 #include "tlux/platform.h"
 
 namespace tlux::test {
@@ -17,7 +17,15 @@ constexpr std::size_t kMisalignment = 8;
 // strengths, each as from a fresh engine on the heap. Says whether there was memory for all.
 class Life {
  public:
-  explicit Life(const FrameShape& shape) : shape_(shape) {}
+  explicit Life(const FrameShape& shape) : shape_(shape) {
+    for (const std::uint32_t strength : {0U, 50U, 100U}) {
+      for (const Scene scene : {Scene::kWindow, Scene::kNoise}) {
+        runs_.push_back({strength, Frame(shape, scene), Frame(shape)});
+        Run& run = runs_.back();
+        EXPECT_EQ(ScopedEngine().run(run.source, run.expected, strength), TLUX_OK);
+      }
+    }
+  }
 
   bool fitsIn(std::uint64_t bytes, std::size_t misalignment) {
     std::vector<std::uint64_t> memory((bytes + kMisalignment) / 8 + 1);
@@ -26,35 +34,31 @@ class Life {
     TLUX_ENGINE* engine = nullptr;
     if (manager == nullptr || TLUX_Init(manager, &engine) != TLUX_OK) return false;
     bool fits = true;
-    for (const std::uint32_t strength : {0U, 50U, 100U}) {
-      for (const Scene scene : {Scene::kWindow, Scene::kNoise}) {
-        fits = fits && runs(manager, engine, scene, strength);
-      }
-    }
+    for (Run& run : runs_)
+      fits = fits && runsIn(manager, engine, run);
     TLUX_Uninit(manager, engine);
     return fits;
   }
 
  private:
-  bool runs(MMemMgr manager, TLUX_ENGINE* engine, Scene scene, std::uint32_t strength) {
-    Frame source(shape_, scene);
+  struct Run {
+    std::uint32_t strength;
+    Frame source;
+    Frame expected;
+  };
+
+  bool runsIn(MMemMgr manager, TLUX_ENGINE* engine, Run& run) {
     Frame output(shape_);
-    if (TLUX_RunDynamicRangeOptimizationImage(manager, engine, &source.image(), 1, &output.image(),
-                                              &strength, 0) != TLUX_OK) {
+    if (TLUX_RunDynamicRangeOptimizationImage(manager, engine, &run.source.image(), 1,
+                                              &output.image(), &run.strength, 0) != TLUX_OK) {
       return false;
     }
-    Frame expected(shape_);
-    TLUX_ENGINE* fresh = nullptr;
-    EXPECT_EQ(TLUX_Init(nullptr, &fresh), TLUX_OK);
-    EXPECT_EQ(TLUX_RunDynamicRangeOptimizationImage(nullptr, fresh, &source.image(), 1,
-                                                    &expected.image(), &strength, 0),
-              TLUX_OK);
-    TLUX_Uninit(nullptr, fresh);
-    EXPECT_TRUE(output == expected);
+    EXPECT_TRUE(output == run.expected);
     return true;
   }
 
   FrameShape shape_;
+  std::vector<Run> runs_;
 };
 
 TEST(PoolSize, IsEnoughAndHardlyMore) {

@@ -57,8 +57,8 @@ Bytes channelOf(const Bytes& pixels, int channels, int channel) {
   return out;
 }
 
-std::vector<long double> expected(const Member& member, const Bytes& guide, const Bytes& input,
-                                  reference::Size size, int radius, int eps) {
+std::vector<double> expected(const Member& member, const Bytes& guide, const Bytes& input,
+                             reference::Size size, int radius, int eps) {
   radius = std::min(radius, 1000);
   if (member.factor > 0) {
     return reference::fastGuidedFilter(guide, input, size, radius, eps, member.factor);
@@ -90,7 +90,7 @@ TEST(PlaneGuidedFilter, IsCloseToTheFormulaInRealNumbers) {
                                          {width, height}, radius, eps);
               const Bytes actual = channelOf(q.pixels(), member.inputs, channel);
               for (std::size_t i = 0; i < actual.size(); ++i) {
-                ASSERT_LT(std::abs(actual[i] - std::clamp(real[i], 0.0L, 255.0L)),
+                ASSERT_LT(std::abs(actual[i] - std::clamp(real[i], 0.0, 255.0)),
                           member.guides == 3 ? 2 : 1)
                     << i;
               }

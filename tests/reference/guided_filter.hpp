@@ -76,8 +76,8 @@ inline Coefficients<1> guidedCoefficients(const std::vector<std::uint8_t>& guide
 // Of one window: the means of the guide channels and of the input, and the a of each channel.
 template <int Guides>
 struct WindowFit {
-  long double mean[Guides + 1] = {};
-  long double a[Guides] = {};
+  double mean[Guides + 1] = {};
+  double a[Guides] = {};
 };
 
 // Solves (Σ + ε · 1) · a = cov(I, p) by elimination; the matrix needs no pivoting.
@@ -86,8 +86,8 @@ WindowFit<Guides> fitWindow(const std::vector<std::uint8_t>& guide,
                             const std::vector<std::uint8_t>& input, Size size, int x, int y,
                             int radius, int epsilon) {
   WindowFit<Guides> fit;
-  long double m[Guides][Guides + 1] = {};
-  const auto n = static_cast<long double>(forWindow(size, x, y, radius, [&](std::size_t i) {
+  double m[Guides][Guides + 1] = {};
+  const auto n = static_cast<double>(forWindow(size, x, y, radius, [&](std::size_t i) {
     int values[Guides + 1];
     std::copy_n(guide.data() + Guides * i, Guides, values);
     values[Guides] = input[i];
@@ -97,7 +97,7 @@ WindowFit<Guides> fitWindow(const std::vector<std::uint8_t>& guide,
         m[row][c] += values[row] * values[c];
     }
   }));
-  for (long double& mean : fit.mean)
+  for (double& mean : fit.mean)
     mean /= n;
   for (int row = 0; row < Guides; ++row) {
     for (int c = 0; c <= Guides; ++c)
@@ -105,7 +105,7 @@ WindowFit<Guides> fitWindow(const std::vector<std::uint8_t>& guide,
   }
   for (int pivot = 0; pivot < Guides; ++pivot) {
     for (int row = 0; row < Guides; ++row) {
-      const long double factor = row == pivot ? 0 : m[row][pivot] / m[pivot][pivot];
+      const double factor = row == pivot ? 0 : m[row][pivot] / m[pivot][pivot];
       for (int c = 0; c <= Guides; ++c)
         m[row][c] -= factor * m[pivot][c];
     }
@@ -121,7 +121,7 @@ inline Coefficients<3> guidedCoefficients3(const std::vector<std::uint8_t>& guid
   Coefficients<3> out;
   forEachPixel(size.width, size.height, [&](int x, int y) {
     const auto fit = fitWindow<3>(guide, input, size, x, y, radius, 10);
-    long double b = 256 * fit.mean[3];
+    double b = 256 * fit.mean[3];
     for (std::size_t c = 0; c < 3; ++c) {
       out[c].push_back(static_cast<std::int32_t>(256 * fit.a[c]));
       b -= out[c].back() * fit.mean[c];

@@ -15,7 +15,7 @@ using Plane = std::vector<std::uint8_t>;
 
 // a of each guide channel, then b, of every pixel.
 template <int Guides>
-using RealCoefficients = std::array<std::vector<long double>, Guides + 1>;
+using RealCoefficients = std::array<std::vector<double>, Guides + 1>;
 
 template <int Guides>
 RealCoefficients<Guides> fitGuided(const Plane& guide, const Plane& input, Size size, int radius,
@@ -23,7 +23,7 @@ RealCoefficients<Guides> fitGuided(const Plane& guide, const Plane& input, Size 
   RealCoefficients<Guides> out;
   forEachPixel(size.width, size.height, [&](int x, int y) {
     const auto fit = fitWindow<Guides>(guide, input, size, x, y, radius, epsilon);
-    long double b = fit.mean[Guides];
+    double b = fit.mean[Guides];
     for (std::size_t c = 0; c < Guides; ++c) {
       out[c].push_back(fit.a[c]);
       b -= fit.a[c] * fit.mean[c];
@@ -39,8 +39,8 @@ RealCoefficients<Guides> meansOf(const RealCoefficients<Guides>& coefficients, S
   RealCoefficients<Guides> out;
   forEachPixel(size.width, size.height, [&](int x, int y) {
     for (std::size_t c = 0; c <= Guides; ++c) {
-      long double sum = 0;
-      const auto n = static_cast<long double>(
+      double sum = 0;
+      const auto n = static_cast<double>(
           forWindow(size, x, y, radius, [&](std::size_t i) { sum += coefficients[c][i]; }));
       out[c].push_back(sum / n);
     }
@@ -50,13 +50,13 @@ RealCoefficients<Guides> meansOf(const RealCoefficients<Guides>& coefficients, S
 
 // The guided filter in real numbers, not clamped.
 template <int Guides>
-std::vector<long double> guidedFilter(const Plane& guide, const Plane& input, Size size, int radius,
-                                      int epsilon) {
+std::vector<double> guidedFilter(const Plane& guide, const Plane& input, Size size, int radius,
+                                 int epsilon) {
   const auto means =
       meansOf<Guides>(fitGuided<Guides>(guide, input, size, radius, epsilon), size, radius);
-  std::vector<long double> out;
+  std::vector<double> out;
   for (std::size_t i = 0; i < input.size(); ++i) {
-    long double value = means[Guides][i];
+    double value = means[Guides][i];
     for (std::size_t c = 0; c < Guides; ++c) {
       value += means[c][i] * guide[Guides * i + c];
     }
@@ -84,8 +84,8 @@ inline Plane reduceByMeans(const Plane& plane, Size size, int factor) {
 
 // The guided filter with coefficients of reduced planes, in real numbers but for the weights of
 // 1 / 64 steps.
-inline std::vector<long double> fastGuidedFilter(const Plane& guide, const Plane& input, Size size,
-                                                 int radius, int epsilon, int factor) {
+inline std::vector<double> fastGuidedFilter(const Plane& guide, const Plane& input, Size size,
+                                            int radius, int epsilon, int factor) {
   const Size small = {(size.width + factor - 1) / factor, (size.height + factor - 1) / factor};
   int smallRadius = static_cast<int>(std::lround(static_cast<double>(radius) / factor));
   if (radius > 0) smallRadius = std::max(smallRadius, 1);
@@ -98,14 +98,14 @@ inline std::vector<long double> fastGuidedFilter(const Plane& guide, const Plane
     y = std::min(y, small.height - 1);
     return means[c][static_cast<std::size_t>(y * small.width + x)];
   };
-  std::vector<long double> out;
+  std::vector<double> out;
   forEachPixel(size.width, size.height, [&](int x, int y) {
-    const long double px = std::max((x + 0.5L) / factor - 0.5L, 0.0L);
-    const long double py = std::max((y + 0.5L) / factor - 0.5L, 0.0L);
+    const double px = std::max((x + 0.5) / factor - 0.5, 0.0);
+    const double py = std::max((y + 0.5) / factor - 0.5, 0.0);
     const int x0 = static_cast<int>(px);
     const int y0 = static_cast<int>(py);
-    const long double wx = std::floor((px - x0) * 64 + 0.5L + 1e-9L) / 64;
-    const long double wy = std::floor((py - y0) * 64 + 0.5L + 1e-9L) / 64;
+    const double wx = std::floor((px - x0) * 64 + 0.5 + 1e-9) / 64;
+    const double wy = std::floor((py - y0) * 64 + 0.5 + 1e-9) / 64;
     const auto enlarged = [&](std::size_t c) {
       return (1 - wy) * ((1 - wx) * at(c, x0, y0) + wx * at(c, x0 + 1, y0)) +
              wy * ((1 - wx) * at(c, x0, y0 + 1) + wx * at(c, x0 + 1, y0 + 1));

@@ -65,8 +65,9 @@ TEST(SteadyStream, RisesWithTheLight) {
 
 // What the far wall does when a lamp comes on in the corner.
 TEST(SteadyStream, LetsALampMoveTheFarWallSlowly) {
-  const auto farWall = [](ScopedStream& stream, bool hasLamp) {
-    Frame frame = room(1, hasLamp);
+  const Frame rooms[] = {room(1), room(1, true)};
+  const auto farWall = [&](ScopedStream& stream, bool hasLamp) {
+    Frame frame = rooms[hasLamp].copy();
     EXPECT_EQ(stream.run(frame, frame, kStrength), TLUX_OK);
     return meanOf(frame, 400, 60, 160, 120);
   };
@@ -75,7 +76,7 @@ TEST(SteadyStream, LetsALampMoveTheFarWallSlowly) {
     const double dark = farWall(stream, false);
     EXPECT_DOUBLE_EQ(farWall(stream, false), dark);
     std::vector<double> lit;
-    for (int i = 0; i < 60; ++i)
+    for (int i = 0; i < (frames == 1 ? 2 : 60); ++i)
       lit.push_back(farWall(stream, true));
     const double whole = std::abs(lit.back() - dark);
     EXPECT_GT(whole, 1);

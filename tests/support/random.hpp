@@ -28,6 +28,10 @@ class Random {
   template <class T>
   void fill(std::span<T> values, std::int64_t low = std::numeric_limits<T>::min(),
             std::int64_t high = std::numeric_limits<T>::max()) {
+    if constexpr (sizeof(T) == 1) {
+      if (high - low == 255)
+        return noise({reinterpret_cast<std::uint8_t*>(values.data()), values.size()});
+    }
     for (T& value : values) {
       value = static_cast<T>(between(low, high));
     }
