@@ -6,7 +6,7 @@ scripts/install_deps.sh build clang
 folder=build/fuzz-coverage
 cmake --preset fuzz -B $folder -DTLUX_SANITIZE= \
   -DCMAKE_CXX_FLAGS='-fprofile-instr-generate -fcoverage-mapping' >/dev/null
-cmake --build $folder --target $(basename -a -s _fuzzer.cpp fuzz/*_fuzzer.cpp | sed 's/^/fuzz_/')
+cmake --build $folder --target $(sed -n "s/.*property IN ITEMS \(.*\))/\L\1/p" fuzz/CMakeLists.txt | xargs -n1 printf "fuzz_%s\n")
 objects=
 for fuzzer in $folder/fuzz/fuzz_*; do
   target=${fuzzer##*_}

@@ -1,14 +1,14 @@
 // Guided filters and box blurs against sums over every window.
 #include <limits>
 
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reference/box_blur.hpp"
 #include "reference/guided_filter.hpp"
 #include "support/guarded_buffer.hpp"
 #include "tlux/box_blur.h"
 #include "tlux/guided_filter.h"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using Bytes = std::vector<std::uint8_t>;
@@ -140,7 +140,7 @@ void blur(Input& input) {
 
 } // namespace
 
-void check(Input& input) {
+void checkFilter(Input& input) {
   constexpr void (*kChecks[])(Input&) = {filterGuided,
                                          filterGuided,
                                          filterGuided,
@@ -151,4 +151,4 @@ void check(Input& input) {
   input.oneOf(kChecks)(input);
 }
 
-} // namespace tlux::fuzz
+} // namespace tlux::properties

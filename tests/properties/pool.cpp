@@ -1,11 +1,11 @@
 // Sequences of pool operations against a list of blocks that follows the same rules.
 #include <cstring>
 
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reference/memory_pool.hpp"
 #include "support/guarded_buffer.hpp"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using reference::PoolModel;
@@ -86,7 +86,9 @@ class Pool {
   std::vector<Held> live_;
 };
 
-void run(Input& input) {
+} // namespace
+
+void checkPool(Input& input) {
   Pool pool(8 * input.between(5, 600));
   while (!input.isEmpty()) {
     const int action = input.between(0, 3);
@@ -106,10 +108,4 @@ void run(Input& input) {
   }
 }
 
-} // namespace
-
-void check(Input& input) {
-  run(input);
-}
-
-} // namespace tlux::fuzz
+} // namespace tlux::properties

@@ -1,42 +1,40 @@
 #pragma once
 
-#include <fuzzer/FuzzedDataProvider.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>
-#include <cstdlib>
+#include <limits>
 #include <random>
 #include <span>
+#include <stdexcept>
+#include <string>
 #include <vector>
 
 #include "support/widths.hpp"
 #include "tlux/platform.h"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 
 struct Extent {
   int width;
   int height;
 };
 
-// A wrong result is a crash like any other.
+// A wrong result. What no one catches is a crash for a fuzzer.
 inline void require(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
-  if (holds) return;
-  std::fprintf(stderr, "%s:%d: the result is not as it should be\n", file, line);
-  std::abort();
+  if (!holds) throw std::logic_error(std::string(file) + ":" + std::to_string(line));
 }
 
-// Shapes and contents taken from the bytes of one fuzz input; zeros when they have run out.
+// Shapes and contents taken from random bytes or those of a fuzzer; the lowest when they have run
+// out.
 class Input {
  public:
-  Input(const std::uint8_t* data, std::size_t size) : bytes_(data, size) {}
+  explicit Input(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
 
-  int between(int low, int high) { return bytes_.ConsumeIntegralInRange(low, high); }
-  std::uint32_t word() { return bytes_.ConsumeIntegral<std::uint32_t>(); }
-  bool flag() { return bytes_.ConsumeBool(); }
-  bool isEmpty() { return bytes_.remaining_bytes() == 0; }
+  int between(int low, int high) { return static_cast<int>(low + take(std::int64_t{high} - low)); }
+  std::uint32_t word() { return any<std::uint32_t>(); }
+  bool flag() { return any<std::uint8_t>() % 2 != 0; }
+  bool isEmpty() { return bytes_.empty(); }
 
   template <class T, std::size_t N>
   T oneOf(const T (&choices)[N]) {
@@ -64,8 +62,8 @@ class Input {
     enum Content { kUniform, kTwoValues, kNoise, kNarrowNoise, kInput, kContents };
     const int content = between(0, kContents - 1);
     std::minstd_rand noise(word());
-    const T a = bytes_.ConsumeIntegral<T>();
-    const T b = bytes_.ConsumeIntegral<T>();
+    const T a = any<T>();
+    const T b = any<T>();
     for (T& sample : samples) {
       const auto random = noise() >> 3;
       switch (content) {
@@ -82,7 +80,7 @@ class Input {
           sample = static_cast<T>(a ^ static_cast<T>(random % 8));
           break;
         default:
-          sample = bytes_.ConsumeIntegral<T>();
+          sample = any<T>();
       }
     }
   }
@@ -94,11 +92,25 @@ class Input {
   }
 
  private:
-  FuzzedDataProvider bytes_;
-};
+  template <class T>
+  T any() {
+    return static_cast<T>(
+        std::numeric_limits<T>::min() +
+        take(std::int64_t{std::numeric_limits<T>::max()} - std::numeric_limits<T>::min()));
+  }
 
-// What a fuzzer does with one input; each defines it.
-void check(Input& input);
+  // From 0 to the largest, of as many bytes from the end as that needs.
+  std::int64_t take(std::int64_t largest) {
+    std::uint64_t value = 0;
+    for (std::int64_t rest = largest; rest > 0 && !bytes_.empty(); rest >>= 8) {
+      value = value << 8 | bytes_.back();
+      bytes_ = bytes_.first(bytes_.size() - 1);
+    }
+    return static_cast<std::int64_t>(value % (static_cast<std::uint64_t>(largest) + 1));
+  }
+
+  std::span<const std::uint8_t> bytes_;
+};
 
 // The heap, or a pool of any size that everything must be given back to.
 class Memory {
@@ -124,4 +136,4 @@ class Memory {
   std::int64_t free_ = GetMaxAllocMemSize(nullptr);
 };
 
-} // namespace tlux::fuzz
+} // namespace tlux::properties

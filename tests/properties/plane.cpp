@@ -1,9 +1,9 @@
 // Every function of planes that the tests sweep, on planes of any shape.
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reliability/plane_members.hpp"
 #include "support/guarded_buffer.hpp"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using test::Guard;
@@ -32,7 +32,7 @@ struct Rows {
 
 } // namespace
 
-void check(Input& input) {
+void checkPlane(Input& input) {
   const auto members = test::planeMembers();
   const auto last = static_cast<int>(members.size()) - 1;
   const test::PlaneMember& member = members[static_cast<std::size_t>(input.between(0, last))];
@@ -64,4 +64,4 @@ void check(Input& input) {
   require(in.buffer.isIntact() && out.buffer.isIntact());
 }
 
-} // namespace tlux::fuzz
+} // namespace tlux::properties

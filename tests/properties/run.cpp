@@ -1,12 +1,12 @@
 // Runs on one engine, frame after frame, against the whole run as formulas.
 #include <optional>
 
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reference/run.hpp"
 #include "support/guarded_buffer.hpp"
 #include "tlux/engine.h"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using test::GuardedBuffer;
@@ -50,7 +50,9 @@ std::uint32_t takeStrength(Input& input) {
   return input.between(0, 15) == 15 ? input.word() : input.oneOf(kStrengths);
 }
 
-void run(Input& input) {
+} // namespace
+
+void checkRun(Input& input) {
   Memory memory(input, 1500000);
   TLUX_ENGINE* engine = nullptr;
   const std::uint32_t created = TLUX_Init(memory.manager(), &engine);
@@ -77,10 +79,4 @@ void run(Input& input) {
   TLUX_Uninit(memory.manager(), engine);
 }
 
-} // namespace
-
-void check(Input& input) {
-  run(input);
-}
-
-} // namespace tlux::fuzz
+} // namespace tlux::properties

@@ -1,12 +1,12 @@
 // Histograms, their equalization and matching against counts one pixel at a time.
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reference/chroma.hpp"
 #include "reference/enhance.hpp"
 #include "support/guarded_buffer.hpp"
 #include "tlux/equalization.h"
 #include "tlux/histogram_match.h"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using reference::Bytes;
@@ -135,9 +135,9 @@ void equalize(Input& input) {
 
 } // namespace
 
-void check(Input& input) {
+void checkHistogram(Input& input) {
   constexpr void (*kChecks[])(Input&) = {count, match, equalize};
   input.oneOf(kChecks)(input);
 }
 
-} // namespace tlux::fuzz
+} // namespace tlux::properties

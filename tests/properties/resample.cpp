@@ -1,11 +1,11 @@
 // Every member of the reductions against its formula, sample by sample.
 #include <optional>
 
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reference/resample.hpp"
 #include "support/guarded_buffer.hpp"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using reference::Reduced;
@@ -110,7 +110,9 @@ Reduced formula(const Member& member, const TLUX_IMAGE& image, const TLUX_CROP_R
   return reference::reduce(source, member.factor);
 }
 
-void run(Input& input) {
+} // namespace
+
+void checkResample(Input& input) {
   const Member member = input.oneOf(kMembers);
   const Arrangement arrangement = input.oneOf(kArrangements);
   Frame frame(input, member.format);
@@ -143,10 +145,4 @@ void run(Input& input) {
   destination.requireEqual(expected);
 }
 
-} // namespace
-
-void check(Input& input) {
-  run(input);
-}
-
-} // namespace tlux::fuzz
+} // namespace tlux::properties

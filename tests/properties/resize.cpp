@@ -1,14 +1,14 @@
 // Resizers and eightfold crops against their formulas, sample by sample.
 #include <functional>
 
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reference/resize.hpp"
 #include "support/components.hpp"
 #include "support/guarded_buffer.hpp"
 #include "tlux/resize.h"
 #include "tlux/upscale.h"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using reference::Channel;
@@ -160,9 +160,9 @@ void resizeImage(Input& input) {
 
 } // namespace
 
-void check(Input& input) {
+void checkResize(Input& input) {
   constexpr void (*kChecks[])(Input&) = {resizeBilinear, resizeCubic, cropEnlarged, resizeImage};
   input.oneOf(kChecks)(input);
 }
 
-} // namespace tlux::fuzz
+} // namespace tlux::properties

@@ -1,14 +1,14 @@
 // Erosion, dilation, labels and the operations on regions against flood fill.
 #include <tuple>
 
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reference/labels.hpp"
 #include "reference/mask.hpp"
 #include "support/guarded_buffer.hpp"
 #include "tlux/mask.h"
 #include "tlux/region.h"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using reference::LabelGrid;
@@ -223,9 +223,9 @@ void outlineAndCompare(Input& input) {
 
 } // namespace
 
-void check(Input& input) {
+void checkMask(Input& input) {
   constexpr void (*kChecks[])(Input&) = {erodeOrDilate, label, cleanUp, outlineAndCompare};
   input.oneOf(kChecks)(input);
 }
 
-} // namespace tlux::fuzz
+} // namespace tlux::properties

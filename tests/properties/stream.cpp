@@ -2,12 +2,12 @@
 // exact tones against the run as formulas, others against a stream of one thread.
 #include <cstring>
 
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reference/run.hpp"
 #include "support/guarded_buffer.hpp"
 #include "tlux/stream.h"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using test::GuardedBuffer;
@@ -112,7 +112,9 @@ void runFrame(Input& input, const Memory& memory, const TLUX_STREAM_OPTIONS& opt
   output.requireEqual(expected);
 }
 
-void run(Input& input) {
+} // namespace
+
+void checkStream(Input& input) {
   Memory memory(input, 1500000);
   TLUX_STREAM_OPTIONS options = takeOptions(input);
   TLUX_STREAM_OPTIONS one = options;
@@ -134,10 +136,4 @@ void run(Input& input) {
   }
 }
 
-} // namespace
-
-void check(Input& input) {
-  run(input);
-}
-
-} // namespace tlux::fuzz
+} // namespace tlux::properties

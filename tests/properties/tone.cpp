@@ -4,7 +4,7 @@
 #include <cstring>
 #include <optional>
 
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reference/chroma.hpp"
 #include "reference/gain_lines.hpp"
 #include "reference/guided_filter_fast.hpp"
@@ -16,7 +16,7 @@
 #include "tlux/selection.h"
 #include "tlux/tone.h"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using reference::forEachPixel;
@@ -264,10 +264,10 @@ void selectExposures(Input& input) {
 
 } // namespace
 
-void check(Input& input) {
+void checkTone(Input& input) {
   constexpr void (*kChecks[])(Input&) = {scoreFrame,   expandGains, mapFrame,       scaleChroma,
                                          filterGuided, smoothMaps,  selectExposures};
   input.oneOf(kChecks)(input);
 }
 
-} // namespace tlux::fuzz
+} // namespace tlux::properties

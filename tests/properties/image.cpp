@@ -3,13 +3,13 @@
 #include <memory>
 #include <optional>
 
-#include "input.hpp"
+#include "properties/properties.hpp"
 #include "reference/image_copy.hpp"
 #include "support/frame.hpp"
 #include "tlux/copy.h"
 #include "tlux/image_list.h"
 
-namespace tlux::fuzz {
+namespace tlux::properties {
 namespace {
 
 using reference::Picture;
@@ -274,9 +274,9 @@ void list(Input& input) {
 
 } // namespace
 
-void check(Input& input) {
+void checkImage(Input& input) {
   constexpr void (*kChecks[])(Input&) = {copy, refuse, cloneAndCrop, list};
   input.oneOf(kChecks)(input);
 }
 
-} // namespace tlux::fuzz
+} // namespace tlux::properties
