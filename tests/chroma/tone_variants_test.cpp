@@ -33,19 +33,6 @@ std::uint8_t changed(int base, int change) {
   return static_cast<std::uint8_t>(std::clamp(base + change - 128, 0, 255));
 }
 
-TEST(ToneThreads, ScaleTheChromaOfWholeFrames) {
-  Random random(41);
-  for (int height = 1; height <= 17; ++height) {
-    const int width = 1 + height * 5 % 23;
-    Frame before(padded(width, height, height % 3), random);
-    Frame after(padded(width, height, height % 5), random);
-    Frame expected = after.copy();
-    scaleChroma(expected, before, 8, width, height);
-    ASSERT_EQ(NV21NV12_ToneMT(before.get(), after.get()), TLUX_OK);
-    EXPECT_TRUE(after == expected) << width << "x" << height;
-  }
-}
-
 TEST(ToneLines, OddRowsAndEmptyWidthsAreSkipped) {
   std::uint8_t newY[4] = {200, 200, 200, 200};
   std::uint8_t oldY[4] = {100, 100, 100, 100};
@@ -61,25 +48,6 @@ TEST(ToneLines, OddRowsAndEmptyWidthsAreSkipped) {
   ToneNV21Line(2, newY, uv, oldY, uv, 4);
   // 131: distance 3 doubled, three eighths of the way.
   EXPECT_EQ(std::to_array(uv), (std::array<std::uint8_t, 4>{0, 152, 132, 255}));
-}
-
-TEST(ToneLines, BaseAndDetailMakeAFrame) {
-  Random random(43);
-  for (const int width : widthsAround({3, 256})) {
-    const int height = 1 + width % 4;
-    Frame base(padded(width, height, 1), random);
-    Frame detail(padded(width, height, 4), random);
-    Frame output(padded(width, height, 0), random);
-    for (Frame* target : {&output, &base}) { // the second in place
-      Frame expected = target->copy();
-      forEachPixel(width, height, [&](int x, int y) {
-        expected.row(0, y)[x] = changed(base.row(0, y)[x], detail.row(0, y)[x]);
-      });
-      scaleChroma(expected, base, 32, width, height);
-      ASSERT_EQ(NV21NV12_ToneMap(target->get(), base.get(), detail.get()), TLUX_OK);
-      EXPECT_TRUE(*target == expected) << width;
-    }
-  }
 }
 
 // A frame to be changed by a low-resolution delta.

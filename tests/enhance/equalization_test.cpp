@@ -14,31 +14,6 @@ namespace {
 
 using reference::Levels;
 
-TEST(CalHistogram, CountsAnyRectangleOnTopOfWhatIsThere) {
-  Random random(1);
-  for (int i = 0; i < 300; ++i) {
-    const int width = random.intBetween(1, 60);
-    const int height = random.intBetween(1, 12);
-    const Bytes samples = randomSamples(width, height, random);
-    Frame image = grayFrame(samples, width, height, width + i % 5);
-    TLUX_RECT rect{random.intBetween(0, width), random.intBetween(0, height), 0, 0};
-    rect.right = random.intBetween(0, width);
-    rect.bottom = random.intBetween(0, height);
-    Levels expected = reference::countLevels(samples, width, height, rect.left, rect.top,
-                                             rect.right, rect.bottom);
-    Levels counts{};
-    counts[7] = 1000;
-    expected[7] += 1000;
-    CalHistogram(image.get(), counts.data(), &rect);
-    ASSERT_EQ(counts, expected);
-    const Levels whole = reference::countLevels(samples, width, height, 0, 0, width, height);
-    CalHistogram(image.get(), counts.data(), nullptr);
-    for (std::size_t level = 0; level < 256; ++level) {
-      ASSERT_EQ(counts[level], expected[level] + whole[level]);
-    }
-  }
-}
-
 // The rectangle may reach over the sides of the image into memory that the caller has there.
 TEST(CalHistogram, DoesNotClip) {
   Bytes block(20 * 10);
@@ -64,27 +39,6 @@ TEST(CalHistogram, TakesBottomUpPlanesAndNulls) {
   CalHistogram(&image, counts.data(), nullptr);
   HistogramMap(&image, counts.data(), nullptr);
   EXPECT_EQ(std::accumulate(counts.begin(), counts.end(), 0u), 6u);
-}
-
-TEST(HistogramMap, BuildsTheTableOfTheClippedRectangle) {
-  Random random(2);
-  for (int i = 0; i < 300; ++i) {
-    const int width = random.intBetween(1, 70);
-    const int height = random.intBetween(1, 30);
-    const Bytes samples = randomSamples(width, height, random);
-    Frame image = grayFrame(samples, width, height, width);
-    const int left = random.intBetween(0, width - 1);
-    const int top = random.intBetween(0, height - 1);
-    const TLUX_RECT rect{left, top, left + random.intBetween(1, 90),
-                         top + random.intBetween(1, 40)};
-    const int pixels = (std::min(rect.right, width) - left) * (std::min(rect.bottom, height) - top);
-    Levels table{};
-    HistogramMap(image.get(), table.data(), &rect);
-    ASSERT_EQ(table,
-              reference::equalizationTable(reference::countLevels(samples, width, height, left, top,
-                                                                  rect.right, rect.bottom),
-                                           pixels));
-  }
 }
 
 TEST(HistogramMap, SaturatesWithoutPixels) {

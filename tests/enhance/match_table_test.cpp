@@ -51,28 +51,6 @@ TEST(MatchTable, SpreadsABlackSourceOverTheFirstLevels) {
   }
 }
 
-TEST(MatchTable, TakesImagesOfDifferentSize) {
-  Random random(3);
-  for (const auto& [targetHeight, sourceHeight] : {std::pair{3, 20}, {20, 3}, {1, 9}}) {
-    const Bytes source = randomSamples(16, sourceHeight, random);
-    const Bytes target = randomSamples(16, targetHeight, random);
-    Frame sourceImage = grayFrame(source, 16, sourceHeight, 16);
-    Frame targetImage = grayFrame(target, 16, targetHeight, 16);
-    const int pixels = 16 * sourceHeight;
-    const auto s =
-        reference::deciles(reference::countLevels(source, 16, sourceHeight, 0, 0, 16, 99), pixels);
-    const auto d =
-        reference::deciles(reference::countLevels(target, 16, targetHeight, 0, 0, 16, 99), pixels);
-    EXPECT_EQ(d[9] == 255, targetHeight < sourceHeight); // ran out of pixels
-    EXPECT_EQ(tableFor(targetImage, sourceImage), reference::matchTable(s, d));
-  }
-  Frame empty({0, 0, 4, 0, TLUX_FMT_GRAY});
-  Frame negative({4, 4, 4, 0, TLUX_FMT_GRAY});
-  negative->width = -4;
-  negative->height = -4;
-  EXPECT_EQ(tableFor(empty, negative), tableFor(negative, empty));
-}
-
 TEST(MatchTable, LeavesTheTableOnAnError) {
   Frame image = grayFrame(Bytes(64, 7), 8, 8, 8);
   Bytes table(256, 3);

@@ -42,30 +42,6 @@ void expectCopied(const Picture& target, const TLUX_RECT& to, Picture source,
   EXPECT_TRUE(sourceFrame == frameOf(source));
 }
 
-// Rectangles of any corners and sizes between images of any pitches land where the byte-wise rules
-// put them, and nowhere else. Without padding, tight planes are moved as one block each.
-TEST(Copy, FollowsTheByteWiseRulesForEveryFormat) {
-  Random random(1);
-  for (const std::uint32_t format : kCopied) {
-    for (int trial = 0; trial < 150; ++trial) {
-      const int maxExtra = trial % 3 == 0 ? 0 : 7;
-      const Picture source = randomPicture(random, format, random.intBetween(1, 40),
-                                           random.intBetween(1, 12), maxExtra);
-      const bool sameWidth = trial % 10 == 0;
-      const Picture target =
-          randomPicture(random, format, sameWidth ? source.width : random.intBetween(1, 40),
-                        random.intBetween(1, 12), maxExtra);
-      const int widest = std::min(source.width, target.width);
-      const int width = sameWidth ? widest : random.intBetween(0, widest);
-      const int height = random.intBetween(0, std::min(source.height, target.height));
-      const TLUX_RECT from = randomRect(random, source, width, height);
-      const TLUX_RECT to = randomRect(random, target, width, height);
-      expectCopied(target, to, source, from);
-      if (HasFailure()) return;
-    }
-  }
-}
-
 // All columns of tiny images without padding: the last chroma pair may lie behind the plane.
 TEST(Copy, FollowsTheByteWiseRulesAtTheLastByteOfAPlane) {
   Random random(10);

@@ -20,49 +20,6 @@ Picture expectedPart(const TLUX_IMAGE& created, const Picture& picture, const TL
   return expected;
 }
 
-TEST(Crop, RepacksTheRectangleInPlace) {
-  Random random(5);
-  for (const std::uint32_t format : kCopied) {
-    for (int trial = 0; trial < 20; ++trial) {
-      const int width = random.intBetween(4, 40);
-      const int height = random.intBetween(2, 12);
-      Picture picture = randomPicture(random, format, width, height, 0);
-      for (auto& [bytes, pitch] : picture.planes) { // pitches of a created image, or a little more
-        if (pitch == 0) continue;
-        const std::size_t rows = bytes.size() / pitch;
-        pitch = (pitch + 3) / 4 * 4 + (trial % 2) * 8;
-        bytes = random.values<std::uint8_t>(rows * pitch);
-      }
-      const TLUX_RECT rect = randomRect(random, picture, random.intBetween(0, width),
-                                        random.intBetween(0, height) & ~1);
-      if (readsCbHalfARowLow(format, rect)) continue;
-      SCOPED_TRACE(testing::Message() << std::hex << format << std::dec << " " << width << "x"
-                                      << height << " {" << rect.left << "," << rect.top << ","
-                                      << rect.right << "," << rect.bottom << "}");
-      TLUX_IMAGE* created = nullptr; // tells the pitches of the cropped image
-      ASSERT_EQ(TLUX_CreateImage_IMK(&created, rect.right - rect.left, rect.bottom - rect.top,
-                                     format, nullptr),
-                TLUX_OK);
-      Frame frame = frameOf(picture);
-      const TLUX_IMAGE before = frame.image();
-      ASSERT_EQ(TLUX_CropImage_IMK(frame.get(), &rect), TLUX_OK);
-      EXPECT_EQ(TLUX_IsImageEqual_IMK(frame.get(), created), 1);
-      for (int i = 0; i < 3; ++i) {
-        EXPECT_EQ(frame->pitch[i], created->pitch[i]);
-        EXPECT_EQ(frame->plane[i], before.plane[i]);
-      }
-      // Overlapping rows leave other bytes behind the cropped ones: compare what was copied.
-      auto extents = extentsOf(format, created->width, created->height);
-      if (format == TLUX_FMT_BGR32 || format == TLUX_FMT_BGR32_B) {
-        extents[0].bytes = 3 * created->width;
-      }
-      EXPECT_TRUE(hasRowsOf(frame.image(), expectedPart(*created, picture, rect), extents));
-      TLUX_FreeImage_IMK(&created, nullptr);
-      if (HasFailure()) return;
-    }
-  }
-}
-
 // Rows of 5 bytes that become rows of 8 are moved from the top down, over rows not yet moved.
 TEST(Crop, WidensPitchesFromTheTop) {
   Random random(9);

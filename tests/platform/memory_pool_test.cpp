@@ -1,15 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
-#include <map>
 #include <numeric>
-#include <vector>
 
 #include "reference/memory_pool.hpp"
 #include "support/fault_injection.hpp"
 #include "support/pool.hpp"
-#include "support/random.hpp"
 
 namespace tlux::test {
 namespace {
@@ -17,82 +13,6 @@ namespace {
 using reference::PoolModel;
 
 constexpr std::int64_t kHeader = PoolModel::kHeader;
-constexpr std::int64_t kRefused = PoolModel::kRefused;
-
-std::int64_t offsetOf(Pool& pool, const void* block) {
-  return block == nullptr ? kRefused : static_cast<const std::uint8_t*>(block) - pool.data();
-}
-
-// The block chain as its headers tell it.
-std::vector<PoolModel::Block> chainOf(Pool& pool) {
-  std::vector<PoolModel::Block> blocks;
-  for (std::int64_t header = 0;;) {
-    std::uint64_t words[2];
-    std::memcpy(words, pool.data() + header, sizeof words);
-    if (words[0] == ~std::uint64_t{0}) return blocks;
-    const auto size = static_cast<std::int64_t>(words[0]);
-    blocks.push_back({header + kHeader, size, words[1] == 1});
-    header += kHeader + size;
-  }
-}
-
-void expectSameChain(Pool& pool, const PoolModel& model) {
-  EXPECT_EQ(chainOf(pool), model.blocks());
-  EXPECT_EQ(pool.largestFree(), model.largestFree());
-}
-
-// Random sequences of every operation leave the same chain as the model, hand out the same blocks
-// and keep the contents of live ones.
-TEST(MemoryPool, FollowsTheModelOverRandomSequences) {
-  for (std::uint32_t seed = 0; seed < 20; ++seed) {
-    SCOPED_TRACE(seed);
-    Random random(seed);
-    const std::int64_t bytes = 8 * random.between(8, 600);
-    Pool pool(static_cast<std::size_t>(bytes));
-    PoolModel model(bytes);
-    std::map<std::int64_t, std::uint8_t> live; // offset to the value its bytes hold
-
-    const auto fillBlock = [&](std::int64_t offset) {
-      const auto value = static_cast<std::uint8_t>(random.bits());
-      std::memset((pool.data() + offset), value, static_cast<std::size_t>(model.capacity(offset)));
-      live[offset] = value;
-    };
-
-    for (int step = 0; step < 1500; ++step) {
-      const auto size = static_cast<std::uint32_t>(random.between(0, bytes / 3));
-      const auto action = random.between(0, 2);
-      if (action == 0 || live.empty()) {
-        const auto offset = offsetOf(pool, MMemAlloc(pool, size));
-        ASSERT_EQ(offset, model.allocate(size));
-        if (offset != kRefused) fillBlock(offset);
-      } else {
-        auto chosen = live.begin();
-        std::advance(chosen, random.between(0, static_cast<std::int64_t>(live.size()) - 1));
-        const auto [offset, value] = *chosen;
-        const auto kept = std::min(std::int64_t{size}, model.capacity(offset));
-        if (action == 1) {
-          MMemFree(pool, (pool.data() + offset));
-          model.release(offset);
-          live.erase(offset);
-        } else {
-          const auto moved = offsetOf(pool, MMemRealloc(pool, (pool.data() + offset), size));
-          ASSERT_EQ(moved, model.resize(offset, size));
-          if (moved != kRefused) {
-            ASSERT_TRUE(std::all_of(pool.data() + moved, pool.data() + moved + kept,
-                                    [v = value](std::uint8_t byte) { return byte == v; }));
-            live.erase(offset);
-            fillBlock(moved);
-          }
-        }
-      }
-      expectSameChain(pool, model);
-      if (HasFailure()) return;
-    }
-    for (const auto& [offset, value] : live) {
-      EXPECT_EQ(*(pool.data() + offset), value);
-    }
-  }
-}
 
 TEST(MemoryPool, NeedsFortyAlignedBytes) {
   alignas(8) std::uint8_t memory[64];
@@ -136,7 +56,7 @@ TEST(MemoryPool, SizesNearTheLimitOfThirtyTwoBitsWrapToNothing) {
   Pool pool(1024);
   EXPECT_NE(MMemAllocStatic(pool, ~0u), nullptr); // rounds up to 0 bytes
   EXPECT_EQ(MMemAllocStatic(pool, ~0u - 7), nullptr);
-  EXPECT_EQ(chainOf(pool).front().size, 0);
+  EXPECT_EQ(PoolModel::chainAt(pool.data()).front().size, 0);
 }
 
 TEST(MemoryPool, IgnoresPointersThatAreNotItsLiveBlocks) {
@@ -153,7 +73,7 @@ TEST(MemoryPool, IgnoresPointersThatAreNotItsLiveBlocks) {
   }
   EXPECT_EQ(pool.largestFree(), before);
   EXPECT_EQ(MMemRealloc(pool, first, 0), nullptr);
-  EXPECT_TRUE(chainOf(pool).front().used);
+  EXPECT_TRUE(PoolModel::chainAt(pool.data()).front().used);
 }
 
 TEST(MemoryPool, NullHandleMeansTheHeapOrNothing) {

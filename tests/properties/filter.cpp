@@ -67,7 +67,8 @@ struct Filter {
 constexpr Filter kFilters[] = {{guided_filter_1d, 1},
                                {guided_filter_1dI, 1},
                                {guided_filter_3d, 3},
-                               {guided_filter_bin_blocks3d, 3}};
+                               {guided_filter_bin_blocks3d, 3},
+                               {each_guided, 3}};
 
 Bytes formula(const Filter& filter, const Bytes& guide, const Bytes& input, reference::Size size,
               int radius) {

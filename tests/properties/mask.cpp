@@ -125,16 +125,19 @@ void measure(const LabelGrid& labels, std::uint32_t count) {
     const auto pixels = reference::pixelsOf(labels, region.label);
     double sumX = 0;
     double sumY = 0;
+    TLUX_REGION box = {0, 0, UINT32_MAX, UINT32_MAX, 0, 0, 0.0, 0.0};
     for (const auto& [x, y] : pixels) {
       sumX += x;
       sumY += y;
-      require(static_cast<std::uint32_t>(x) >= region.left &&
-              static_cast<std::uint32_t>(x) < region.right &&
-              static_cast<std::uint32_t>(y) >= region.top &&
-              static_cast<std::uint32_t>(y) < region.bottom);
+      box.left = std::min(box.left, static_cast<std::uint32_t>(x));
+      box.top = std::min(box.top, static_cast<std::uint32_t>(y));
+      box.right = std::max(box.right, static_cast<std::uint32_t>(x + 1));
+      box.bottom = std::max(box.bottom, static_cast<std::uint32_t>(y + 1));
     }
     const auto area = static_cast<double>(pixels.size());
     require(region.area == pixels.size());
+    require(region.left == box.left && region.top == box.top && region.right == box.right &&
+            region.bottom == box.bottom);
     require(region.centroidX == sumX / area && region.centroidY == sumY / area);
   }
 }
@@ -212,6 +215,8 @@ void outlineAndCompare(Input& input) {
   }
   require(agreement.both == counts[1][1] && agreement.onlyA == counts[1][0] &&
           agreement.onlyB == counts[0][1] && agreement.none == counts[0][0]);
+  const std::uint32_t either = counts[1][1] + counts[1][0] + counts[0][1];
+  require(agreement.overlap == (either == 0 ? 1.0 : static_cast<double>(counts[1][1]) / either));
 
   const int connectivity = input.flag() ? 4 : 8;
   require(TLUX_TRegionLabel_Boundary(a.data(), a.pitch(), a.width(), a.height(),

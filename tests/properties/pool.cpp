@@ -50,6 +50,7 @@ class Pool {
   }
 
   void check() {
+    require(PoolModel::chainAt(memory_.data()) == model_.blocks());
     require(GetMaxAllocMemSize(handle_) == model_.largestFree());
     for (const auto& [offset, value] : live_) {
       const std::int64_t size = model_.capacity(offset);

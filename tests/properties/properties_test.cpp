@@ -19,7 +19,7 @@ struct Property {
 };
 
 constexpr Property kProperties[] = {
-    {"pool", checkPool, 300},      {"image", checkImage, 3000},
+    {"pool", checkPool, 300},      {"image", checkImage, 6000},
     {"plane", checkPlane, 2000},   {"resample", checkResample, 2000},
     {"resize", checkResize, 2000}, {"run", checkRun, 150},
     {"stream", checkStream, 150},  {"tone", checkTone, 3000},

@@ -1,47 +1,20 @@
 // Runs on one engine, frame after frame, against the whole run as formulas.
-#include <optional>
-
-#include "properties/properties.hpp"
 #include "reference/run.hpp"
-#include "support/guarded_buffer.hpp"
+#include "properties/properties.hpp"
+#include "support/frame.hpp"
 #include "tlux/engine.h"
 
 namespace tlux::properties {
 namespace {
 
-using test::GuardedBuffer;
-
-// A frame whose planes each end at a page that cannot be touched.
-class Frame {
- public:
-  Frame(std::uint32_t format, int width, int height, int lumaPitch, int chromaPitch)
-      : luma_(static_cast<std::size_t>(lumaPitch) * static_cast<std::size_t>(height), 0x5A),
-        chroma_(static_cast<std::size_t>(chromaPitch) * static_cast<std::size_t>(height / 2), 0x5A),
-        image_{format, width, height, {luma_.data(), chroma_.data()}, {lumaPitch, chromaPitch}} {}
-
-  TLUX_IMAGE& image() { return image_; }
-  void fill(Input& input) {
-    input.fill(luma_.bytes());
-    input.fill(chroma_.bytes());
-  }
-  void requireEqual(Frame& other) {
-    require(luma_.isIntact() && chroma_.isIntact());
-    require(std::ranges::equal(luma_.bytes(), other.luma_.bytes()));
-    require(std::ranges::equal(chroma_.bytes(), other.chroma_.bytes()));
-  }
-
- private:
-  GuardedBuffer luma_;
-  GuardedBuffer chroma_;
-  TLUX_IMAGE image_;
-};
+using test::Frame;
 
 Frame takeFrame(Input& input, int width, int height) {
   constexpr std::uint32_t kFormats[] = {TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_YCBCR420_YPUV};
   const std::uint32_t format = input.oneOf(kFormats);
   const int pitch = input.flag() ? (width + 3) / 4 * 4 : width + input.between(0, 40);
   const int chromaPitch = input.flag() ? pitch : width + input.between(0, 40);
-  return {format, width, height, pitch, chromaPitch};
+  return Frame({width, height, pitch, chromaPitch, format});
 }
 
 // Mostly one of a few: most of the time goes into the tables of a new one.
@@ -64,15 +37,14 @@ void checkRun(Input& input) {
     const int height = 2 * half.height;
     Frame source = takeFrame(input, width, height);
     Frame output = takeFrame(input, width, height);
-    source.fill(input);
+    source.visitPlanes([&](std::span<std::uint8_t> bytes) { input.fill(bytes); });
     if (frames == 0 || input.between(0, 3) == 3) strength = takeStrength(input);
-    Frame expected(output.image().format, width, height, output.image().pitch[0],
-                   output.image().pitch[1]);
+    Frame expected = output.copy();
     reference::optimizeFrame(source.image(), expected.image(), strength);
     const std::uint32_t result = TLUX_RunDynamicRangeOptimizationImage(
         memory.manager(), engine, &source.image(), 1, &output.image(), &strength, 0);
     if (result == TLUX_OK)
-      output.requireEqual(expected);
+      require(output == expected);
     else
       require(memory.isLimited() && result == TLUX_ERR_NO_MEMORY);
   }

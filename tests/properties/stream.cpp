@@ -1,56 +1,15 @@
 // Frames of any size and pitch through one stream, in place or not, on threads of three kinds:
 // exact tones against the run as formulas, others against a stream of one thread.
-#include <cstring>
-
+#include "tlux/stream.h"
 #include "properties/properties.hpp"
 #include "reference/run.hpp"
-#include "support/guarded_buffer.hpp"
-#include "tlux/stream.h"
+#include "support/frame.hpp"
+#include "support/runners.hpp"
 
 namespace tlux::properties {
 namespace {
 
-using test::GuardedBuffer;
-
-// A frame whose planes each end with their last sample, at a page that cannot be touched.
-class Frame {
- public:
-  Frame(std::uint32_t format, int width, int height, int lumaPitch, int chromaPitch)
-      : luma_(bytesOf(width, height, lumaPitch), 0x5A),
-        chroma_(bytesOf(width, height / 2, chromaPitch), 0x5A),
-        image_{format, width, height, {luma_.data(), chroma_.data()}, {lumaPitch, chromaPitch}} {}
-
-  TLUX_IMAGE& image() { return image_; }
-  void fill(Input& input) {
-    input.fill(luma_.bytes());
-    input.fill(chroma_.bytes());
-  }
-  void copyBytes(Frame& other) {
-    std::ranges::copy(other.luma_.bytes(), luma_.data());
-    std::ranges::copy(other.chroma_.bytes(), chroma_.data());
-  }
-  // Samples and padding.
-  void requireEqual(Frame& other) {
-    require(luma_.isIntact() && chroma_.isIntact());
-    require(std::ranges::equal(luma_.bytes(), other.luma_.bytes()));
-    require(std::ranges::equal(chroma_.bytes(), other.chroma_.bytes()));
-  }
-
- private:
-  static std::size_t bytesOf(int width, int rows, int pitch) {
-    return static_cast<std::size_t>((rows - 1) * pitch + width);
-  }
-
-  GuardedBuffer luma_;
-  GuardedBuffer chroma_;
-  TLUX_IMAGE image_;
-};
-
-std::uint32_t runBackwards(void* /*context*/, TLUX_PART part, void* work, std::uint32_t count) {
-  while (count-- > 0)
-    part(work, count);
-  return TLUX_OK;
-}
+using test::Frame;
 
 TLUX_STREAM_OPTIONS takeOptions(Input& input) {
   TLUX_STREAM_OPTIONS options = {};
@@ -88,14 +47,12 @@ void runFrame(Input& input, const Memory& memory, const TLUX_STREAM_OPTIONS& opt
   const int chromaPitch = width + input.between(0, 40);
   const bool isInPlace = input.flag();
   const int padding = isInPlace ? 0 : input.between(0, 9);
-  Frame source(format, width, height, lumaPitch, chromaPitch);
-  source.fill(input);
-  Frame output(format, width, height, lumaPitch + padding, chromaPitch + padding);
-  Frame expected(format, width, height, lumaPitch + padding, chromaPitch + padding);
-  if (isInPlace) {
-    output.copyBytes(source);
-    expected.copyBytes(source);
-  }
+  Frame source({width, height, lumaPitch, chromaPitch, format, true});
+  source.visitPlanes([&](std::span<std::uint8_t> bytes) { input.fill(bytes); });
+  Frame output =
+      isInPlace ? source.copy()
+                : Frame({width, height, lumaPitch + padding, chromaPitch + padding, format, true});
+  Frame expected = output.copy();
   const std::uint32_t strength = input.flag() ? input.word() : input.word() % 128;
   const bool isExact = options.range == TLUX_RANGE_FULL && options.steady == 0 &&
                        options.colour == 100 && options.fineWindows == 0;
@@ -109,7 +66,7 @@ void runFrame(Input& input, const Memory& memory, const TLUX_STREAM_OPTIONS& opt
     require(memory.isLimited() && result == TLUX_ERR_NO_MEMORY);
     reference::copyFrame(source.image(), expected.image());
   }
-  output.requireEqual(expected);
+  require(output == expected);
 }
 
 } // namespace
@@ -121,7 +78,7 @@ void checkStream(Input& input) {
   one.threads = 1;
   options.threads = input.flag() ? 1 : 3;
   if (input.flag()) {
-    options.parallelFor = runBackwards;
+    options.parallelFor = test::runBackwards;
     options.workers = static_cast<std::uint32_t>(input.between(1, 64));
   }
   const OpenStream tested(memory.manager(), options);

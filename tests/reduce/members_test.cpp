@@ -121,15 +121,6 @@ reference::Reduced expectedOf(const Member& member, const TLUX_IMAGE& image,
   return reference::reduce(source, member.factor);
 }
 
-TLUX_CROP_RECT randomRect(int width, int height, Random& random) {
-  TLUX_CROP_RECT rect{};
-  rect.left = random.intBetween(0, width / 3);
-  rect.top = random.intBetween(0, height / 3);
-  rect.right = random.intBetween(0, 2) == 0 ? random.intBetween(rect.left, width - 1) : width - 1;
-  rect.bottom = random.intBetween(0, 2) == 0 ? random.intBetween(rect.top, height - 1) : height - 1;
-  return rect;
-}
-
 // The member gives the bytes of its formula, writes nothing else and reads nothing outside the
 // planes.
 void expectFormula(const Member& member, Source& frame, const TLUX_CROP_RECT& rect,
@@ -144,19 +135,6 @@ void expectFormula(const Member& member, Source& frame, const TLUX_CROP_RECT& re
   member.reduce(&frame.image(), &destination.image(), &rect);
   destination.check();
   gi32PixelArrangement = kArrangements[0].word;
-}
-
-// At even and odd corners of images of even and odd size.
-TEST(ResampleMembers, EqualTheirFormulas) {
-  Random random(20);
-  for (const Member& member : kMembers) {
-    for (int trial = 0; trial < 24; ++trial) {
-      Source frame(member.format, random.intBetween(2, 130), random.intBetween(2, 70), random);
-      expectFormula(member, frame, randomRect(frame.image().width, frame.image().height, random),
-                    random);
-      if (HasFailure()) return;
-    }
-  }
 }
 
 // Widths around the columns of a frame that one call of a kernel covers.
@@ -178,33 +156,6 @@ TEST(ResampleMembers, EqualTheirFormulasAtTheEndsOfStretches) {
       Source frame(member.format, width, std::max(member.factor, 4), random);
       const int left = random.intBetween(0, 3) == 0 ? random.intBetween(0, 3) : 0;
       expectFormula(member, frame, {left, 0, width - 1, frame.image().height - 1}, random);
-      if (HasFailure()) return;
-    }
-  }
-}
-
-// The dispatcher reduces whole pairs of blocks; without a rectangle, of the whole image.
-TEST(ScaleCropImage, RoundsTheRectangleAndPicksTheMember) {
-  Random random(21);
-  for (const Member& member : kMembers) {
-    if (!member.dispatched) continue;
-    for (int trial = 0; trial < 6; ++trial) {
-      SCOPED_TRACE(member.name);
-      Source frame(member.format, random.intBetween(2, 130), random.intBetween(2, 70), random);
-      const int width = frame.image().width;
-      const int height = frame.image().height;
-      const bool whole = trial % 3 == 0;
-      const auto rect =
-          whole ? TLUX_CROP_RECT{0, 0, width - 1, height - 1} : randomRect(width, height, random);
-      const int step = 2 * member.factor;
-      const TLUX_CROP_RECT rounded{rect.left, rect.top,
-                                   rect.left + (rect.right - rect.left + 1) / step * step - 1,
-                                   rect.top + (rect.bottom - rect.top + 1) / step * step - 1};
-      Destination destination(expectedOf(member, frame.image(), rounded, "BGGR"), random);
-      EXPECT_EQ(TLUX_ScaleCropImage(&frame.image(), &destination.image(), whole ? nullptr : &rect,
-                                    member.factor),
-                TLUX_OK);
-      destination.check();
       if (HasFailure()) return;
     }
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace tlux::reference {
@@ -22,6 +23,19 @@ class PoolModel {
   };
 
   explicit PoolModel(std::int64_t bytes) : blocks_{{kHeader, bytes - 2 * kHeader, false}} {}
+
+  // The chain of a pool as its headers tell it.
+  static std::vector<Block> chainAt(const std::uint8_t* pool) {
+    std::vector<Block> blocks;
+    for (std::int64_t header = 0;;) {
+      std::uint64_t words[2];
+      std::memcpy(words, pool + header, sizeof words);
+      if (words[0] == ~std::uint64_t{0}) return blocks;
+      const auto size = static_cast<std::int64_t>(words[0]);
+      blocks.push_back({header + kHeader, size, words[1] == 1});
+      header += kHeader + size;
+    }
+  }
 
   std::int64_t allocate(std::int64_t size) {
     const std::int64_t need = (size + 7) / 8 * 8;

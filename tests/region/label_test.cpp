@@ -30,18 +30,6 @@ void expectFloodLabels(const MaskGrid& mask) {
   }
 }
 
-TEST(RegionLabel, EqualsAFloodFillOnRandomMasks) {
-  Random random(1);
-  for (const int density : {0, 30, 200, 400, 500, 593, 700, 900, 990, 1000}) {
-    for (int i = 0; i < 25; ++i) {
-      const int width = random.intBetween(1, i < 12 ? 12 : 200);
-      const int height = random.intBetween(1, i < 12 ? 8 : 60);
-      const MaskGrid mask = randomMask(random, width, height, density);
-      expectFloodLabels(mask);
-    }
-  }
-}
-
 TEST(RegionLabel, EqualsAFloodFillOnEveryTinyMask) {
   for (const auto& [width, height] : {std::pair{1, 1}, {8, 1}, {1, 8}, {3, 3}, {4, 3}, {2, 5}}) {
     for (int bits = 0; bits < 1 << (width * height); ++bits) {
@@ -84,26 +72,6 @@ TEST(RegionLabel, CountsTheKnownCases) {
   const MaskGrid winding = spiral(kSize, kSize);
   EXPECT_GT(std::count(winding.values.begin(), winding.values.end(), 128), kSize * kSize * 2 / 5);
   EXPECT_EQ(countOf(winding, 4), 1u);
-}
-
-TEST(RegionLabel, TakesBottomUpPlanesAndPartsOfMasks) {
-  Random random(2);
-  const MaskGrid whole = randomMask(random, 40, 30, 550);
-  // Rows 5 to 24 and columns 3 to 36, from the last row up.
-  const MaskGrid part =
-      drawMask(34, 20, [&](int x, int y) { return whole.at(3 + x, 24 - y) != 0; });
-  std::vector<std::uint32_t> labels(34 * 20);
-  for (const int connectivity : {4, 8}) {
-    std::uint32_t count = 0;
-    ASSERT_EQ(label(connectivity, &whole.at(3, 24), -40, 34, 20, &labels[19 * 34], -4 * 34, &count),
-              TLUX_OK);
-    const reference::Labelling expected = reference::floodLabels(part, connectivity);
-    EXPECT_EQ(count, expected.count);
-    for (int y = 0; y < 20; ++y) {
-      ASSERT_TRUE(
-          std::equal(&labels[(19 - y) * 34], &labels[(19 - y) * 34] + 34, expected.labels.row(y)));
-    }
-  }
 }
 
 } // namespace

@@ -54,20 +54,6 @@ void expectDefinition(Kind kind, const MaskGrid& mask, std::span<const int> radi
   }
 }
 
-TEST(Morphology, EqualsItsDefinitionForAnySize) {
-  constexpr int kSome[] = {1, 2, 3, 7, 12, 253};
-  Random random(2);
-  for (int width = 1; width <= 40; width += width < 4 ? 1 : 5) {
-    for (int height = 1; height <= 40; height += height < 4 ? 1 : 7) {
-      for (const int density : {1000, 990, 300, 0, 10, 700}) {
-        const MaskGrid mask = randomMask(random, width, height, density);
-        for (const Kind kind : kKinds)
-          expectDefinition(kind, mask, kSome);
-      }
-    }
-  }
-}
-
 TEST(Morphology, EqualsItsDefinitionForEveryRadius) {
   const auto isDot = [](int x, int y) { return (x == 2 && y == 3) || (x == 590 && y == 300); };
   expectDefinition(Kind::kDilate, drawMask(600, 540, isDot), kRadii);
@@ -88,48 +74,6 @@ TEST(Morphology, EqualsItsDefinitionOnLongRows) {
     expectDefinition(Kind::kDilate, randomMask(random, width, 2, 2), kSome);
     expectDefinition(Kind::kErode, randomMask(random, width, 3, 999), kSome);
   }
-}
-
-TEST(Morphology, WorksInsideTheRectangleAlone) {
-  Random random(5);
-  const MaskGrid whole = randomMask(random, 50, 40, 970);
-  for (const TLUX_MASK_RECT& rect : {TLUX_MASK_RECT{0, 0, 50, 40},
-                                     {3, 2, 4, 3},
-                                     {7, 0, 50, 1},
-                                     {49, 5, 50, 40},
-                                     {10, 11, 37, 29}}) {
-    const auto part = [&](auto& grid, int y) { return grid.row(rect.top + y) + rect.left; };
-    for (const Kind kind : kKinds) {
-      MaskGrid inside{static_cast<int>(rect.right - rect.left),
-                      static_cast<int>(rect.bottom - rect.top)};
-      for (int y = 0; y < inside.height; ++y)
-        std::copy_n(part(whole, y), inside.width, inside.row(y));
-      std::uint32_t changed = 0;
-      inside = Definition(kind, inside).at(4, changed);
-      MaskGrid expected = whole;
-      for (int y = 0; y < inside.height; ++y)
-        std::copy_n(inside.row(y), inside.width, part(expected, y));
-      MaskGrid actual = whole;
-      EXPECT_EQ(run(kind, actual.row(0), 50, 1, 1, 4, &rect), changed);
-      EXPECT_EQ(actual.values, expected.values);
-    }
-  }
-}
-
-TEST(Morphology, ErosionTakesBottomUpMasks) {
-  Random random(6);
-  const MaskGrid mask = randomMask(random, 33, 21, 980);
-  const auto flipped = [](const MaskGrid& grid) {
-    MaskGrid out = grid;
-    for (int y = 0; y < grid.height; ++y)
-      std::copy_n(grid.row(grid.height - 1 - y), grid.width, out.row(y));
-    return out;
-  };
-  MaskGrid actual = flipped(mask);
-  std::uint32_t changed = 0;
-  const MaskGrid expected = Definition(Kind::kErode, mask).at(3, changed);
-  EXPECT_EQ(TLUX_ErodeEx(actual.row(20), -33, 33, 21, 3, nullptr), changed);
-  EXPECT_EQ(flipped(actual).values, expected.values);
 }
 
 TEST(Morphology, LeavesTheMaskAloneWhenThereIsNothingToDo) {

@@ -6,17 +6,12 @@
 #include <vector>
 
 #include "engine/scoped_engine.hpp"
-#include "image/picture.hpp"
-#include "reference/guided_filter_fast.hpp"
-#include "reference/resample.hpp"
 #include "reference/run.hpp"
 #include "reliability/plane_members.hpp"
 #include "support/effort.hpp"
 #include "support/guarded_buffer.hpp"
 #include "support/random.hpp"
 #include "support/widths.hpp"
-#include "tlux/copy.h"
-#include "tlux/fast_guided_filter.h"
 
 namespace tlux::test {
 namespace {
@@ -155,144 +150,7 @@ TEST_P(ShapeSweep, EveryEndOfAPiece) {
     check({width, 3}, {width % 3, 1 + width % 4});
 }
 
-// ---- Images of several planes
-
-// An image whose planes each end behind their last sample. One pair can be read before chroma.
-class Image {
- public:
-  Image(std::uint32_t format, int width, int height, int gap)
-      : record_{format, width, height, {}, {}} {
-    for (const auto& [bytes, rows] : extentsOf(format, width, height)) {
-      const std::size_t plane = buffers_.size();
-      const bool isSemiPlanar = format >> 8 == 8;
-      const int before = plane == 0 ? 0 : (isSemiPlanar ? 2 : 1);
-      const int rowBytes = isSemiPlanar && plane == 1 ? bytes / 2 * 2 : bytes;
-      const int pitch = bytes + gap;
-      const int size = before + (rows > 0 ? (rows - 1) * pitch + rowBytes : 0);
-      buffers_.push_back(std::make_unique<GuardedBuffer>(static_cast<std::size_t>(size)));
-      std::ranges::copy(noise(buffers_.back()->size()), buffers_.back()->data());
-      record_.plane[plane] = buffers_.back()->data() + before;
-      record_.pitch[plane] = pitch;
-    }
-  }
-  TLUX_IMAGE& record() { return record_; }
-
- private:
-  std::vector<std::unique_ptr<GuardedBuffer>> buffers_;
-  TLUX_IMAGE record_;
-};
-
-void checkReduction(std::uint32_t format, int width, int height, int factor, int gap) {
-  Image source(format, width, height, gap);
-  const int step = 2 * factor;
-  const TLUX_CROP_RECT whole{0, 0, width - 1, height - 1};
-  const TLUX_CROP_RECT blocks{0, 0, width / step * step - 1, height / step * step - 1};
-  const reference::Source formula{format, source.record(), blocks};
-  reference::Reduced expected =
-      factor == 1 ? reference::widen(formula) : reference::reduce(formula, factor);
-  const int outWidth = expected.height == 0 ? 0 : expected.width;
-  const int outHeight = expected.width == 0 ? 0 : expected.height;
-  TLUX_IMAGE target{0, outWidth, outHeight, {}, {}};
-  std::vector<std::unique_ptr<Rows>> planes;
-  for (int i = 0; i < 3; ++i) {
-    planes.push_back(std::make_unique<Rows>(std::max(outWidth, 1), std::max(outHeight, 1),
-                                            std::max(outWidth, 1) + gap));
-    target.plane[i] = planes.back()->data();
-    target.pitch[i] = outWidth + gap;
-  }
-  ASSERT_EQ(TLUX_ScaleCropImage(&source.record(), &target, &whole, factor), TLUX_OK);
-  for (int i = 0; i < 3; ++i) {
-    const Bytes none = {kGap};
-    ASSERT_TRUE(planes[i]->holds(outWidth == 0 ? none : expected.planes[i]))
-        << std::hex << format << std::dec << " " << width << "x" << height << " by " << factor;
-  }
-}
-
-TEST(ShapeSweepOfImages, Reductions) {
-  constexpr std::uint32_t kFormats[] = {TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_YCBCR420_YPUV,
-                                        TLUX_FMT_YCBCR422_YPUV, TLUX_FMT_YCBCR420_P,
-                                        TLUX_FMT_YCBCR422_P};
-  const int step = kIsFast ? 1 : 5;
-  int shape = 0;
-  for (const std::uint32_t format : kFormats) {
-    for (int factor = 1; factor <= 8; ++factor) {
-      for (int height = 2; height <= kSmall; height += step) {
-        for (int width = 2 + height % 3; width <= kSmall; width += 2 * step + 1)
-          ASSERT_NO_FATAL_FAILURE(checkReduction(format, width, height, factor, ++shape % 4));
-      }
-      for (const int near : kWidths) {
-        for (int width = near - 8; width < near + 8; width += step)
-          ASSERT_NO_FATAL_FAILURE(
-              checkReduction(format, width, 2 * factor, factor, roundedUp(width, 64) - width));
-      }
-    }
-  }
-}
-
-void checkCopy(std::uint32_t format, int width, int height, int maxGap) {
-  Random random(static_cast<std::uint32_t>(width * 64 + height));
-  const Picture source = randomPicture(random, format, width, height, maxGap);
-  const Picture target = randomPicture(random, format, width, height, maxGap);
-  Picture expected = target;
-  const TLUX_RECT whole{0, 0, width, height};
-  PictureCopy(expected, whole, source, whole).plain();
-  Frame in = frameOf(source);
-  Frame out = frameOf(target);
-  ASSERT_EQ(TLUX_CopyImage_IMK(out.get(), in.get()), TLUX_OK);
-  ASSERT_TRUE(out == frameOf(expected))
-      << std::hex << format << std::dec << " " << width << "x" << height;
-}
-
-TEST(ShapeSweepOfImages, Copies) {
-  constexpr std::uint32_t kFormats[] = {
-      TLUX_FMT_BGR24,      TLUX_FMT_BGR32,         TLUX_FMT_YCBYCR, TLUX_FMT_YCBCR420_P,
-      TLUX_FMT_YCBCR440_P, TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_GRAY};
-  const int step = kIsFast ? 1 : 5;
-  for (const std::uint32_t format : kFormats) {
-    for (int height = 1; height <= kSmall; height += step) {
-      for (int width = 1 + height % 2; width <= kSmall; width += 2 * step)
-        ASSERT_NO_FATAL_FAILURE(checkCopy(format, width, height, width % 3));
-    }
-    for (const int near : kWidths) {
-      for (int width = near - 8; width < near + 8; width += step)
-        ASSERT_NO_FATAL_FAILURE(checkCopy(format, width, 2, width % 17));
-    }
-  }
-}
-
 // ---- The filter and the run on threads
-
-void checkFilter(int width, int height) {
-  const int fullWidth = 8 * width;
-  const int gap = height % 5;
-  const Guard guard = guardFor({width, height}, {0, 0});
-  Rows low[] = {{width, height, width + gap, guard}, {width, height, width + gap, guard}};
-  for (Rows& plane : low)
-    plane.set(noise(static_cast<std::size_t>(width) * height));
-  const Bytes guide = noise(static_cast<std::size_t>(fullWidth) * 8 * height);
-  Rows fullGuide(fullWidth, 8 * height, fullWidth + gap, guard);
-  Rows output(fullWidth, 8 * height, fullWidth + gap, guard);
-  fullGuide.set(guide);
-  Bytes expected(guide.size(), kGap);
-  reference::fastGuidedFilter(low[0].data(), low[1].data(), guide.data(), expected.data(), width,
-                              height, low[0].pitch(), fullWidth, fullWidth, 3, 20);
-  ASSERT_EQ(FastGuideFilterMT(nullptr, low[0].data(), low[1].data(), fullGuide.data(),
-                              output.data(), width, height, low[0].pitch(), output.pitch(), 3, 20),
-            TLUX_OK);
-  ASSERT_TRUE(output.holds(expected)) << width << "x" << height;
-  ASSERT_TRUE(fullGuide.holds(guide));
-}
-
-// Heights that make bands of unequal rows, and bands without any.
-TEST(ShapeSweepOfFrames, FastGuidedFilter) {
-  const int step = kIsFast ? 1 : 3;
-  for (int height = 1; height <= kSmall; ++height) {
-    for (int width = 1 + height % step; width <= (height < 20 ? kSmall : 6); width += step)
-      ASSERT_NO_FATAL_FAILURE(checkFilter(width, height));
-  }
-  for (const int width : widthsAround({128, 256}))
-    ASSERT_NO_FATAL_FAILURE(checkFilter(width, 3));
-}
 
 void checkRun(const FrameShape& shape) {
   SCOPED_TRACE(testing::Message() << shape.width << "x" << shape.height << " pitch "

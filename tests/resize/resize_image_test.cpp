@@ -17,39 +17,6 @@ bool isResized(std::uint32_t format) {
 }
 
 using ResizeImage = uint32_t(const TLUX_IMAGE*, TLUX_IMAGE*);
-using SampleOf = int(const reference::Channel&, int, int, int, int);
-
-void comparesWithSamples(ResizeImage* resize, SampleOf* sampleOf) {
-  Random random(1);
-  for (const std::uint32_t format : kCopied) {
-    if (!isResized(format)) continue;
-    for (const auto& from : kSizes) {
-      for (const auto& to : kSizes) {
-        const bool isCopy = from == to;
-        if (isCopy && from.first == 1) continue; // the lone chroma byte of packed rows, see below
-        Frame in = randomFrame(random, format, from.first, from.second, 5);
-        Frame out = randomFrame(random, format, to.first, to.second, 5);
-        const Frame expected = mapped(
-            in, out,
-            [&](const reference::Channel& channel, const FrameChannel& target, int x, int y) {
-              if (isCopy) return int{channel.data[y * channel.pitch + x * channel.step]};
-              return sampleOf(channel, std::max(target.width, 1), target.height, x, y);
-            });
-        ASSERT_EQ(resize(in.get(), out.get()), TLUX_OK);
-        ASSERT_TRUE(out == expected) << std::hex << format << std::dec << " " << from.first << "x"
-                                     << from.second << " to " << to.first << "x" << to.second;
-      }
-    }
-  }
-}
-
-TEST(ResizeImage, TakesTheNearestSampleOfEachComponent) {
-  comparesWithSamples(asfImageResize_NN, reference::nearest);
-}
-
-TEST(ResizeImage, InterpolatesEachComponent) {
-  comparesWithSamples(asfImageResize_BL, reference::bilinear);
-}
 
 TEST(ResizeImage, CopiesEveryByteOfEqualSizes) {
   Random random(2);

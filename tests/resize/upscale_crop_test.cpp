@@ -34,50 +34,6 @@ TEST(UpscaleLine, IsTheLineOfTheToneCore) {
   }
 }
 
-struct Crop {
-  int lowWidth, lowHeight, left, top, width, height;
-};
-
-constexpr Crop kCrops[] = {{1, 1, 0, 0, 8, 8},    {1, 1, 5, 7, 3, 1},      {5, 3, 0, 0, 40, 24},
-                           {5, 3, 9, 4, 31, 20},  {5, 3, 39, 23, 1, 1},    {90, 2, 3, 1, 700, 15},
-                           {6, 5, 12, 10, 14, 9}, {90, 2, 511, 15, 10, 1}, {3, 7, 1, 33, 22, 23}};
-
-TEST(UpscaleCrop, CutsPlanesOutOfTheEnlargement) {
-  Random random(2);
-  for (const Crop& c : kCrops) {
-    TestImage low(random, c.lowWidth, c.lowHeight, 1, 8, 2);
-    TestImage target(c.width, c.height, 1, 8, 3);
-    ASSERT_EQ(UpcaleCropGray(low->data, c.lowWidth, c.lowHeight, low->stride, c.left, c.top,
-                             target->data, c.width, c.height, target->stride),
-              TLUX_OK);
-    EXPECT_TRUE(target.isIntact());
-    const reference::Channel in{low->data, c.lowWidth, c.lowHeight, low->stride};
-    EXPECT_EQ(
-        target.pixels(), mapPixels(c.width, c.height, [&](int x, int y) {
-          return static_cast<std::uint8_t>(reference::enlargedByEight(in, c.left + x, c.top + y));
-        }));
-  }
-}
-
-TEST(UpscaleCrop, CutsImagesOutOfTheEnlargement) {
-  Random random(3);
-  for (const std::uint32_t format : kCopied) {
-    if (format >= TLUX_FMT_YCBYCR_5 && format <= TLUX_FMT_YCBYCR_8) continue;
-    for (const Crop& c : kCrops) {
-      Frame in = randomFrame(random, format, c.lowWidth, c.lowHeight, 3);
-      Frame out = randomFrame(random, format, c.width, c.height, 3);
-      const Frame expected =
-          mapped(in, out,
-                 [&](const reference::Channel& channel, const FrameChannel& target, int x, int y) {
-                   return reference::enlargedByEight(channel, (c.left >> target.shiftX) + x,
-                                                     (c.top >> target.shiftY) + y);
-                 });
-      ASSERT_EQ(UpcaleCropImage(in.get(), c.left, c.top, out.get()), TLUX_OK);
-      ASSERT_TRUE(out == expected) << std::hex << format;
-    }
-  }
-}
-
 TEST(UpscaleCrop, RefusesBadArguments) {
   std::uint8_t low[4] = {};
   std::uint8_t out[64] = {};

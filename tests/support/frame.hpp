@@ -96,8 +96,7 @@ class Frame {
 
   // Random bytes everywhere.
   Frame(const FrameShape& shape, Random& random) : Frame(shape) {
-    for (auto& plane : planes_)
-      random.fill(plane->bytes());
+    visitPlanes([&](std::span<std::uint8_t> bytes) { random.fill(bytes); });
   }
 
   Frame(const FrameShape& shape, Scene scene, std::uint32_t seed = 1) : Frame(shape) {
@@ -126,6 +125,12 @@ class Frame {
   }
   int planeCount() const { return static_cast<int>(planes_.size()); }
   GuardedBuffer& plane(int i) { return *planes_[i]; }
+  // Calls visit(bytes) for all bytes of each plane.
+  template <class Visit>
+  void visitPlanes(Visit visit) {
+    for (auto& plane : planes_)
+      visit(plane->bytes());
+  }
 
   // All bytes of a plane; its samples alone, packed.
   Bytes bytes(int i) const { return {planes_[i]->bytes().begin(), planes_[i]->bytes().end()}; }
