@@ -247,6 +247,9 @@ TEST(SimpleTools, ResizeOneChannelGoesToTheExportedResizer) {
   EXPECT_TRUE(a.isIntact());
   a->width = 0;
   EXPECT_EQ(resize_C1(nullptr, source, a), TLUX_ERR_INVALID_PARAM);
+  for (const auto resize : {resize_a, resize_bgr})
+    resize(source, a);
+  EXPECT_TRUE(a.isIntact());
 }
 
 } // namespace

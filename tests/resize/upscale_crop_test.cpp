@@ -63,7 +63,9 @@ TEST(UpscaleCrop, RefusesBadArguments) {
     TLUX_IMAGE image{TLUX_FMT_GRAY, c.width, c.height, {c.out}, {c.outStride}};
     EXPECT_EQ(UpcaleCropImage(&in, c.left, c.top, &image), TLUX_ERR_INVALID_PARAM);
   }
-  EXPECT_EQ(UpcaleCropImage(nullptr, 0, 0, nullptr), TLUX_ERR_INVALID_PARAM);
+  const TLUX_IMAGE in{TLUX_FMT_GRAY, 2, 2, {low}, {2}};
+  TLUX_IMAGE image{TLUX_FMT_GRAY, 4, 4, {out}, {4}};
+  expectRefusesEachNull(UpcaleCropImage, &in, 0, 0, &image);
 }
 
 } // namespace

@@ -38,9 +38,9 @@ void expectScores(const LogPlane& linear, void* workBuffer) {
 // Sizes around the change of the pyramid's memory (2048 and 2050 pixels), and frames too narrow for
 // it; without and with a work buffer that ends at a page that cannot be touched.
 TEST(RetinexScore, MatchesTheFormula) {
-  const std::pair<int, int> sizes[] = {
-      {1, 1},   {1, 40},  {40, 1},  {2, 2},   {3, 5},    {16, 12},  {23, 89},   {32, 64},
-      {683, 3}, {41, 50}, {7, 293}, {90, 67}, {1200, 3}, {3, 1200}, {240, 134}, {250, 190}};
+  const std::pair<int, int> sizes[] = {{1, 1},    {1, 40},   {40, 1},   {3, 5},
+                                       {23, 89},  {32, 64},  {683, 3},  {41, 50},
+                                       {1200, 3}, {3, 1200}, {250, 190}};
   for (const auto& [width, height] : sizes) {
     for (const Content content : kContents) {
       SCOPED_TRACE(testing::Message() << width << "x" << height << " " << int(content));
