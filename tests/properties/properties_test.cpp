@@ -21,10 +21,10 @@ struct Property {
 constexpr Property kProperties[] = {
     {"pool", checkPool, 300},      {"image", checkImage, 6000},
     {"plane", checkPlane, 2000},   {"resample", checkResample, 2000},
-    {"resize", checkResize, 2000}, {"run", checkRun, 150},
-    {"stream", checkStream, 150},  {"tone", checkTone, 3000},
+    {"resize", checkResize, 4000}, {"run", checkRun, 150},
+    {"stream", checkStream, 150},  {"tone", checkTone, 4000},
     {"filter", checkFilter, 2000}, {"histogram", checkHistogram, 2000},
-    {"mask", checkMask, 2000},
+    {"mask", checkMask, 8000},
 };
 
 class Properties : public testing::TestWithParam<Property> {

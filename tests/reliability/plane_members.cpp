@@ -4,12 +4,9 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "reference/box_blur.hpp"
 #include "reference/chroma.hpp"
-#include "reference/guided_filter_fast.hpp"
 #include "reference/labels.hpp"
 #include "reference/resize.hpp"
-#include "reference/retinex.hpp"
 #include "reference/selection.hpp"
 #include "reference/simple_tools.hpp"
 #include "reference/smoothing.hpp"
@@ -23,10 +20,10 @@ using Bytes = std::vector<std::uint8_t>;
 constexpr int kRadius = 2;
 
 // For members that work in place.
-void copyInput(const PlaneCall& c, int pixelBytes = 1) {
+void copyInput(const PlaneCall& c) {
   for (std::ptrdiff_t y = 0; y < c.size.height; ++y)
     std::memcpy(c.output + y * c.outputPitch, c.input + y * c.inputPitch,
-                static_cast<std::size_t>(c.size.width) * pixelBytes);
+                static_cast<std::size_t>(c.size.width));
 }
 
 class Simple {
@@ -45,20 +42,6 @@ class Simple {
   img record_{};
 };
 
-template <class T>
-Bytes bytesOf(const std::vector<T>& values) {
-  Bytes bytes(values.size() * sizeof(T));
-  if (!values.empty()) std::memcpy(bytes.data(), values.data(), bytes.size());
-  return bytes;
-}
-
-template <class T>
-std::vector<T> valuesOf(const Bytes& bytes) {
-  std::vector<T> values(bytes.size() / sizeof(T));
-  if (!bytes.empty()) std::memcpy(values.data(), bytes.data(), bytes.size());
-  return values;
-}
-
 reference::Channel channelOf(const Bytes& in, Size size) {
   return {in.data(), size.width, size.height, size.width};
 }
@@ -67,18 +50,6 @@ Bytes guided(const Bytes& in, Size, Size size) {
   const int radius = std::min(kRadius, std::max(size.width, size.height));
   return reference::applyCoefficients<1>(reference::guidedCoefficients(in, in, size, radius), in,
                                          size, radius);
-}
-
-Bytes boxBlur(const Bytes& in, Size, Size size) {
-  Bytes out = in;
-  reference::boxBlur(out, size.width, size.height, size.width, kRadius);
-  return out;
-}
-
-Bytes boxBlurOfWords(const Bytes& in, Size, Size size) {
-  auto out = valuesOf<std::int16_t>(in);
-  reference::boxBlur(out, size.width, size.height, size.width, kRadius);
-  return bytesOf(out);
 }
 
 template <auto SampleOf>
@@ -125,34 +96,6 @@ Bytes morphed(const Bytes& in, Size, Size size) {
   });
 }
 
-template <int kConnectivity>
-Bytes labelled(const Bytes& in, Size, Size size) {
-  return bytesOf(
-      reference::floodLabels({size.width, size.height, in}, kConnectivity).labels.values);
-}
-
-template <auto Label>
-std::uint32_t label(const PlaneCall& c) {
-  std::uint32_t count = 0;
-  return Label(nullptr, c.input, c.inputPitch, static_cast<std::uint32_t>(c.size.width),
-               static_cast<std::uint32_t>(c.size.height),
-               reinterpret_cast<std::uint32_t*>(c.output), c.outputPitch, &count);
-}
-
-constexpr std::uint32_t kSmallest = 9;
-
-Bytes removedSmall(const Bytes& in, Size, Size size) {
-  reference::MaskGrid mask{size.width, size.height, in};
-  reference::removeSmall(mask, 4, kSmallest);
-  return mask.values;
-}
-
-Bytes filledHoles(const Bytes& in, Size, Size size) {
-  reference::MaskGrid mask{size.width, size.height, in};
-  reference::fillHoles(mask, 8);
-  return mask.values;
-}
-
 Bytes boundaryOf(const Bytes& in, Size, Size size) {
   return reference::boundary({size.width, size.height, in}, 4).values;
 }
@@ -181,34 +124,6 @@ const Bytes& someTable() {
     return table;
   }();
   return kTable;
-}
-
-std::vector<std::int16_t> lightOf(const std::uint8_t* codes, std::size_t count) {
-  std::vector<std::int16_t> light;
-  for (std::size_t i = 0; i < count; ++i)
-    light.push_back(static_cast<std::int16_t>(codes[i] * 16));
-  return light;
-}
-
-template <bool kIsBand>
-Bytes smoothedMap(const Bytes& in, Size, Size size) {
-  const auto map = valuesOf<std::int32_t>(in);
-  const int width = size.width;
-  const int height = size.height;
-  return bytesOf(reference::mapPixels(width, height, [&](int x, int y) {
-    if (kIsBand) {
-      return reference::smoothedInBand(map.data(), x, y, width, height, width, 0, height, kRadius);
-    }
-    const auto sample = [&](int u, int v) { return map[v * width + u]; };
-    return reference::windowSum(x, y, kRadius, width, 0, height, sample) / (4 * kRadius * kRadius);
-  }));
-}
-
-template <auto Smooth>
-std::uint32_t smoothMap(const PlaneCall& c) {
-  return Smooth(nullptr, 0, c.size.height, reinterpret_cast<const std::int32_t*>(c.input),
-                c.size.height, c.size.width, c.size.width,
-                reinterpret_cast<std::int32_t*>(c.output), kRadius);
 }
 
 Bytes gaussSmoothed(const Bytes& in, Size, Size size) {
@@ -246,49 +161,14 @@ constexpr PlaneMember kMembers[] = {
                                c.outputPitch, c.size.width, c.size.height, kRadius);
      },
      guided},
-    {"guided_filter_1dI", 1, 1,
-     [](const PlaneCall& c) {
-       Simple source(c.input, c.inputPitch, c.size, 1);
-       Simple target(c.output, c.outputPitch, c.size, 1);
-       guided_filter_1dI(nullptr, source, source, target, kRadius);
-       return TLUX_OK;
-     },
-     guided},
     {"BilateralFilter1D", 1, 1,
      [](const PlaneCall& c) {
        return BilateralFilter1D(nullptr, c.input, c.inputPitch, c.output, c.outputPitch,
                                 c.size.width, c.size.height, 1, 20, 1.5F);
      },
      [](const Bytes& in, Size, Size size) { return reference::bilateral(in, size, 1, 20, 1.5); }},
-    {"TLUX_BoxBlur_Byte", 1, 1,
-     [](const PlaneCall& c) {
-       copyInput(c);
-       return TLUX_BoxBlur_Byte(nullptr, c.output, c.size.width, c.size.height, c.outputPitch,
-                                kRadius, 0);
-     },
-     boxBlur},
-    {"TLUX_BoxBlur_Int16", 2, 2,
-     [](const PlaneCall& c) {
-       copyInput(c, 2);
-       return TLUX_BoxBlur_Int16(nullptr, reinterpret_cast<std::int16_t*>(c.output), c.size.width,
-                                 c.size.height, c.outputPitch / 2, kRadius, 0);
-     },
-     boxBlurOfWords},
 
     // Tone and exposure
-    {"BlockMeanVarIntMT", 4, 4, smoothMap<BlockMeanVarIntMT>, smoothedMap<false>, true},
-    {"BlockMeanVarIntMTBorder", 4, 4, smoothMap<BlockMeanVarIntMTBorder>, smoothedMap<true>, true},
-    {"AME_GenerateRetinexLogGain", 1, 2,
-     [](const PlaneCall& c) {
-       auto light = lightOf(c.input, static_cast<std::size_t>(c.size.width) * c.size.height);
-       return AME_GenerateRetinexLogGain(nullptr, nullptr, light.data(), c.size.width,
-                                         c.size.height, reinterpret_cast<std::uint16_t*>(c.output));
-     },
-     [](const Bytes& in, Size, Size size) {
-       return bytesOf(
-           reference::retinexScore(lightOf(in.data(), in.size()), size.width, size.height));
-     },
-     true},
     {"AME_SmoothSelect", 1, 1,
      [](const PlaneCall& c) {
        return AME_SmoothSelect(nullptr, c.input, c.output, c.size.width, c.size.height);
@@ -367,24 +247,6 @@ constexpr PlaneMember kMembers[] = {
        return TLUX_OK;
      },
      morphed<false>},
-    {"TRegionLabel_RegionLabel4", 1, 4, label<TRegionLabel_RegionLabel4>, labelled<4>},
-    {"TRegionLabel_RegionLabel8", 1, 4, label<TRegionLabel_RegionLabel8>, labelled<8>},
-    {"TLUX_TRegionLabel_RemoveSmall", 1, 1,
-     [](const PlaneCall& c) {
-       copyInput(c);
-       return TLUX_TRegionLabel_RemoveSmall(
-           nullptr, c.output, c.outputPitch, static_cast<std::uint32_t>(c.size.width),
-           static_cast<std::uint32_t>(c.size.height), 4, kSmallest, nullptr);
-     },
-     removedSmall},
-    {"TLUX_TRegionLabel_FillHoles", 1, 1,
-     [](const PlaneCall& c) {
-       copyInput(c);
-       return TLUX_TRegionLabel_FillHoles(nullptr, c.output, c.outputPitch,
-                                          static_cast<std::uint32_t>(c.size.width),
-                                          static_cast<std::uint32_t>(c.size.height), 8, nullptr);
-     },
-     filledHoles},
     {"TLUX_TRegionLabel_Boundary", 1, 1,
      [](const PlaneCall& c) {
        return TLUX_TRegionLabel_Boundary(
