@@ -84,6 +84,12 @@ TEST(SimpleImage, PseudoImageLeavesItsPixelsAlone) {
   ASSERT_NE(reversed, nullptr);
   EXPECT_EQ(reversed->rows[2], pixels);
   EXPECT_EQ(cloneimg(nullptr, reversed), nullptr);
+  img none{0, 0, 0, 0, 1, 8, nullptr, nullptr};
+  clone = cloneimg(nullptr, &none); // no bytes are no reason to refuse
+  EXPECT_NE(clone, nullptr);
+  release_img(nullptr, &clone);
+  none.size = 1;
+  EXPECT_EQ(cloneimg(nullptr, &none), nullptr);
   release_img_pesudo(nullptr, &reversed);
 
   release_img(nullptr, nullptr);
