@@ -1,4 +1,7 @@
-"""Builds the wheel: the package, and in it the library that TLUX_LIBRARY names, or one that CMake builds here."""
+"""Builds the wheel: the package, and in it the library that TLUX_LIBRARY names, or one that CMake builds here.
+
+TLUX_LIBRARY=system leaves it out, for distributions: the package then takes the installed library.
+"""
 
 from __future__ import annotations
 
@@ -16,6 +19,8 @@ from wheel.bdist_wheel import bdist_wheel
 
 SOURCE = Path(__file__).resolve().parent.parent
 LIBRARY = "libtlux.so.1"
+GIVEN = os.environ.get("TLUX_LIBRARY", "")
+CARRIES_LIBRARY = GIVEN != "system"
 
 
 def version() -> str:
@@ -38,8 +43,9 @@ def built_library() -> Path:
 class PackageWithLibrary(build_py):
     def run(self) -> None:
         super().run()
-        given = os.environ.get("TLUX_LIBRARY")
-        library = Path(given) if given else built_library()
+        if not CARRIES_LIBRARY:
+            return
+        library = Path(GIVEN) if GIVEN else built_library()
         if not library.is_file():
             raise FileNotFoundError(f"{library} is no file: TLUX_LIBRARY must name a built {LIBRARY}")
         shutil.copyfile(library, Path(self.build_lib) / "tlux" / LIBRARY)
@@ -49,12 +55,12 @@ class PlatformWheel(bdist_wheel):
     """Nothing is compiled for one version of Python: each takes the wheel, on this platform."""
 
     def get_tag(self) -> Tuple[str, str, str]:
-        return "py3", "none", super().get_tag()[2]
+        return "py3", "none", super().get_tag()[2] if CARRIES_LIBRARY else "any"
 
 
 class PlatformDistribution(Distribution):
     def has_ext_modules(self) -> bool:
-        return True
+        return CARRIES_LIBRARY
 
 
 # What setuptools leaves behind would come into the next wheel.

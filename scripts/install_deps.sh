@@ -11,11 +11,13 @@
 #   count  counter of instructions
 #   quality  what measures pictures
 #   python   building the package for Python, its tests, archives on many machines
+#   packages  building the Debian packages and the files of a release, and their checks
+#   recipes   what the recipes for other package managers are tried with
 #   web    compiler for WebAssembly, Node where there is none, and the browser of the tests
 set -eu
 
 usage() {
-  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|pipelines|java|abi|count|quality|python|web …" >&2
+  echo "usage: install_deps.sh build|test|app|bench|clang|aarch64|lint|docs|pipelines|java|abi|count|quality|python|packages|recipes|web …" >&2
   exit 1
 }
 
@@ -41,6 +43,8 @@ packages_of() {
     quality) echo python3-numpy ffmpeg ;;
     python) echo python3-numpy python3-build python3-setuptools python3-wheel python3-pip python3-venv python3-pytest python3-hypothesis python3-mypy python3-distributed python3-cloudpickle python3-psutil ;;
     web) echo cmake ninja-build clang lld llvm wasi-libc libc++-dev-wasm32 libclang-rt-dev-wasm32 chromium $(missing_command node nodejs) $(missing_command npm npm) ;;
+    packages) echo build-essential git debhelper dh-python pybuild-plugin-pyproject python3-setuptools python3-wheel python3-numpy lintian autopkgtest man-db cmake ninja-build ffmpeg $(missing_command npm npm) ;;
+    recipes) echo rpm rpmlint makepkg pacman-package-manager libarchive-tools ruby ;;
     *) echo "install_deps.sh: unknown group '$1'" >&2; usage ;;
   esac
 }

@@ -25,7 +25,9 @@ async function makePackage() {
   compile('package');
   await copyFile(kModule, `${kPackage}/tlux.wasm`);
   await copyFile(pathOf('package/README.md'), `${kPackage}/README.md`);
-  const { devDependencies: _, ...manifest } = JSON.parse(await readFile(pathOf('package.json'), 'utf8'));
+  const { name, devDependencies: _, ...rest } = JSON.parse(await readFile(pathOf('package.json'), 'utf8'));
+  const [, version] = (await readFile(pathOf('../CMakeLists.txt'), 'utf8')).match(/^ {2}VERSION ([0-9.]+)$/m);
+  const manifest = { name, version, ...rest };
   await writeFile(`${kPackage}/package.json`, `${JSON.stringify(manifest, null, 2)}\n`);
 }
 

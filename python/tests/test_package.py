@@ -55,8 +55,13 @@ def test_says_what_is_wrong_with_a_library(library: str, message: str) -> None:
     assert "ImportError" in found.stderr and message in found.stderr
 
 
-def test_says_how_to_use_a_copy_without_a_library(tmp_path: Path) -> None:
+def test_a_copy_without_a_library_takes_the_installed_one(own_library: Path, tmp_path: Path) -> None:
     ignored = shutil.ignore_patterns("*.so*", "__pycache__")
-    shutil.copytree(Path(tlux.__file__).parent, tmp_path / "tlux", ignore=ignored)
-    found = python("import tlux", PYTHONPATH=str(tmp_path))
+    shutil.copytree(own_library.parent, tmp_path / "tlux", ignore=ignored)
+    folder = {"PYTHONPATH": str(tmp_path), "LD_LIBRARY_PATH": str(tmp_path)}
+    installed = tmp_path / "libtlux.so.1"
+    shutil.copyfile(own_library, installed)
+    assert python(SHOW, **folder).stdout.split() == ["libtlux.so.1", tlux.__version__]
+    installed.write_bytes(b"")
+    found = python("import tlux", **folder)
     assert "ImportError" in found.stderr and "TLUX_LIBRARY" in found.stderr

@@ -63,19 +63,12 @@ _SIGNATURES: dict[str, tuple[object, tuple[object, ...]]] = {
 
 
 def _file() -> str:
-    """The package's own library, or what TLUX_LIBRARY says: a file, or ``system`` for an installed one."""
+    """The package's own library, or an installed one where it has none; or what TLUX_LIBRARY says."""
     wanted = os.environ.get("TLUX_LIBRARY", "")
-    if wanted == "system":
-        return _NAME  # where the loader looks for libraries
-    if wanted:
-        return wanted
     own = Path(__file__).with_name(_NAME)
-    if not own.is_file():
-        raise ImportError(
-            f"this copy of tlux carries no {_NAME}; set the environment variable TLUX_LIBRARY to a built one, "
-            "or to 'system' for an installed one"
-        )
-    return str(own)
+    if wanted == "system" or not wanted and not own.is_file():
+        return _NAME  # where the loader looks for libraries
+    return wanted or str(own)
 
 
 def _load(file: str) -> ctypes.CDLL:
@@ -83,7 +76,9 @@ def _load(file: str) -> ctypes.CDLL:
         # Calls release the GIL.
         loaded = ctypes.CDLL(file)
     except OSError as error:
-        raise ImportError(f"the tlux library cannot be loaded: {error}") from error
+        raise ImportError(
+            f"the tlux library cannot be loaded: {error}; the environment variable TLUX_LIBRARY may name a built one"
+        ) from error
     for name, (result, arguments) in _SIGNATURES.items():
         try:
             function = getattr(loaded, name)
