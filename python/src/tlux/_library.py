@@ -63,7 +63,7 @@ _SIGNATURES: dict[str, tuple[object, tuple[object, ...]]] = {
 
 
 def _file() -> str:
-    """The package's own library, or what TLUX_LIBRARY says: a file, or ``system`` for an installed one."""
+    """The package's own library, or the one TLUX_LIBRARY selects: a file, or ``system`` for an installed one."""
     wanted = os.environ.get("TLUX_LIBRARY", "")
     if wanted == "system":
         return _NAME  # where the loader looks for libraries
