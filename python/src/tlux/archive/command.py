@@ -61,7 +61,7 @@ def _parse(arguments: Optional[Sequence[str]]) -> Tuple[argparse.Namespace, List
     where = parser.add_mutually_exclusive_group()
     where.add_argument("--scheduler", metavar="ADDRESS", help="a running scheduler, e.g. tcp://host:8786")
     where.add_argument("--workers", type=_count, metavar="N", help="on this machine; by default one per processor")
-    parser.add_argument("--memory", default="auto", metavar="SIZE", help="memory of each worker on this machine, e.g. 2GB")
+    parser.add_argument("--memory", default="auto", metavar="SIZE", help="per worker on this machine, e.g. 2GB")
     parser.add_argument("--command", default="tlux", metavar="FILE", help="the command tlux, if it is not in PATH")
     parser.add_argument("--force", action="store_true", help="redo files that are already done")
     parser.add_argument("--report", type=Path, metavar="FILE", help="also write the report as JSON")
