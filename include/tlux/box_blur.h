@@ -37,7 +37,7 @@ TLUX_BEGIN_DECLS
  * - `path`: ignored; both values are accepted.
  *
  * They return ::TLUX_OK, even if there is nothing to do; ::TLUX_ERR_INVALID_PARAM for a null plane
- * with samples to blur; ::TLUX_ERR_NO_MEMORY when the working memory cannot be allocated, with the
+ * with samples to blur; ::TLUX_ERR_NO_MEMORY if the working memory cannot be allocated, with the
  * plane untouched. Calls on different planes may run at the same time if they do not share a pool.
  * @{
  */

@@ -40,7 +40,7 @@ TLUX_BEGIN_DECLS
  *
  *     out = mean + gain · (x − mean), rounded, clamped to 0..255
  *
- * @param radius of the window; 0 leaves the plane as it is.
+ * @param radius of the window; 0 leaves the plane unchanged.
  * @param gain Q10, 0 to 16384. Above 1024 it sharpens, below it smooths, and 0 gives only the mean.
  *
  * Needs about 2 · (r + 25) bytes per column.
@@ -59,9 +59,9 @@ TLUX_API uint32_t LeeFilterEnhancement(MMemMgr manager, const uint8_t* input, in
  * so strong edges are not exaggerated; flat ones get the largest gain, so choose it with their
  * noise in mind.
  *
- * @param radius of the window; 0 leaves the plane as it is.
+ * @param radius of the window; 0 leaves the plane unchanged.
  * @param deviation target standard deviation of a window, in 8-bit values, 1 to 127.
- * @param largestGain Q10, 1024 to 16384; 1024 leaves the plane as it is.
+ * @param largestGain Q10, 1024 to 16384; 1024 leaves the plane unchanged.
  *
  * Needs about 2 · (r + 30) bytes per column.
  */
@@ -71,21 +71,21 @@ TLUX_API uint32_t ImgEnhancement(MMemMgr manager, const uint8_t* input, int32_t 
                                  int32_t largestGain) TLUX_NOEXCEPT;
 
 /**
- * Splits a plane with TLUX_GuidedFilter1D(), the plane being its own guide, and puts it together
- * again with a cored and scaled residual:
+ * Splits a plane with TLUX_GuidedFilter1D(), with the plane as its own guide, and recombines it
+ * with a cored and scaled residual:
  *
  *     d   = x − smoothed
  *     out = smoothed + sign(d) · gain · max(|d| − threshold, 0), each term rounded, clamped
  *
- * A threshold above the noise and a gain of 1024 removes noise; a gain above it sharpens what is
- * left, without halos, since edges stay in the smoothed plane. Threshold 0 with a gain of 1024
- * leaves the plane as it is.
+ * A threshold above the noise and a gain of 1024 removes noise; a higher gain sharpens the rest,
+ * without halos, since edges stay in the smoothed plane. Threshold 0 with a gain of 1024 leaves the
+ * plane unchanged.
  *
  * @param radius,eps as for TLUX_GuidedFilter1D().
  * @param threshold 0 to 255, in 8-bit values.
  * @param gain Q10, 0 (the smoothed plane) to 16384.
  *
- * Needs a byte per pixel besides what TLUX_GuidedFilter1D() needs.
+ * Needs one byte per pixel more than TLUX_GuidedFilter1D().
  */
 TLUX_API uint32_t ResFilter(MMemMgr manager, const uint8_t* input, int32_t inputPitch,
                             uint8_t* output, int32_t outputPitch, int32_t width, int32_t height,

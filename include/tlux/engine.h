@@ -13,8 +13,8 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup engine Engine
  *
- * One engine serves one stream of frames: create it once, run it on every frame, destroy it. Pass
- * the same ::MMemMgr handle to all three. An engine is used by one thread at a time; several
+ * Use one engine for one sequence of frames: create it once, run it on every frame, destroy it.
+ * Pass the same ::MMemMgr handle to all three. An engine is used by one thread at a time; several
  * engines, each with its own pool or on the heap, may run at once in as many threads.
  * @{
  */

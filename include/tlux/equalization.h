@@ -87,9 +87,9 @@ TLUX_API void HistogramEqualization(MMemMgr manager, const TLUX_IMAGE* image) TL
  *        source's own (then the chroma is unchanged, because the old luma is gone), but must not
  *        overlap them in any other way.
  *
- * Nothing is written when the memory cannot be allocated, when a plane 0 or 1 is null, when one of
- * the frames is neither NV21 nor NV12 or has no pixels, when the sizes or the luma pitches differ,
- * or when that pitch is below the width.
+ * Nothing is written if the memory cannot be allocated, if a plane 0 or 1 is null, if one of the
+ * frames is neither NV21 nor NV12 or has no pixels, if the sizes or the luma pitches differ, or if
+ * that pitch is below the width.
  */
 TLUX_API void AdaptiveHistogramEqualization(MMemMgr manager, const TLUX_IMAGE* source,
                                             TLUX_IMAGE* output) TLUX_NOEXCEPT;

@@ -14,9 +14,9 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup gain_lines Gain lines
  *
- * Gains are unsigned 16-bit Q10: 1024 leaves a pixel unchanged. A coarse plane holds one gain per
- * 8×8 (or 4×4) pixels, placed at the upper left pixel of its cell; between them gains are
- * interpolated bilinearly, truncated.
+ * Gains are unsigned 16-bit Q10: 1024 leaves a pixel unchanged. A coarse plane has one gain per 8×8
+ * (or 4×4) pixels, placed at the upper left pixel of its cell; between them gains are interpolated
+ * bilinearly, truncated.
  * @{
  */
 
@@ -42,7 +42,7 @@ typedef struct TLUX_MAPPING_CONTEXT {
 /**
  * Applies the coarse gains to a band of a frame, luma and chroma.
  *
- * Row y lies between the coarse rows y / 8 and y / 8 + 1 (the last one when there is no such row).
+ * Row y lies between the coarse rows y / 8 and y / 8 + 1 (the last one if there is no such row).
  * Columns past the coarse gains use the last gain of the row. Intended: the vertical weight counts
  * from the first row of the band, so bands should start at multiples of 8.
  *

@@ -34,8 +34,8 @@ TLUX_BEGIN_DECLS
  * @param target image whose tones to match.
  * @param source image to which the table will be applied.
  * @param table receives 256 entries.
- * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null argument or plane; ::TLUX_ERR_NO_MEMORY
- *         when the memory cannot be allocated. On an error the table is not changed.
+ * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null argument or plane; ::TLUX_ERR_NO_MEMORY if
+ *         the memory cannot be allocated. On an error the table is not changed.
  */
 TLUX_API uint32_t TLUX_GetMatchTable(MMemMgr manager, const TLUX_IMAGE* target,
                                      const TLUX_IMAGE* source, uint8_t* table) TLUX_NOEXCEPT;

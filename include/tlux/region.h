@@ -42,8 +42,8 @@ TLUX_BEGIN_DECLS
 /**
  * Labels the 4-connected regions of a mask.
  *
- * Regions are numbered from 1 without a gap, in the order in which a walk along the rows, from row
- * 0 down, meets their first pixels. Pixels that are clear get 0.
+ * Regions are numbered from 1 without a gap, in the order of their first pixels, row by row from
+ * row 0 down. Clear pixels get 0.
  *
  * @param manager pool, or null for the heap.
  * @param mask,pitch row 0 of the mask.
