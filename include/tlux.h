@@ -3,7 +3,7 @@
  * @brief The whole exported interface of tlux: dynamic range optimization of NV21 and NV12 frames
  *        and the toolkit of image operations it is built from.
  *
- * Plain C, usable from C99 and from C++11 on. Each part can also be included alone.
+ * Plain C, usable from C99 and from C++11 on. Each part can also be included on its own.
  */
 #ifndef TLUX_H
 #define TLUX_H

@@ -1,11 +1,11 @@
 /**
  * @file tlux.hpp
- * @brief The engine, streams, images and pools as C++20 objects that release themselves.
- * Header-only and optional: everything here is a thin cover of the C interface and mixes with it
- * freely.
+ * @brief The engine, streams, images and pools as RAII objects for C++20. Header-only and optional:
+ * everything here is a thin wrapper over the C interface and mixes with it freely.
  *
- * Nothing throws. A constructor that failed leaves an object that converts to false and says why.
- * Objects hold the handle of their pool: they must end before the pool's memory does.
+ * Nothing throws. After a failed constructor, the object converts to false and status() gives the
+ * reason. Objects keep the handle of their pool, so they must be destroyed before the pool's memory
+ * is released.
  */
 #ifndef TLUX_HPP
 #define TLUX_HPP
@@ -22,15 +22,15 @@
 namespace tlux {
 
 /**
- * Where memory comes from: the heap, or one block of the caller's, which stays the caller's. A
- * handle, cheap to copy; copies are the same pool. A pool is used by one thread at a time.
+ * Where memory comes from: the heap, or a block that the caller owns. A handle, cheap to copy;
+ * copies refer to the same pool. A pool is used by one thread at a time.
  */
 class Pool {
  public:
   /** The C heap. */
   static Pool heap() noexcept { return Pool(nullptr); }
 
-  /** Formats a block as a pool; nothing when the block is too small for one. */
+  /** Initialises a block as a pool; nullopt if the block is too small for one. */
   static std::optional<Pool> over(std::span<std::byte> block) noexcept {
     const MMemMgr manager = MMemMgrCreate(block.data(), block.size());
     if (manager == nullptr) return std::nullopt;
@@ -40,7 +40,7 @@ class Pool {
   /** The handle for the C interface; null for the heap. */
   [[nodiscard]] MMemMgr handle() const noexcept { return manager_; }
 
-  /** Bytes that one allocation can have; 0 for the heap, which does not know. */
+  /** Bytes that one allocation can get; 0 for the heap, where this is unknown. */
   [[nodiscard]] std::int64_t largestFree() const noexcept {
     return manager_ == nullptr ? 0 : GetMaxAllocMemSize(manager_);
   }
@@ -76,7 +76,7 @@ class Image {
   /** Result code of the creation. */
   [[nodiscard]] std::uint32_t status() const noexcept { return status_; }
 
-  /** The record; only of an image that is there. */
+  /** The record; only valid if the image was created. */
   [[nodiscard]] TLUX_IMAGE& operator*() noexcept { return *image_; }
   [[nodiscard]] const TLUX_IMAGE& operator*() const noexcept { return *image_; }
   [[nodiscard]] TLUX_IMAGE* operator->() noexcept { return image_; }
@@ -106,8 +106,8 @@ struct FramePlane {
 };
 
 /**
- * The record of an NV21 or NV12 frame over memory of the caller's; nothing when a plane's memory
- * ends before its last row does, or a pitch is below the width.
+ * The record of an NV21 or NV12 frame in the caller's memory; nullopt if a plane's memory ends
+ * before its last row does, or a pitch is below the width.
  * @param format YCBCR420_YPVU (NV21) or YCBCR420_YPUV (NV12).
  * @param width,height in pixels; even.
  * @param chroma interleaved pairs, half as many rows as the luma.
@@ -129,7 +129,7 @@ struct FramePlane {
   return image;
 }
 
-/** The engine (TLUX_Init()). Keep one for a stream of frames; one thread at a time. */
+/** The engine (TLUX_Init()). Keep one per sequence of frames; one thread at a time. */
 class Engine {
  public:
   explicit Engine(Pool pool = Pool::heap()) noexcept
@@ -156,10 +156,10 @@ class Engine {
   /** Result code of the creation. */
   [[nodiscard]] std::uint32_t status() const noexcept { return status_; }
 
-  /** The engine for the C interface; null when its creation failed or it was moved from. */
+  /** The engine for the C interface; null if its creation failed or it was moved from. */
   [[nodiscard]] TLUX_ENGINE* get() noexcept { return engine_; }
 
-  /** TLUX_RunDynamicRangeOptimizationImage(); an engine that is not there is a bad argument. */
+  /** TLUX_RunDynamicRangeOptimizationImage(); an empty engine is a bad argument. */
   [[nodiscard]] std::uint32_t run(const TLUX_IMAGE& source, TLUX_IMAGE& output,
                                   std::uint32_t strength) noexcept {
     return TLUX_RunDynamicRangeOptimizationImage(pool_.handle(), engine_, &source, 1, &output,
@@ -175,7 +175,7 @@ class Engine {
 /** A stream (TLUX_OpenStream()). One thread at a time. */
 class Stream {
  public:
-  /** A starting point, TLUX_TONES_*, to change where it should differ. */
+  /** The options for TLUX_TONES_*, to be adjusted as needed. */
   [[nodiscard]] static TLUX_STREAM_OPTIONS options(std::uint32_t tones) noexcept {
     TLUX_STREAM_OPTIONS options = {};
     TLUX_InitStreamOptions(&options, sizeof options, tones);
@@ -204,16 +204,16 @@ class Stream {
   /** Result code of the opening. */
   [[nodiscard]] std::uint32_t status() const noexcept { return status_; }
 
-  /** The stream for the C interface; null when its opening failed or it was moved from. */
+  /** The stream for the C interface; null if it failed to open or was moved from. */
   [[nodiscard]] TLUX_STREAM* get() noexcept { return stream_; }
 
-  /** TLUX_RunStream(); a stream that is not there is a bad argument. */
+  /** TLUX_RunStream(); an empty stream is a bad argument. */
   [[nodiscard]] std::uint32_t run(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                                   std::uint32_t strength) noexcept {
     return TLUX_RunStream(stream_, &source, &output, strength);
   }
 
-  /** The same in place. */
+  /** The same, in place. */
   [[nodiscard]] std::uint32_t run(const TLUX_IMAGE& frame, std::uint32_t strength) noexcept {
     return run(frame, frame, strength);
   }
@@ -226,7 +226,7 @@ class Stream {
   /** TLUX_ResetStream(). */
   void reset() noexcept { TLUX_ResetStream(stream_); }
 
-  /** What the latest frame looked like; nothing before the first. */
+  /** What the stream saw in its latest frame; nullopt before the first. */
   [[nodiscard]] std::optional<TLUX_STREAM_REPORT> report() const noexcept {
     TLUX_STREAM_REPORT report = {};
     report.size = sizeof report;

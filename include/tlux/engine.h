@@ -13,15 +13,15 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup engine Engine
  *
- * One engine serves one stream of frames: create it once, run it on every frame, destroy it. The
- * same ::MMemMgr handle goes to all three. An engine is used by one thread at a time; several
- * engines, each with a pool of its own or on the heap, may run at once in as many threads.
+ * Use one engine for one sequence of frames: create it once, run it on every frame, destroy it.
+ * Pass the same ::MMemMgr handle to all three. An engine is used by one thread at a time; several
+ * engines, each with its own pool or on the heap, may run at once in as many threads.
  * @{
  */
 
 /**
- * What an engine carries from one stage of a run to the next. Made by TLUX_Init(); callers may read
- * it. Reserved space stays zero.
+ * What an engine carries from one stage of a run to the next. Created by TLUX_Init(); callers may
+ * read it. Reserved space stays zero.
  */
 typedef struct TLUX_ENGINE {
   TLUX_IMAGE* images[10];   /**< Slot 0: the reference frame (YCBCR444_P) of the latest run. */
@@ -65,57 +65,57 @@ typedef struct TLUX_VERSION {
 TLUX_API uint32_t TLUX_Init(MMemMgr manager, TLUX_ENGINE** out) TLUX_NOEXCEPT;
 
 /**
- * Destroys an engine and everything its runs left in it. The caller's pointer is left as it was.
+ * Destroys an engine and everything its runs left in it. The caller's pointer is not changed.
  * @param manager the handle the engine was made with.
  * @return ::TLUX_OK. Intended: a null engine answers ::TLUX_ERR_NO_MEMORY.
  */
 TLUX_API uint32_t TLUX_Uninit(MMemMgr manager, TLUX_ENGINE* engine) TLUX_NOEXCEPT;
 
 /**
- * Optimizes the dynamic range of one frame: dark regions are lifted, bright ones compressed, local
- * detail and colour kept.
+ * Optimizes the dynamic range of one frame: lifts dark regions, compresses bright ones, and keeps
+ * local detail and colour.
  *
  * A reference frame of an eighth of the size decides, from each pixel's contrast with its
  * surroundings (a Retinex score), how much it is lifted or darkened. A guided filter carries the
- * result to full size along the edges of the source's luma; chroma follows the luma. A small mark
- * ends the work: see TLUX_EmbeddedMark().
+ * result to full size along the edges of the source's luma; chroma follows the luma. Finally a
+ * small mark is added: see TLUX_EmbeddedMark().
  *
- * The result depends on @p source, @p strength and the sizes only, not on earlier frames, as long
- * as there is memory (see TLUX_Tonemapping()). Same input, same bytes, on every processor.
+ * The result depends only on @p source, @p strength and the sizes, not on earlier frames, unless
+ * memory runs out (see TLUX_Tonemapping()). The same input gives the same bytes on every processor.
  *
- * Works on up to four threads, the calling one among them: as many as there are processors that the
- * process may use, and the calling one alone on small frames. The others have ended on return.
+ * Works on up to four threads, including the calling one: one per processor that the process may
+ * use, and only the calling one for small frames. The others have ended on return.
  *
- * Memory comes from @p manager; TLUX_GetPoolSize() says how much. The engine keeps at most 12 bytes
- * per pixel of the reference frame and the gain table (128 KiB) for the next frame of the same
- * size; beyond that a run needs at most 40 bytes per pixel of the reference frame and 1 MiB, which
- * it gives back.
+ * Memory comes from @p manager; TLUX_GetPoolSize() returns how much. For the next frame of the same
+ * size, the engine keeps at most 12 bytes per pixel of the reference frame and the gain table (128
+ * KiB); a run also needs at most 40 bytes per pixel of the reference frame and 1 MiB, which it
+ * releases.
  *
  * @param manager the handle the engine was made with.
- * @param engine from TLUX_Init(). Describes this frame on return, also after a failure, unless an
+ * @param engine from TLUX_Init(). Describes this frame on return, even after a failure, unless an
  *        argument was rejected.
  * @param source NV21 (YCBCR420_YPVU) or NV12 (YCBCR420_YPUV), full range, even width and height,
  *        pitches of at least the width. Not changed; borrowed by the engine's `source` field.
  * @param mode must be 1.
- * @param output receives the result: memory of the caller's, of the same format and size as
- *        @p source, not overlapping it. Whatever is not optimized is copied: the columns and rows
- *        beyond the last multiple of 16, and a frame of fewer than 16 columns or rows as a whole.
- *        Intended: an output of another format, or larger than the source, gets no copy; the rest
- *        of the run goes on as if it had.
+ * @param output receives the result: the caller's memory, of the same format and size as @p source,
+ *        not overlapping it. What is not optimized is copied: the columns and rows beyond the last
+ *        multiple of 16, and the whole frame if it has fewer than 16 columns or rows. Intended: an
+ *        output of another format, or larger than the source, gets no copy; the rest of the run
+ *        goes on as if it had.
  *        Intended: frames of equal pitches should have the pitch that TLUX_CreateImage_IMK() gives
- *        them, the width rounded up to a multiple of 4. Chroma rows are walked by that width then,
- *        and with a longer pitch part of the chroma follows the luma of other rows or keeps its
- *        source value. Where the pitches of source and output differ, every row is walked by its
- *        own pitch. Either way the walk reads the padding of all planes and writes that of the
- *        output's chroma, also behind the last row, and no byte past pitch × rows.
- * @param strength how far to go: 0 keeps the tones but for a slight smoothing of fine noise, 20 is
- *        moderate, 100 strong. Read once.
+ *        them, the width rounded up to a multiple of 4. Chroma rows are then stepped by that width,
+ *        so with a longer pitch part of the chroma follows the luma of other rows or keeps its
+ *        source value. If the pitches of source and output differ, every row is stepped by its own
+ *        pitch. Either way the padding of all planes is read and that of the output's chroma
+ *        written, even after the last row, but no byte past pitch × rows.
+ * @param strength of the effect: 0 keeps the tones except for a slight smoothing of fine noise, 20
+ *        is moderate, 100 strong. Read once.
  * @param reserved not used; pass 0.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a rejected argument (null, mode, odd or negative
  *         size, format, pitch below the width, output smaller than the source or on the same luma
- *         plane; nothing is written); ::TLUX_ERR_NO_MEMORY or ::TLUX_ERR_THREAD: the output then is
- *         untouched, holds the copy, or part of the result, always without the mark, and the engine
- *         can be used again.
+ *         plane; nothing is written); ::TLUX_ERR_NO_MEMORY or ::TLUX_ERR_THREAD: the output is then
+ *         untouched, contains the copy or part of the result, always without the mark, and the
+ *         engine remains usable.
  */
 TLUX_API uint32_t TLUX_RunDynamicRangeOptimizationImage(MMemMgr manager, TLUX_ENGINE* engine,
                                                         const TLUX_IMAGE* source, uint32_t mode,
@@ -124,16 +124,16 @@ TLUX_API uint32_t TLUX_RunDynamicRangeOptimizationImage(MMemMgr manager, TLUX_EN
                                                         uint64_t reserved) TLUX_NOEXCEPT;
 
 /**
- * Bytes that a pool must have for an engine and any number of its runs on frames of one size, at
- * any strength, wherever the pool's buffer starts. The bound is tight: 128 bytes less do not do.
- * Whatever else the caller allocates from the pool, frames for instance, comes on top, each block
+ * Returns the bytes that a pool needs for an engine and any number of its runs on frames of one
+ * size, at any strength, wherever the pool's buffer starts. The bound is tight: 128 bytes less do
+ * not suffice. Add whatever else the caller allocates from the pool, such as frames: each block
  * with its size rounded up to a multiple of 8, at least 32, and 16 bytes of header.
  *
- * Frames of several sizes in turn can leave gaps: format the pool anew for another size.
+ * Alternating frame sizes can leave gaps: reinitialise the pool for another size.
  *
- * @param width,height of the frames, as TLUX_RunDynamicRangeOptimizationImage() takes them.
+ * @param width,height of the frames, as passed to TLUX_RunDynamicRangeOptimizationImage().
  * @return the bytes for MMemMgrCreate(); 0 for arguments that a run rejects and for frames so large
- *         that a pool cannot hold a block they need.
+ *         that they need a block no pool can hold.
  */
 TLUX_API uint64_t TLUX_GetPoolSize(int32_t width, int32_t height) TLUX_NOEXCEPT;
 

@@ -13,9 +13,9 @@ TLUX_BEGIN_DECLS
  * @defgroup equalization Histogram equalization
  *
  * A histogram is an array of 256 counts, indexed by the 8-bit sample; an equalization table has the
- * same form and gives every sample its new value, the share of samples that are not brighter, times
- * 255. All functions read plane 0 of an image, rows pitch[0] apart; rows are found in 64-bit
- * arithmetic. A null image, array or plane 0 makes them do nothing.
+ * same form and gives every sample its new value, the fraction of samples that are not brighter,
+ * times 255. All functions read plane 0 of an image, rows pitch[0] apart, with row addresses
+ * computed in 64 bits. They do nothing if an image, array or plane 0 is null.
  * @{
  */
 
@@ -23,10 +23,10 @@ TLUX_BEGIN_DECLS
  * Adds the samples of a rectangle to a histogram.
  *
  * @param image image to count in.
- * @param histogram 256 counts. They are not cleared first, so histograms of several rectangles or
- *        images can be summed up; they wrap in 32 bits.
- * @param rect part to count, or null for the whole image. Intended: it is not clipped, so that it
- *        may cover any memory around plane 0 that is the caller's. An empty or inverted one adds
+ * @param histogram 256 counts. They are not cleared first, so several rectangles or images can be
+ *        accumulated; they wrap in 32 bits.
+ * @param rect part to count, or null for the whole image. Intended: it is not clipped, so it may
+ *        cover any memory around plane 0 that the caller owns. An empty or inverted one adds
  *        nothing.
  */
 TLUX_API void CalHistogram(const TLUX_IMAGE* image, uint32_t* histogram,
@@ -39,10 +39,10 @@ TLUX_API void CalHistogram(const TLUX_IMAGE* image, uint32_t* histogram,
  * (c / n) · 255.0 in double precision, truncated.
  *
  * @param image image to count in.
- * @param histogram 256 counts, zero for a table of this rectangle alone; receives the table.
- * @param rect part to count, or null for the whole image. Its right and bottom edge are clipped to
- *        the image. Intended: its left and top edge are not, as for CalHistogram(); and where n is
- *        0, an entry becomes 0x7FFFFFFF when its c is above 0, otherwise 0, because the conversion
+ * @param histogram 256 counts, zero for a table of this rectangle only; receives the table.
+ * @param rect part to count, or null for the whole image. Its right and bottom edges are clipped to
+ *        the image. Intended: its left and top edges are not, as for CalHistogram(); and if n is 0,
+ *        an entry becomes 0x7FFFFFFF if its c is above 0, otherwise 0, because the conversion
  *        saturates.
  */
 TLUX_API void HistogramMap(const TLUX_IMAGE* image, uint32_t* histogram,
@@ -51,21 +51,21 @@ TLUX_API void HistogramMap(const TLUX_IMAGE* image, uint32_t* histogram,
 /**
  * Equalizes an image into a working image.
  *
- * Intended: the working image is released on return and the caller's image left as it is, so the
- * call has no visible effect; it exists for hosts that are linked against it. Use HistogramMap()
- * and TLUX_AdjustImageByTable() to equalize an image.
+ * Intended: the working image is released on return and the caller's image is not changed, so the
+ * call has no visible effect; it exists for hosts that link against it. Use HistogramMap() and
+ * TLUX_AdjustImageByTable() to equalize an image.
  *
  * @param manager pool for pitch[0] × height bytes during the call, or null for the heap. The call
- *        ends early when the memory cannot be allocated.
+ *        ends early if the memory cannot be allocated.
  * @param image image to equalize; its pitch must not be smaller than its width.
  */
 TLUX_API void HistogramEqualization(MMemMgr manager, const TLUX_IMAGE* image) TLUX_NOEXCEPT;
 
 /**
- * Equalizes the luma of an NV21 or NV12 frame tile by tile, and lets the chroma follow.
+ * Equalizes the luma of an NV21 or NV12 frame tile by tile; the chroma follows.
  *
- * Every tile of 16 × 16 pixels (less at the right and bottom edge) has an equalization table of its
- * own. A sample v of column c and row r of a tile of w × h pixels becomes
+ * Every tile of 16 × 16 pixels (less at the right and bottom edge) has its own equalization table.
+ * A sample v of column c and row r of a tile of w × h pixels becomes
  *
  *     (C[v] + (c·R[v] + (w - c)·L[v]) / w + (r·D[v] + (h - r)·U[v]) / h) / 3.0,  truncated,
  *
@@ -73,9 +73,9 @@ TLUX_API void HistogramEqualization(MMemMgr manager, const TLUX_IMAGE* image) TL
  * left neighbour L to the right one R, and one third from the upper neighbour U to the lower one D.
  * Then every chroma pair is scaled around neutral by the ratio of new to old luma.
  *
- * Intended: neighbours are found by the running number of the tile alone. The left neighbour of
- * the first tile of a row is the last tile of the row above, and the right neighbour of the last
- * tile is the first of the row below; the last but one tile row gives its last tile no lower
+ * Intended: neighbours are found only by the running number of the tile. The left neighbour of the
+ * first tile of a row is the last tile of the row above, and the right neighbour of the last tile
+ * is the first of the row below; the last tile of the second-to-last tile row gets no lower
  * neighbour. A missing neighbour is replaced by the tile itself.
  *
  * @param manager pool for the tables of three tile rows, 768 bytes for each 16 columns, during the
@@ -83,13 +83,13 @@ TLUX_API void HistogramEqualization(MMemMgr manager, const TLUX_IMAGE* image) TL
  * @param source frame to equalize.
  * @param output frame of the same size and luma pitch; receives luma, chroma, and the source's
  *        bytes between the width and the pitch of luma rows. The padding of its chroma is written
- *        where the walk of TLUX_RunDynamicRangeOptimizationImage() comes by. Its planes may be the
- *        source's own (then the chroma stays as it is, because the old luma is gone), but must not
- *        overlap them otherwise.
+ *        in the same places as by TLUX_RunDynamicRangeOptimizationImage(). Its planes may be the
+ *        source's own (then the chroma is unchanged, because the old luma is gone), but must not
+ *        overlap them in any other way.
  *
- * Nothing is written when the memory cannot be allocated, when a plane 0 or 1 is null, when one of
- * the frames is neither NV21 nor NV12 or has no pixels, when the sizes or the luma pitches differ,
- * or when that pitch is below the width.
+ * Nothing is written if the memory cannot be allocated, if a plane 0 or 1 is null, if one of the
+ * frames is neither NV21 nor NV12 or has no pixels, if the sizes or the luma pitches differ, or if
+ * that pitch is below the width.
  */
 TLUX_API void AdaptiveHistogramEqualization(MMemMgr manager, const TLUX_IMAGE* source,
                                             TLUX_IMAGE* output) TLUX_NOEXCEPT;

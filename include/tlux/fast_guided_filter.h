@@ -14,17 +14,18 @@ TLUX_BEGIN_DECLS
  * @defgroup fast_guided_filter Fast guided filter
  *
  * K. He, J. Sun: "Guided Image Filtering" (ECCV 2010) and "Fast Guided Filter" (arXiv:1505.00996).
- * In every window of the small image the output is modelled as a line of the guide I:
+ * In every window of the small image the output is modelled as a linear function of the guide I:
  *
  *     a = cov(I, p) / (var(I) + eps)      b = mean(p) − a · mean(I)
  *
  * a and b are smoothed, interpolated to full size and applied to the full-size guide, q = a·I + b.
- * Flat areas (variance far below eps) take the mean of the input p, edges of the guide stay sharp.
+ * In flat areas (variance far below eps) the output is the mean of the input p; edges of the guide
+ * stay sharp.
  *
  * Windows of radius r are 2r × 2r samples: rows y − r … y + r − 1 and columns x − r … x + r − 1;
  * beyond the edges the nearest sample is repeated. The integer members hold a and b in Q10 (1024 is
  * 1.0; b is 8-bit luma × 1024); every division truncates toward zero, every right shift rounds
- * down. Radii are 1 to 23170; up to 90 no sum leaves 32 bits, beyond that sums wrap.
+ * down. Radii are 1 to 23170; up to 90 all sums fit 32 bits, beyond that they wrap.
  *
  * Unless a function says otherwise: a null plane, a pitch or stride below the width, a negative
  * start row or a radius out of range gives ::TLUX_ERR_INVALID_PARAM; an empty size or band gives
@@ -34,7 +35,7 @@ TLUX_BEGIN_DECLS
  * @{
  */
 
-/** A negative variance or a zero denominator was met. */
+/** A negative variance or a zero denominator occurred. */
 #define TLUX_GUIDE_UNSOLVABLE 1u
 
 /**
@@ -64,23 +65,23 @@ typedef struct TLUX_GUIDE_CONTEXT {
 /**
  * Filters a frame on up to four threads, four bands of (lowH + lowH mod 4) / 4 low-resolution rows.
  *
- * Intended: when lowH mod 4 is 1 the last row belongs to no band, and its eight output rows keep
- * what they held; even heights are always covered. Bands are smoothed each within itself and not
+ * Intended: when lowH mod 4 is 1 the last row belongs to no band, and its eight output rows are not
+ * changed; even heights are always covered. Each band is smoothed on its own, and bands are not
  * blended across their seams: the last seven output rows of a band, and the last seven columns of
- * the frame, repeat the last coefficients. Of the output only 8·lowW columns of the rows of the
- * bands are written.
+ * the frame, repeat the last coefficients. Only 8·lowW columns of the output rows in the bands are
+ * written.
  *
- * @param memMgr used by the calling thread only; gives one block, of four maps of lowW · lowH · 4
- *        bytes and four times fullPitch · 40 bytes (more where a very narrow frame needs it).
- * @param input,guide planes of lowW × lowH bytes, @p lowPitch bytes apart: the wanted picture and
- *        the picture that @p fullGuide is at that size.
+ * @param memMgr used only by the calling thread; provides one block, of four maps of lowW · lowH ·
+ *        4 bytes and four times fullPitch · 40 bytes (more if a very narrow frame needs it).
+ * @param input,guide planes of lowW × lowH bytes, @p lowPitch bytes apart: the desired picture and
+ *        @p fullGuide at that size.
  * @param fullGuide,fullOut planes of at least 8·lowW × 8·lowH bytes, @p fullPitch bytes apart. They
  *        may be the same plane.
- * @param radius,eps see above; 16 and 20 suit a frame of several megapixels. With eps below 1 a
- *        band whose coefficients have no solution keeps what it held.
+ * @param radius,eps see above; 16 and 20 suit a frame of several megapixels. With eps below 1, a
+ *        band whose coefficients have no solution is not changed.
  * @return ::TLUX_OK; ::TLUX_ERR_NO_MEMORY, also for a negative size, with nothing written;
- *         ::TLUX_ERR_THREAD when a thread could not be started, the bands of the earlier ones then
- *         being written.
+ *         ::TLUX_ERR_THREAD if a thread could not be started; the bands of the earlier ones are
+ *         then written.
  */
 TLUX_API uint32_t FastGuideFilterMT(MMemMgr memMgr, const uint8_t* input, const uint8_t* guide,
                                     const uint8_t* fullGuide, uint8_t* fullOut, int32_t lowW,
@@ -89,8 +90,8 @@ TLUX_API uint32_t FastGuideFilterMT(MMemMgr memMgr, const uint8_t* input, const 
 
 /**
  * Filters one band on the calling thread: the work of one thread of FastGuideFilterMT(). The
- * arguments are not checked, except that a null context does nothing. When the band's memory cannot
- * be had, or its coefficients have no solution, its output keeps what it held.
+ * arguments are not checked, except that a null context does nothing. If the band's memory cannot
+ * be allocated, or its coefficients have no solution, its output is not changed.
  */
 TLUX_API void FastGuideFilterSingleThread(const TLUX_GUIDE_CONTEXT* context) TLUX_NOEXCEPT;
 
@@ -105,8 +106,8 @@ TLUX_API void FastGuideFilterSingleThread(const TLUX_GUIDE_CONTEXT* context) TLU
  * @param lowH,lowW size; note the order.
  * @param aOut,bOut packed maps of the whole size; only the band's rows are written.
  * @return ::TLUX_OK; ::TLUX_GUIDE_UNSOLVABLE at the first negative variance or zero denominator,
- *         which eps above 0 and radii up to 90 exclude, the samples before it being written;
- *         ::TLUX_ERR_NO_MEMORY.
+ *         which cannot happen with eps above 0 and radii up to 90; the samples before it are
+ *         written; ::TLUX_ERR_NO_MEMORY.
  */
 TLUX_API uint32_t GuideBlockIntMT(MMemMgr memMgr, int32_t startRow, int32_t bandRows,
                                   const uint8_t* input, const uint8_t* guide, int32_t lowH,
@@ -115,7 +116,7 @@ TLUX_API uint32_t GuideBlockIntMT(MMemMgr memMgr, int32_t startRow, int32_t band
 
 /**
  * Coefficients of a whole image in floating point: a = cov / (var + eps), b = mP − a·mI, unscaled.
- * Sums are kept in double precision; a variance below 0 by rounding counts as 0.
+ * Sums are kept in double precision; a variance that rounding makes negative counts as 0.
  *
  * @param p,I input and guide, @p stride samples from row to row.
  * @param aOut,bOut packed, height × width.
@@ -128,8 +129,8 @@ TLUX_API uint32_t GuideBlock(MMemMgr memMgr, const float* p, const float* I, int
 
 /**
  * Smooths a band of a map without looking outside the band, so that bands can be smoothed at the
- * same time. The first r rows and the last r take the mean of three neighbours along the row, the
- * rows between them the mean of the window, its rows clamped to the band.
+ * same time. The first r and the last r rows take the mean of three neighbours along the row; the
+ * rows between them take the mean of the window, with its rows clamped to the band.
  *
  * Intended: in a band shorter than r rows both groups reach over its edges; their rows inside the
  * map are written too.
@@ -152,7 +153,7 @@ TLUX_API uint32_t BlockMeanVarIntMT(MMemMgr memMgr, int32_t startRow, int32_t ba
 
 /**
  * Mean and variance, mean(x²) − mean(x)², of each window of a float plane. Sums are kept in double
- * precision; a variance below 0 by rounding is given as 0.
+ * precision; a variance that rounding makes negative is returned as 0.
  *
  * @param src @p stride samples from row to row.
  * @param meanOut,varOut packed, height × width.
@@ -164,7 +165,7 @@ TLUX_API uint32_t BlockMeanVar(MMemMgr memMgr, const float* src, int32_t height,
 
 /**
  * Produces the full-resolution lines of a map one after the other, interpolated linearly ×8 in both
- * directions; sample 8x + j lies j/8 of the way from low sample x to x + 1.
+ * directions; sample 8x + j is j/8 of the way from low sample x to x + 1.
  *
  * Call it for k = 0, 1, 2, … with the same @p lines. Line 0 is then line k.
  * @param k line, counted from the first of the band; below 0 nothing is done.
@@ -186,11 +187,11 @@ TLUX_API void UPSampleLine8Int(int32_t k, int32_t fullW, const int32_t* lowRow,
  *
  * @param src YCBCR420_YPUV, YCBCR420_YPVU, YCBCR422_YPUV, YCBCR420_P or YCBCR422_P.
  * @param guide image whose plane 0 is luma.
- * @param dst image whose plane 0 is written; its size is the one that is worked on, and the other
- *        images are at least that large. Of a size that is no multiple of 16 the rightmost
- *        columns and bottom rows keep what they held. All three may be the same image.
+ * @param dst image whose plane 0 is written; its size is the one that is processed, and the other
+ *        images are at least that large. If a side is not a multiple of 16, the rightmost columns
+ *        or bottom rows are not changed. All three may be the same image.
  * @param radius,eps as for GuideBlock(), in small pixels and squared 8-bit luma.
- * @return ::TLUX_OK, also for an image below 16 pixels; ::TLUX_ERR_INVALID_PARAM for a null record
+ * @return ::TLUX_OK, even for an image below 16 pixels; ::TLUX_ERR_INVALID_PARAM for a null record
  *         or plane, an image that is too small or a radius out of range; ::TLUX_ERR_UNSUPPORTED;
  *         ::TLUX_ERR_NO_MEMORY; ::TLUX_GUIDE_UNSOLVABLE. On all but ::TLUX_OK nothing is written.
  */

@@ -30,11 +30,11 @@ TLUX_BEGIN_DECLS
  * | YCBCR422_YPUV              | align4(w) × h          | plane 1 only: align4(w) × h          |
  * | BAYER                      | align4(2·w) × h        | none; 16-bit samples                 |
  *
- * These are the pitches of records that the library creates; records over memory of the caller's
+ * These are the pitches of records that the library creates; records over the caller's own memory
  * may have any pitch.
  *
- * A plane is pitch × rows bytes, the padding behind its last row included. Padding is neither read
- * nor written, unless a function says so.
+ * A plane is pitch × rows bytes, including the padding after its last row. Padding is neither read
+ * nor written unless a function says so.
  * @{
  */
 
@@ -70,9 +70,9 @@ TLUX_BEGIN_DECLS
 
 /**
  * Describes one image: format code, size, and up to four planes. The record does not say who owns
- * the pixels: one made by TLUX_CreateImage_IMK() owns a single block that starts at plane[0] and
- * holds all planes back to back; one filled by TLUX_SetImage_IMK() points into memory of the
- * caller's.
+ * the pixels: one created by TLUX_CreateImage_IMK() owns a single block that starts at plane[0] and
+ * contains all planes back to back; one filled by TLUX_SetImage_IMK() points into the caller's
+ * memory.
  */
 typedef struct TLUX_IMAGE {
   uint32_t format;   /**< One of TLUX_FMT_*. */
@@ -91,14 +91,15 @@ typedef struct TLUX_RECT {
 } TLUX_RECT;
 
 /**
- * Creates an image of the geometry in the table above. The pixels are not cleared.
+ * Creates an image with the geometry of the table above. The pixels are not cleared.
  *
  * @param out receives the record, or null on failure; release it with TLUX_FreeImage_IMK().
- * @param width,height size in pixels; a size of 0 gives what the allocator makes of 0 bytes.
+ * @param width,height size in pixels; with a size of 0 the result depends on how the allocator
+ *        handles 0 bytes.
  * @param format one of TLUX_FMT_*.
  * @param manager pool, or null for the heap.
- * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null @p out; ::TLUX_ERR_NO_MEMORY when the
- *         memory cannot be allocated, also for negative sizes and blocks beyond 32 bits;
+ * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null @p out; ::TLUX_ERR_NO_MEMORY if the memory
+ *         cannot be allocated, and for negative sizes and blocks beyond 32 bits;
  *         ::TLUX_ERR_UNSUPPORTED for an unknown format. Intended: the record stays allocated from
  *         @p manager in the last case.
  */
@@ -106,11 +107,11 @@ TLUX_API uint32_t TLUX_CreateImage_IMK(TLUX_IMAGE** out, int32_t width, int32_t 
                                        uint32_t format, MMemMgr manager) TLUX_NOEXCEPT;
 
 /**
- * Fills a record over memory of the caller's.
+ * Fills a record that describes the caller's memory.
  *
  * @param image record to fill.
  * @param planes,pitches one entry per plane of the format, at least one; further entries of the
- *        record are left as they are. Pitches are taken as given. An unknown format, and a raw one,
+ *        record are not changed. Pitches are stored as given. An unknown format, and a raw one,
  *        counts as one plane.
  * @return ::TLUX_OK, or ::TLUX_ERR_INVALID_PARAM for a null argument (nothing is written).
  */
@@ -119,8 +120,8 @@ TLUX_API uint32_t TLUX_SetImage_IMK(TLUX_IMAGE* image, int32_t width, int32_t he
                                     const int32_t pitches[]) TLUX_NOEXCEPT;
 
 /**
- * Releases the pixel block and the record, and nulls the caller's pointer. Only for records made by
- * TLUX_CreateImage_IMK() with the same @p manager. A null record does nothing.
+ * Releases the pixel block and the record, and nulls the caller's pointer. Only for records created
+ * by TLUX_CreateImage_IMK() with the same @p manager. A null record does nothing.
  */
 TLUX_API void TLUX_FreeImage_IMK(TLUX_IMAGE** image, MMemMgr manager) TLUX_NOEXCEPT;
 

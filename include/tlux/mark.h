@@ -13,9 +13,9 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup mark Output mark
  *
- * Every run ends by blending this mark into its output, so that an optimized frame can be told from
- * an original. It is a small scale of hairlines, at most a quarter opaque, and grows with the
- * frame. Whoever builds the library can put in a picture of their own: -DTLUX_MARK=FILE.png.
+ * Every run ends by blending this mark into its output, so that an optimized frame can be
+ * distinguished from an original. It is a small scale of hairlines, at most a quarter opaque, and
+ * grows with the frame. To build the library with your own picture, use -DTLUX_MARK=FILE.png.
  * @{
  */
 
@@ -32,7 +32,7 @@ TLUX_BEGIN_DECLS
 extern TLUX_API const uint8_t gTolMarkDataY[TLUX_MARK_WIDTH * TLUX_MARK_HEIGHT]; /**< Luma. */
 extern TLUX_API const uint8_t gTolMarkDataU[TLUX_MARK_WIDTH * TLUX_MARK_HEIGHT]; /**< Cb. */
 extern TLUX_API const uint8_t gTolMarkDataV[TLUX_MARK_WIDTH * TLUX_MARK_HEIGHT]; /**< Cr. */
-/** Opacity: 0 leaves the frame as it is, 255 is the mark only. */
+/** Opacity: 0 leaves the frame unchanged, 255 is the mark only. */
 extern TLUX_API const uint8_t gTolMarkDataA[TLUX_MARK_WIDTH * TLUX_MARK_HEIGHT];
 /** @} */
 
@@ -47,10 +47,10 @@ extern TLUX_API const uint8_t gTolMarkDataA[TLUX_MARK_WIDTH * TLUX_MARK_HEIGHT];
  *
  * Keeps no state: several threads may mark different images at once.
  *
- * @param image 4:2:0 planar or semi-planar (NV12, NV21), 4:2:2 planar, or packed Cb Y0 Cr Y1.
- *        Left untouched: an image of another format, one of fewer than 122·k columns or 42·k rows,
- *        one with a missing plane or a pitch shorter than its row, and null.
- * @return ::TLUX_OK always, whether or not the image was marked.
+ * @param image 4:2:0 planar or semi-planar (NV12, NV21), 4:2:2 planar, or packed Cb Y0 Cr Y1. Left
+ *        untouched: an image of another format, with fewer than 122·k columns or 42·k rows, with a
+ *        missing plane or with a pitch shorter than its row, and null.
+ * @return always ::TLUX_OK, whether or not the image was marked.
  */
 TLUX_API uint32_t TLUX_EmbeddedMark(TLUX_IMAGE* image) TLUX_NOEXCEPT;
 

@@ -1,7 +1,7 @@
 /**
  * @file nv21_tools.h
  * @brief Tools for NV21 frames: edge-preserving smoothing, separate chroma planes, 4:4:4 to NV21,
- *        small blur, turning a frame over.
+ *        small blur, flipping a frame.
  */
 #ifndef TLUX_NV21_TOOLS_H
 #define TLUX_NV21_TOOLS_H
@@ -14,10 +14,10 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup nv21_tools NV21 tools
  *
- * A frame is complete when it has at least one pixel, every plane in which its size leaves a sample
- * is not null, and no pitch is below its row. Bytes between the rows are left alone. The order of a
- * chroma pair follows from the format: what is said of NV21 holds for the other semi-planar
- * formats, YCBCR420_YPUV and YCBCR422_YPUV, unless one is named.
+ * A frame is complete if it has at least one pixel, no plane that contains samples is null, and no
+ * pitch is shorter than its row. Bytes between the rows are not touched. The format determines the
+ * order of a chroma pair: what is said of NV21 also applies to the other semi-planar formats,
+ * YCBCR420_YPUV and YCBCR422_YPUV, unless one is named.
  *
  * Nothing is written when a result is not ::TLUX_OK.
  * @{
@@ -27,13 +27,13 @@ TLUX_BEGIN_DECLS
  * Smooths an NV21 frame and keeps its edges: runs the guided filter, guided_filter_1d(), on luma,
  * Cb and Cr, each with itself as the guide.
  *
- * Chroma is not guided by luma, because colour would then run over edges between colours of equal
- * luma. Its radius is half the luma's, rounded up (for YCBCR422_YPUV too), so that its windows
+ * Chroma is not guided by luma, because colour would then bleed across edges between colours of
+ * equal luma. Its radius is half the luma's, rounded up (for YCBCR422_YPUV too), so its windows
  * cover about the same part of the picture. Fluctuations below about 3 levels (the square root of
- * the filter's ε = 10) are smoothed away, edges well above stay.
+ * the filter's ε = 10) are smoothed away, edges well above that are kept.
  *
  * @param manager pool, or null for the heap: about 8 · (2 · radius + 17) bytes per column, 24 per
- *        row and the chroma once more, released before the return.
+ *        row and a copy of the chroma, released before the return.
  * @param source complete frame of at most 2²⁸ pixels.
  * @param target complete frame of the same format and size; may be the source.
  * @param radius of the luma windows, at least 0; at 0 the frame is copied.
@@ -44,7 +44,7 @@ TLUX_API uint32_t GuideFilterNV21(MMemMgr manager, const TLUX_IMAGE* source, TLU
                                   int32_t radius) TLUX_NOEXCEPT;
 
 /**
- * Filters one 8-bit channel as guided_filter_1d() does, given as bare planes: the step of
+ * Filters one 8-bit channel as guided_filter_1d() does, given as separate planes: the step of
  * GuideFilterNV21(), for a host that chooses the guide itself.
  *
  * @param manager pool, or null for the heap.
@@ -52,8 +52,8 @@ TLUX_API uint32_t GuideFilterNV21(MMemMgr manager, const TLUX_IMAGE* source, TLU
  * @param channel,channelPitch the channel to filter.
  * @param target,targetPitch receives the result; may be the channel or the guide (the same rows),
  *        otherwise it must not overlap them.
- * @param width,height size of all three, at least 1 each, at most 2²⁸ pixels. No pitch is below the
- *        width.
+ * @param width,height size of all three, at least 1 each, at most 2²⁸ pixels. No pitch may be below
+ *        the width.
  * @param radius of the windows, at least 0.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for bad arguments; ::TLUX_ERR_NO_MEMORY.
  */
@@ -65,7 +65,7 @@ TLUX_API uint32_t DstFilterChannel(MMemMgr manager, const uint8_t* guide, int32_
 /**
  * Splits the chroma pairs of an NV21 frame into two planes.
  *
- * @param frame complete frame; its plane 0 must be there but is not read.
+ * @param frame complete frame; its plane 0 must not be null but is not read.
  * @param u,v receive Cb and Cr, one byte a pair; null only where the frame has no pairs. They must
  *        not overlap the frame or each other.
  * @param pitch bytes from row to row of both, at least the number of pairs in a row.
@@ -77,7 +77,7 @@ TLUX_API uint32_t ExtractUVchannel(const TLUX_IMAGE* frame, uint8_t* u, uint8_t*
 
 /**
  * The reverse of ExtractUVchannel(): writes two planes into the chroma pairs of an NV21 frame. Luma
- * is left alone.
+ * is not touched.
  *
  * @param u,v,pitch Cb and Cr as ExtractUVchannel() gives them.
  * @param frame complete frame.
@@ -99,7 +99,8 @@ TLUX_API uint32_t FormatI444TONV21(const TLUX_IMAGE* source, TLUX_IMAGE* target)
 
 /**
  * Smooths planes of a 4:4:4 frame with the smallest Gaussian, the binomial kernel 1 2 1 along both
- * axes (variance 1/2 a pixel), on repeated edges; rounded: (sum of 3×3 weighted samples + 8) >> 4.
+ * axes (variance 1/2 a pixel), with repeated edges; rounded:
+ * (sum of 3×3 weighted samples + 8) >> 4.
  *
  * @param source complete frame of format YCBCR444_P or YCBCR444_P_B.
  * @param target complete frame of the same format and size that does not overlap the source.
@@ -115,11 +116,11 @@ TLUX_API uint32_t GaussSmoothI444(const TLUX_IMAGE* source, TLUX_IMAGE* target,
 #define TLUX_ROLL_COLUMNS 2u /**< Left to right: mirrored. */
 
 /**
- * Turns a frame over: upside down, mirrored, or both, which is a rotation by half a turn. Chroma
- * planes are turned in themselves, pairs and colour pixels stay whole. In frames of odd size
- * subsampled chroma so moves by one luma pixel against luma.
+ * Flips a frame: upside down, mirrored, or both, which is a rotation by half a turn. Chroma planes
+ * are flipped separately; pairs and colour pixels stay together. In frames of odd size, subsampled
+ * chroma thus shifts by one luma pixel relative to luma.
  *
- * @param source complete image of any format of bytes other than packed 4:2:2.
+ * @param source complete image of any 8-bit format other than packed 4:2:2.
  * @param target complete image of the same format and size that does not overlap the source.
  * @param flags ::TLUX_ROLL_ROWS, ::TLUX_ROLL_COLUMNS or their sum; 0 copies.
  * @return ::TLUX_OK; ::TLUX_ERR_UNSUPPORTED for packed 4:2:2, raw and unknown formats;

@@ -1,7 +1,7 @@
 /**
  * @file resample.h
- * @brief Cutting a rectangle out of a frame and reducing it by a whole factor into planes of full
- *        chroma, and related conversions.
+ * @brief Cropping a rectangle of a frame and reducing it by a whole factor into planes with
+ *        full-resolution chroma, and related conversions.
  */
 #ifndef TLUX_RESAMPLE_H
 #define TLUX_RESAMPLE_H
@@ -30,30 +30,30 @@ TLUX_BEGIN_DECLS
  *
  * Chroma is the mean over the same offsets taken at half the luma position, (left + N·i + dx) / 2,
  * and in 4:2:0 layouts (top + N·j + dy) / 2. For N = 2 that is one chroma column, so 4:2:0 chroma
- * is copied and 4:2:2 chroma is the mean of its two rows. Positions behind the last chroma row or
- * column of an odd-sized image take the last one. The destination's plane 1 receives Cb and its
- * plane 2 Cr, with one exception. Intended: NV12 reduced by 8 is processed as NV21, so that plane 1
- * holds Cr and plane 2 Cb; its consumers treat both layouts alike.
+ * is copied and 4:2:2 chroma is the mean of its two rows. Positions past the last chroma row or
+ * column of an odd-sized image use the last one. The destination's plane 1 receives Cb and its
+ * plane 2 Cr, with one exception. Intended: NV12 reduced by 8 is processed as NV21, so plane 1
+ * contains Cr and plane 2 Cb; its consumers treat both layouts alike.
  *
  * N = 1 copies luma and widens chroma: of the two pixels of pair c, plane 1 receives Cb[c] and
  * (Cb[c] + Cb[c − 1]) >> 1, plane 2 (Cr[c] + Cr[c − 1]) >> 1 and Cr[c]. Intended: the pair left of
- * the rectangle is read even where the rectangle starts at column 0. The byte pair (planar: the
- * byte) just before each chroma row that is used must therefore be readable, for the first row that
- * is just before the plane. Packed layouts repeat the first pair instead and read nothing there.
+ * the rectangle is read even if the rectangle starts at column 0. The byte pair (planar: the byte)
+ * just before each chroma row that is used must therefore be readable; for the first row it is just
+ * before the plane. Packed layouts repeat the first pair instead and read nothing there.
  *
- * Packed 4:2:2 is read in groups Y0 Cb Y1 Cr; group k of a row starts at byte 2·left + 4·k, also
+ * Packed 4:2:2 is read in groups Y0 Cb Y1 Cr; group k of a row starts at byte 2·left + 4·k, even
  * for an odd left. N = 3 differs there: an output is (2·A + B) / 3, truncated, of the truncated
  * mean A of rows 0 and 1 and the truncated mean B of row 2.
  *
- * Nothing is allocated. The rectangle must lie inside the source, and the destination must hold
- * the output; neither is checked. Rows and planes of the source are read only where the rectangle
- * lies (N = 1 as described). Source and destination must not overlap.
+ * Nothing is allocated. The rectangle must lie inside the source, and the destination must be large
+ * enough for the output; neither is checked. Rows and planes of the source are read only inside the
+ * rectangle (N = 1 as described). Source and destination must not overlap.
  * @{
  */
 
 /**
- * A rectangle in source pixels of which every side is inclusive: right and bottom are the last
- * column and row. (TLUX_RECT, which the copy functions take, excludes them.)
+ * A rectangle in source pixels whose sides are all inclusive: right and bottom are the last column
+ * and row. (TLUX_RECT, which the copy functions take, excludes them.)
  */
 typedef struct TLUX_CROP_RECT {
   int32_t left;
@@ -65,21 +65,21 @@ typedef struct TLUX_CROP_RECT {
 /**
  * Reduces a rectangle of an image by a whole factor.
  *
- * Width and height of the rectangle are first rounded down to multiples of 2·factor, its left top
- * corner staying where it is. A side shorter than that leaves nothing to write.
+ * Width and height of the rectangle are first rounded down to multiples of 2·factor, keeping its
+ * top left corner. If a side is shorter than that, nothing is written.
  *
  * @param source YCBCR420_YPUV, YCBCR420_YPVU, YCBCR422_YPUV, YCBCR420_P, YCBCR422_P, YCBYCR or
  *        BAYER. Intended: BAYER is read as YCBYCR except for a factor of 8, see
  *        TLUX_ResampleImage8_BAYER().
  * @param destination three planes, as ::TLUX_FMT_YCBCR444_P has, of (rounded width / factor) ×
- *        (rounded height / factor) samples. Format and height are not looked at. Intended: after a
- *        row of n outputs each plane moves on by n + pitch − width, so that a width other than n
- *        shears the rows.
+ *        (rounded height / factor) samples. Format and height are ignored. Intended: after a row of
+ *        n outputs each plane advances by n + pitch − width, so a width other than n shears the
+ *        rows.
  * @param crop rectangle, or null for the whole source; not modified.
  * @param factor 1 to 8.
- * @return ::TLUX_ERR_INVALID_PARAM for a factor below 1, a null image or a plane that is needed and
- *         null; otherwise ::TLUX_OK. Intended: a factor above 8 and a source format that is not
- *         named above are ::TLUX_OK too, and nothing is written.
+ * @return ::TLUX_ERR_INVALID_PARAM for a factor below 1, a null image or a required plane that is
+ *         null; otherwise ::TLUX_OK. Intended: a factor above 8 and a source format not listed
+ *         above also give ::TLUX_OK, and nothing is written.
  */
 TLUX_API uint32_t TLUX_ScaleCropImage(const TLUX_IMAGE* source, TLUX_IMAGE* destination,
                                       const TLUX_CROP_RECT* crop, int32_t factor) TLUX_NOEXCEPT;
@@ -116,9 +116,9 @@ TLUX_API uint32_t TLUX_ScaleCropImage(const TLUX_IMAGE* source, TLUX_IMAGE* dest
   TLUX_RESAMPLE_BY_1_TO_8(MEMBER, TLUX_ResampleImage, YCBYCR)
 
 /**
- * Members that are only called by name. With s = (N − 1) / 2 and t = (N − 1) / 3 their rows are
- * 0, s, 2s; N = 9 and 10 take the same columns and the mean of nine, N = 11 to 14 columns 0, t, 2t,
- * 3t and the mean of twelve, (sum · 87381) >> 20, which loses one level on uniform areas likewise.
+ * Members that are only called by name. With s = (N − 1) / 2 and t = (N − 1) / 3 their rows are 0,
+ * s, 2s; N = 9 and 10 take the same columns and the mean of nine, N = 11 to 14 columns 0, t, 2t, 3t
+ * and the mean of twelve, (sum · 87381) >> 20, which also loses one level on uniform areas.
  */
 #define TLUX_RESAMPLE_FURTHER_MEMBERS(MEMBER)            \
   TLUX_RESAMPLE_BY_9_TO_14(MEMBER, BAYER)                \
@@ -129,21 +129,21 @@ TLUX_API uint32_t TLUX_ScaleCropImage(const TLUX_IMAGE* source, TLUX_IMAGE* dest
 
 /**
  * @fn TLUX_ResampleImage8_BAYER
- * The one member that reads raw frames as 16-bit samples, in the byte order of the machine. The
- * colours of the 2×2 cells, anchored at pixel (0, 0), are named by ::gi32PixelArrangement: of its
- * low byte, two bits a site in reading order, low bits first, 0 being red, 1 green and 2 blue.
- * Known are 0x49494949, 0x61616161 and 0x94949494; every other value is taken as 0x16161616. Planes
- * 0, 1 and 2 receive green, blue and red: of the 2×2 cells {0, 1, 3} × {0, 1, 3} of a block the
- * mean of the nine samples of that colour (of the two greens the one in the pattern's first row),
- * upper byte.
+ * The one member that reads raw frames as 16-bit samples, in the byte order of the machine.
+ * ::gi32PixelArrangement gives the colours of the 2×2 cells, anchored at pixel (0, 0): its low byte
+ * has two bits per site in reading order, low bits first, where 0 is red, 1 green and 2 blue. The
+ * known values are 0x49494949, 0x61616161 and 0x94949494; any other value counts as 0x16161616.
+ * Planes 0, 1 and 2 receive green, blue and red: of the 2×2 cells {0, 1, 3} × {0, 1, 3} of a block
+ * the mean of the nine samples of that colour (of the two greens the one in the pattern's first
+ * row), upper byte.
  */
 
 /**
  * Every member reduces the rectangle of one source layout by one factor, as TLUX_ScaleCropImage()
- * does: (source, destination, crop) → nothing. The source's format code is not looked at. Only
- * whole blocks are written, floor(width / N) × floor(height / N) outputs (N = 1: whole pairs of
- * pixels and rows). A null argument, a null plane that is needed and an empty rectangle write
- * nothing.
+ * does: (source, destination, crop) → nothing. The source's format code is ignored. Only whole
+ * blocks are written, floor(width / N) × floor(height / N) outputs (N = 1: whole pairs of pixels
+ * and rows). Nothing is written for a null argument, a required plane that is null or an empty
+ * rectangle.
  */
 #define TLUX_RESAMPLE_DECLARE(FUNCTION, LAYOUT, N)                          \
   TLUX_API void FUNCTION(const TLUX_IMAGE* source, TLUX_IMAGE* destination, \
@@ -167,15 +167,15 @@ TLUX_API void ResampleImage_4_3_YCBCR420_P(const TLUX_IMAGE* source, TLUX_IMAGE*
  *
  * Full-range BT.601 in 14-bit fixed point: Y = (4899·R + 9617·G + 1868·B + 8192) >> 14,
  * Cb = clamp(128 + (((B − Y)·9241 + 8192) >> 14)), Cr = clamp(128 + (((R − Y)·11682 + 8192) >>
- * 14)). Rows of the source are align4(3·width) bytes apart. The destination holds Y, Cb and Cr
+ * 14)). Rows of the source are align4(3·width) bytes apart. The destination contains Y, Cb and Cr
  * planes back to back; with w and h their size in samples, rows are align4(w) bytes apart and
- * planes align4(w)·h. A null pointer or a size below 1 writes nothing.
+ * planes align4(w)·h. Nothing is written for a null pointer or a size below 1.
  * @{
  */
 
 /**
  * Converts without reduction. Intended: only rows 0, 2, 4, … are converted, each in its place, and
- * an odd last column is skipped; all other bytes of the destination are left as they are.
+ * an odd last column is skipped; all other bytes of the destination are unchanged.
  */
 TLUX_API void BGRToYCbCr444(const uint8_t* source, int32_t width, int32_t height,
                             uint8_t* destination) TLUX_NOEXCEPT;
@@ -188,7 +188,7 @@ TLUX_API void BGRToYCbCr444(const uint8_t* source, int32_t width, int32_t height
 TLUX_API void ResampleImage4_BGRToYCbCr444(const uint8_t* source, int32_t width, int32_t height,
                                            uint8_t* destination) TLUX_NOEXCEPT;
 
-/** As above by 8: the truncated mean of rows {0, 4} × columns {0, 2, 4, 6} of an 8×8 block. */
+/** As above, by 8: the truncated mean of rows {0, 4} × columns {0, 2, 4, 6} of an 8×8 block. */
 TLUX_API void ResampleImage8_BGRToYCbCr444(const uint8_t* source, int32_t width, int32_t height,
                                            uint8_t* destination) TLUX_NOEXCEPT;
 
@@ -199,9 +199,9 @@ TLUX_API void ResampleImage8_BGRToYCbCr444(const uint8_t* source, int32_t width,
  * sampling at 1/16 pixel.
  *
  * For x = firstX, firstX + 2, … below endX one byte is written: source[sx / 2 + pitch·sy] with
- * sx = (16·x − (accumulatorX >> shift)) >> 4 and sy = (16·y − (accumulatorY >> shift)) >> 4. Each
- * is raised to 0; at or above size − 1 it becomes size − 2, raised to 0 again. Then both
- * accumulators grow by twice their step, wrapping in 32 bits.
+ * sx = (16·x − (accumulatorX >> shift)) >> 4 and sy = (16·y − (accumulatorY >> shift)) >> 4.
+ * Negative values become 0; at or above size − 1 they become size − 2, or 0 if that is negative.
+ * Then both accumulators grow by twice their step, wrapping in 32 bits.
  *
  * @param width,height of the source in luma pixels.
  * @param accumulatorX,accumulatorY displacement at the first sample, in 1/16 pixel after @p shift.

@@ -13,50 +13,50 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup resize Resizers
  *
- * Resize images and planes of 8-bit samples to any size. Output sample i of an axis lies at
+ * Resize images and planes of 8-bit samples to any size. Output sample i of an axis is at
  *
  *     x(i) = (i + 1/2) · input size / output size − 1/2
  *
- * (half-pixel alignment), so that the centres of the pictures meet and a picture does not move when
+ * (half-pixel alignment), so the centres of the pictures coincide and a picture does not shift when
  * its size changes; the edge samples are repeated outward. Arithmetic is fixed point, the same on
  * every machine. Equal sizes give an exact copy, flat planes stay flat. Nothing is allocated.
  *
- * Interpolation looks at the nearest input samples only. Reduce by more than two with the
- * resampler (or a blur before) where aliasing matters.
+ * Interpolation uses only the nearest input samples. To reduce by more than two, use the resampler
+ * (or blur first) if aliasing matters.
  *
- * Images are resized component by component, so that chroma is interpolated between the chroma
- * samples, on the grid on which they lie, as if each were the mean of its block:
+ * Images are resized component by component, so chroma is interpolated between the chroma samples,
+ * on their own grid, as if each were the mean of its block:
  * - planar and gray formats plane by plane;
  * - interleaved chroma (YCBCR420_YPUV, _YPVU, YCBCR422_YPUV) pair by pair;
  * - BGR24, BGR32 and PACKED24 formats byte by byte of the pixel, including the fourth one;
  * - packed 4:2:2 (YCBYCR, YCBYCR_2, CBYCRY, YCBYCR_4): luma, and the chroma of each pixel pair. In
- *   a target of odd width the chroma byte behind the last pair repeats its component; that of a
+ *   a target of odd width the chroma byte after the last pair repeats its component; that of a
  *   source is read only for a copy of equal size.
  *
  * A source that is too small to have a chroma sample (one column or row of a subsampled format)
  * gives neutral chroma, 128.
  *
- * Of images, source and target have the same format code, at least one pixel, any pitch that holds
- * a row, and must not overlap; bytes between the rows are left alone. A plane in which the format
- * and size leave no sample may be null. The result is ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a
- * null image, different formats, an empty size, a plane that is needed and null or a pitch below
+ * For images, source and target have the same format code, at least one pixel, any pitch that fits
+ * a row, and must not overlap; bytes between the rows are not touched. A plane that has no samples
+ * at this format and size may be null. The result is ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null
+ * image, different formats, an empty size, a required plane that is null or a pitch shorter than
  * its row; ::TLUX_ERR_UNSUPPORTED for raw frames, the packed formats YCBYCR_5 to YCBYCR_8, whose
  * byte order is not known, and unknown codes. Nothing is written on failure.
  *
- * Of bare planes, `source` and `target` are the first bytes, which must not overlap; widths and
+ * For planes, `source` and `target` point to the first bytes, and must not overlap; widths and
  * heights are at least 1; a stride is the distance in bytes from one row to the next, at least the
- * width, and bytes behind the width are left alone. The result is ::TLUX_OK, or
+ * width, and bytes past the width are not touched. The result is ::TLUX_OK, or
  * ::TLUX_ERR_INVALID_PARAM for a null pointer, an empty size or a stride below the width (nothing
  * is written).
  * @{
  */
 
 /**
- * Resizes an image by taking, for each output sample, the input sample in whose area its centre
- * lies: number floor((i + 1/2) · input / output).
+ * Resizes an image by taking, for each output sample, the input sample whose area contains its
+ * centre: number floor((i + 1/2) · input / output).
  *
  * @param source image to read.
- * @param target image to write, of the source's format, with the size that is wanted.
+ * @param target image to write, in the source's format, with the requested size.
  * @return see above.
  */
 TLUX_API uint32_t asfImageResize_NN(const TLUX_IMAGE* source, TLUX_IMAGE* target) TLUX_NOEXCEPT;
@@ -71,9 +71,9 @@ TLUX_API uint32_t asfImageResize_NN(const TLUX_IMAGE* source, TLUX_IMAGE* target
 TLUX_API uint32_t asfImageResize_BL(const TLUX_IMAGE* source, TLUX_IMAGE* target) TLUX_NOEXCEPT;
 
 /**
- * Makes some rows of what asfImageResize_BL() makes, to the byte, so that a host can spread one
- * resize over threads of its own: pieces whose rows tile the target make the whole target, and
- * pieces with different rows may run at the same time. Any row may be a border: a chroma row
+ * Produces some of the rows of asfImageResize_BL(), to the byte, so that a host can spread one
+ * resize over its own threads: pieces whose rows tile the target produce the whole target, and
+ * pieces with different rows may run at the same time. A border may be at any row: a chroma row
  * belongs to the piece that has the first of its luma rows.
  *
  * @param source,target the whole images.
@@ -94,7 +94,7 @@ TLUX_API uint32_t asfImageResize_BL_C1(const uint8_t* source, int32_t sourceWidt
                                        int32_t targetWidth, int32_t targetHeight,
                                        int32_t targetStride) TLUX_NOEXCEPT;
 
-/** Positions between two samples that a bicubic table tells apart. */
+/** Positions between two samples that a bicubic table distinguishes. */
 #define TLUX_CUBIC_PHASES 1024
 /** Entries of a bicubic table: four weights a position. */
 #define TLUX_CUBIC_TABLE_SIZE 4096
@@ -126,8 +126,8 @@ TLUX_API uint32_t InitCubicCoeffTab(int16_t* table, int32_t a) TLUX_NOEXCEPT;
  * sample. Rows are interpolated along x first and kept with 6 fraction bits; the result is rounded
  * and clamped to 0..255.
  *
- * @param table ::TLUX_CUBIC_TABLE_SIZE weights of InitCubicCoeffTab(). Other weights are taken as
- *        they are; sums that leave 32 bits, and rows that leave 16, wrap.
+ * @param table ::TLUX_CUBIC_TABLE_SIZE weights of InitCubicCoeffTab(). Other weights are used as
+ *        given; sums that exceed 32 bits, and rows that exceed 16, wrap.
  * @return see above.
  */
 TLUX_API uint32_t Resize_Bicubic_8u_C1(const uint8_t* source, int32_t sourceWidth,

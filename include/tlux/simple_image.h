@@ -12,14 +12,14 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup simple_image Simple images
  *
- * One plane of interleaved samples with a table of row pointers. The tools reach pixels through
- * that table only, so an image over foreign memory may have any stride.
+ * One plane of interleaved samples with a table of row pointers. The tools access pixels only
+ * through that table, so an image over external memory may have any stride.
  *
- * The tools walk the width and height of their first image; one that is empty is answered by doing
- * nothing. The other images may be larger. Nothing is done either when a record or row table is
- * null, or when an image has fewer rows, or shorter rows (width × channels × depth bits), than the
- * walk would touch. The single-channel tools take one byte per pixel, whatever the channels say.
- * Unless a tool says otherwise it may work in place: an output image may be one of the inputs.
+ * The tools process the width and height of their first image; if it is empty, they do nothing. The
+ * other images may be larger. The tools also do nothing if a record or row table is null, or if an
+ * image has fewer rows, or shorter rows (width × channels × depth bits), than they would access.
+ * The single-channel tools take one byte per pixel, whatever the number of channels. Unless a tool
+ * says otherwise, it may work in place: an output image may be one of the inputs.
  * @{
  */
 
@@ -40,39 +40,38 @@ typedef struct img {
  *
  * @param manager pool, or null for the heap.
  * @param depth bits per sample.
- * @return the image, to be ended with release_img(); null when the record, the pixel block or the
- *         row table cannot be allocated, or when the sizes are negative or do not fit the record.
- *         Intended: when only one of pixel block and row table cannot be allocated, the other one
+ * @return the image, to be released with release_img(); null if the record, the pixel block or the
+ *         row table cannot be allocated, or if the sizes are negative or do not fit the record.
+ *         Intended: if only one of pixel block and row table cannot be allocated, the other one
  *         stays allocated.
  */
 TLUX_API img* createimg(MMemMgr manager, int32_t width, int32_t height, int32_t depth,
                         int32_t channels) TLUX_NOEXCEPT;
 
 /**
- * Creates a record over memory of the caller's, which must outlive it.
+ * Creates a record over the caller's memory, which must outlive it.
  *
  * @param data first byte of the first row.
  * @param stride bytes from one row to the next; negative for rows that are stored bottom up.
- * @return the image, to be ended with release_img_pesudo(); null for null @p data, without memory,
- *         or when the height is negative or the size does not fit the record; nothing stays
+ * @return the image, to be released with release_img_pesudo(); null for null @p data, if memory
+ *         runs out, if the height is negative or if the size does not fit the record; nothing stays
  *         allocated then.
  */
 TLUX_API img* createimg_pesudo(MMemMgr manager, void* data, int32_t width, int32_t height,
                                int32_t depth, int32_t channels, int32_t stride) TLUX_NOEXCEPT;
 
 /**
- * Creates a copy of an image: the same numbers, size bytes of pixels copied.
+ * Creates a copy of an image: the same fields, and a copy of size bytes of pixels.
  *
- * @return the image, to be ended with release_img(); null for a null image, one of negative stride,
- *         or without memory; nothing stays allocated then.
+ * @return the image, to be released with release_img(); null for a null image, a negative stride,
+ *         or if memory runs out; nothing stays allocated then.
  */
 TLUX_API img* cloneimg(MMemMgr manager, const img* image) TLUX_NOEXCEPT;
 
-/** Ends an image of createimg() or cloneimg() and nulls the caller's pointer. */
+/** Releases an image of createimg() or cloneimg() and nulls the caller's pointer. */
 TLUX_API void release_img(MMemMgr manager, img** image) TLUX_NOEXCEPT;
 
-/** Ends a record of createimg_pesudo() and nulls the caller's pointer; the pixels are not touched.
- */
+/** Releases a record of createimg_pesudo() and nulls the caller's pointer, but keeps the pixels. */
 TLUX_API void release_img_pesudo(MMemMgr manager, img** image) TLUX_NOEXCEPT;
 
 /** Zeroes size bytes of the pixel block. */
@@ -90,8 +89,8 @@ TLUX_API void to_maxgray(const img* source, img* target) TLUX_NOEXCEPT;
 
 /**
  * Bilinear resize of 8-bit images to the size of the target. Positions are in Q8 and aligned to the
- * top left corner: output sample i lies at input position i·floor(256·input / output) / 256; the
- * last row and column are repeated past the end. Results are truncated.
+ * top left corner: output sample i is at input position i·floor(256·input / output) / 256; the last
+ * row and column are repeated past the end. Results are truncated.
  *
  * @param source image to read; its channels are interpolated one by one.
  * @param target as many channels. Must not overlap the source.

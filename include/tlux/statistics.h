@@ -1,6 +1,6 @@
 /**
  * @file statistics.h
- * @brief Statistics of log-luminance planes: means, the pyramid that makes a smooth base layer,
+ * @brief Statistics of log-luminance planes: means, the pyramid that produces a smooth base layer,
  *        log conversion, the contrast-normalised score, despeckling and 8-bit conversion.
  */
 #ifndef TLUX_STATISTICS_H
@@ -16,20 +16,20 @@ TLUX_BEGIN_DECLS
  * The measuring half of the Retinex score (see AME_GenerateRetinexLogGain()): the log luminance of
  * a frame is split into a smooth base and detail, and the detail is scaled by the local contrast.
  *
- * A plane here is a bare array of @p height rows of @p width samples, end to end, signed 16-bit
- * unless stated; log luminance is 1024·ln. Sizes are in samples. Work is done in 32 bits that wrap;
+ * A plane here is an array of @p height rows of @p width samples, end to end, signed 16-bit unless
+ * stated otherwise; log luminance is 1024·ln. Sizes are in samples. Arithmetic is 32-bit and wraps;
  * results are stored as their low 16 bits. Right shifts are arithmetic (they round down), divisions
  * truncate toward zero.
  *
  * Null planes and sizes below 1 are empty planes: nothing is read or written, and a mean is 0.
- * In place (output = input) is allowed for every element-wise operation and wherever said so;
- * otherwise planes must not overlap. Nothing keeps state between calls.
+ * Working in place (output = input) is allowed for every element-wise operation and wherever
+ * stated; otherwise planes must not overlap. No state is kept between calls.
  * @{
  */
 
-/** Share of its own content that the second smallest level of the pyramid keeps: 0.9. */
+/** Fraction of its own content that the second smallest level of the pyramid keeps: 0.9. */
 extern TLUX_API const double PF_BLEND_START;
-/** Factor by which that share shrinks from one level to the next finer one: 0.65. */
+/** Factor by which that fraction shrinks from one level to the next finer one: 0.65. */
 extern TLUX_API const double PF_BLEND_DIV;
 /** Samples by which a row buffer of AME_SmoothDoubleBlend() is longer than a row: 4. */
 extern TLUX_API const int32_t SDB_TEMP_ADD_COLS;
@@ -43,13 +43,13 @@ extern TLUX_API const int32_t PF_ISO_LIMIT;
  *
  * Each row's sum (32-bit, wraps) is divided by the width, the sum of these by the height; both
  * divisions truncate. It differs from the mean of all samples by less than 2.
- * @param minimum,maximum receive the extreme samples as 32-bit patterns of signed numbers; of an
- *        empty plane 2000000000 and −2000000000. Null: not wanted.
+ * @param minimum,maximum receive the extreme samples as 32-bit patterns of signed numbers; for an
+ *        empty plane 2000000000 and −2000000000. Null: not computed.
  */
 TLUX_API int32_t AME_ImageMean(const int16_t* samples, int32_t width, int32_t height,
                                uint32_t* minimum, uint32_t* maximum) TLUX_NOEXCEPT;
 
-/** The mean of AME_ImageMean() alone. */
+/** Only the mean of AME_ImageMean(). */
 TLUX_API int32_t AME_ImageMeanNoMax(const int16_t* samples, int32_t width,
                                     int32_t height) TLUX_NOEXCEPT;
 
@@ -68,10 +68,10 @@ TLUX_API void AME_Downscale2x2_lines(const int16_t* upper, const int16_t* lower,
  *
  * n = sourceWidth / 2 columns come from AME_Downscale2x2_lines(). A destination wider than n gets
  * one more column. Intended: it averages the last source column with the one before it, which
- * column n − 1 has used already, instead of repeating the last. Columns after it are left as they
- * are. Rows past the end of the source repeat its last row.
+ * column n − 1 has used already, instead of repeating the last. Columns after it are not changed.
+ * Rows past the end of the source repeat its last row.
  *
- * @param destination left alone, as is @p mean, unless it holds at least sourceWidth / 2 by
+ * @param destination not changed, nor is @p mean, unless it has at least sourceWidth / 2 by
  *        sourceHeight / 2 samples.
  * @param mean receives the mean of what was written, computed from signed row sums; may be null.
  */
@@ -89,8 +89,8 @@ TLUX_API void AME_Downscale2x2(const int16_t* source, int32_t sourceWidth, int32
  * @param output plane of the large size; may be @p large itself. Columns past 2·smallWidth repeat
  *        the last one computed; rows past 2·smallHeight continue with the last row enlarged.
  * @param scratch 6·(smallWidth + 4) samples.
- * @param enlargedWeight,largeWeight shares of the two planes; 1 is 256 in Q8. Weights that do not
- *        fit 32 bits in Q8 saturate, not-a-number counts as 0.
+ * @param enlargedWeight,largeWeight weights of the two planes; 1 is 256 in Q8. Weights that do not
+ *        fit 32 bits in Q8 saturate, NaN counts as 0.
  */
 TLUX_API void AME_SmoothDoubleBlend(const int16_t* small, int32_t smallWidth, int32_t smallHeight,
                                     const int16_t* large, int16_t* output, int32_t largeWidth,
@@ -98,26 +98,26 @@ TLUX_API void AME_SmoothDoubleBlend(const int16_t* small, int32_t smallWidth, in
                                     double largeWeight) TLUX_NOEXCEPT;
 
 /**
- * Smooths a plane over all scales: the base layer of a log-luminance plane.
+ * Smooths a plane at all scales: the base layer of a log-luminance plane.
  *
  * The plane is halved (AME_Downscale2x2()) until a side is 1. The smallest level is scaled to the
  * mean of the source; then, from there up, each level is blended with the enlarged result of the
- * coarser one (AME_SmoothDoubleBlend()), keeping a share of 0.9·0.65^i of itself at step i, scaled
- * to the mean of the source. The last blend, with the source, makes the output.
+ * coarser one (AME_SmoothDoubleBlend()), keeping a fraction of 0.9·0.65^i of itself at step i,
+ * scaled to the mean of the source. The last blend, with the source, produces the output.
  *
  * @param manager pool, or null for the heap; one small record per level, released on return.
  * @param statistics receives mean, minimum and maximum (as AME_ImageMean() gives them) of the
- *        largest halved level that is at most 200 wide, zeros when there is none; null: not wanted.
+ *        largest halved level that is at most 200 wide, zeros if there is none; null: not computed.
  * @param output plane of outputWidth × outputHeight; may be @p source. The last blend reads the
- *        source as a plane of this size, so it should be the source's; nothing is done when it has
- *        more samples than the source. A source of one row or column has no level to blend with
- *        and leaves the output as it is.
- * @param scratch,scratchLength working memory in 16-bit samples. It has to hold the halved levels
- *        and, while a level is enlarged, the six row buffers of that step. Half the samples of the
- *        source (at least 1024) are enough unless the plane is narrow and long.
+ *        source as a plane of this size, so it should be the source's; nothing is done if it has
+ *        more samples than the source. With a source of one row or column there is no level to
+ *        blend with, and the output is not changed.
+ * @param scratch,scratchLength working memory in 16-bit samples. It must have room for the halved
+ *        levels and, while a level is enlarged, the six row buffers of that step. Half the samples
+ *        of the source (at least 1024) are enough unless the plane is narrow and long.
  *
- * When the scratch is too short or a record cannot be allocated, output and statistics are left as
- * they were.
+ * If the scratch is too short or a record cannot be allocated, output and statistics are not
+ * changed.
  */
 TLUX_API void AME_PyramidFilter(MMemMgr manager, uint32_t statistics[3], const int16_t* source,
                                 int32_t width, int32_t height, int16_t* output, int32_t outputWidth,
@@ -129,7 +129,7 @@ TLUX_API void AME_PyramidFilter(MMemMgr manager, uint32_t statistics[3], const i
  *
  * @param destination may be @p source.
  * @param table entry v is trunc(1024·ln(v + 30)) for the Retinex score. Samples index it as signed
- *        numbers and are not checked: they have to lie inside it.
+ *        numbers and are not checked: they must lie inside it.
  * @return mean of the row means of the converted samples.
  */
 TLUX_API int32_t AME_LogTable_mageMean(const int16_t* source, int16_t* destination,
@@ -160,7 +160,7 @@ TLUX_API void AME_Adjust_meanLogLum(int16_t* plane, int32_t value, int32_t width
  * @param base B, its smooth part.
  * @param output scores as 16-bit patterns of signed numbers; may be any of the input planes.
  * @param deviation D, local deviation; indexes @p reciprocals as an unsigned number.
- * @param reciprocals entry D is 524288 / D; the deviations have to lie inside the table.
+ * @param reciprocals entry D is 524288 / D; the deviations must lie inside the table.
  * @param contrast factor in the unit of D; with the mean deviation the detail keeps its mean size.
  */
 TLUX_API void AME_Generate_Score(const int16_t* logLuma, const int16_t* base, uint16_t* output,
@@ -168,13 +168,13 @@ TLUX_API void AME_Generate_Score(const int16_t* logLuma, const int16_t* base, ui
                                  int32_t width, int32_t height, int32_t contrast) TLUX_NOEXCEPT;
 
 /**
- * Removes bright isolated pixels from an 8-bit plane, or leaves it alone.
+ * Removes isolated bright pixels from an 8-bit plane, or leaves it unchanged.
  *
  * Pixels at least two away from every border and at least @p level + 40 bright are compared with
- * their eight neighbours. One is replaced by the darkest neighbour when 2 to 6 of them are more
- * than 80 darker than it, or they span more than 100 levels, or they reach from at most 191 to at
- * least 250. Intended: all or nothing; when fewer than 2 % of the pixels were replaced, every
- * change is undone and the result is a copy.
+ * their eight neighbours. A pixel is replaced by the darkest neighbour if 2 to 6 of them are more
+ * than 80 levels darker, or they span more than 100 levels, or they range from at most 191 to at
+ * least 250. Intended: all or nothing; if fewer than 2 % of the pixels were replaced, every change
+ * is undone and the result is a copy.
  *
  * @param destination plane of the same size; must not overlap the source.
  * @return 0.

@@ -1,6 +1,6 @@
 /**
  * @file stream.h
- * @brief The stream: dynamic range optimization of frames as cameras, decoders and players have
+ * @brief The stream: dynamic range optimization of frames as cameras, decoders and players deliver
  *        them.
  */
 #ifndef TLUX_STREAM_H
@@ -14,12 +14,12 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup stream Stream
  *
- * A stream does what TLUX_RunDynamicRangeOptimizationImage() does, on any even frame: every row and
- * column is treated whatever the size, rows may be padded, the output may be the source, video
- * range is understood, and the tones of a video can be kept steady from frame to frame.
+ * A stream does what TLUX_RunDynamicRangeOptimizationImage() does, for frames of any even size: it
+ * processes every row and column whatever the size, accepts padded rows, can work in place,
+ * supports video range, and can keep the tones of a video steady from frame to frame.
  *
  * Open a stream, run it on one frame after the other, close it. A stream is used by one thread at a
- * time; several streams, each with a pool of its own or on the heap, may run at once.
+ * time; several streams, each with its own pool or on the heap, may run at once.
  * @{
  */
 
@@ -37,13 +37,13 @@ TLUX_BEGIN_DECLS
 typedef void (*TLUX_PART)(void* work, uint32_t index);
 
 /**
- * A "parallel for" of the caller's: calls part(work, i) once for each i from 0 to count − 1, in any
- * order, on any threads, also one after the other on the calling thread, and returns when all calls
- * have returned.
+ * A "parallel for" provided by the caller: calls part(work, i) once for each i from 0 to count − 1,
+ * in any order, on any threads, even one after the other on the calling thread, and returns when
+ * all calls have returned.
  * @param context the caller's, from ::TLUX_STREAM_OPTIONS.
- * @return ::TLUX_OK; anything else says that some parts were not called: the run then returns
- *         ::TLUX_ERR_THREAD. Only the last step, which writes the picture, is finished by the
- *         calling thread, since in place there is no way back.
+ * @return ::TLUX_OK; anything else means that some parts were not called: the run then returns
+ *         ::TLUX_ERR_THREAD. The exception is the last step, which writes the picture: the calling
+ *         thread finishes it, because a run in place cannot be undone.
  */
 typedef uint32_t (*TLUX_PARALLEL_FOR)(void* context, TLUX_PART part, void* work, uint32_t count);
 
@@ -55,12 +55,12 @@ typedef struct TLUX_STREAM_OPTIONS {
   uint32_t size;  /**< Bytes of this record, as the caller was compiled. */
   uint32_t range; /**< ::TLUX_RANGE_FULL or ::TLUX_RANGE_LIMITED, of source and output. */
   /**
-   * Frames over which the tones follow the scene, 0 to 1000. 0: every frame by itself, as the run.
-   * Above 0 the output moves as smoothly as the input does: of a change in one place, the rest of
-   * the picture sees little at first, and all after three times as many frames. A cut takes effect
-   * at once: another size, or a mean log luminance that differs by more than half a stop. Use it
-   * for single pictures too: the first frame after opening or TLUX_ResetStream() counts as a cut,
-   * so that it does not depend on earlier ones.
+   * Frames over which the tones follow the scene, 0 to 1000. 0: every frame by itself, as in the
+   * run. Above 0 the output changes as smoothly as the input: a local change affects the rest of
+   * the picture little at first, and fully after three times as many frames. A cut takes effect at
+   * once: another size, or a mean log luminance that differs by more than half a stop. Use it for
+   * single pictures too: the first frame after opening or TLUX_ResetStream() counts as a cut, so it
+   * does not depend on earlier ones.
    */
   uint32_t steady;
   /**
@@ -69,19 +69,21 @@ typedef struct TLUX_STREAM_OPTIONS {
    * Heidrich, "Color correction for tone mapping", 2009.
    */
   uint32_t colour;
-  /** 1: the fit keeps the fractions of its window means, so smooth areas stay smooth. 0: as the
-      run. */
+  /**
+   * 1: the fit keeps the fractions of its window means, so smooth areas stay smooth. 0: as in the
+   * run.
+   */
   uint32_t fineWindows;
   /**
-   * Threads that work on a frame, the calling one included: 1 to 64, 0 for as many as the process
-   * may use processors, 4 at most. Those beyond the first start with the first frame, sleep between
-   * frames and end with the stream. Ignored with `parallelFor`.
+   * Threads that work on a frame, including the calling one: 1 to 64; 0 for one per processor that
+   * the process may use, 4 at most. All but the calling one start with the first frame, sleep
+   * between frames and end with the stream. Ignored with `parallelFor`.
    */
   uint32_t threads;
-  TLUX_PARALLEL_FOR parallelFor; /**< Null: threads of the stream's own. */
-  void* parallelContext;         /**< Handed to `parallelFor`. */
-  uint32_t workers;  /**< With `parallelFor`: how many parts to make of a job, 1 to 64. */
-  uint32_t reserved; /**< 0. */
+  TLUX_PARALLEL_FOR parallelFor; /**< Null: the stream's own threads. */
+  void* parallelContext;         /**< Passed to `parallelFor`. */
+  uint32_t workers;              /**< With `parallelFor`: parts to split a job into, 1 to 64. */
+  uint32_t reserved;             /**< 0. */
 } TLUX_STREAM_OPTIONS;
 
 /** A stream. Opaque. */
@@ -89,8 +91,8 @@ typedef struct TLUX_STREAM TLUX_STREAM;
 
 /**
  * What a stream saw in its latest frame. The maps have the size of the reference frame, an eighth
- * of the frame's: width = 2·ceil(frame width / 16), height alike. They are the stream's memory,
- * read-only, valid until the next call with that stream.
+ * of the frame's: width = 2·ceil(frame width / 16), height likewise. They belong to the stream, are
+ * read-only, and stay valid until the next call with that stream.
  */
 typedef struct TLUX_STREAM_REPORT {
   uint32_t size;  /**< Bytes of this record, as the caller was compiled. Set by the caller. */
@@ -113,10 +115,10 @@ typedef struct TLUX_STREAM_REPORT {
 /**
  * Fills @p options with a starting point: full range, as many threads as there are processors, and
  * - ::TLUX_TONES_EXACT: steady 0, colour 100, fineWindows 0;
- * - ::TLUX_TONES_NATURAL: steady, colour and fineWindows as we recommend them.
+ * - ::TLUX_TONES_NATURAL: the values we recommend for steady, colour and fineWindows.
  * @param size sizeof(TLUX_STREAM_OPTIONS); no more is written.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null record, an unknown @p tones or a @p size
- *         that no version had.
+ *         that no version has had.
  */
 TLUX_API uint32_t TLUX_InitStreamOptions(TLUX_STREAM_OPTIONS* options, uint32_t size,
                                          uint32_t tones) TLUX_NOEXCEPT;
@@ -124,7 +126,7 @@ TLUX_API uint32_t TLUX_InitStreamOptions(TLUX_STREAM_OPTIONS* options, uint32_t 
 /**
  * Opens a stream.
  * @param manager pool, or null for the heap; all memory of the stream comes from it.
- * @param options read once; null stands for ::TLUX_TONES_NATURAL.
+ * @param options read once; null means ::TLUX_TONES_NATURAL.
  * @param out receives the stream; null on failure.
  * @return ::TLUX_OK; ::TLUX_ERR_NO_MEMORY; ::TLUX_ERR_INVALID_PARAM for a null @p out or a field
  *         out of range.
@@ -133,7 +135,7 @@ TLUX_API uint32_t TLUX_OpenStream(MMemMgr manager, const TLUX_STREAM_OPTIONS* op
                                   TLUX_STREAM** out) TLUX_NOEXCEPT;
 
 /**
- * Changes how a stream works from the next frame on. Everything may change but `threads`,
+ * Changes how a stream works from the next frame on. Everything may change except `threads`,
  * `parallelFor`, `parallelContext` and `workers`. The state of a steady stream is kept.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM, and nothing changes.
  */
@@ -141,47 +143,46 @@ TLUX_API uint32_t TLUX_ChangeStream(TLUX_STREAM* stream,
                                     const TLUX_STREAM_OPTIONS* options) TLUX_NOEXCEPT;
 
 /**
- * Optimizes the dynamic range of one frame. A small mark ends the work: see TLUX_EmbeddedMark().
+ * Optimizes the dynamic range of one frame, then adds a small mark: see TLUX_EmbeddedMark().
  *
- * The reference frame is made as if the last column and row went on up to the next multiple of 16.
- * Padding is neither read nor written, and does not change the picture.
+ * The reference frame is computed as if the last column and row were repeated up to the next
+ * multiple of 16. Padding is neither read nor written, and does not change the picture.
  *
  * @param source NV21 (YCBCR420_YPVU) or NV12 (YCBCR420_YPUV), even sides from 2 × 2, each plane
- *        with a pitch of its own of at least the width. A plane ends with the last sample of its
- *        last row.
+ *        with its own pitch, at least the width. A plane ends with the last sample of its last row.
  * @param output of the same format and size. Either the source itself (the same planes and
  *        pitches), or memory that does not overlap it.
- * @param strength how far to go: 0 keeps the tones, in video range every code; 30 suits most
+ * @param strength of the effect: 0 keeps the tones, in video range every code; 30 suits most
  *        pictures, 100 is strong.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM: a rejected argument, nothing is written;
  *         ::TLUX_ERR_NO_MEMORY or ::TLUX_ERR_THREAD: the output is a copy of the source, without
- *         the mark (in place: the source as it was), and the stream can be used again.
+ *         the mark (in place: the unchanged source), and the stream remains usable.
  */
 TLUX_API uint32_t TLUX_RunStream(TLUX_STREAM* stream, const TLUX_IMAGE* source,
                                  const TLUX_IMAGE* output, uint32_t strength) TLUX_NOEXCEPT;
 
-/** Forgets earlier frames: the next one counts as a cut. Null: nothing. */
+/** Forgets earlier frames: the next one counts as a cut. Does nothing for null. */
 TLUX_API void TLUX_ResetStream(TLUX_STREAM* stream) TLUX_NOEXCEPT;
 
 /**
- * What the latest frame looked like to the stream.
+ * Reports what the stream saw in its latest frame.
  * @param report its `size` set; receives the rest.
- * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null argument, a `size` that no version had, or
- *         a stream without a successful run.
+ * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null argument, a `size` that no version has
+ *         had, or a stream without a successful run.
  */
 TLUX_API uint32_t TLUX_ReadStreamReport(const TLUX_STREAM* stream,
                                         TLUX_STREAM_REPORT* report) TLUX_NOEXCEPT;
 
 /**
- * Bytes that a pool must have for a stream and any number of frames of any sizes up to the given
- * one. Nothing is allocated after the first frame of the largest size.
+ * Returns the bytes that a pool needs for a stream and any number of frames of any sizes up to the
+ * given one. Nothing is allocated after the first frame of the largest size.
  * @return the bytes for MMemMgrCreate(); 0 for arguments that TLUX_OpenStream() or TLUX_RunStream()
  *         reject, and for frames too large for a pool.
  */
 TLUX_API uint64_t TLUX_GetStreamPoolSize(const TLUX_STREAM_OPTIONS* options, int32_t width,
                                          int32_t height) TLUX_NOEXCEPT;
 
-/** Closes a stream, ends its threads and nulls the caller's pointer. Null: nothing. */
+/** Closes a stream, ends its threads and nulls the caller's pointer. Does nothing for null. */
 TLUX_API void TLUX_CloseStream(TLUX_STREAM** stream) TLUX_NOEXCEPT;
 
 /** @} */

@@ -14,7 +14,7 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup tone Tone application
  *
- * Once the luma of a frame has been changed its chroma must follow, or lifted shadows look grey and
+ * When the luma of a frame changes, its chroma must follow, or lifted shadows look grey and
  * darkened highlights over-saturated. Every chroma sample c is scaled about neutral grey by the
  * luma ratio of its pixel pair. With s and d the sums of the two old and the two new luma samples:
  *
@@ -23,13 +23,14 @@ TLUX_BEGIN_DECLS
  *     t     = (c · (8 − e) + t · e) / 8    when e = |c − 128| is below 8
  *     c'    = t clamped to 0 … 255
  *
- * The third line leaves nearly neutral chroma mostly as it is, so that noise on grey does not turn
+ * The third line leaves nearly neutral chroma mostly unchanged, so that noise on grey does not turn
  * into colour. The ratio is that of the upper luma row of each 2×2 block. Both bytes of an
- * interleaved pair are treated alike, so NV21 and NV12 are the same to these functions. Frames are
- * 4:2:0: `height` luma rows and `height / 2` chroma rows of `width / 2` pairs; an odd last luma row
- * has no chroma row.
+ * interleaved pair are treated alike, so these functions do not distinguish NV21 and NV12. Frames
+ * are 4:2:0: `height` luma rows and `height / 2` chroma rows of `width / 2` pairs; an odd last luma
+ * row has no chroma row.
  *
- * Output chroma may be the input chroma. A null plane makes a function without result do nothing.
+ * Output chroma may be the input chroma. With a null plane, functions that return nothing do
+ * nothing.
  * @{
  */
 
@@ -37,9 +38,9 @@ TLUX_BEGIN_DECLS
  * Scales the chroma of a whole frame on the calling thread.
  *
  * Intended: rows are processed in whole groups of four pixels, so that up to three bytes beyond
- * @p width are read and written in each plane, and the walk is by that rounded width R: two luma
- * rows are R + @p pitch apart, two chroma rows R. The rule is exact for frames whose pitch is the
- * rounded width, as the library creates them; other frames are walked askew.
+ * @p width are read and written in each plane, and rows are stepped by that rounded width R: two
+ * luma rows are R + @p pitch apart, two chroma rows R. The rule is exact for frames whose pitch is
+ * the rounded width, as the library creates them; in other frames the rows are skewed.
  * @param srcY,dstY luma before and after the tone change, read only.
  * @param srcUV chroma that belongs to @p srcY.
  * @param dstUV receives the chroma that belongs to @p dstY.
@@ -56,7 +57,7 @@ TLUX_API void NV21NV12_Tone(const uint8_t* srcY, const uint8_t* srcUV, const uin
  * @param row index of the luma row in the frame; odd rows have no chroma of their own and do
  *        nothing.
  * @param newY,oldY that row after and before the tone change, @p width bytes.
- * @param uvIn,uvOut chroma row `row / 2`, @p width bytes less one where @p width is odd.
+ * @param uvIn,uvOut chroma row `row / 2`, @p width bytes, one less if @p width is odd.
  * @param width pixels; below 1 does nothing.
  */
 TLUX_API void ToneNV21Line(int32_t row, const uint8_t* newY, uint8_t* uvOut, const uint8_t* oldY,
@@ -86,25 +87,25 @@ typedef struct TLUX_TONE_CONTEXT {
 TLUX_API uint32_t NV21NV12_ToneSingleThread(const TLUX_TONE_CONTEXT* context) TLUX_NOEXCEPT;
 
 /**
- * Scales the chroma of a whole frame on up to four threads. Unlike
- * NV21NV12_Tone() every plane is walked by its own pitch and nothing beyond the width is touched.
+ * Scales the chroma of a whole frame on up to four threads. Unlike NV21NV12_Tone(), it steps every
+ * plane by its own pitch and touches nothing beyond the width.
  *
  * @param image NV21 or NV12 frame before the tone change.
  * @param output NV21 or NV12 frame whose luma has been changed; its chroma is written. At least as
  *        large as @p image; the size of @p image counts.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null record or plane, a pitch below the width,
  *         or an output that is too small, with nothing written; ::TLUX_ERR_UNSUPPORTED for another
- *         format; ::TLUX_ERR_THREAD when a thread could not be started, the bands of the earlier
- *         ones then being written.
+ *         format; ::TLUX_ERR_THREAD if a thread could not be started; the bands of the earlier ones
+ *         are then written.
  */
 TLUX_API uint32_t NV21NV12_ToneMT(const TLUX_IMAGE* image, TLUX_IMAGE* output) TLUX_NOEXCEPT;
 
 /**
- * Puts a frame together from a base and a detail layer: luma = base + detail − 128, clamped, and
- * the chroma of the base scaled by the rule above, except that chroma within 32 of neutral, not 8,
- * is moved in part only: t = (c · (32 − e) + t · e) / 32 when e is below 32.
+ * Combines a base and a detail layer into a frame: luma = base + detail − 128, clamped, and the
+ * chroma of the base scaled by the rule above, except that chroma within 32 of neutral, not 8, is
+ * moved only partly: t = (c · (32 − e) + t · e) / 32 when e is below 32.
  *
- * @param dst NV21 or NV12 frame, of the size that is worked on; may be @p base.
+ * @param dst NV21 or NV12 frame, of the size that is processed; may be @p base.
  * @param base NV21 or NV12 frame, at least that large.
  * @param detail frame of at least that size in any format; its plane 0 is detail luma, 128 where
  *        nothing changes.
@@ -149,16 +150,16 @@ TLUX_API void SingleThreadGuideTone(const TLUX_GUIDE_TONE_CONTEXT* context) TLUX
 
 /**
  * The fast guided filter and the chroma rule in one pass over the frame: a change of luma that was
- * decided at one eighth of the size is carried to full size along the edges of the frame and
- * applied to luma and chroma.
+ * computed at one eighth of the size is upsampled along the edges of the frame and applied to luma
+ * and chroma.
  *
- * The filter's input is @p delta, the wanted change around 128, and its guide the small luma of the
- * frame, so that each filtered row is the 128-centred change that GuideToneNV21Line() adds. Where
- * the guide is uniform the change is applied as it is; a delta of 128 leaves a uniform frame as it
- * was. Bands and covered area are those of FastGuideFilterMT(); the rest of the output, luma and
- * chroma, keeps what it held.
+ * The filter's input is @p delta, the desired change around 128, and its guide the small luma of
+ * the frame, so that each filtered row is the 128-centred change that GuideToneNV21Line() adds.
+ * Where the guide is uniform the change is applied directly; a delta of 128 leaves a uniform frame
+ * unchanged. Bands and covered area are those of FastGuideFilterMT(); the rest of the output, luma
+ * and chroma, is not changed.
  *
- * @param memMgr pool or null for the heap; gives a copy of the luma, the four maps and the four
+ * @param memMgr pool or null for the heap; provides a copy of the luma, the four maps and the four
  *        worker blocks. Nothing stays allocated.
  * @param source NV21 or NV12 frame, at least 8·lowW × 8·lowH.
  * @param output NV21 or NV12 frame of at least that size; may be @p source.

@@ -11,7 +11,7 @@ TLUX_BEGIN_DECLS
 
 /**
  * @defgroup transfer Transfer tables
- * Constant data. Encoding a decoded code gives the code back, for all 256 of them.
+ * Constant data. Decoding and then encoding any of the 256 codes returns that code.
  * @{
  */
 

@@ -1,6 +1,6 @@
 /**
  * @file upscale.h
- * @brief Eightfold enlargement of low-resolution planes and images, and crops of it.
+ * @brief Eightfold enlargement of low-resolution planes and images, whole or cropped.
  */
 #ifndef TLUX_UPSCALE_H
 #define TLUX_UPSCALE_H
@@ -13,7 +13,7 @@ TLUX_BEGIN_DECLS
 /**
  * @defgroup upscale Eightfold up-scaling
  *
- * Brings what was computed on a reference frame, one eighth of the size, back to full resolution
+ * Brings results computed on a reference frame, one eighth of the size, back to full resolution
  * with the interpolation of the tone-mapping core (UPSampleLine8Int()), for 8-bit samples: linear,
  * top-left aligned, along the rows first and then down the columns, each rounded down:
  *
@@ -31,7 +31,7 @@ TLUX_BEGIN_DECLS
  *
  * @param upper,lower low-resolution rows y and y + 1 (for the last row, the same twice).
  * @param lowWidth samples of these rows, 1 to 2²⁸ − 1.
- * @param phase line 8y + phase is made, 0 to 7.
+ * @param phase line 8y + phase is produced, 0 to 7.
  * @param line receives 8 · lowWidth samples.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null pointer or a number outside its range
  *         (nothing is written).
@@ -41,7 +41,7 @@ TLUX_API uint32_t TLUX_UpscaleCalLine8s(const uint8_t* upper, const uint8_t* low
                                         uint8_t* line) TLUX_NOEXCEPT;
 
 /**
- * Cuts a rectangle out of an enlarged plane; no more than the rectangle is computed.
+ * Crops a rectangle from an enlarged plane; only the rectangle is computed.
  *
  * @param low first byte of the low-resolution plane.
  * @param lowWidth,lowHeight its size, at least 1.
@@ -50,8 +50,8 @@ TLUX_API uint32_t TLUX_UpscaleCalLine8s(const uint8_t* upper, const uint8_t* low
  * @param target first byte of the plane that receives the rectangle.
  * @param targetWidth,targetHeight size of the rectangle, at least 1; it lies inside the enlarged
  *        plane of 8 · lowWidth by 8 · lowHeight samples.
- * @param targetStride bytes from one of its rows to the next, at least the width; bytes behind the
- *        width are left alone.
+ * @param targetStride bytes from one of its rows to the next, at least the width; bytes past the
+ *        width are not touched.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null plane or a number outside its range
  *         (nothing is written).
  */
@@ -61,21 +61,21 @@ TLUX_API uint32_t UpcaleCropGray(const uint8_t* low, int32_t lowWidth, int32_t l
                                  int32_t targetStride) TLUX_NOEXCEPT;
 
 /**
- * Cuts a rectangle of the target's size out of an enlarged image, for every format that the
- * resizers take, component by component as they do.
+ * Crops a rectangle of the target's size from an enlarged image, for every format that the resizers
+ * support, component by component as they do.
  *
- * Chroma starts at the halved corner, so that an odd corner keeps the chroma sample it lies in.
- * Chroma samples beyond the enlarged chroma plane (odd sizes of the low image) repeat its last
- * ones; a low image without chroma samples gives neutral chroma, 128.
+ * Chroma starts at the halved corner, so an odd corner keeps the chroma sample it lies in. Chroma
+ * samples beyond the enlarged chroma plane (odd sizes of the low image) repeat its last ones; a low
+ * image without chroma samples gives neutral chroma, 128.
  *
  * @param low low-resolution image.
  * @param left,top corner of the rectangle in luma pixels of the enlarged image, at least 0.
  * @param target image of the same format that receives the rectangle, which lies inside the
  *        enlarged image of 8 · width by 8 · height pixels.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a null image, different formats, an empty size, a
- *         plane that is needed and null, a pitch below its row or a rectangle that sticks out;
- *         ::TLUX_ERR_UNSUPPORTED for raw frames, YCBYCR_5 to YCBYCR_8 and unknown codes. Nothing is
- *         written on failure.
+ *         required plane that is null, a pitch shorter than its row or a rectangle that extends
+ *         beyond it; ::TLUX_ERR_UNSUPPORTED for raw frames, YCBYCR_5 to YCBYCR_8 and unknown codes.
+ *         Nothing is written on failure.
  */
 TLUX_API uint32_t UpcaleCropImage(const TLUX_IMAGE* low, int32_t left, int32_t top,
                                   TLUX_IMAGE* target) TLUX_NOEXCEPT;

@@ -2,7 +2,7 @@
  * @file tlux.c
  * @brief The frei0r filter `tlux`: dynamic range optimization of RGBA video.
  *
- * Instances share nothing, so that a host may use each on a thread of its own.
+ * Instances share nothing, so a host may use each on its own thread.
  */
 #include <frei0r.h>
 #include <limits.h>
@@ -12,19 +12,20 @@
 #include <tlux/rgb.h>
 #include <tlux/stream.h>
 
-/** Parameters go from 0 to 1; the library counts in per cent. */
+/** Parameters range from 0 to 1; the library uses per cent. */
 enum { kStrength, kColour, kSteady, kParameters };
 
 static const f0r_param_info_t kParameterInfo[kParameters] = {
-    {"strength", F0R_PARAM_DOUBLE, "How far to go; 1 is strong, 0 leaves frames untouched"},
+    {"strength", F0R_PARAM_DOUBLE,
+     "Strength of the effect; 1 is strong, 0 leaves frames untouched"},
     {"colour", F0R_PARAM_DOUBLE, "How far colour follows brightness"},
     {"steady", F0R_PARAM_BOOL,
-     "Keep tones steady over time; for hosts that go from frame to frame"},
+     "Keep tones steady over time; for hosts that render frames in order"},
 };
 
 typedef struct {
   double parameters[kParameters];
-  double latest; /**< Time of the latest frame; hosts count in seconds or milliseconds. */
+  double latest; /**< Time of the latest frame; hosts use seconds or milliseconds. */
   TLUX_STREAM* stream;
   TLUX_STREAM_OPTIONS options;
   TLUX_IMAGE frame; /**< NV12 of the picture's size rounded up to even; owns plane 0. */
@@ -48,7 +49,7 @@ void f0r_get_plugin_info(f0r_plugin_info_t* info) {
       .major_version = TLUX_PLUGIN_MAJOR,
       .minor_version = TLUX_PLUGIN_MINOR,
       .num_params = kParameters,
-      .explanation = "Lifts dark regions, holds bright ones and keeps local detail",
+      .explanation = "Lifts shadows, protects highlights and keeps local detail",
   };
 }
 
@@ -70,7 +71,7 @@ static bool make_frame(TLUX_IMAGE* frame, int32_t width, int32_t height) {
 }
 
 f0r_instance_t f0r_construct(unsigned int width, unsigned int height) {
-  // A row of the host's has to fit into 31 bits.
+  // The size of a host's row must fit 31 bits.
   if (width == 0 || height == 0 || width > INT_MAX / 4 || height > INT_MAX / 4) return NULL;
   Instance* instance = calloc(1, sizeof *instance);
   if (instance == NULL) return NULL;
@@ -99,7 +100,7 @@ void f0r_set_param_value(f0r_instance_t handle, f0r_param_t value, int index) {
   Instance* instance = handle;
   if (index < 0 || index >= kParameters) return;
   const double wanted = *(const double*)value;
-  instance->parameters[index] = wanted > 0 ? (wanted < 1 ? wanted : 1) : 0; // not a number: 0
+  instance->parameters[index] = wanted > 0 ? (wanted < 1 ? wanted : 1) : 0; // NaN: 0
 }
 
 void f0r_get_param_value(f0r_instance_t handle, f0r_param_t value, int index) {
@@ -112,8 +113,8 @@ static uint32_t per_cent(const Instance* instance, int index) {
 }
 
 /**
- * Makes the stream ready for a frame of the time. Editors jump to and fro, and those that use many
- * threads deal frames out to many instances: a frame then has to be the same whatever the instance
+ * Prepares the stream for a frame at this time. Editors jump around, and those that use many
+ * threads spread frames over many instances: a frame must then be the same whatever the instance
  * saw before.
  */
 static void prepare(Instance* instance, double time) {
@@ -136,7 +137,7 @@ void f0r_update(f0r_instance_t handle, double time, const uint32_t* source, uint
       .height = instance->height,
       .layout = TLUX_RGBA,
   };
-  // The library leaves alpha alone, and a frame that it cannot treat stays as it is.
+  // The library keeps alpha, and a frame that it cannot process is unchanged.
   if (output != source) memcpy(output, source, (size_t)picture.pitch * (size_t)picture.height);
   const uint32_t strength = per_cent(instance, kStrength);
   if (strength == 0) return;

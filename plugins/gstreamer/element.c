@@ -2,8 +2,8 @@
  * SECTION:element-tlux
  * @title: tlux
  *
- * Lifts dark regions, holds bright ones and keeps local detail, in NV12 and NV21 video of any size,
- * in full or limited range as the colorimetry of the caps says. Frames are treated in place.
+ * Lifts shadows, protects highlights and keeps local detail, in NV12 and NV21 video of any size, in
+ * full or limited range according to the colorimetry in the caps. Frames are processed in place.
  *
  * |[
  * gst-launch-1.0 v4l2src ! videoconvert ! tlux strength=40 ! videoconvert ! autovideosink
@@ -29,7 +29,7 @@ struct _GstTlux {
 
   // Of the streaming thread.
   TluxLiveStream live;
-  gboolean is_new_scene; /**< The next treated frame does not follow the one treated before. */
+  gboolean is_new_scene; /**< The next processed frame does not follow the one before. */
   guint64 treated;
   guint64 untouched; /**< Frames that were late. */
 };
@@ -99,7 +99,7 @@ static void gst_tlux_get_property(GObject* object, guint id, GValue* value, GPar
   }
 }
 
-/** Starts as if no frame had been seen and nothing said about lateness. */
+/** Starts as if no frame and no QoS event had been seen. */
 static void begin_anew(GstTlux* self) {
   self->is_new_scene = TRUE;
   GST_OBJECT_LOCK(self);
@@ -126,8 +126,8 @@ static gboolean gst_tlux_sink_event(GstBaseTransform* transform, GstEvent* event
 }
 
 /**
- * The base class would drop late frames; here they pass untouched, and the sink decides. It is
- * therefore not told.
+ * The base class would drop late frames; here they pass untouched, and the sink decides. So the
+ * base class does not get the event.
  */
 static gboolean gst_tlux_src_event(GstBaseTransform* transform, GstEvent* event) {
   GstTlux* self = GST_TLUX(transform);
@@ -158,7 +158,7 @@ static void post_qos(GstTlux* self, GstBuffer* buffer, GstClockTime running_time
   gst_element_post_message(GST_ELEMENT(self), message);
 }
 
-/** Whether the sink has said that a frame of this time comes too late. */
+/** Whether the sink has reported that a frame of this time comes too late. */
 static gboolean is_late(GstTlux* self, GstBuffer* buffer) {
   GstBaseTransform* transform = GST_BASE_TRANSFORM(self);
   if (transform->segment.format != GST_FORMAT_TIME ||
@@ -179,7 +179,7 @@ static gboolean is_late(GstTlux* self, GstBuffer* buffer) {
   return TRUE;
 }
 
-/** Decides whether the frame is treated or passes as it is. */
+/** Decides whether the frame is processed or passes unchanged. */
 static void gst_tlux_before_transform(GstBaseTransform* transform, GstBuffer* buffer) {
   GstTlux* self = GST_TLUX(transform);
   const GstClockTime time =
@@ -201,15 +201,15 @@ static GstFlowReturn gst_tlux_transform_frame_ip(GstVideoFilter* filter, GstVide
       ++self->treated;
       return GST_FLOW_OK;
     case TLUX_ERR_NO_MEMORY:
-      GST_ELEMENT_WARNING(self, RESOURCE, NO_SPACE_LEFT, ("Not enough memory to treat a frame."),
+      GST_ELEMENT_WARNING(self, RESOURCE, NO_SPACE_LEFT, ("Not enough memory to process a frame."),
                           (NULL));
       return GST_FLOW_OK;
     case TLUX_ERR_THREAD:
-      GST_ELEMENT_WARNING(self, RESOURCE, FAILED, ("No thread could be started to treat a frame."),
-                          (NULL));
+      GST_ELEMENT_WARNING(self, RESOURCE, FAILED,
+                          ("No thread could be started to process a frame."), (NULL));
       return GST_FLOW_OK;
     default:
-      GST_ELEMENT_ERROR(self, STREAM, FORMAT, ("The layout of a frame cannot be treated."),
+      GST_ELEMENT_ERROR(self, STREAM, FORMAT, ("The layout of a frame is not supported."),
                         ("%d x %d, strides %d and %d", GST_VIDEO_FRAME_WIDTH(frame),
                          GST_VIDEO_FRAME_HEIGHT(frame), GST_VIDEO_FRAME_PLANE_STRIDE(frame, 0),
                          GST_VIDEO_FRAME_PLANE_STRIDE(frame, 1)));
@@ -230,8 +230,8 @@ static void install_properties(GObjectClass* class) {
   g_object_class_install_property(
       class, PROP_STRENGTH,
       g_param_spec_uint("strength", "Strength",
-                        "How far to go; 100 is strong, 0 passes frames through untouched", 0, 100,
-                        DEFAULT_STRENGTH, flags));
+                        "Strength of the effect; 100 is strong, 0 passes frames through untouched",
+                        0, 100, DEFAULT_STRENGTH, flags));
   g_object_class_install_property(
       class, PROP_COLOUR,
       g_param_spec_uint("colour", "Colour",
@@ -252,7 +252,7 @@ static void install_properties(GObjectClass* class) {
       class, PROP_THREADS,
       g_param_spec_uint("threads", "Threads",
                         "Threads that work on a frame, 0: one for each processor, 4 at most; "
-                        "a change starts the steady tones anew",
+                        "a change restarts the steady tones",
                         0, 64, 0, flags));
 }
 
@@ -265,7 +265,7 @@ static void gst_tlux_class_init(GstTluxClass* class) {
   GstElementClass* element = GST_ELEMENT_CLASS(class);
   gst_element_class_set_static_metadata(
       element, "Dynamic range optimization", "Filter/Effect/Video",
-      "Lifts dark regions, holds bright ones and keeps local detail", "tlux");
+      "Lifts shadows, protects highlights and keeps local detail", "tlux");
   GstCaps* caps = gst_caps_from_string(GST_VIDEO_CAPS_MAKE("{ NV12, NV21 }"));
   gst_element_class_add_pad_template(
       element, gst_pad_template_new("sink", GST_PAD_SINK, GST_PAD_ALWAYS, caps));

@@ -21,7 +21,7 @@ static TLUX_STREAM_OPTIONS options_of(const TluxSettings* settings, const GstVid
   return options;
 }
 
-/** Makes the stream work with the options. */
+/** Applies the options to the stream. */
 static uint32_t apply(TluxLiveStream* live, const TLUX_STREAM_OPTIONS* options) {
   if (live->stream != NULL && live->options.threads != options->threads) {
     TLUX_CloseStream(&live->stream);
@@ -47,7 +47,7 @@ static TLUX_IMAGE image_of(const GstVideoFrame* frame) {
   };
 }
 
-/** Makes `even` a frame of the size and format, as far as it is not. */
+/** Gives `even` the size and format, if it does not have them yet. */
 static gboolean reserve_even(TluxLiveStream* live, gint width, gint height, uint32_t format) {
   TLUX_IMAGE* even = &live->even;
   even->format = format;
@@ -79,7 +79,7 @@ static void copy_frame(const TLUX_IMAGE* from, const TLUX_IMAGE* to, gint width,
   copy_rows(from, to, 1, GST_ROUND_UP_2(width), GST_ROUND_UP_2(height) / 2);
 }
 
-/** Repeats the last column and row of the odd frame that the even one holds. */
+/** Repeats the last column and row of the odd frame inside the even one. */
 static void repeat_edges(const TLUX_IMAGE* even, gint width, gint height) {
   guint8* luma = even->plane[0];
   const gsize pitch = (gsize)even->pitch[0];

@@ -31,7 +31,8 @@ struct MarkFormat : SamplePlaces {
 };
 
 std::optional<MarkFormat> findMarkFormat(std::uint32_t code) {
-  if (std::ranges::find(kMarkedFormats, code) == std::end(kMarkedFormats)) return std::nullopt;
+  const auto* end = std::end(kMarkedFormats);
+  if (std::find(std::begin(kMarkedFormats), end, code) == end) return std::nullopt;
   return MarkFormat(*findFormat(code));
 }
 

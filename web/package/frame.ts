@@ -13,7 +13,7 @@ export interface Planes {
   readonly luma: Uint8Array;
   /** `width` × `height / 2` bytes: pairs for each 2 × 2 pixels. */
   readonly chroma: Uint8Array;
-  /** `nv12` where it is not said. */
+  /** `nv12` by default. */
   readonly order?: ChromaOrder;
 }
 
@@ -24,7 +24,7 @@ function checkLength(name: string, data: { length: number }, expected: number): 
 
 const toEven = (side: number) => side + (side % 2);
 
-/** A frame in the memory of the library, to be filled, run and read any number of times. */
+/** A frame in the library's memory, to be filled, run and read any number of times. */
 export class Frame {
   readonly width: number;
   readonly height: number;
@@ -115,7 +115,7 @@ export class Frame {
     return this.#block;
   }
 
-  /** Calls `use` with the picture in the memory of the library. */
+  /** Calls `use` with the picture in the library's memory. */
   #withPixels(picture: Picture, use: (pixels: Pixels) => void): void {
     if (picture instanceof Pixels) {
       use(picture);

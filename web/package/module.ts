@@ -18,7 +18,7 @@ export interface Exports {
 
 const kHeap = 0;
 
-/** A call that the library refused, with its result code. */
+/** A call that the library rejected, with its result code. */
 export class TluxError extends Error {
   constructor(
     readonly code: number,
@@ -40,7 +40,7 @@ function reasonOf(code: number): string {
   }
 }
 
-/** The library in its memory. Views of the memory are taken anew for each use: it may have grown. */
+/** The library in its memory. Views of the memory are created for each use, because it may have grown. */
 export class Module {
   constructor(readonly calls: Exports) {}
 
@@ -83,7 +83,7 @@ export class Module {
   }
 }
 
-/** The file beside this one: read from disk in Node, fetched in a browser. */
+/** The file next to this one: read from disk in Node, fetched in a browser. */
 async function readModule(): Promise<Uint8Array | ArrayBuffer> {
   const url = new URL('./tlux.wasm', import.meta.url);
   if (url.protocol === 'file:' && typeof process === 'object') {
@@ -98,7 +98,7 @@ async function readModule(): Promise<Uint8Array | ArrayBuffer> {
 export async function loadModule(content?: Uint8Array | ArrayBuffer): Promise<Module> {
   const bytes = (content ?? (await readModule())) as BufferSource;
   const module = await WebAssembly.compile(bytes);
-  // What the C library asks of a system: there is an environment without variables, and nothing else.
+  // What the C library asks of the system: an empty environment, and nothing else.
   const imports: Record<string, Record<string, (...words: number[]) => number>> = {};
   const kNotSupported = 58;
   for (const { module: group, name } of WebAssembly.Module.imports(module)) {

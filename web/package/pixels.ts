@@ -15,7 +15,7 @@ export function checkSize(width: number, height: number): void {
   throw new TluxError(2, `a picture of ${width} × ${height}`);
 }
 
-/** A picture in the memory of the library: a frame takes and fills it without a copy. */
+/** A picture in the library's memory: frames read and fill it without a copy. */
 export class Pixels implements Picture {
   readonly width: number;
   readonly height: number;

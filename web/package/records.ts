@@ -1,4 +1,4 @@
-// Records of the C interface as they lie in memory; web/module/records.cpp checks the offsets.
+// Memory layout of the records of the C interface; web/module/records.cpp checks the offsets.
 import type { Module } from './module.js';
 
 export const kNv12 = 0x801;
@@ -18,7 +18,7 @@ export interface ImageRecord {
   readonly chroma: number;
 }
 
-/** Calls `use` with the address of a TLUX_IMAGE whose rows lie without gaps. */
+/** Calls `use` with the address of a TLUX_IMAGE whose rows have no gaps. */
 export function withImage<Result>(
   module: Module,
   image: ImageRecord,

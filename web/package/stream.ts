@@ -6,11 +6,11 @@ import { kOptionOffset, kOptionsBytes, kReportBytes, readReport } from './record
 /** `natural` is what we recommend; `exact` has the tones of the library's run, to the byte. */
 export type Tones = 'natural' | 'exact';
 
-/** How a stream works. What is not given is as `tones` has it. */
+/** How a stream works. `tones` sets the defaults. */
 export interface StreamOptions {
-  /** The starting point, `natural` where it is not said. */
+  /** The starting point, `natural` by default. */
   readonly tones?: Tones;
-  /** Luma 0 to 255, or 16 to 235 as in most video. `full` where it is not said. */
+  /** Luma 0 to 255, or 16 to 235 as in most video. `full` by default. */
   readonly range?: 'full' | 'limited';
   /** Frames over which the tones follow the scene, 0 to 1000. */
   readonly steady?: number;
@@ -75,7 +75,7 @@ function withOptions<Result>(
   });
 }
 
-/** The options that `tones` stands for. */
+/** The options for `tones`. */
 export function readOptions(module: Module, tones: Tones): Required<StreamOptions> {
   return withOptions(module, { tones }, (_, view) => ({
     tones,
@@ -114,7 +114,7 @@ export class Stream {
 
   /**
    * The enhanced picture; alpha is kept. For an `ImageData` the result is one too.
-   * @param strength how far to go: 0 keeps the tones, 100 is strong.
+   * @param strength of the effect: 0 keeps the tones, 100 is strong.
    */
   enhance<Kind extends Picture>(picture: Kind, strength = kDefaultStrength): Kind {
     using frame = new Frame(this.#module, picture.width, picture.height);
@@ -146,7 +146,7 @@ export class Stream {
     this.#module.check(code);
   }
 
-  /** What the latest frame looked like to the stream. */
+  /** What the stream saw in its latest frame. */
   explain(): Report {
     const stream = this.#stream;
     return this.#module.withBlock(kReportBytes, (address, view) => {

@@ -18,13 +18,13 @@ export interface Tlux {
   readonly Stream: new (options?: StreamOptions) => Stream;
   readonly Frame: new (width: number, height: number, order?: ChromaOrder) => Frame;
   readonly Pixels: new (width: number, height: number) => Pixels;
-  /** The options that a starting point stands for. */
+  /** The options of a starting point. */
   options(tones: Tones): Required<StreamOptions>;
 }
 
 /**
  * Loads the library.
- * @param content the bytes of tlux.wasm; without them the file beside this one is read or fetched.
+ * @param content the bytes of tlux.wasm; by default the file next to this one is read or fetched.
  */
 export async function load(content?: Uint8Array | ArrayBuffer): Promise<Tlux> {
   const module = await loadModule(content);

@@ -6,7 +6,7 @@ interface Waiting {
   reject(error: Error): void;
 }
 
-/** The worker, started from the page's own text: a page on disk may not load a second file. */
+/** The worker, started from the page's own text: a page opened from disk may not load a second file. */
 export class Assistant {
   readonly #worker: Worker;
   readonly #waiting = new Map<number, Waiting>();

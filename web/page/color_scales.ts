@@ -1,6 +1,6 @@
 export type Color = readonly [number, number, number];
 
-/** From darkened to lifted; the middle keeps the tone. */
+/** From darkened to lifted; the middle is unchanged. */
 export const kDiverging: readonly Color[] = [
   [33, 102, 172],
   [146, 197, 222],
@@ -17,7 +17,7 @@ export const kGray: readonly Color[] = [
 export const kClippedWhite: Color = [255, 46, 46];
 export const kClippedBlack: Color = [40, 120, 255];
 
-/** The colour of a share from 0 to 1. */
+/** The colour for a value from 0 to 1. */
 export function colorAt(scale: readonly Color[], share: number): Color {
   const position = Math.min(1, Math.max(0, share)) * (scale.length - 1);
   const index = Math.min(Math.floor(position), scale.length - 2);

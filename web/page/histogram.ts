@@ -11,13 +11,13 @@ export function meanOf(counts: Uint32Array): number {
   return counts.reduce((total, count, luma) => total + count * luma, 0) / sum(counts);
 }
 
-/** Share of the pixels with this luma, as text. */
+/** Percentage of pixels with this luma, as text. */
 export function percentAt(counts: Uint32Array, luma: number): string {
   const share = (100 * counts[luma]) / sum(counts);
   return `${share.toFixed(share < 9.95 ? 1 : 0)} %`;
 }
 
-/** Draws both curves. Heights go with the square root; clipped pixels do not set the scale. */
+/** Draws both curves. Heights follow the square root; clipped pixels do not affect the scale. */
 export function drawHistogram(svg: SVGSVGElement, before: Uint32Array, after: Uint32Array): void {
   const inner = [before, after].flatMap((counts) => Array.from(counts.subarray(1, 255)));
   const tallest = Math.max(1, ...inner);

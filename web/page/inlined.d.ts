@@ -1,4 +1,4 @@
-// What build.mjs puts in for these names.
+// What build.mjs substitutes for these names.
 declare module 'tlux.wasm' {
   /** The module, compressed by gzip. */
   const content: Uint8Array<ArrayBuffer>;

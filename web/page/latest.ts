@@ -1,4 +1,4 @@
-/** Does one thing at a time; of what is asked for meanwhile only the last is done. */
+/** Does one thing at a time; of the requests that arrive meanwhile, only the last is done. */
 export class Latest<Wish> {
   #wish: Wish | null = null;
   #isBusy = false;

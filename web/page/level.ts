@@ -9,7 +9,7 @@ export function countLuma(frame: Frame): Uint32Array {
   return counts;
 }
 
-/** The picture in one size: its frame, the frame of the latest result, and pixels for either. */
+/** The picture at one size: its frame, the frame of the latest result, and pixels for either. */
 export class Level {
   readonly source: Frame;
   readonly output: Frame;
@@ -32,7 +32,7 @@ export class Level {
     this.sourceCounts = countLuma(this.source);
   }
 
-  /** Makes the result of these settings. The stream reports on it. */
+  /** Computes the result for these settings. The stream's report then describes it. */
   run(stream: Stream, settings: Settings): void {
     const { strength, colour, tones } = settings;
     stream.change(tones === 'exact' ? { tones } : { tones, colour });

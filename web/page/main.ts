@@ -9,7 +9,7 @@ import { acceptPictures } from './pictures.js';
 import { Viewer, type Mode } from './viewer.js';
 
 const kStrengths = [10, 20, 30, 50, 80];
-const kRest = 180; // milliseconds without a change until the full picture is made
+const kRest = 180; // milliseconds without a change until the full picture is computed
 const kDefaults: Settings = { strength: 30, colour: 50, tones: 'natural' };
 
 function find<Kind extends HTMLElement = HTMLElement>(id: string): Kind {
@@ -42,7 +42,7 @@ const viewer = new Viewer(
 let settings = kDefaults;
 let name = 'photo.jpg'; // of the picture
 let isOpen = false;
-let shown = ''; // what the full result on the screen was made for
+let shown = ''; // settings of the full result on the screen
 let rest: ReturnType<typeof setTimeout> | 0 = 0; // timer
 
 function announce(text: string): void {
@@ -218,7 +218,7 @@ async function copyCommand(): Promise<void> {
     announce('Copied');
     setTimeout(() => (find('copy').textContent = 'Copy'), 1500);
   } catch {
-    getSelection()?.selectAllChildren(command); // not allowed to: ready for Ctrl-C
+    getSelection()?.selectAllChildren(command); // not allowed: selected for Ctrl-C
   }
 }
 

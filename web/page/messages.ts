@@ -1,4 +1,4 @@
-// What the page and its worker say to each other.
+// The messages between the page and its worker.
 import type { Tones } from '../package/tlux.js';
 
 export interface Settings {
@@ -13,7 +13,7 @@ export type OverlayKind = 'none' | 'gain' | 'score' | 'reference' | 'clipped';
 export interface Overlay {
   readonly pixels: ImageData;
   readonly cell: number;
-  /** Largest value of a scale that is chosen by the picture, 0 for the others. */
+  /** Largest value of a scale that depends on the picture, 0 for the others. */
   readonly limit: number;
 }
 

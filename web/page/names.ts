@@ -6,13 +6,13 @@ export function resultName(name: string, extension: string): string {
   return `${stemOf(name)}-tlux.${extension}`;
 }
 
-/** A word as shells take it. */
+/** A word, quoted for shells. */
 function quote(word: string): string {
   const isPlain = /^[\w.,:/@%+=][\w.,:/@%+=-]*$/.test(word);
   return isPlain ? word : `'${word.replaceAll("'", `'\\''`)}'`;
 }
 
-/** The command that makes the same result. */
+/** The command that produces the same result. */
 export function commandFor(name: string, settings: Settings): string {
   const { strength, colour, tones } = settings;
   const tonesOption = tones === 'exact' ? '--exact' : `--colour ${colour}`;

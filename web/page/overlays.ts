@@ -11,7 +11,7 @@ import type { Overlay, OverlayKind } from './messages.js';
 
 const kReduction = 8; // from a frame to its maps
 const kMapAlpha = 215;
-const kGainStops = 2; // the scale of gains goes from a quarter to four times
+const kGainStops = 2; // the scale of gains ranges from a quarter to four times
 const kMarkCells = 1_000_000;
 
 function paint(width: number, height: number, colorOf: (i: number) => Color, alpha: number): ImageData {
@@ -29,7 +29,7 @@ function limitOf(scores: Int16Array): number {
   return Math.max(1, magnitudes[Math.floor((magnitudes.length - 1) * 0.99)]);
 }
 
-/** Marks cells that hold a pixel of luma 0 or 255. */
+/** Marks cells that contain a pixel of luma 0 or 255. */
 function paintClipped(frame: Frame): Overlay {
   const { width, height, luma } = frame;
   const cell = Math.max(1, Math.ceil(Math.sqrt((width * height) / kMarkCells)));

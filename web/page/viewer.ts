@@ -15,13 +15,13 @@ interface Elements {
   readonly tagAfter: HTMLElement;
 }
 
-const kLargestZoom = 16; // screen pixels for one of the picture
+const kLargestZoom = 16; // screen pixels per picture pixel
 const kZoomStep = 1.5;
 const kPanStep = 60; // CSS pixels
 const kDividerStep = 2; // per cent
 const kGap = 2; // between two sides
 
-/** The two pictures on a canvas, seen through one window: zoom and place are the same for both. */
+/** The two pictures on a canvas, seen through one window: zoom and position are the same for both. */
 export class Viewer {
   #before: ImageBitmap | null = null;
   #after: ImageBitmap | null = null;
@@ -32,7 +32,7 @@ export class Viewer {
   #mode: Mode = 'divider';
   #position = 50; // of the divider, per cent
   #isHeld = false;
-  #zoom: number | 'fit' = 'fit'; // screen pixels for one of the picture
+  #zoom: number | 'fit' = 'fit'; // screen pixels per picture pixel
   #centre: Point = { x: 0, y: 0 };
   #isScheduled = false;
   readonly #pointers = new Map<number, Point>();
@@ -65,7 +65,7 @@ export class Viewer {
     divider.addEventListener('keydown', (event) => this.#typeOnDivider(event));
   }
 
-  /** Shows another picture, as a whole. Its bitmap is the viewer's from now on. */
+  /** Shows another picture as a whole, and takes ownership of its bitmap. */
   open(before: ImageBitmap): void {
     this.#before?.close();
     this.#after?.close();
@@ -98,7 +98,7 @@ export class Viewer {
     this.#schedule();
   }
 
-  /** Shows the original everywhere, as long as it is held. */
+  /** Shows the original everywhere while held. */
   hold(isHeld: boolean): void {
     this.#isHeld = isHeld;
     this.#schedule();
@@ -110,7 +110,7 @@ export class Viewer {
     this.#schedule();
   }
 
-  /** One pixel of the picture on one of the screen. */
+  /** One pixel of the picture per screen pixel. */
   showPixels(): void {
     this.#zoomTo(1);
   }
@@ -133,7 +133,7 @@ export class Viewer {
     return Math.min(this.#paneWidth / this.#width, clientHeight / this.#height);
   }
 
-  /** CSS pixels for one of the picture. */
+  /** CSS pixels per picture pixel. */
   get #scale(): number {
     return this.#zoom === 'fit' ? this.#fitScale : this.#zoom / devicePixelRatio;
   }
@@ -147,14 +147,14 @@ export class Viewer {
     return { x: event.clientX - box.left, y: event.clientY - box.top };
   }
 
-  /** Where a point of the view lies from the middle of its pane. */
+  /** Offset of a point of the view from the middle of its pane. */
   #fromMiddle(point: Point): Point {
     const width = this.#paneWidth;
     const x = this.#mode === 'sides' && point.x > width ? point.x - width - kGap : point.x;
     return { x: x - width / 2, y: point.y - this.elements.view.clientHeight / 2 };
   }
 
-  /** Zooms; what lies at `point` of the view stays there. */
+  /** Zooms; what is at `point` of the view stays there. */
   #zoomTo(zoom: number, point?: Point): void {
     if (this.#before === null) return;
     const smallest = this.#fitScale * devicePixelRatio;
@@ -256,7 +256,7 @@ export class Viewer {
     });
   }
 
-  /** Keeps a picture that is larger than its pane over all of it, and a smaller one in its middle. */
+  /** Keeps a picture larger than its pane covering it, and a smaller one in the middle. */
   #clampCentre(): void {
     const clamp = (centre: number, side: number, pane: number) => {
       const half = pane / (2 * this.#scale);
@@ -327,7 +327,7 @@ export class Viewer {
 
   #drawOverlay(context: CanvasRenderingContext2D, overlay: HTMLCanvasElement, x: number, y: number): void {
     const scale = this.#scale;
-    context.beginPath(); // the last cells reach beyond the picture
+    context.beginPath(); // the last cells extend beyond the picture
     context.rect(x, y, this.#width * scale, this.#height * scale);
     context.clip();
     const cell = this.#overlayCell * scale;

@@ -1,4 +1,4 @@
-// Owns the library: everything that takes time is done here, one request after the other.
+// Owns the library: all slow work is done here, one request after the other.
 import { load, type Stream, type Tlux } from '../package/tlux.js';
 import compressed from 'tlux.wasm';
 import { countLuma, Level } from './level.js';
@@ -115,7 +115,7 @@ async function decode(content: Blob): Promise<ImageBitmap> {
 
 function contextOf(canvas: OffscreenCanvas): OffscreenCanvasRenderingContext2D {
   const context = canvas.getContext('2d', { willReadFrequently: true });
-  if (context === null) throw new Error('This browser cannot draw so large a picture.');
+  if (context === null) throw new Error('This browser cannot draw such a large picture.');
   return context;
 }
 
@@ -143,7 +143,7 @@ async function answer(question: Question): Promise<unknown> {
   return handlers[name](request as never);
 }
 
-/** What is handed over to the page instead of copied. */
+/** What is transferred to the page instead of copied. */
 function transferables(reply: unknown): Transferable[] {
   if (reply === null || typeof reply !== 'object') return [];
   return Object.values(reply as object).flatMap((value: unknown) =>

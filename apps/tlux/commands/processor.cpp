@@ -4,6 +4,10 @@ namespace tlux::app {
 
 const char* vectorUnit() {
 #if defined(__x86_64__)
+  // As the library chooses its kernels.
+  if (__builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vbmi2") != 0) {
+    return "AVX-512";
+  }
   return __builtin_cpu_supports("avx2") != 0 ? "AVX2" : "SSE2";
 #elif defined(__aarch64__)
   return "NEON"; // every such processor has it

@@ -1,7 +1,7 @@
-"""tlux for NumPy: pictures and video frames that look right where the scene has too much contrast.
+"""tlux for NumPy: makes pictures and video frames of high-contrast scenes look right.
 
-`enhance` does a picture; `Stream` does frames of a decoder or camera where they lie. The other functions are the
-library's toolkit. All take and return NumPy arrays, and may be called from several threads at once.
+`enhance` processes a picture; `Stream` processes the frames of a decoder or camera without copying them. The other
+functions are the library's toolkit. All take and return NumPy arrays, and may be called from several threads at once.
 """
 
 from ._errors import Error

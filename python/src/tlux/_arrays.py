@@ -1,4 +1,4 @@
-"""What arrays must be like, and the records of the library that describe them."""
+"""Requirements on arrays, and the library's records that describe them."""
 
 from __future__ import annotations
 
@@ -33,7 +33,7 @@ def choice(name: str, value: str, known: dict[str, int]) -> int:
 
 
 def check_samples(name: str, array: Array, *dtypes: DTypeLike) -> None:
-    """Raises for what is not an array of one of the types."""
+    """Raises unless the argument is an array of one of the types."""
     if not isinstance(array, np.ndarray):
         raise ValueError(f"{name} must be a NumPy array, not {type(array).__name__}")
     if array.dtype not in dtypes:
@@ -42,7 +42,7 @@ def check_samples(name: str, array: Array, *dtypes: DTypeLike) -> None:
 
 
 def check_picture(name: str, array: Array, channels: Tuple[int, ...], *dtypes: DTypeLike) -> None:
-    """Raises for what is no picture; 1 among the channels stands for an array of two axes."""
+    """Raises unless the argument is a picture; 1 among the channels means an array of two axes."""
     check_samples(name, array, *(dtypes or (np.uint8,)))
     found = 1 if array.ndim == 2 else array.shape[2] if array.ndim == 3 and array.shape[2] != 1 else 0
     if found not in channels or array.size == 0 or max(array.shape) > _LARGEST:
@@ -51,7 +51,7 @@ def check_picture(name: str, array: Array, channels: Tuple[int, ...], *dtypes: D
 
 
 def has_plain_rows(array: Array) -> bool:
-    """Whether the samples of each row lie side by side and rows follow each other downwards."""
+    """Whether the samples of each row are contiguous and the rows are in ascending order."""
     row = 1
     for extent, stride in zip(array.shape[:0:-1], array.strides[:0:-1]):
         if extent != 1 and stride != row * array.itemsize:
@@ -61,13 +61,13 @@ def has_plain_rows(array: Array) -> bool:
 
 
 def plane_of(array: Array) -> Plane:
-    """Of an array with plain rows."""
+    """The record of an array with plain rows."""
     row = array.itemsize * (array.size // array.shape[0])
     return array.ctypes.data, row if array.shape[0] == 1 else array.strides[0]
 
 
 def view(name: str, array: Array, shape: Tuple[int, ...], writable: bool) -> Plane:
-    """A plane of bytes that is used where it lies: it must have the right shape, type and strides."""
+    """A plane of bytes that is used without a copy: it must have the right shape, type and strides."""
     check_samples(name, array, np.uint8)
     if array.shape != shape:
         raise ValueError(f"{name} must have the shape {shape}, not {array.shape}")
@@ -82,14 +82,14 @@ def view(name: str, array: Array, shape: Tuple[int, ...], writable: bool) -> Pla
 
 
 def source(array: Array, out: Optional[Array] = None) -> Array:
-    """The array, or a copy where its strides do not suit the library or `out` shares its memory."""
+    """The array, or a copy if its strides do not suit the library or `out` shares its memory."""
     if has_plain_rows(array) and (out is None or not np.may_share_memory(array, out)):
         return array
     return array.copy(order="C")
 
 
 def result(out: Optional[Array], shape: Tuple[int, ...], dtype: DTypeLike) -> Array:
-    """A new array, or the caller's, which must suit."""
+    """A new array, or the caller's, which is checked."""
     if out is None:
         return np.empty(shape, dtype)
     check_samples("out", out, dtype)

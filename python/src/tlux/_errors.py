@@ -6,7 +6,7 @@ from . import _records
 
 
 class Error(RuntimeError):
-    """The library could not do its work.
+    """The library reported a failure.
 
     Attributes
     ----------
@@ -20,7 +20,7 @@ class Error(RuntimeError):
 
 
 def check(code: int, what: str) -> None:
-    """Raises the exception that a result code stands for; `what` names the operation."""
+    """Raises the exception for a result code; `what` names the operation."""
     if code == _records.OK:
         return
     if code == _records.NO_MEMORY:

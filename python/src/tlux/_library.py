@@ -63,7 +63,7 @@ _SIGNATURES: dict[str, tuple[object, tuple[object, ...]]] = {
 
 
 def _file() -> str:
-    """The package's own library, or an installed one where it has none; or what TLUX_LIBRARY says."""
+    """The package's own library, or the installed one if it has none; TLUX_LIBRARY selects another."""
     wanted = os.environ.get("TLUX_LIBRARY", "")
     own = Path(__file__).with_name(_NAME)
     if wanted == "system" or not wanted and not own.is_file():

@@ -1,4 +1,4 @@
-"""Records of the C interface, field by field as the headers have them."""
+"""Records of the C interface, field by field as in the headers."""
 
 from __future__ import annotations
 

@@ -17,7 +17,7 @@ _PACKED = {3: _records.RGB, 4: _records.RGBA}
 
 
 def frame_record(luma: U8, chroma: U8, layout: str, writable: bool = False, prefix: str = "") -> _records.Image:
-    """Describes planes where they lie; raises ValueError for what the library cannot walk."""
+    """Describes planes without copying them; raises ValueError for strides that the library cannot use."""
     fmt = choice("layout", layout, LAYOUTS)
     if not isinstance(luma, np.ndarray) or luma.ndim != 2:
         found = f"{luma.ndim} axes" if isinstance(luma, np.ndarray) else type(luma).__name__
@@ -39,13 +39,13 @@ def picture_record(rgb: U8) -> _records.Picture:
 
 
 def empty_frame(height: int, width: int) -> Tuple[U8, U8]:
-    """Planes for a picture of that size, rounded up to even; the samples are not set."""
+    """Planes for a picture of that size, rounded up to even; the samples are uninitialised."""
     rows, columns = (height + 1) // 2, (width + 1) // 2
     return np.empty((2 * rows, 2 * columns), np.uint8), np.empty((rows, columns, 2), np.uint8)
 
 
 def rgb_to_frame(rgb: U8, layout: str = "nv12") -> Tuple[U8, U8]:
-    """Convert a picture to a frame, by ITU-R BT.601 in full range as JPEG has it.
+    """Convert a picture to a frame, by ITU-R BT.601 in full range, as in JPEG.
 
     Parameters
     ----------
@@ -58,7 +58,7 @@ def rgb_to_frame(rgb: U8, layout: str = "nv12") -> Tuple[U8, U8]:
     -------
     luma : ndarray of uint8, H×W
     chroma : ndarray of uint8, H/2×W/2×2
-        A picture of odd size belongs to the frame one larger, whose last row or column repeats the picture's.
+        A picture of odd size gives a frame one larger, whose last row or column repeats the picture's.
 
     Examples
     --------
@@ -82,11 +82,11 @@ def frame_to_rgb(luma: U8, chroma: U8, layout: str = "nv12", out: Optional[U8] =
     ----------
     luma : ndarray of uint8, H×W
     chroma : ndarray of uint8, H/2×W/2×2
-        Planes of a full-range frame, with rows as far apart as they like.
+        Planes of a full-range frame, with any row stride.
     layout : {'nv12', 'nv21'}
         Order of a chroma pair: Cb, Cr, or Cr, Cb.
     out : ndarray of uint8, H×W×3 or H×W×4, optional
-        Receives the picture; alpha stays as it is. It may lack the last row or column of the frame.
+        Receives the picture; alpha is unchanged. It may omit the last row or column of the frame.
 
     Returns
     -------

@@ -24,7 +24,7 @@ def _morph(function: Any, mask: Array, radius: int, out: Optional[Array]) -> Arr
     check_picture("mask", mask, (1,), *_MASK_TYPES)
     amount = whole("radius", radius, 1, _LARGEST_RADIUS)
     target = result(out, mask.shape, mask.dtype)
-    # The library leaves 255, which is no value of a bool: those go through bytes of their own.
+    # The library writes 255, which is not a valid bool: bool masks go through a byte array.
     work = target if mask.dtype == np.uint8 else np.empty(mask.shape, np.uint8)
     np.copyto(work, mask)
     function(*plane_of(work), mask.shape[1], mask.shape[0], amount, None)
@@ -34,20 +34,20 @@ def _morph(function: Any, mask: Array, radius: int, out: Optional[Array]) -> Arr
 
 
 def erosion(mask: Mask, radius: int, out: Optional[Mask] = None) -> Mask:
-    """Clear what has a clear pixel, or the outside of the mask, within some steps between neighbours.
+    """Clear the pixels that have a clear pixel, or the outside of the mask, within `radius` steps.
 
     Parameters
     ----------
     mask : ndarray of bool or uint8, H×W
     radius : int, 1 to 253
-        Steps without diagonals.
+        Steps between neighbours, without diagonals.
     out : ndarray, optional
         Receives the result; may be `mask` itself.
 
     Returns
     -------
     ndarray
-        Of the shape and type of `mask`; 0 and 255 where that is uint8.
+        Has the shape and type of `mask`; 0 and 255 if that is uint8.
 
     Examples
     --------
@@ -61,20 +61,20 @@ def erosion(mask: Mask, radius: int, out: Optional[Mask] = None) -> Mask:
 
 
 def dilation(mask: Mask, radius: int, out: Optional[Mask] = None) -> Mask:
-    """Set what has a set pixel within some steps between neighbours.
+    """Set the pixels that have a set pixel within `radius` steps.
 
     Parameters
     ----------
     mask : ndarray of bool or uint8, H×W
     radius : int, 1 to 253
-        Steps without diagonals.
+        Steps between neighbours, without diagonals.
     out : ndarray, optional
         Receives the result; may be `mask` itself.
 
     Returns
     -------
     ndarray
-        Of the shape and type of `mask`; 0 and 255 where that is uint8.
+        Has the shape and type of `mask`; 0 and 255 if that is uint8.
 
     Examples
     --------
@@ -96,12 +96,12 @@ def label(mask: Mask, connectivity: int = 8) -> Tuple[NDArray[np.uint32], int]:
     ----------
     mask : ndarray of bool or uint8, H×W
     connectivity : {4, 8}
-        Whether pixels hang together by an edge, or by a corner too.
+        Whether pixels are connected by an edge, or also by a corner.
 
     Returns
     -------
     labels : ndarray of uint32, H×W
-        0 where the mask is clear; regions count from 1, row by row in the order of their first pixels.
+        0 where the mask is clear; regions are numbered from 1, row by row in the order of their first pixels.
     count : int
 
     Examples
@@ -128,15 +128,15 @@ def regionprops(labels: NDArray[np.uint32], count: Optional[int] = None) -> NDAr
     Parameters
     ----------
     labels : ndarray of uint32, H×W
-        From `label`, or made otherwise.
+        From `label`, or from elsewhere.
     count : int, optional
         Regions to measure; by default the largest label.
 
     Returns
     -------
     structured ndarray
-        One record a region, label 1 first: ``label``, ``area`` in pixels, the box from ``left``, ``top`` to
-        ``right``, ``bottom`` (exclusive), and ``centroid_x``, ``centroid_y``. 0 for a label without a pixel.
+        One record per region, label 1 first: ``label``, ``area`` in pixels, the box from ``left``, ``top`` to
+        ``right``, ``bottom`` (exclusive), and ``centroid_x``, ``centroid_y``. 0 for a label without pixels.
 
     Examples
     --------

@@ -24,14 +24,14 @@ def enhance(
     threads: Optional[int] = None,
     out: Optional[U8] = None,
 ) -> U8:
-    """Make a picture look right where the scene has too much contrast. A small mark ends the work.
+    """Make a picture of a high-contrast scene look right. A small mark is added.
 
     Parameters
     ----------
     rgb : ndarray of uint8, H×W×3, H×W×4 or H×W
         Red, green, blue, and alpha, which is kept; or gray. Of any size and any strides.
     strength : int
-        How far to go: 0 keeps the tones, 30 suits most pictures, 100 is strong.
+        Strength of the effect: 0 keeps the tones, 30 suits most pictures, 100 is strong.
     exact : bool
         The tones of the native run, to the byte, instead of the natural ones.
     colour, fine_windows, steady, threads
@@ -42,7 +42,7 @@ def enhance(
     Returns
     -------
     ndarray of uint8
-        Of the shape of `rgb`; `out` where it was given.
+        Has the shape of `rgb`; `out` if it was given.
 
     Examples
     --------
@@ -65,7 +65,7 @@ def enhance(
 
 
 def _gray_frame(gray: U8) -> Tuple[U8, U8]:
-    """As the library does with odd pictures, the last row and column are repeated."""
+    """Repeats the last row and column, as the library does for odd pictures."""
     luma, chroma = empty_frame(*gray.shape)
     height, width = gray.shape
     luma[:height, :width] = gray

@@ -1,4 +1,4 @@
-"""Pictures and frames of another size."""
+"""Resizing pictures and frames."""
 
 from __future__ import annotations
 
@@ -32,15 +32,15 @@ def _resize_bicubic(plane: U8, target: U8) -> None:
 
 
 def resize(picture: U8, output_shape: Tuple[int, int], method: str = "bicubic", out: Optional[U8] = None) -> U8:
-    """Resize a picture to any size, with the centres of both pictures on one another.
+    """Resize a picture to any size, with the centres of both pictures aligned.
 
-    Only the nearest samples count: to make a picture smaller than half, reduce or blur it first.
+    Only the nearest samples are used: to shrink a picture to less than half, reduce or blur it first.
 
     Parameters
     ----------
     picture : ndarray of uint8, H×W, H×W×3 or H×W×4
     output_shape : pair of int
-        Rows and columns that are wanted.
+        Rows and columns of the result.
     method : {'nearest', 'bilinear', 'bicubic'}
     out : ndarray of uint8, optional
         Receives the result.
@@ -48,7 +48,7 @@ def resize(picture: U8, output_shape: Tuple[int, int], method: str = "bicubic", 
     Returns
     -------
     ndarray of uint8
-        Of that many rows and columns, with the channels of `picture`.
+        Has that many rows and columns, and the channels of `picture`.
 
     Examples
     --------
@@ -76,7 +76,7 @@ def resize(picture: U8, output_shape: Tuple[int, int], method: str = "bicubic", 
 
 
 def reduce_frame(luma: U8, chroma: U8, factor: int, layout: str = "nv12") -> Tuple[U8, U8, U8]:
-    """Make a frame smaller by a whole factor, as the run does before it judges a scene.
+    """Shrink a frame by a whole factor, as the run does before it analyses a scene.
 
     An output sample is the mean of four (factors 2 to 4) or nine samples of its block. The mean of nine is rounded
     down and comes out one level darker in uniform areas.
@@ -85,7 +85,7 @@ def reduce_frame(luma: U8, chroma: U8, factor: int, layout: str = "nv12") -> Tup
     ----------
     luma : ndarray of uint8, H×W
     chroma : ndarray of uint8, H/2×W/2×2
-        Planes of a frame, with rows as far apart as they like.
+        Planes of a frame, with any row stride.
     factor : int, 2 to 8
     layout : {'nv12', 'nv21'}
         Order of a chroma pair: Cb, Cr, or Cr, Cb.
@@ -110,6 +110,6 @@ def reduce_frame(luma: U8, chroma: U8, factor: int, layout: str = "nv12") -> Tup
     y, first, second = (np.empty((rows, columns), np.uint8) for _ in range(3))
     reduced = image(_records.YCBCR444_P, columns, rows, plane_of(y), plane_of(first), plane_of(second))
     check(lib.TLUX_ScaleCropImage(byref(frame), byref(reduced), None, by), "reduce_frame")
-    # The factor 8 takes NV12 for NV21, and so brings out Cr first.
+    # The factor 8 treats NV12 as NV21, and so returns Cr first.
     swapped = layout == "nv12" and by == 8
     return (y, second, first) if swapped else (y, first, second)

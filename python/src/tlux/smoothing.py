@@ -1,4 +1,4 @@
-"""Blurs, with and without regard for edges."""
+"""Blurs, some of which keep edges."""
 
 from __future__ import annotations
 
@@ -30,14 +30,14 @@ def box_blur(plane: Samples, radius: int, out: Optional[Samples] = None) -> Samp
     ----------
     plane : ndarray of uint8, int8, int16 or int32, H×W
     radius : int, 0 to 180
-        The time does not depend on it.
+        Does not affect the time.
     out : ndarray, optional
         Receives the result; may be `plane` itself.
 
     Returns
     -------
     ndarray
-        Of the shape and type of `plane`.
+        Has the shape and type of `plane`.
 
     Examples
     --------
@@ -71,21 +71,21 @@ def guided_filter(
     ----------
     picture : ndarray of uint8, H×W, or H×W×3 with a gray guide
     radius : int
-        The window reaches this many pixels to each side. The time does not depend on it.
+        The window extends this many pixels to each side. Does not affect the time.
     eps : int
         Regularisation in squared 8-bit values, at least 1: 10 keeps fine texture, 400 smooths all but strong edges.
     guide : ndarray of uint8, H×W or H×W×3, optional
         By default a gray picture guides itself.
     subsample : int, 1 to 16
-        Above 1 the coefficients come from pictures reduced by this factor, which is faster; a quarter of the radius
-        or less suits. For a gray picture with a gray guide.
+        Above 1, the coefficients come from pictures reduced by this factor, which is faster; a quarter of the radius
+        or less is a good choice. Only for a gray picture with a gray guide.
     out : ndarray of uint8, optional
         Receives the result.
 
     Returns
     -------
     ndarray of uint8
-        Of the shape of `picture`.
+        Has the shape of `picture`.
 
     Examples
     --------
@@ -113,7 +113,7 @@ def guided_filter(
         smooth = lib.GuidedFilter3D
     else:
         smooth = lib.TLUX_GuidedFilter1D if picture.ndim == 2 else lib.GuidedFilter1D_3C
-    # Held by name until the call is over.
+    # Keeps it alive until the call is over.
     plain_guide, plain = source(guide, smoothed), source(picture, smoothed)
     planes = (*plane_of(plain_guide), *plane_of(plain), *plane_of(smoothed))
     check(smooth(None, *planes, picture.shape[1], picture.shape[0], *numbers), "guided_filter")
@@ -131,7 +131,7 @@ def denoise_bilateral(
     radius : int, 0 to 64
         Of the round window; the time grows with its square. Twice `sigma_spatial` loses little.
     sigma_color : float
-        In levels, above 0: differences of much more are edges.
+        In levels, above 0: much larger differences are edges.
     sigma_spatial : float
         In pixels, above 0.
     out : ndarray of uint8, optional
@@ -140,7 +140,7 @@ def denoise_bilateral(
     Returns
     -------
     ndarray of uint8
-        Of the shape of `plane`.
+        Has the shape of `plane`.
 
     Examples
     --------

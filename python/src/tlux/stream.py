@@ -52,7 +52,7 @@ class Report:
 
 
 class _Handle:
-    """A native stream, closed when nothing refers to it any more."""
+    """A native stream, closed when the last reference to it goes."""
 
     def __init__(self, options: _records.StreamOptions) -> None:
         self.pointer = c_void_p()
@@ -64,7 +64,7 @@ class _Handle:
 
 
 class _Map:
-    """Memory of a stream as NumPy reads it; keeps the stream alive."""
+    """A stream's memory for NumPy; keeps the stream alive."""
 
     def __init__(self, handle: _Handle, address: int, shape: Tuple[int, int], samples: str, pitch: int) -> None:
         self.handle = handle
@@ -136,8 +136,8 @@ def _check_apart(source: Tuple[U8, U8], out: Tuple[U8, U8]) -> None:
 class Stream:
     """Optimize the dynamic range of frames.
 
-    A stream works where the frames lie: neither input nor output is copied, and the GIL is released during the
-    work. Threads that share a stream take turns; for frames at the same time give each thread a stream of its own.
+    A stream works directly on the frames: neither input nor output is copied, and the GIL is released during the
+    work. Threads that share a stream take turns; to process frames in parallel, give each thread its own stream.
     Close a stream, or use it in a ``with`` statement, to end its threads and free its memory.
 
     Parameters
@@ -192,19 +192,19 @@ class Stream:
         strength: int = DEFAULT_STRENGTH,
         layout: str = "nv12",
     ) -> Tuple[U8, U8]:
-        """Optimize one frame. A small mark ends the work.
+        """Optimize one frame. A small mark is added.
 
         Parameters
         ----------
         luma : ndarray of uint8, H×W
-            Even height and width. Rows may be any distance apart, samples of a row lie side by side.
+            Even height and width. Rows may have any stride; the samples of a row must be contiguous.
         chroma : ndarray of uint8, H/2×W/2×2
             Rows likewise.
         out : pair of ndarrays, optional
-            Planes of the same shapes that receive the result: ``(luma, chroma)`` for work in place, or memory
-            that shares nothing with the source. By default, new ones.
+            Planes of the same shapes that receive the result: ``(luma, chroma)`` to work in place, or memory
+            that does not overlap the source. By default, new ones.
         strength : int
-            How far to go: 0 keeps the tones, 30 suits most pictures, 100 is strong.
+            Strength of the effect: 0 keeps the tones, 30 suits most pictures, 100 is strong.
         layout : {'nv12', 'nv21'}
             Order of a chroma pair: Cb, Cr, or Cr, Cb.
 
@@ -216,9 +216,9 @@ class Stream:
         Raises
         ------
         ValueError
-            For arrays that cannot be used where they lie; says what was expected and what came.
+            For arrays that cannot be used without a copy; says what was expected and what was passed.
         MemoryError, tlux.Error
-            The output is then a copy of the source, and the stream can be used again.
+            The output is then a copy of the source, and the stream remains usable.
 
         Examples
         --------
@@ -243,13 +243,13 @@ class Stream:
         return out
 
     def explain(self, copy: bool = False) -> Report:
-        """Tell what the latest frame looked like to the stream.
+        """Report what the stream saw in its latest frame.
 
         Parameters
         ----------
         copy : bool
-            By default the maps are read-only views of the stream's memory, whose content holds until the next
-            run. Copies last.
+            By default the maps are read-only views of the stream's memory, which the next run overwrites. Copies
+            last.
 
         Returns
         -------
@@ -292,7 +292,7 @@ class Stream:
         colour: Optional[int] = None,
         fine_windows: Optional[bool] = None,
     ) -> None:
-        """Change how the stream works from the next frame on; what is not given stays.
+        """Change how the stream works from the next frame on; options not given are unchanged.
 
         The parameters are those of the stream. The state of a steady stream is kept.
 
@@ -348,8 +348,8 @@ class Stream:
         return self._handle
 
     def _ready_for(self, size: Tuple[int, ...]) -> c_void_p:
-        """A stream gives memory back when the size of frames changes. Where views of that memory are still held it
-        is left to them, and a new stream goes on: frames of another size count as a cut anyway."""
+        """A stream frees memory when the size of frames changes. If views of that memory still exist, it is left to
+        them, and a new stream takes over: frames of another size count as a cut anyway."""
         handle = self._opened()
         if size != self._size and handle.views:
             self._handle = handle = _Handle(self._options)

@@ -29,7 +29,7 @@ def equalize_hist(plane: U8, out: Optional[U8] = None) -> U8:
     Returns
     -------
     ndarray of uint8
-        Each sample is the share of samples that are not brighter, times 255.
+        Each sample is the fraction of samples that are not brighter, times 255.
 
     Examples
     --------
@@ -50,7 +50,7 @@ def equalize_hist(plane: U8, out: Optional[U8] = None) -> U8:
 def equalize_tiles(plane: U8, out: Optional[U8] = None) -> U8:
     """Equalize tiles of 16×16 samples, blended into one another.
 
-    Shows what hides in dark and bright parts, but makes a drawing rather than a photograph.
+    Reveals detail in dark and bright parts, but looks like a drawing rather than a photograph.
 
     Parameters
     ----------
@@ -61,7 +61,7 @@ def equalize_tiles(plane: U8, out: Optional[U8] = None) -> U8:
     Returns
     -------
     ndarray of uint8
-        Of the shape of `plane`.
+        Has the shape of `plane`.
 
     Examples
     --------
@@ -73,7 +73,7 @@ def equalize_tiles(plane: U8, out: Optional[U8] = None) -> U8:
     check_picture("plane", plane, (1,))
     equalized = changed_copy(plane, out)
     rows, columns = ((side + 1) // 2 for side in plane.shape)
-    # The library equalizes frames; in place their chroma stays as it is.
+    # The library equalizes frames; in place, it leaves their chroma unchanged.
     neutral = np.full((rows, 2 * columns), _NEUTRAL, np.uint8)
     frame = image(_records.NV21, plane.shape[1], plane.shape[0], plane_of(equalized), plane_of(neutral))
     lib.AdaptiveHistogramEqualization(None, byref(frame), byref(frame))
@@ -81,7 +81,7 @@ def equalize_tiles(plane: U8, out: Optional[U8] = None) -> U8:
 
 
 def match_histograms(plane: U8, reference: U8, out: Optional[U8] = None) -> U8:
-    """Give a plane the brightness of another one: tenths of its samples are moved to the levels they have there.
+    """Give a plane the brightness distribution of another: its deciles are moved to those of the other.
 
     Parameters
     ----------
@@ -94,7 +94,7 @@ def match_histograms(plane: U8, reference: U8, out: Optional[U8] = None) -> U8:
     Returns
     -------
     ndarray of uint8
-        Of the shape of `plane`.
+        Has the shape of `plane`.
 
     Examples
     --------
@@ -105,7 +105,7 @@ def match_histograms(plane: U8, reference: U8, out: Optional[U8] = None) -> U8:
     """
     check_picture("plane", plane, (1,))
     check_picture("reference", reference, (1,))
-    # The table counts the samples of both alike, so they must be as many.
+    # The table expects the same number of samples in both.
     rows, columns = plane.shape
     wanted = source(reference if reference.shape == plane.shape else resize(reference, (rows, columns), "nearest"))
     plain = source(plane)

@@ -1,1 +1,1 @@
-"""Archives of pictures and videos through the command, on the processors of one machine or of many."""
+"""Runs the command on archives of pictures and videos, on the processors of one machine or many."""

@@ -4,6 +4,6 @@ import sys
 
 from .command import main
 
-# Worker processes import this module as well.
+# Worker processes import this module too.
 if __name__ == "__main__":
     sys.exit(main())

@@ -1,4 +1,4 @@
-"""The command line: its options, the cluster, and what is told at the end."""
+"""The command line: its options, the cluster, and the summary at the end."""
 
 from __future__ import annotations
 
@@ -23,7 +23,7 @@ _OURS = ("-o", "--output", "-d", "--folder", "-j", "--jobs")
 
 _EPILOG = """\
 All other options go to 'tlux enhance', for instance --strength 40. Results keep their folders and appear when they
-are whole; those that are not older than their source are left as they are, so the same call goes on after a stop.
+are complete; those no older than their source are kept, so the same command resumes after an interruption.
 Exit codes: 0 done, 1 wrong usage, 2 unreadable input, 3 failed processing or writing, 130 interrupted.
 """
 
@@ -59,12 +59,12 @@ def _parse(arguments: Optional[Sequence[str]]) -> Tuple[argparse.Namespace, List
     parser.add_argument("source", type=Path, metavar="SOURCE", help="folder to read")
     parser.add_argument("destination", type=Path, metavar="DESTINATION", help="folder for the results")
     where = parser.add_mutually_exclusive_group()
-    where.add_argument("--scheduler", metavar="ADDRESS", help="a running one, e.g. tcp://host:8786")
-    where.add_argument("--workers", type=_count, metavar="N", help="on this machine; by default one a processor")
-    parser.add_argument("--memory", default="auto", metavar="SIZE", help="of each worker on this machine, e.g. 2GB")
-    parser.add_argument("--command", default="tlux", metavar="FILE", help="the command tlux, where it is not in PATH")
-    parser.add_argument("--force", action="store_true", help="do again what is done already")
-    parser.add_argument("--report", type=Path, metavar="FILE", help="write the report as JSON too")
+    where.add_argument("--scheduler", metavar="ADDRESS", help="a running scheduler, e.g. tcp://host:8786")
+    where.add_argument("--workers", type=_count, metavar="N", help="on this machine; by default one per processor")
+    parser.add_argument("--memory", default="auto", metavar="SIZE", help="per worker on this machine, e.g. 2GB")
+    parser.add_argument("--command", default="tlux", metavar="FILE", help="the command tlux, if it is not in PATH")
+    parser.add_argument("--force", action="store_true", help="redo files that are already done")
+    parser.add_argument("--report", type=Path, metavar="FILE", help="also write the report as JSON")
     options, rest = parser.parse_known_args(arguments)
     for word in rest:
         if word.split("=")[0] in _OURS:
@@ -80,7 +80,7 @@ def _parse(arguments: Optional[Sequence[str]]) -> Tuple[argparse.Namespace, List
 
 @contextlib.contextmanager
 def _client(options: argparse.Namespace) -> Iterator[Any]:
-    """A client of the scheduler that was named, or of one for the processors of this machine."""
+    """A client of the given scheduler, or of one for the processors of this machine."""
     import dask
     from distributed import Client, LocalCluster
 
@@ -93,10 +93,10 @@ def _client(options: argparse.Namespace) -> Iterator[Any]:
             try:
                 client.wait_for_workers(1, timeout=_PATIENCE)
             except (TimeoutError, asyncio.TimeoutError):
-                raise Stop(_FAILED, f"{options.scheduler}: has no workers") from None
+                raise Stop(_FAILED, f"{options.scheduler}: no workers") from None
             yield client
         return
-    # The first death of a worker is told at once; how often a file may be tried again is decided here.
+    # The first death of a worker is reported at once; how often to retry a file is decided here.
     dask.config.set({"distributed.scheduler.allowed-failures": 0})
     try:
         cluster = LocalCluster(
@@ -113,13 +113,13 @@ def _client(options: argparse.Namespace) -> Iterator[Any]:
 
 
 def _pending(options: argparse.Namespace, rest: List[str], tally: Tally) -> List[Job]:
-    """The jobs that are to be done; two files with one result fail here."""
+    """The jobs still to do; two files with the same result fail here."""
     jobs: List[Job] = []
     sources: Dict[str, str] = {}
     for job in plan(options.source, options.destination, rest):
         earlier = sources.setdefault(job.result, job.source)
         if earlier != job.source:
-            reason = f"its result would be written over that of {earlier}"
+            reason = f"its result would overwrite that of {earlier}"
             Console(tally, 0).fail(Failure(job.source, _USAGE, reason))
         elif job.is_done() and not options.force:
             tally.skipped += 1
@@ -136,12 +136,12 @@ def _run(options: argparse.Namespace, rest: List[str], tally: Tally) -> None:
     if not jobs:
         return
     if options.scheduler is None and shutil.which(options.command) is None:
-        raise Stop(_FAILED, f"there is no command {options.command!r}; --command names it")
+        raise Stop(_FAILED, f"there is no command {options.command!r}; use --command to give its path")
     console = Console(tally, len(jobs))
 
     def ended(job: Job, code: int, reason: str) -> None:
         if code == CANNOT_START:
-            raise Stop(_FAILED, f"a worker cannot begin: {reason}")
+            raise Stop(_FAILED, f"a worker cannot start: {reason}")
         if code == _USAGE and tally.done == 0:
             raise Stop(_USAGE, reason)
         if code == 0:
@@ -155,7 +155,7 @@ def _run(options: argparse.Namespace, rest: List[str], tally: Tally) -> None:
         try:
             dispatcher.run(jobs)
         except (OSError, CancelledError, asyncio.CancelledError) as error:
-            raise Stop(_FAILED, f"the scheduler is lost: {error or 'it took the work back'}") from None
+            raise Stop(_FAILED, f"lost the scheduler: {error or 'it cancelled the work'}") from None
         except BaseException:
             dispatcher.cancel()
             raise

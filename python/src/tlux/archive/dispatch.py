@@ -1,4 +1,4 @@
-"""Hands jobs to the workers of a cluster and takes their outcomes."""
+"""Hands jobs to the workers of a cluster and collects their outcomes."""
 
 from __future__ import annotations
 
@@ -13,21 +13,21 @@ from . import task
 from .plan import Job
 
 MOST_DEATHS = 3
-# Some files wait at each worker, so that it need not wait for the next one.
+# A few files queue at each worker, so that it never waits for the next one.
 _FILES_PER_THREAD = 2
 _COUNT_INTERVAL = 5.0  # seconds
 
 cloudpickle.register_pickle_by_value(task)
 
 Ended = Callable[[Job, int, str], None]
-"""Called with the exit code of a job, and the reason where it failed."""
+"""Called with the exit code of a job, and the reason if it failed."""
 
 
 class Dispatcher:
-    """Keeps the workers busy and no more, so that an archive of any size goes through.
+    """Keeps the workers just busy, so that an archive of any size can be processed.
 
-    When a worker dies, all files it had are under suspicion. They are done again at the end, each of them alone: a
-    file that has cost three workers by then is given up.
+    When a worker dies, any of its files may be the cause. They are redone at the end, one at a time: a file that has
+    killed three workers by then is given up.
     """
 
     def __init__(self, client: Client, command: List[str], ended: Ended) -> None:
@@ -45,7 +45,7 @@ class Dispatcher:
             self._run_alone(job)
 
     def cancel(self) -> None:
-        """Takes back what has not begun."""
+        """Cancels what has not started."""
         self._client.cancel(list(self._jobs))
         self._jobs.clear()
 
@@ -55,7 +55,7 @@ class Dispatcher:
         return future
 
     def _room(self) -> int:
-        """How many more files the workers can be given; workers may come and go."""
+        """How many more files the workers can take; workers may come and go."""
         now = time.monotonic()
         if self._threads == 0 or now - self._counted > _COUNT_INTERVAL:
             self._threads = sum(self._client.nthreads().values())
@@ -90,7 +90,7 @@ class Dispatcher:
                 is_ended = True
 
     def _take(self, future: Any, job: Job) -> bool:
-        """Whether the job has come to an end, and not its worker."""
+        """Whether the job has ended, rather than its worker."""
         error: Optional[BaseException] = future.exception()
         if isinstance(error, KilledWorker):
             self._deaths[job] += getattr(error, "allowed_failures", 0) + 1

@@ -1,4 +1,4 @@
-"""What there is to do: the files of a folder, and where their results belong."""
+"""What to do: the files of a folder, and where their results go."""
 
 from __future__ import annotations
 
@@ -8,7 +8,7 @@ from pathlib import Path
 from typing import Iterator, Optional, Sequence
 
 # What every build of the command can write. Other pictures become PNG, since names in an archive must not depend on
-# the machine that a file comes to.
+# the machine that processes a file.
 WRITABLE_PICTURES = frozenset("png jpg jpeg webp tiff tif bmp".split())
 VIDEOS = frozenset("mp4 m4v mov qt mkv webm avi ts mts m2ts flv 3gp wmv asf ogv mpg mpeg vob mxf nut y4m".split())
 OTHER_PICTURES = frozenset("avif heic heif jp2 jxl pam pbm pgm pnm ppm tga".split())
@@ -20,7 +20,7 @@ class Job:
     result: str
 
     def is_done(self) -> bool:
-        """Whether there is a result that is not older than the source."""
+        """Whether there is a result no older than the source."""
         try:
             return os.stat(self.result).st_mtime_ns >= os.stat(self.source).st_mtime_ns
         except OSError:
@@ -32,12 +32,12 @@ def _extension(path: Path) -> str:
 
 
 def is_taken(path: Path) -> bool:
-    """Whether the extension is that of a picture or a video."""
+    """Whether the extension is that of a picture or video."""
     return _extension(path) in WRITABLE_PICTURES | VIDEOS | OTHER_PICTURES
 
 
 def extension_wanted(options: Sequence[str]) -> Optional[str]:
-    """What the command's option --as says."""
+    """The value of the command's option --as."""
     for i, option in enumerate(options):
         if option == "--as" and i + 1 < len(options):
             return options[i + 1]
@@ -54,7 +54,7 @@ def result_of(relative: Path, wanted: Optional[str]) -> Path:
 
 
 def files_of(folder: Path, left_out: Path) -> Iterator[Path]:
-    """Paths of all files below a folder, relative to it and in order; one folder is left out."""
+    """Paths of all files below a folder, relative to it and in order; one folder is skipped."""
     for where, folders, names in os.walk(folder):
         folders[:] = sorted(name for name in folders if Path(where, name) != left_out)
         for name in sorted(names):

@@ -1,4 +1,4 @@
-"""What came of it: counts, failures, a line of progress, and the report at the end."""
+"""The outcome: counts, failures, a progress line, and the report at the end."""
 
 from __future__ import annotations
 
@@ -34,7 +34,7 @@ class Tally:
         return time.monotonic() - self.started
 
     def exit_code(self) -> int:
-        """The worst of the files', as the command has it."""
+        """The worst exit code of the files, as in the command."""
         if self.interrupted:
             return 130
         return max((failure.code for failure in self.failed), default=0)
@@ -60,7 +60,7 @@ class Tally:
 
 
 class Console:
-    """Failures as lines on standard error, and below them, on a terminal, how far the work is."""
+    """Failures as lines on standard error, and below them, on a terminal, the progress."""
 
     def __init__(self, tally: Tally, total: int) -> None:
         self._tally = tally

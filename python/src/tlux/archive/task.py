@@ -1,4 +1,4 @@
-"""One file on a worker. Sent to the workers as it stands: they need Dask and the command, and not this package."""
+"""One file on a worker. Sent to the workers as is: they need Dask and the command, but not this package."""
 
 from __future__ import annotations
 
@@ -16,7 +16,7 @@ Outcome = Tuple[int, str, float]
 
 
 def memory_share() -> Optional[int]:
-    """Bytes that this worker has for each file it works on at a time; None where it has no limit."""
+    """Bytes that this worker has for each file it processes; None if it has no limit."""
     from distributed import get_worker
 
     worker = get_worker()
@@ -34,7 +34,7 @@ def _memory_of(process: "subprocess.Popen[str]") -> int:
 
 
 def _watch(process: "subprocess.Popen[str]", limit: Optional[int]) -> Tuple[str, bool]:
-    """Waits for the end; returns what it wrote, and whether it was stopped for its memory."""
+    """Waits for the end; returns what it wrote, and whether it was stopped for using too much memory."""
     interval = 0.02
     too_large = False
     while True:
@@ -43,12 +43,12 @@ def _watch(process: "subprocess.Popen[str]", limit: Optional[int]) -> Tuple[str,
         except subprocess.TimeoutExpired:
             if limit is not None and not too_large and _memory_of(process) > limit:
                 too_large = True
-                process.terminate()  # the command then removes what it has begun
+                process.terminate()  # the command then removes what it has started
 
 
 def _reason(messages: str, source: str) -> str:
     lines = [line for line in messages.splitlines() if line.strip()]
-    last = lines[-1] if lines else "ended without a word"
+    last = lines[-1] if lines else "ended without a message"
     for prefix in ("tlux: ", f"{source}: "):
         if last.startswith(prefix):
             last = last[len(prefix) :]
@@ -62,7 +62,7 @@ def enhance_file(command: List[str], source: str, result: str) -> Outcome:
         return CANNOT_START, f"there is no command {command[0]!r}", 0.0
     os.makedirs(os.path.dirname(result), exist_ok=True)
     limit = memory_share()
-    # A worker that dies takes the command with it, where the system allows it.
+    # A worker that dies takes the command with it, if the system supports that.
     ends_with_worker = ["setpriv", "--pdeathsig", "TERM", "--"] if shutil.which("setpriv") else []
     line = [*ends_with_worker, *command, source, "-o", result]
     with subprocess.Popen(
