@@ -11,7 +11,7 @@ class Machine(CommandTest):
     def test_info(self):
         result = self.run_command("info")
         self.assert_done(result)
-        self.assertRegex(result.stdout, r"(?m)^Processor +(AVX2|SSE2|NEON), \d+ threads")
+        self.assertRegex(result.stdout, r"(?m)^Processor +(AVX-512|AVX2|SSE2|NEON), \d+ threads")
         sizes = re.findall(r"(?m)^Pool +(\d+) bytes for frames of (\d+)x(\d+)$", result.stdout)
         self.assertIn(("1920", "1080"), [(width, height) for _, width, height in sizes])
         # A reference frame of an eighth of the size, some planes of it, and the gain table.
