@@ -73,18 +73,29 @@ class Pipelines(HostTest):
                        ("autovideosink", "fakevideosink"))
 
     def test_rtsp(self):
+        # A pipeline waits for ever when the packet that ends a live stream is lost.
+        for _ in range(3):
+            if self.passes_on_rtsp():
+                break
+        else:
+            self.fail("no pipeline ended")
+        # The last ones may still be on their way when the pipeline ends.
+        self.assertGreater(int(self.frame_counts("received.h264")[0].split(",")[1]), FRAMES // 2)
+
+    def passes_on_rtsp(self):
         port = unused_port()
         server = subprocess.Popen([*DEBIAN_PYTHON, Path(__file__).parent / "rtsp_server.py", str(port), str(FRAMES),
                                    self.folder / "received.h264"], stdout=subprocess.PIPE, text=True)
         try:
             self.assertEqual("ready\n", server.stdout.readline())
-            self.run_block("rtspsrc", ("rtsp://camera/live", f"rtsp://127.0.0.1:{port}/live"),
-                           ("rtsp://server/better", f"rtsp://127.0.0.1:{port}/better"))
+            said = self.run_block("rtspsrc", ("rtsp://camera/live", f"rtsp://127.0.0.1:{port}/live"),
+                                  ("gst-launch-1.0", "timeout 40 gst-launch-1.0"),
+                                  ("rtsp://server/better\n",
+                                   f"rtsp://127.0.0.1:{port}/better && echo ended || [ $? -eq 124 ]\n"))
+            return "ended" in said
         finally:
             server.terminate()
             server.communicate(timeout=20)
-        # The last ones may still be on their way when the pipeline ends.
-        self.assertGreater(int(self.frame_counts("received.h264")[0].split(",")[1]), FRAMES // 2)
 
     def test_frei0r_hosts(self):
         self.run_block("ffmpeg -loglevel error")
