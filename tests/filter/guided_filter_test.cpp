@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <limits>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "reference/guided_filter.hpp"
@@ -32,9 +31,6 @@ const Member kMembers[] = {
     {"guided_filter_bin_blocks3d", guided_filter_bin_blocks3d, 3, false},
     {"each_guided", each_guided, 3, false},
 };
-
-// A few values give windows without variance, the full range gives the largest coefficients.
-constexpr std::pair<int, int> kRanges[] = {{0, 255}, {0, 1}, {253, 255}, {7, 7}};
 
 TEST(GuidedFilter, MayOverwriteItsInputOrItsGuide) {
   constexpr int kWidth = 37;
