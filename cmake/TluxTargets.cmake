@@ -16,6 +16,8 @@ function(tlux_configure_target target)
             $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor>
             $<$<COMPILE_LANGUAGE:CXX>:-Wold-style-cast>
             $<$<BOOL:${TLUX_WARNINGS_AS_ERRORS}>:-Werror>)
+  # A loop that is marked as free of dependences need not be vectorised in every build.
+  target_compile_options(${target} PRIVATE $<$<CXX_COMPILER_ID:Clang,AppleClang>:-Wno-pass-failed>)
   if(TLUX_SANITIZE)
     target_compile_options(${target} PRIVATE -fsanitize=${TLUX_SANITIZE} -fno-sanitize-recover=all
                                              -fno-omit-frame-pointer)
