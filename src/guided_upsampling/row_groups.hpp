@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -30,7 +31,9 @@ class ShortGroups {
       : maps_(maps),
         kernels_(kernels<RowGroupKernels>()),
         lower_(CellRow::in(scratch, maps.width)),
-        line_(scratch + CellRow::samples(maps.width) + kCellSlack) {}
+        line_(scratch + CellRow::samples(maps.width) + kCellSlack) {
+    std::fill_n(line_ - kCellSlack, kCellSlack, Sample{0});
+  }
 
   void start(std::int32_t y) {
     advance(y);
