@@ -215,8 +215,8 @@ class WindowSums {
   // for. All quantities side by side, so that what is stored is not read again at once.
   [[gnu::always_inline]] void sweepPiece(std::ptrdiff_t first, std::ptrdiff_t count) const {
     const std::ptrdiff_t span = 2 * std::ptrdiff_t{radius_};
-    Sum folded[2][kMoments]
-              [kFolded]; // sums of `step` columns from each one on, and the ones before
+    // Sums of `step` columns from each one on, and those that they are made of.
+    Sum folded[2][kMoments][kFolded];
     std::array<const Sum*, kMoments> part;
     for (std::size_t k = 0; k < kMoments; ++k) {
       part[k] = padded_[k] + first;

@@ -129,58 +129,56 @@ void relaxAtBorder(std::uint8_t* row, std::size_t width, const Morphology& op) {
   }
 }
 
-// Turns distances into the finished mask; returns how many pixels change: those within the radius
-// that are no targets themselves. Counted in blocks whose sum fits a byte, so that the vector loop
-// need not widen every pixel.
-template <class Relax>
-[[gnu::always_inline]] inline std::uint32_t finishAs(std::uint8_t* __restrict row,
-                                                     std::size_t width, const Morphology& op,
-                                                     Relax relax) {
+// Calls change(x) for all columns of a row and adds up what it returns, 0 or 1. Counted in blocks
+// whose sum fits a byte, so that the vector loop need not widen every pixel.
+template <class Change>
+[[gnu::always_inline]] inline std::uint32_t countChanges(std::size_t width, Change change) {
   constexpr std::size_t kBlock = 192; // whole vectors
-  const std::uint8_t radius = op.radius;
-  const std::uint8_t nearValue = op.nearValue();
-  const std::uint8_t farValue = op.farValue();
   std::uint32_t changed = 0;
   for (std::size_t first = 0; first < width; first += kBlock) {
     const std::size_t end = std::min(first + kBlock, width);
     std::uint8_t inBlock = 0;
+    TLUX_INDEPENDENT
     for (std::size_t x = first; x < end; ++x) {
-      const std::uint8_t distance = row[x];
-      relax(x, distance);
-      const auto stepsFromOne = static_cast<std::uint8_t>(distance - 1); // targets wrap to 255
-      inBlock = static_cast<std::uint8_t>(inBlock + (stepsFromOne < radius ? 1 : 0));
-      row[x] = distance > radius ? farValue : nearValue;
+      inBlock = static_cast<std::uint8_t>(inBlock + (change(x) ? 1 : 0));
     }
     changed += inBlock;
   }
   return changed;
 }
 
-// Row `here` of distances of 0 and more, and its neighbours, become a finished row of the mask.
-TLUX_MULTIVERSION std::uint32_t crossMaskRow(const std::uint8_t* __restrict above,
-                                             const std::uint8_t* __restrict here,
-                                             const std::uint8_t* __restrict below,
-                                             std::size_t width, const Morphology& op,
-                                             std::uint8_t* __restrict row) {
-  constexpr std::size_t kBlock = 192; // whole vectors
+// Turns distances into the finished mask; returns how many pixels change: those within the radius
+// that are no targets themselves.
+template <class Relax>
+[[gnu::always_inline]] inline std::uint32_t finishAs(std::uint8_t* row, std::size_t width,
+                                                     const Morphology& op, Relax relax) {
+  const std::uint8_t radius = op.radius;
   const std::uint8_t nearValue = op.nearValue();
   const std::uint8_t farValue = op.farValue();
-  std::uint32_t changed = 0;
-  for (std::size_t first = 0; first < width; first += kBlock) {
-    const std::size_t end = std::min(first + kBlock, width);
-    std::uint8_t inBlock = 0;
-    for (std::size_t x = first; x < end; ++x) {
-      const std::uint8_t centre = here[x];
-      const std::uint8_t inRow = std::min(*(here + x - 1), here[x + 1]);
-      const std::uint8_t aside = std::min(std::min(above[x], below[x]), inRow);
-      // 1 where a neighbour is a target: distances are 0 or kFar.
-      const auto becomesNear = static_cast<std::uint8_t>(aside < centre ? 1 : 0);
-      inBlock = static_cast<std::uint8_t>(inBlock + becomesNear);
-      row[x] = std::min(aside, centre) == 0 ? nearValue : farValue;
-    }
-    changed += inBlock;
-  }
-  return changed;
+  return countChanges(
+      width, [=](std::size_t x) __attribute__((always_inline)) {
+        const std::uint8_t distance = row[x];
+        relax(x, distance);
+        row[x] = distance > radius ? farValue : nearValue;
+        return static_cast<std::uint8_t>(distance - 1) < radius; // targets wrap to 255
+      });
+}
+
+// Row `here` of targets (0) and others (kFar), and its neighbours, become a finished row of the
+// mask.
+TLUX_MULTIVERSION std::uint32_t crossMaskRow(const std::uint8_t* above, const std::uint8_t* here,
+                                             const std::uint8_t* below, std::size_t width,
+                                             const Morphology& op, std::uint8_t* row) {
+  const std::uint8_t nearValue = op.nearValue();
+  const std::uint8_t farValue = op.farValue();
+  return countChanges(
+      width, [=](std::size_t x) __attribute__((always_inline)) {
+        const std::uint8_t centre = here[x];
+        const std::uint8_t inRow = std::min(*(here + x - 1), here[x + 1]);
+        const std::uint8_t aside = std::min(std::min(above[x], below[x]), inRow);
+        row[x] = std::min(aside, centre) == 0 ? nearValue : farValue;
+        return aside < centre;
+      });
 }
 
 // The upward step of the recurrence along with it.
