@@ -41,29 +41,29 @@ struct Stage {
 
   void reduce() { TLUX_ScaleCropImage(&source, engine->images[0], nullptr, 8); }
   void score() {
-    benchmark::DoNotOptimize(
-        tlux::scoreReference(nullptr, team, reference, engine->degammaTable, engine->logGainMap));
+    benchmark::DoNotOptimize(tlux::detail::scoreReference(
+        nullptr, team, reference, engine->degammaTable, engine->logGainMap));
   }
   void map() {
-    tlux::mapReference(reference, engine->logGainMap,
-                       {engine->degammaTable, engine->gammaTable, engine->gainLut},
-                       {mapped.data(), reference.width, reference.height, reference.pitch});
+    tlux::detail::mapReference(reference, engine->logGainMap,
+                               {engine->degammaTable, engine->gammaTable, engine->gainLut},
+                               {mapped.data(), reference.width, reference.height, reference.pitch});
   }
   void filter() {
     FastGuideFilterMT(nullptr, mapped.data(), reference.data, source.plane[0], output.plane[0],
                       reference.width, reference.height, static_cast<std::int32_t>(reference.pitch),
                       output.pitch[0], kRadius, kEps);
   }
-  void chroma() { tlux::scaleChromaByLumaRatio(source, output); }
+  void chroma() { tlux::detail::scaleChromaByLumaRatio(source, output); }
   void mark() { TLUX_EmbeddedMark(&output); }
 
   CameraFrames frames;
   TLUX_ENGINE* engine = nullptr;
   TLUX_IMAGE source;
   TLUX_IMAGE output;
-  tlux::Plane<const std::uint8_t> reference;
+  tlux::detail::Plane<const std::uint8_t> reference;
   std::vector<std::uint8_t> mapped;
-  tlux::WorkerTeam team;
+  tlux::detail::WorkerTeam team;
 };
 
 template <void (Stage::*kStage)()>

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace tlux {
+namespace tlux::detail {
 
 // Threaded operations split their rows into four bands. The split is part of what they compute:
 // some kernels treat the edges of a band differently from its inside.
@@ -18,4 +18,4 @@ constexpr std::int32_t bandHeight(std::int32_t height) {
   return static_cast<std::int32_t>((std::int64_t{height} + height % kBandCount) / kBandCount);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 
 // Integer helpers of the fixed-point kernels. Products that may leave 32 bits wrap here, in
 // unsigned arithmetic, so that every other overflow stays a fault that the sanitizers report.
-namespace tlux {
+namespace tlux::detail {
 
 constexpr std::int32_t wrappingAdd(std::int32_t a, std::int32_t b) {
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(a) + static_cast<std::uint32_t>(b));
@@ -41,4 +41,4 @@ constexpr Integer saturatingTrunc(double value) {
   return static_cast<Integer>(value);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

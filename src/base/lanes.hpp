@@ -30,7 +30,7 @@
 #include "base/lanes_plain.hpp"
 #endif
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Columns that the largest vector of any instruction set holds.
@@ -80,4 +80,4 @@ struct EightShorts {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail

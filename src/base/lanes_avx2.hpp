@@ -2,16 +2,16 @@
 
 #include <immintrin.h>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 inline constexpr int kColumns = 32;
 }
-} // namespace tlux
+} // namespace tlux::detail
 
 #include "base/lanes_vectors.hpp"
 
 // See lanes.hpp, and lanes_plain.hpp for what each does.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 [[gnu::always_inline]] inline __m256i raw(const Shorts& v) {
@@ -77,4 +77,4 @@ namespace {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail

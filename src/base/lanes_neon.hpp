@@ -2,16 +2,16 @@
 
 #include <arm_neon.h>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 inline constexpr int kColumns = 16;
 }
-} // namespace tlux
+} // namespace tlux::detail
 
 #include "base/lanes_vectors.hpp"
 
 // See lanes.hpp, and lanes_plain.hpp for what each does.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 [[gnu::always_inline]] inline int16x8_t raw(const Shorts& v) {
@@ -69,4 +69,4 @@ namespace {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail

@@ -1,16 +1,16 @@
 #pragma once
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 inline constexpr int kColumns = 16;
 }
-} // namespace tlux
+} // namespace tlux::detail
 
 #include "base/lanes_vectors.hpp"
 
 // For processors that have no header of their own, and the explanation of what the others do. See
 // lanes.hpp.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 inline constexpr int kShorts = kColumns / 2; // in a vector
@@ -113,4 +113,4 @@ inline constexpr int kShorts = kColumns / 2; // in a vector
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail

@@ -2,16 +2,16 @@
 
 #include <emmintrin.h>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 inline constexpr int kColumns = 16;
 }
-} // namespace tlux
+} // namespace tlux::detail
 
 #include "base/lanes_vectors.hpp"
 
 // See lanes.hpp, and lanes_plain.hpp for what each does.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 [[gnu::always_inline]] inline __m128i raw(const Shorts& v) {
@@ -75,4 +75,4 @@ namespace {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail

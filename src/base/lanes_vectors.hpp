@@ -5,7 +5,7 @@
 #include <cstring>
 
 // Vectors of kColumns bytes, for the headers that say how many those are.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 using Bytes [[gnu::vector_size(kColumns)]] = std::uint8_t;
@@ -39,4 +39,4 @@ template <class To, class From>
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail

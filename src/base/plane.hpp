@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <type_traits>
 
-namespace tlux {
+namespace tlux::detail {
 
 // A view of one plane of samples: rows of `width` samples, `pitch` bytes apart.
 template <class T>
@@ -28,4 +28,4 @@ constexpr Plane<T> packedPlane(T* data, std::int32_t width, std::int32_t height)
   return {data, width, height, static_cast<std::ptrdiff_t>(width) * std::ptrdiff_t{sizeof(T)}};
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -5,7 +5,7 @@
 #include "base/plane.hpp"
 
 // What exported functions ask of the planes they are given.
-namespace tlux {
+namespace tlux::detail {
 
 inline bool isEmpty(std::int32_t width, std::int32_t height) {
   return width < 1 || height < 1;
@@ -26,4 +26,4 @@ bool isPlane(Plane<T> plane, int samples = 1) {
          (isEmpty(plane.width, plane.height) || isFilterableSize(plane.width, plane.height));
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -2,7 +2,7 @@
 #include "chroma/chroma_row.hpp"
 
 // Compiled once for each instruction set.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int16_t kNeutral = 128;
@@ -167,4 +167,4 @@ const ChromaKernels& kernelsFor<ChromaKernels, SimdLevel::TLUX_LEVEL>() {
   return kTable;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -8,7 +8,7 @@
 // Chroma follows luma: where the luma of a pixel pair was scaled, its two chroma samples are scaled
 // about the neutral value by the same ratio, so that lifted shadows keep their colour. Both samples
 // of an interleaved pair are treated alike; Cb Cr (NV12) and Cr Cb (NV21) are the same to the rule.
-namespace tlux {
+namespace tlux::detail {
 
 // Chroma within the zone about neutral moves only by the fraction distance / zone of the full
 // change, so that noise on grey does not turn into colour.
@@ -52,4 +52,4 @@ inline void scaleChromaRow(const ChromaRule& rule, const std::uint8_t* oldLuma,
   kernels<ChromaKernels>().scaleByRule(rule, oldLuma, newLuma, chromaIn, chromaOut, pairs);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

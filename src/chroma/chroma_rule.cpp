@@ -7,7 +7,7 @@
 #include "chroma/chroma_row.hpp"
 #include "tlux/tone.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int64_t kNoEnd = std::numeric_limits<std::int64_t>::max();
@@ -70,15 +70,17 @@ bool keepsToRows(const ChromaWalk& walk, const TLUX_IMAGE& source, const TLUX_IM
                        source.pitch[1], output.pitch[1]);
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void NV21NV12_Tone(const uint8_t* srcY, const uint8_t* srcUV, const uint8_t* dstY, uint8_t* dstUV,
                    int32_t height, int32_t width, int32_t pitch) noexcept {
   if (srcY == nullptr || srcUV == nullptr || dstY == nullptr || dstUV == nullptr) return;
-  const std::int64_t rounded = tlux::roundedWidth(width);
+  const std::int64_t rounded = roundedWidth(width);
   const std::int64_t lumaStep = rounded + pitch;
-  const tlux::ChromaWalk walk({srcY, lumaStep, tlux::kNoEnd}, {dstY, lumaStep, tlux::kNoEnd},
-                              {srcUV, rounded, tlux::kNoEnd}, {dstUV, rounded, tlux::kNoEnd},
-                              height / 2, rounded / 2);
+  const ChromaWalk walk({srcY, lumaStep, kNoEnd}, {dstY, lumaStep, kNoEnd},
+                        {srcUV, rounded, kNoEnd}, {dstUV, rounded, kNoEnd}, height / 2,
+                        rounded / 2);
   walk.scaleRows(0, walk.rows());
 }

@@ -5,7 +5,7 @@
 
 #include "tlux/image.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // One plane on its walk from chroma row to chroma row: where row 0 starts, the distance to the
 // next, and how many bytes there are in all.
@@ -67,4 +67,4 @@ void scaleChromaByLumaRatio(const TLUX_IMAGE& source, const TLUX_IMAGE& output);
 // the pitches differ, and when they are the width rounded up to a multiple of 4.
 bool keepsToRows(const ChromaWalk& walk, const TLUX_IMAGE& source, const TLUX_IMAGE& output);
 
-} // namespace tlux
+} // namespace tlux::detail

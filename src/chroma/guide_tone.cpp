@@ -5,7 +5,7 @@
 #include "guided_upsampling/window_sums.hpp"
 #include "tlux/tone.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // The planes of a frame before and after, `guide` being its luma before.
@@ -67,16 +67,18 @@ std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void SingleThreadGuideTone(const TLUX_GUIDE_TONE_CONTEXT* context) noexcept {
   if (context == nullptr) return;
   const TLUX_GUIDE_CONTEXT& filter = context->filter;
-  const tlux::TonePlanes planes = {{filter.fullGuide, context->guidePitch},
-                                   {context->uvIn, context->uvInPitch},
-                                   {filter.fullOut, filter.fullPitch},
-                                   {context->uvOut, context->uvOutPitch}};
-  tlux::filterBand(tlux::bandOf(filter), tlux::ToneRows{filter.lowWidth, planes});
+  const TonePlanes planes = {{filter.fullGuide, context->guidePitch},
+                             {context->uvIn, context->uvInPitch},
+                             {filter.fullOut, filter.fullPitch},
+                             {context->uvOut, context->uvOutPitch}};
+  filterBand(bandOf(filter), ToneRows{filter.lowWidth, planes});
 }
 
 uint32_t MultiThreadGuideTone(MMemMgr memMgr, const TLUX_IMAGE* source, TLUX_IMAGE* output,
@@ -84,16 +86,16 @@ uint32_t MultiThreadGuideTone(MMemMgr memMgr, const TLUX_IMAGE* source, TLUX_IMA
                               int32_t lowH, int32_t lowPitch, int32_t radius,
                               int32_t eps) noexcept {
   if (source == nullptr || output == nullptr || delta == nullptr || guide == nullptr ||
-      lowPitch < lowW || !tlux::isWindowRadius(radius)) {
+      lowPitch < lowW || !isWindowRadius(radius)) {
     return TLUX_ERR_INVALID_PARAM;
   }
   if (lowW < 1 || lowH < 1) return lowW < 0 || lowH < 0 ? TLUX_ERR_NO_MEMORY : TLUX_OK;
   for (const TLUX_IMAGE* image : {source, static_cast<const TLUX_IMAGE*>(output)}) {
-    const uint32_t result = tlux::checkSemiPlanar(*image, std::int64_t{tlux::kUpsampling} * lowW,
-                                                  std::int64_t{tlux::kUpsampling} * lowH);
+    const uint32_t result =
+        checkSemiPlanar(*image, std::int64_t{kUpsampling} * lowW, std::int64_t{kUpsampling} * lowH);
     if (result != TLUX_OK) return result;
   }
-  const tlux::GuidedFrame frame = {
+  const GuidedFrame frame = {
       {delta, lowW, lowH, lowPitch}, {guide, lowW, lowH, lowPitch}, radius, eps};
-  return tlux::toneInBands(memMgr, *source, *output, frame);
+  return toneInBands(memMgr, *source, *output, frame);
 }

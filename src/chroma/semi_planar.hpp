@@ -4,7 +4,7 @@
 
 #include "image/format.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Whether a record is an NV21 or NV12 frame that holds width × height pixels; the result code for
 // its caller.
@@ -16,4 +16,4 @@ inline std::uint32_t checkSemiPlanar(const TLUX_IMAGE& image, std::int64_t width
   return isLargeEnough ? TLUX_OK : TLUX_ERR_INVALID_PARAM;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 #include "chroma/semi_planar.hpp"
 #include "tlux/tone.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // One row of a frame from a base and a 128-centred change of its luma.
@@ -59,35 +59,36 @@ void rebuildFrame(const TLUX_IMAGE& base, const TLUX_IMAGE& detail, const TLUX_I
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void ToneNV21Line(int32_t row, const uint8_t* newY, uint8_t* uvOut, const uint8_t* oldY,
                   const uint8_t* uvIn, int32_t width) noexcept {
-  if (tlux::isOdd(row) || width < 1) return;
+  if (isOdd(row) || width < 1) return;
   if (newY == nullptr || uvOut == nullptr || oldY == nullptr || uvIn == nullptr) return;
-  tlux::scaleChromaRow<tlux::kNeutralZone>(oldY, newY, uvIn, uvOut, width / 2);
+  scaleChromaRow<kNeutralZone>(oldY, newY, uvIn, uvOut, width / 2);
 }
 
 uint32_t NV21NV12_ToneMap(TLUX_IMAGE* dst, const TLUX_IMAGE* base,
                           const TLUX_IMAGE* detail) noexcept {
   if (dst == nullptr || base == nullptr || detail == nullptr) return TLUX_ERR_INVALID_PARAM;
   for (const TLUX_IMAGE* image : {static_cast<const TLUX_IMAGE*>(dst), base}) {
-    const uint32_t result = tlux::checkSemiPlanar(*image, dst->width, dst->height);
+    const uint32_t result = checkSemiPlanar(*image, dst->width, dst->height);
     if (result != TLUX_OK) return result;
   }
   if (detail->plane[0] == nullptr || detail->width < dst->width || detail->height < dst->height ||
       detail->pitch[0] < dst->width) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  tlux::rebuildFrame(*base, *detail, *dst);
+  rebuildFrame(*base, *detail, *dst);
   return TLUX_OK;
 }
 
 void GuideToneNV21Line(int32_t row, uint8_t* yOut, uint8_t* uvOut, const uint8_t* yIn,
                        const uint8_t* uvIn, const uint8_t* deltaLine, int32_t width) noexcept {
   if (yOut == nullptr || yIn == nullptr || deltaLine == nullptr) return;
-  const bool hasChroma = !tlux::isOdd(row);
+  const bool hasChroma = !isOdd(row);
   if (hasChroma && (uvOut == nullptr || uvIn == nullptr)) return;
-  tlux::rebuildRow<tlux::kNeutralZone>(
-      {yIn, deltaLine, yOut, uvIn, hasChroma ? uvOut : nullptr, width});
+  rebuildRow<kNeutralZone>({yIn, deltaLine, yOut, uvIn, hasChroma ? uvOut : nullptr, width});
 }

@@ -5,7 +5,7 @@
 #include "platform/worker_team.hpp"
 #include "tlux/tone.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // An odd last luma row has no chroma row.
@@ -43,18 +43,20 @@ std::uint32_t scaleInBands(const TLUX_IMAGE& image, const TLUX_IMAGE& output) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t NV21NV12_ToneSingleThread(const TLUX_TONE_CONTEXT* context) noexcept {
-  if (context != nullptr) tlux::scaleBand(*context);
+  if (context != nullptr) scaleBand(*context);
   return TLUX_OK;
 }
 
 uint32_t NV21NV12_ToneMT(const TLUX_IMAGE* image, TLUX_IMAGE* output) noexcept {
   if (image == nullptr || output == nullptr) return TLUX_ERR_INVALID_PARAM;
   for (const TLUX_IMAGE* frame : {image, static_cast<const TLUX_IMAGE*>(output)}) {
-    const uint32_t result = tlux::checkSemiPlanar(*frame, image->width, image->height);
+    const uint32_t result = checkSemiPlanar(*frame, image->width, image->height);
     if (result != TLUX_OK) return result;
   }
-  return tlux::scaleInBands(*image, *output);
+  return scaleInBands(*image, *output);
 }

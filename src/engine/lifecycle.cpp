@@ -4,9 +4,11 @@
 #include "tlux/engine.h"
 #include "tlux/transfer.h"
 
+using namespace tlux::detail;
+
 uint32_t TLUX_Init(MMemMgr manager, TLUX_ENGINE** out) noexcept {
   if (out == nullptr) return TLUX_ERR_INVALID_PARAM;
-  auto* engine = static_cast<TLUX_ENGINE*>(tlux::allocateBytes(manager, sizeof(TLUX_ENGINE)));
+  auto* engine = static_cast<TLUX_ENGINE*>(allocateBytes(manager, sizeof(TLUX_ENGINE)));
   if (engine == nullptr) return TLUX_ERR_NO_MEMORY;
   *engine = {};
   engine->degammaTable = TLUX_Degamma_Table;

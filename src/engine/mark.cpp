@@ -10,7 +10,7 @@
 #include "base/multiversion.hpp"
 #include "image/component.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int32_t kMarkWidth = TLUX_MARK_WIDTH;
@@ -204,9 +204,11 @@ void embedMark(const TLUX_IMAGE& image) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_EmbeddedMark(TLUX_IMAGE* image) noexcept {
-  if (image != nullptr) tlux::embedMark(*image);
+  if (image != nullptr) embedMark(*image);
   return TLUX_OK;
 }

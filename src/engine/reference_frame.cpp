@@ -8,7 +8,7 @@
 #include "tone/reference_rows.hpp"
 #include "tone/stage.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::uint32_t kReferenceFormat = TLUX_FMT_YCBCR444_P;
@@ -58,4 +58,4 @@ std::int64_t runPoolBytes(std::int32_t width, std::int32_t height) {
          toneMapPoolBytes(refWidth, refHeight, planes[0].pitch);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -5,7 +5,7 @@
 #include "platform/worker_team.hpp"
 #include "tlux/engine.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Makes room for the reference frame of a source in the engine and records the geometry of both.
 // The reference frame of the frame before is used again where the size is the same. A source of
@@ -19,4 +19,4 @@ void fillReferenceLuma(Team& team, const TLUX_IMAGE& source, const TLUX_IMAGE& r
 // What the runs of one engine take out of a pool, the engine itself aside, for frames of this size.
 std::int64_t runPoolBytes(std::int32_t width, std::int32_t height);
 
-} // namespace tlux
+} // namespace tlux::detail

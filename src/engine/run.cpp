@@ -4,7 +4,7 @@
 #include "tlux/mark.h"
 #include "tone/stage.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::uint32_t kMode = 1;
@@ -45,16 +45,17 @@ std::uint32_t optimizeFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMA
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_RunDynamicRangeOptimizationImage(MMemMgr manager, TLUX_ENGINE* engine,
                                                const TLUX_IMAGE* source, uint32_t mode,
                                                TLUX_IMAGE* output, const uint32_t* strength,
                                                uint64_t /*reserved*/) noexcept {
-  if (mode != tlux::kMode || engine == nullptr || strength == nullptr ||
-      !tlux::isFramePair(source, output) || !tlux::isEven(source->width) ||
-      !tlux::isEven(source->height)) {
+  if (mode != kMode || engine == nullptr || strength == nullptr || !isFramePair(source, output) ||
+      !isEven(source->width) || !isEven(source->height)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return tlux::optimizeFrame(manager, *engine, *source, *output, *strength);
+  return optimizeFrame(manager, *engine, *source, *output, *strength);
 }

@@ -7,7 +7,7 @@
 #include "enhance/histogram.hpp"
 #include "platform/scratch.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int32_t kTileSize = 16;
@@ -235,4 +235,4 @@ bool equalizeByTiles(MMemMgr manager, const Plane<const std::uint8_t>& in,
   return true;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -5,7 +5,7 @@
 #include "base/plane.hpp"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Equalizes a plane of at least one pixel tile by tile (see AdaptiveHistogramEqualization) into a
 // plane of the same size, which may be the same plane but must not overlap it otherwise. Returns
@@ -13,4 +13,4 @@ namespace tlux {
 [[nodiscard]] bool equalizeByTiles(MMemMgr manager, const Plane<const std::uint8_t>& in,
                                    const Plane<std::uint8_t>& out);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -2,7 +2,7 @@
 #include "enhance/lookup.hpp"
 #include "tlux/histogram_match.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 void adjustByTable(const Plane<std::uint8_t>& plane, const std::uint8_t* table) {
@@ -13,11 +13,13 @@ void adjustByTable(const Plane<std::uint8_t>& plane, const std::uint8_t* table) 
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_AdjustImageByTable(TLUX_IMAGE* image, const uint8_t* table) noexcept {
   constexpr uint32_t kDone = 1;
   if (image == nullptr || image->plane[0] == nullptr || table == nullptr) return kDone;
-  tlux::adjustByTable(tlux::writableLumaOf(*image), table);
+  adjustByTable(writableLumaOf(*image), table);
   return kDone;
 }

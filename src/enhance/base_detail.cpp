@@ -14,7 +14,7 @@
 
 // Light is the decimal logarithm of linear light, 12 bits and 1 to keep it above 0: log10 of
 // 1 / 4096 for black to 0 for white.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr double kWhite = 4096.0;
@@ -149,18 +149,18 @@ std::uint32_t compressBase(MMemMgr manager, Plane<const std::uint8_t> in, Plane<
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t BaseDetail(MMemMgr manager, const uint8_t* input, int32_t inputPitch, uint8_t* output,
                     int32_t outputPitch, int32_t width, int32_t height, int32_t radius, float eps,
                     float contrast) noexcept {
-  const tlux::Plane<const uint8_t> in{input, width, height, inputPitch};
-  const tlux::Plane<uint8_t> out{output, width, height, outputPitch};
-  if (!tlux::isPlane(in) || !tlux::isPlane(out) || !tlux::isWindowRadius(radius) || !(eps > 0) ||
-      !(contrast > 1)) {
+  const Plane<const uint8_t> in{input, width, height, inputPitch};
+  const Plane<uint8_t> out{output, width, height, outputPitch};
+  if (!isPlane(in) || !isPlane(out) || !isWindowRadius(radius) || !(eps > 0) || !(contrast > 1)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  if (tlux::isEmpty(width, height)) return TLUX_OK;
-  return tlux::compressBase(manager, in, out, {radius, eps},
-                            std::log10(static_cast<double>(contrast)));
+  if (isEmpty(width, height)) return TLUX_OK;
+  return compressBase(manager, in, out, {radius, eps}, std::log10(static_cast<double>(contrast)));
 }

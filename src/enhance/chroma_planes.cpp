@@ -5,7 +5,7 @@
 #include "tlux/nv21_tools.h"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 void splitRow(const std::uint8_t* __restrict pairs, std::uint8_t* __restrict first,
@@ -121,21 +121,23 @@ void joinChroma(const std::uint8_t* u, const std::uint8_t* v, std::ptrdiff_t pit
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t ExtractUVchannel(const TLUX_IMAGE* frame, uint8_t* u, uint8_t* v, int32_t pitch) noexcept {
-  const uint32_t outcome = tlux::checkChromaPlanes(frame, u, v, pitch);
-  if (outcome == TLUX_OK) tlux::splitChroma(*frame, u, v, pitch);
+  const uint32_t outcome = checkChromaPlanes(frame, u, v, pitch);
+  if (outcome == TLUX_OK) splitChroma(*frame, u, v, pitch);
   return outcome;
 }
 
 uint32_t PushUVchannel(const uint8_t* u, const uint8_t* v, int32_t pitch,
                        TLUX_IMAGE* frame) noexcept {
-  const uint32_t outcome = tlux::checkChromaPlanes(frame, u, v, pitch);
-  if (outcome == TLUX_OK) tlux::joinChroma(u, v, pitch, *frame);
+  const uint32_t outcome = checkChromaPlanes(frame, u, v, pitch);
+  if (outcome == TLUX_OK) joinChroma(u, v, pitch, *frame);
   return outcome;
 }
 
 uint32_t FormatI444TONV21(const TLUX_IMAGE* source, TLUX_IMAGE* target) noexcept {
-  return tlux::subsampleFrame(source, target);
+  return subsampleFrame(source, target);
 }

@@ -5,7 +5,7 @@
 
 #include "image/component.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Whether a frame is complete and has its chroma as pairs in plane 1, in either order.
 std::uint32_t checkSemiPlanar(const TLUX_IMAGE* frame);
@@ -18,4 +18,4 @@ void splitChroma(const TLUX_IMAGE& frame, std::uint8_t* u, std::uint8_t* v, std:
 void joinChroma(const std::uint8_t* u, const std::uint8_t* v, std::ptrdiff_t pitch,
                 const TLUX_IMAGE& frame);
 
-} // namespace tlux
+} // namespace tlux::detail

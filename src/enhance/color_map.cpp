@@ -4,7 +4,7 @@
 #include "base/plane_checks.hpp"
 #include "tlux/detail.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 struct Bgr {
@@ -59,13 +59,15 @@ void paint(Plane<const std::uint8_t> in, Plane<std::uint8_t> out) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t ColorMap(const uint8_t* input, int32_t inputPitch, uint8_t* output, int32_t outputPitch,
                   int32_t width, int32_t height) noexcept {
-  const tlux::Plane<const uint8_t> in{input, width, height, inputPitch};
-  const tlux::Plane<uint8_t> out{output, width, height, outputPitch};
-  if (!tlux::isPlane(in) || !tlux::isPlane(out, 3)) return TLUX_ERR_INVALID_PARAM;
-  tlux::paint(in, out);
+  const Plane<const uint8_t> in{input, width, height, inputPitch};
+  const Plane<uint8_t> out{output, width, height, outputPitch};
+  if (!isPlane(in) || !isPlane(out, 3)) return TLUX_ERR_INVALID_PARAM;
+  paint(in, out);
   return TLUX_OK;
 }

@@ -8,7 +8,7 @@
 #include "platform/scratch.hpp"
 #include "tlux/equalization.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 bool hasPixels(const TLUX_IMAGE* image) {
@@ -53,14 +53,16 @@ void equalizeFrame(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_IMAGE& 
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void HistogramEqualization(MMemMgr manager, const TLUX_IMAGE* image) noexcept {
-  if (tlux::hasPixels(image)) tlux::equalizeIntoWorkingPlane(manager, *image);
+  if (hasPixels(image)) equalizeIntoWorkingPlane(manager, *image);
 }
 
 void AdaptiveHistogramEqualization(MMemMgr manager, const TLUX_IMAGE* source,
                                    TLUX_IMAGE* output) noexcept {
-  if (!tlux::isFrame(source) || !tlux::isFrame(output)) return;
-  if (tlux::haveEqualLuma(*source, *output)) tlux::equalizeFrame(manager, *source, *output);
+  if (!isFrame(source) || !isFrame(output)) return;
+  if (haveEqualLuma(*source, *output)) equalizeFrame(manager, *source, *output);
 }

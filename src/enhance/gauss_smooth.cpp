@@ -4,7 +4,7 @@
 #include "tlux/nv21_tools.h"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::ptrdiff_t kChunk = 512;
@@ -86,8 +86,10 @@ std::uint32_t gaussSmooth(const TLUX_IMAGE* source, const TLUX_IMAGE* target,
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t GaussSmoothI444(const TLUX_IMAGE* source, TLUX_IMAGE* target, uint32_t planes) noexcept {
-  return tlux::gaussSmooth(source, target, planes);
+  return gaussSmooth(source, target, planes);
 }

@@ -4,7 +4,7 @@
 #include "filter/guided_planes.hpp"
 #include "tlux/nv21_tools.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 using Filter = GuidedFilter<TruncatingModel>;
@@ -65,20 +65,22 @@ std::uint32_t filterFrame(MMemMgr manager, const TLUX_IMAGE* source, const TLUX_
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t DstFilterChannel(MMemMgr manager, const uint8_t* guide, int32_t guidePitch,
                           const uint8_t* channel, int32_t channelPitch, uint8_t* target,
                           int32_t targetPitch, int32_t width, int32_t height,
                           int32_t radius) noexcept {
-  return tlux::filterChannel(manager,
-                             {{guide, width, height, guidePitch},
-                              {channel, width, height, channelPitch},
-                              {target, width, height, targetPitch}},
-                             radius);
+  return filterChannel(manager,
+                       {{guide, width, height, guidePitch},
+                        {channel, width, height, channelPitch},
+                        {target, width, height, targetPitch}},
+                       radius);
 }
 
 uint32_t GuideFilterNV21(MMemMgr manager, const TLUX_IMAGE* source, TLUX_IMAGE* target,
                          int32_t radius) noexcept {
-  return tlux::filterFrame(manager, source, target, radius);
+  return filterFrame(manager, source, target, radius);
 }

@@ -5,7 +5,7 @@
 #include "base/fixed_point.hpp"
 #include "tlux/equalization.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 void addToHistogram(const Plane<const std::uint8_t>& plane, const Area& area,
                     std::uint32_t* histogram) {
@@ -45,18 +45,20 @@ void countsToTable(std::int32_t pixels, std::uint32_t* histogram) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void CalHistogram(const TLUX_IMAGE* image, uint32_t* histogram, const TLUX_RECT* rect) noexcept {
   if (image == nullptr || image->plane[0] == nullptr || histogram == nullptr) return;
-  tlux::addRect(*image, tlux::rectOrWhole(*image, rect), histogram);
+  addRect(*image, rectOrWhole(*image, rect), histogram);
 }
 
 void HistogramMap(const TLUX_IMAGE* image, uint32_t* histogram, const TLUX_RECT* rect) noexcept {
   if (image == nullptr || image->plane[0] == nullptr || histogram == nullptr) return;
-  const TLUX_RECT area = tlux::clipFarEdges(tlux::rectOrWhole(*image, rect), *image);
-  tlux::addRect(*image, area, histogram);
-  const int32_t pixels = tlux::wrappingMul(tlux::wrappingSub(area.right, area.left),
-                                           tlux::wrappingSub(area.bottom, area.top));
-  tlux::countsToTable(pixels, histogram);
+  const TLUX_RECT area = clipFarEdges(rectOrWhole(*image, rect), *image);
+  addRect(*image, area, histogram);
+  const int32_t pixels =
+      wrappingMul(wrappingSub(area.right, area.left), wrappingSub(area.bottom, area.top));
+  countsToTable(pixels, histogram);
 }

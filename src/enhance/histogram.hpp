@@ -7,7 +7,7 @@
 #include "base/plane.hpp"
 #include "image/format.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 constexpr int kSampleLevels = 256;
 
@@ -56,4 +56,4 @@ struct Area {
 void addToHistogram(const Plane<const std::uint8_t>& plane, const Area& area,
                     std::uint32_t* histogram);
 
-} // namespace tlux
+} // namespace tlux::detail

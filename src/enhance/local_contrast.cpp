@@ -8,7 +8,7 @@
 
 // Contrast about the local mean: every pixel moves away from the mean of its window, or towards it,
 // by a gain.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int32_t kLargestGain = 16384; // Q10
@@ -57,30 +57,32 @@ std::uint32_t enhance(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t LeeFilterEnhancement(MMemMgr manager, const uint8_t* input, int32_t inputPitch,
                               uint8_t* output, int32_t outputPitch, int32_t width, int32_t height,
                               int32_t radius, int32_t gain) noexcept {
-  if (gain < 0 || gain > tlux::kLargestGain) return TLUX_ERR_INVALID_PARAM;
-  return tlux::enhance<1>(
-      manager, {input, width, height, inputPitch}, {output, width, height, outputPitch}, radius,
-      [=](const tlux::MomentRow<1>& row, uint8_t* out) {
-        tlux::applyGain(row.samples, row.means, tlux::fromQ10(gain), width, out);
-      });
+  if (gain < 0 || gain > kLargestGain) return TLUX_ERR_INVALID_PARAM;
+  return enhance<1>(manager, {input, width, height, inputPitch},
+                    {output, width, height, outputPitch}, radius,
+                    [=](const MomentRow<1>& row, uint8_t* out) {
+                      applyGain(row.samples, row.means, fromQ10(gain), width, out);
+                    });
 }
 
 uint32_t ImgEnhancement(MMemMgr manager, const uint8_t* input, int32_t inputPitch, uint8_t* output,
                         int32_t outputPitch, int32_t width, int32_t height, int32_t radius,
                         int32_t deviation, int32_t largestGain) noexcept {
-  if (deviation < 1 || deviation > tlux::kLargestDeviation || largestGain < 1024 ||
-      largestGain > tlux::kLargestGain) {
+  if (deviation < 1 || deviation > kLargestDeviation || largestGain < 1024 ||
+      largestGain > kLargestGain) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return tlux::enhance<2>(
-      manager, {input, width, height, inputPitch}, {output, width, height, outputPitch}, radius,
-      [=](const tlux::MomentRow<2>& row, uint8_t* out) {
-        tlux::applyAdaptiveGain(row.samples, row.means, row.meanSquares, deviation,
-                                tlux::fromQ10(largestGain), width, out);
-      });
+  return enhance<2>(manager, {input, width, height, inputPitch},
+                    {output, width, height, outputPitch}, radius,
+                    [=](const MomentRow<2>& row, uint8_t* out) {
+                      applyAdaptiveGain(row.samples, row.means, row.meanSquares, deviation,
+                                        fromQ10(largestGain), width, out);
+                    });
 }

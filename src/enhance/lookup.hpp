@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace tlux {
+namespace tlux::detail {
 
 // Takes a row of samples through a table of 256 entries, low 8 bits of each. The row may be changed
 // in place; the table must lie elsewhere.
@@ -27,4 +27,4 @@ void lookUpRow(const std::uint8_t* in, std::size_t count, const Entry* table, st
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

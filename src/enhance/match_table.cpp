@@ -6,7 +6,7 @@
 #include "platform/scratch.hpp"
 #include "tlux/histogram_match.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr int kLastLevel = 255;
@@ -128,12 +128,14 @@ std::uint32_t buildMatchTable(MMemMgr manager, const TLUX_IMAGE& target, const T
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_GetMatchTable(MMemMgr manager, const TLUX_IMAGE* target, const TLUX_IMAGE* source,
                             uint8_t* table) noexcept {
-  if (!tlux::isReadable(target) || !tlux::isReadable(source) || table == nullptr) {
+  if (!isReadable(target) || !isReadable(source) || table == nullptr) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return tlux::buildMatchTable(manager, *target, *source, table);
+  return buildMatchTable(manager, *target, *source, table);
 }

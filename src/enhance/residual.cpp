@@ -5,7 +5,7 @@
 #include "platform/scratch.hpp"
 #include "tlux/detail.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int32_t kLargestGain = 16384; // Q10
@@ -50,12 +50,13 @@ std::uint32_t filterResidual(MMemMgr manager, Plane<const std::uint8_t> in, Plan
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t ResFilter(MMemMgr manager, const uint8_t* input, int32_t inputPitch, uint8_t* output,
                    int32_t outputPitch, int32_t width, int32_t height, int32_t radius, int32_t eps,
                    int32_t threshold, int32_t gain) noexcept {
-  return tlux::filterResidual(manager, {input, width, height, inputPitch},
-                              {output, width, height, outputPitch}, {radius, eps},
-                              {threshold, gain});
+  return filterResidual(manager, {input, width, height, inputPitch},
+                        {output, width, height, outputPitch}, {radius, eps}, {threshold, gain});
 }

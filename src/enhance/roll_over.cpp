@@ -5,7 +5,7 @@
 #include "tlux/nv21_tools.h"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 template <int kBytes>
@@ -60,8 +60,10 @@ std::uint32_t rollOver(const TLUX_IMAGE* source, const TLUX_IMAGE* target, std::
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t ImageRollOver(const TLUX_IMAGE* source, TLUX_IMAGE* target, uint32_t flags) noexcept {
-  return tlux::rollOver(source, target, flags);
+  return rollOver(source, target, flags);
 }

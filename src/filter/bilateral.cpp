@@ -14,7 +14,7 @@
 // distance. Two neighbours on opposite sides share that table, and a whole stretch of a row is
 // taken at once: differences, then look-ups, then sums, so that all but the look-ups run in
 // vectors.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int32_t kLargestRadius = 64;
@@ -218,18 +218,20 @@ std::uint32_t bilateralFilter(MMemMgr manager, Plane<const std::uint8_t> input,
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t BilateralFilter1D(MMemMgr manager, const uint8_t* input, int32_t inputPitch,
                            uint8_t* output, int32_t outputPitch, int32_t width, int32_t height,
                            int32_t radius, float rangeSigma, float spaceSigma) noexcept {
-  const tlux::Plane<const uint8_t> in{input, width, height, inputPitch};
-  const tlux::Plane<uint8_t> out{output, width, height, outputPitch};
-  if (!tlux::isPlane(in) || !tlux::isPlane(out) || radius < 0 || radius > tlux::kLargestRadius ||
-      !(rangeSigma > 0) || !(spaceSigma > 0)) {
+  const Plane<const uint8_t> in{input, width, height, inputPitch};
+  const Plane<uint8_t> out{output, width, height, outputPitch};
+  if (!isPlane(in) || !isPlane(out) || radius < 0 || radius > kLargestRadius || !(rangeSigma > 0) ||
+      !(spaceSigma > 0)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  if (tlux::isEmpty(width, height)) return TLUX_OK;
-  return tlux::bilateralFilter(manager, in, out, radius,
-                               {static_cast<double>(rangeSigma), static_cast<double>(spaceSigma)});
+  if (isEmpty(width, height)) return TLUX_OK;
+  return bilateralFilter(manager, in, out, radius,
+                         {static_cast<double>(rangeSigma), static_cast<double>(spaceSigma)});
 }

@@ -15,7 +15,7 @@
 // r + 1 original rows are kept aside.
 //
 // All sums are unsigned words that wrap, read as signed at the end for signed samples.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // 65536 / d² rounded to nearest, for a window of d × d samples; 0 for d ≥ 363.
@@ -224,24 +224,26 @@ Plane<Sample> planeOf(Sample* data, std::int32_t width, std::int32_t height,
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_BoxBlur_Byte(MMemMgr manager, uint8_t* plane, int32_t width, int32_t height,
                            int32_t pitch, int32_t radius, int32_t) noexcept {
-  return tlux::boxBlur(manager, tlux::planeOf(plane, width, height, pitch), radius);
+  return boxBlur(manager, planeOf(plane, width, height, pitch), radius);
 }
 
 uint32_t TLUX_BoxBlur_Int8(MMemMgr manager, int8_t* plane, int32_t width, int32_t height,
                            int32_t pitch, int32_t radius, int32_t) noexcept {
-  return tlux::boxBlur(manager, tlux::planeOf(plane, width, height, pitch), radius);
+  return boxBlur(manager, planeOf(plane, width, height, pitch), radius);
 }
 
 uint32_t TLUX_BoxBlur_Int16(MMemMgr manager, int16_t* plane, int32_t width, int32_t height,
                             int32_t pitch, int32_t radius, int32_t) noexcept {
-  return tlux::boxBlur(manager, tlux::planeOf(plane, width, height, pitch), radius);
+  return boxBlur(manager, planeOf(plane, width, height, pitch), radius);
 }
 
 uint32_t TLUX_BoxBlur_Int32(MMemMgr manager, int32_t* plane, int32_t width, int32_t height,
                             int32_t pitch, int32_t radius, int32_t) noexcept {
-  return tlux::boxBlur(manager, tlux::planeOf(plane, width, height, pitch), radius);
+  return boxBlur(manager, planeOf(plane, width, height, pitch), radius);
 }

@@ -5,7 +5,7 @@
 
 // Integer quotients, truncated toward zero, by floating-point arithmetic, which processors have
 // vector instructions for.
-namespace tlux {
+namespace tlux::detail {
 
 // a / n for |a| < 2²⁴ and 0 < n < 2²⁴. Both are floats exactly; a quotient that is not whole lies
 // at least 1 / n from the next whole number, and its rounding error of less than |a / n| · 2⁻²⁴
@@ -22,4 +22,4 @@ constexpr double reciprocalAbove(std::int64_t n) {
   return std::bit_cast<double>(std::bit_cast<std::uint64_t>(1.0 / static_cast<double>(n)) + 1);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

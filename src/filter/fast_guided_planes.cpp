@@ -9,7 +9,7 @@
 #include "platform/scratch.hpp"
 #include "tlux/smoothing.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 using Model = PlaneModel<1, 1>;
@@ -167,20 +167,21 @@ std::uint32_t filterReduced(MMemMgr manager, const GuidedPlanes& planes, Smoothi
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_GuidedFilter1DS(MMemMgr manager, const uint8_t* guide, int32_t guidePitch,
                               const uint8_t* input, int32_t inputPitch, uint8_t* output,
                               int32_t outputPitch, int32_t width, int32_t height, int32_t radius,
                               int32_t eps, int32_t factor) noexcept {
-  const tlux::GuidedPlanes planes = {{guide, width, height, guidePitch},
-                                     {input, width, height, inputPitch},
-                                     {output, width, height, outputPitch}};
-  const tlux::Smoothing smoothing = {radius, eps};
-  if (!tlux::isFilterable<tlux::Model>(planes, smoothing) || factor < 1 ||
-      factor > tlux::kLargestFactor) {
+  const GuidedPlanes planes = {{guide, width, height, guidePitch},
+                               {input, width, height, inputPitch},
+                               {output, width, height, outputPitch}};
+  const Smoothing smoothing = {radius, eps};
+  if (!isFilterable<Model>(planes, smoothing) || factor < 1 || factor > kLargestFactor) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  if (tlux::isEmpty(width, height)) return TLUX_OK;
-  return tlux::filterReduced(manager, planes, smoothing, factor);
+  if (isEmpty(width, height)) return TLUX_OK;
+  return filterReduced(manager, planes, smoothing, factor);
 }

@@ -8,7 +8,7 @@
 #include "platform/scratch.hpp"
 #include "tlux/guided_filter.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 bool isCoefficientImage(const img* image, std::int32_t width, std::int32_t height) {
@@ -52,14 +52,16 @@ void guidedAlpha(MMemMgr manager, const img* guide, const img* input, img* a, im
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void guided_box_alpha(MMemMgr manager, const img* I, const img* p, img* a, img* b,
                       int32_t r) noexcept {
-  tlux::guidedAlpha(manager, I, p, a, b, r, 1);
+  guidedAlpha(manager, I, p, a, b, r, 1);
 }
 
 void guided_box_alpha_half(MMemMgr manager, const img* I, const img* p, img* a, img* b,
                            int32_t r) noexcept {
-  tlux::guidedAlpha(manager, I, p, a, b, r, 2);
+  guidedAlpha(manager, I, p, a, b, r, 2);
 }

@@ -7,7 +7,7 @@
 #include "base/multiversion.hpp"
 #include "filter/row_differences.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 template <int Step>
@@ -168,4 +168,4 @@ template void applyCoefficients<PlaneModel<3, 1>>(
     CoefficientMeans<PlaneModel<3, 1>::kCoefficients>::RowsOfMeans, const std::uint8_t*,
     std::int32_t, std::uint8_t*);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -13,7 +13,7 @@
 // The two passes of the guided filter (K. He, J. Sun, X. Tang: Guided Image Filtering, IEEE TPAMI
 // 35(6), 2013): in every window the input is fitted by a linear function of the guide's channels,
 // a · I + b; the output is the mean of the functions of all windows that hold the pixel.
-namespace tlux {
+namespace tlux::detail {
 
 // Rows of coefficients, each as wide as the image. Row y lies in slot y modulo the number of slots;
 // behind the slots is one row of zeros for rows outside.
@@ -152,4 +152,4 @@ extern template void applyCoefficients<PlaneModel<3, 1>>(
     CoefficientMeans<PlaneModel<3, 1>::kCoefficients>::RowsOfMeans, const std::uint8_t*,
     std::int32_t, std::uint8_t*);
 
-} // namespace tlux
+} // namespace tlux::detail

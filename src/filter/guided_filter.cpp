@@ -3,7 +3,7 @@
 
 #include "tlux/guided_filter.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 template <class Model>
@@ -18,12 +18,14 @@ void guidedFilter(MMemMgr manager, const img* guide, const img* input, img* outp
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void guided_filter_1d(MMemMgr manager, const img* I, const img* p, img* q, int32_t r) noexcept {
-  tlux::guidedFilter<tlux::TruncatingModel>(manager, I, p, q, r);
+  guidedFilter<TruncatingModel>(manager, I, p, q, r);
 }
 
 void guided_filter_3d(MMemMgr manager, const img* I, const img* p, img* q, int32_t r) noexcept {
-  tlux::guidedFilter<tlux::ColourModel>(manager, I, p, q, r);
+  guidedFilter<ColourModel>(manager, I, p, q, r);
 }

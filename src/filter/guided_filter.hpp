@@ -9,7 +9,7 @@
 #include "filter/guided_image.hpp"
 #include "platform/scratch.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 struct GuidedImages {
   ByteRows guide;
@@ -95,4 +95,4 @@ class GuidedFilter {
   Scratch<std::int32_t> coefficients_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -5,7 +5,7 @@
 #include "filter/guided_filter.hpp"
 #include "tlux/guided_filter.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int32_t kChannels = ColourModel::kGuides;
@@ -68,11 +68,13 @@ void guidedFilterInBlocks(MMemMgr manager, const img* guide, const img* input, i
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void guided_filter_bin_blocks3d(MMemMgr manager, const img* I, const img* p, img* q,
                                 int32_t r) noexcept {
-  tlux::guidedFilterInBlocks(manager, I, p, q, r);
+  guidedFilterInBlocks(manager, I, p, q, r);
 }
 
 void each_guided(MMemMgr manager, const img* I, const img* p, img* q, int32_t r) noexcept {

@@ -6,7 +6,7 @@
 #include "platform/worker_team.hpp"
 #include "tlux/guided_filter.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr int kBands = 4;
@@ -52,8 +52,10 @@ void guidedFilterOnThreads(MMemMgr manager, const img* guide, const img* input, 
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void guided_filter_1dI(MMemMgr manager, const img* I, const img* p, img* q, int32_t r) noexcept {
-  tlux::guidedFilterOnThreads(manager, I, p, q, r);
+  guidedFilterOnThreads(manager, I, p, q, r);
 }

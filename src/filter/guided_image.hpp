@@ -7,7 +7,7 @@
 #include "base/plane_checks.hpp"
 #include "tlux/simple_image.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Rows of bytes: those of a table of pointers, as simple images have, or those of a plane, `pitch`
 // bytes apart.
@@ -49,4 +49,4 @@ inline bool areEqualInSize(const img* a, const img* b) {
   return a->width == b->width && a->height == b->height;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

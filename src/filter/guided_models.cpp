@@ -4,7 +4,7 @@
 #include "base/fixed_point.hpp"
 #include "filter/exact_division.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Regularisation of the filters on simple images, on the scale of squared 8-bit values.
@@ -106,4 +106,4 @@ template struct PlaneModel<1, 1>;
 template struct PlaneModel<1, 3>;
 template struct PlaneModel<3, 1>;
 
-} // namespace tlux
+} // namespace tlux::detail

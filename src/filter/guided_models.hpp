@@ -8,7 +8,7 @@
 // The linear functions that the guided filters fit in each window, input ≈ Σ a · guide + b: how
 // many guide channels and inputs there are, in which arithmetic a and b are found, and how they are
 // kept.
-namespace tlux {
+namespace tlux::detail {
 
 // Guide channels come first, then the inputs. Every input has a coefficient for each guide channel
 // and then b: input i has the coefficients i · (Guides + 1) to i · (Guides + 1) + Guides.
@@ -86,4 +86,4 @@ extern template struct PlaneModel<1, 1>;
 extern template struct PlaneModel<1, 3>;
 extern template struct PlaneModel<3, 1>;
 
-} // namespace tlux
+} // namespace tlux::detail

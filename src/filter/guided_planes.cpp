@@ -3,35 +3,37 @@
 
 #include "tlux/smoothing.h"
 
+using namespace tlux::detail;
+
 uint32_t TLUX_GuidedFilter1D(MMemMgr manager, const uint8_t* guide, int32_t guidePitch,
                              const uint8_t* input, int32_t inputPitch, uint8_t* output,
                              int32_t outputPitch, int32_t width, int32_t height, int32_t radius,
                              int32_t eps) noexcept {
-  return tlux::filterGuided<tlux::PlaneModel<1, 1>>(manager,
-                                                    {{guide, width, height, guidePitch},
-                                                     {input, width, height, inputPitch},
-                                                     {output, width, height, outputPitch}},
-                                                    {radius, eps});
+  return filterGuided<PlaneModel<1, 1>>(manager,
+                                        {{guide, width, height, guidePitch},
+                                         {input, width, height, inputPitch},
+                                         {output, width, height, outputPitch}},
+                                        {radius, eps});
 }
 
 uint32_t GuidedFilter1D_3C(MMemMgr manager, const uint8_t* guide, int32_t guidePitch,
                            const uint8_t* input, int32_t inputPitch, uint8_t* output,
                            int32_t outputPitch, int32_t width, int32_t height, int32_t radius,
                            int32_t eps) noexcept {
-  return tlux::filterGuided<tlux::PlaneModel<1, 3>>(manager,
-                                                    {{guide, width, height, guidePitch},
-                                                     {input, width, height, inputPitch},
-                                                     {output, width, height, outputPitch}},
-                                                    {radius, eps});
+  return filterGuided<PlaneModel<1, 3>>(manager,
+                                        {{guide, width, height, guidePitch},
+                                         {input, width, height, inputPitch},
+                                         {output, width, height, outputPitch}},
+                                        {radius, eps});
 }
 
 uint32_t GuidedFilter3D(MMemMgr manager, const uint8_t* guide, int32_t guidePitch,
                         const uint8_t* input, int32_t inputPitch, uint8_t* output,
                         int32_t outputPitch, int32_t width, int32_t height, int32_t radius,
                         int32_t eps) noexcept {
-  return tlux::filterGuided<tlux::PlaneModel<3, 1>>(manager,
-                                                    {{guide, width, height, guidePitch},
-                                                     {input, width, height, inputPitch},
-                                                     {output, width, height, outputPitch}},
-                                                    {radius, eps});
+  return filterGuided<PlaneModel<3, 1>>(manager,
+                                        {{guide, width, height, guidePitch},
+                                         {input, width, height, inputPitch},
+                                         {output, width, height, outputPitch}},
+                                        {radius, eps});
 }

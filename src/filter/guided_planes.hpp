@@ -7,7 +7,7 @@
 #include "filter/guided_filter.hpp"
 
 // Guided filters on bare planes.
-namespace tlux {
+namespace tlux::detail {
 
 inline ByteRows rowsOf(Plane<const std::uint8_t> plane) {
   return {nullptr, plane.data, plane.pitch};
@@ -58,4 +58,4 @@ std::uint32_t filterGuided(MMemMgr manager, const GuidedPlanes& planes, Smoothin
   return TLUX_OK;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -8,7 +8,7 @@
 #include "filter/window_means.hpp"
 #include "platform/scratch.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Never negative, whatever the rounding.
 inline double varianceOf(double mean, double meanSquare) {
@@ -68,4 +68,4 @@ bool forMomentsOfRows(MMemMgr manager, Plane<const std::uint8_t> plane, std::int
   return true;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

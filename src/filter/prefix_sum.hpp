@@ -7,8 +7,8 @@
 // Running sums of a row, from which the sum over any stretch is one difference. They are a chain of
 // additions, which compilers leave scalar; here each step sums the lanes of one vector among
 // themselves and only the total of the step is passed on.
-namespace tlux {
-namespace detail {
+namespace tlux::detail {
+namespace prefix {
 
 template <class T>
 struct Vector {
@@ -55,13 +55,13 @@ To load(const From* from) {
   return v;
 }
 
-} // namespace detail
+} // namespace prefix
 
 // sums[x] = start + values[0] + … + values[x]; returns the last one, or start for an empty row.
 // Integers wrap. Doubles that hold integers stay exact up to 2⁵³, in whatever order they are added.
 template <class T>
 T prefixSums(const T* __restrict values, std::int32_t count, T start, T* __restrict sums) {
-  using Lanes = typename detail::Vector<T>::Type;
+  using Lanes = typename prefix::Vector<T>::Type;
   constexpr std::int32_t kLanes = sizeof(Lanes) / sizeof(T);
   constexpr int kVectors = 2; // a step, so that few additions wait for one another
   Lanes before = Lanes{} + start;
@@ -69,12 +69,12 @@ T prefixSums(const T* __restrict values, std::int32_t count, T start, T* __restr
   for (; x <= count - kVectors * kLanes; x += kVectors * kLanes) {
     Lanes step{};
     for (int i = 0; i < kVectors; ++i) {
-      step = detail::runningSum(detail::load<Lanes>(values + x + i * kLanes)) +
-             (i == 0 ? step : detail::lastLane(step));
+      step = prefix::runningSum(prefix::load<Lanes>(values + x + i * kLanes)) +
+             (i == 0 ? step : prefix::lastLane(step));
       const Lanes result = step + before;
       std::memcpy(sums + x + i * kLanes, &result, sizeof result);
     }
-    before += detail::lastLane(step);
+    before += prefix::lastLane(step);
   }
   T sum = before[0];
   for (; x < count; ++x) {
@@ -87,11 +87,11 @@ T prefixSums(const T* __restrict values, std::int32_t count, T start, T* __restr
 template <bool Signed>
 std::uint32_t widePrefixSums(const std::uint16_t* __restrict values, std::int32_t count,
                              std::uint32_t start, std::uint32_t* __restrict sums) {
-  using detail::Lanes16;
-  using detail::Lanes32;
+  using prefix::Lanes16;
+  using prefix::Lanes32;
   using Value = std::conditional_t<Signed, std::int16_t, std::uint16_t>;
   using Wide =
-      typename detail::Vector<std::conditional_t<Signed, std::int32_t, std::uint32_t>>::Type;
+      typename prefix::Vector<std::conditional_t<Signed, std::int32_t, std::uint32_t>>::Type;
   // Each value moves to the upper half of a 32-bit lane; the shift down brings zeros or the sign.
   const auto widen = [](Lanes16 interleaved) {
     return reinterpret_cast<Lanes32>(reinterpret_cast<Wide>(interleaved) >> 16);
@@ -100,14 +100,14 @@ std::uint32_t widePrefixSums(const std::uint16_t* __restrict values, std::int32_
   Lanes32 before = Lanes32{} + start;
   std::int32_t x = 0;
   for (; x <= count - 8; x += 8) {
-    const auto v = detail::load<Lanes16>(values + x);
+    const auto v = prefix::load<Lanes16>(values + x);
     const Lanes16 low = __builtin_shufflevector(kZero, v, 0, 8, 1, 9, 2, 10, 3, 11);
     const Lanes16 high = __builtin_shufflevector(kZero, v, 4, 12, 5, 13, 6, 14, 7, 15);
-    const Lanes32 first = detail::runningSum(widen(low));
-    const Lanes32 second = detail::runningSum(widen(high)) + detail::lastLane(first);
+    const Lanes32 first = prefix::runningSum(widen(low));
+    const Lanes32 second = prefix::runningSum(widen(high)) + prefix::lastLane(first);
     const Lanes32 results[2] = {first + before, second + before};
     std::memcpy(sums + x, results, sizeof results);
-    before += detail::lastLane(second);
+    before += prefix::lastLane(second);
   }
   std::uint32_t sum = before[0];
   for (; x < count; ++x) {
@@ -116,4 +116,4 @@ std::uint32_t widePrefixSums(const std::uint16_t* __restrict values, std::int32_
   return sum;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

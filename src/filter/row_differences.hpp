@@ -5,7 +5,7 @@
 #include "base/multiversion.hpp"
 
 // What a row that enters a window brings to its sums, and a row that leaves takes.
-namespace tlux {
+namespace tlux::detail {
 
 template <class Value>
 TLUX_OUT_OF_LINE void subtract(const Value* __restrict a, const Value* __restrict b,
@@ -24,4 +24,4 @@ TLUX_OUT_OF_LINE void subtractProducts(const Value* a, const Value* b, const Val
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

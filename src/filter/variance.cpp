@@ -3,7 +3,7 @@
 #include "filter/local_moments.hpp"
 #include "tlux/smoothing.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 TLUX_OUT_OF_LINE void roundVariances(const double* __restrict means,
@@ -16,19 +16,21 @@ TLUX_OUT_OF_LINE void roundVariances(const double* __restrict means,
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_CalculateVairance(MMemMgr manager, const uint8_t* input, int32_t inputPitch,
                                 uint16_t* variance, int32_t variancePitch, int32_t width,
                                 int32_t height, int32_t radius) noexcept {
-  const tlux::Plane<const uint8_t> in{input, width, height, inputPitch};
-  const tlux::Plane<uint16_t> out{variance, width, height, variancePitch};
-  if (!tlux::isPlane(in) || !tlux::isPlane(out) || variancePitch % 2 != 0 || radius < 0) {
+  const Plane<const uint8_t> in{input, width, height, inputPitch};
+  const Plane<uint16_t> out{variance, width, height, variancePitch};
+  if (!isPlane(in) || !isPlane(out) || variancePitch % 2 != 0 || radius < 0) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  if (tlux::isEmpty(width, height)) return TLUX_OK;
-  const auto writeRow = [&](int32_t y, const tlux::MomentRow<2>& row) {
-    tlux::roundVariances(row.means, row.meanSquares, width, out.row(y));
+  if (isEmpty(width, height)) return TLUX_OK;
+  const auto writeRow = [&](int32_t y, const MomentRow<2>& row) {
+    roundVariances(row.means, row.meanSquares, width, out.row(y));
   };
-  return tlux::forMomentsOfRows<2>(manager, in, radius, writeRow) ? TLUX_OK : TLUX_ERR_NO_MEMORY;
+  return forMomentsOfRows<2>(manager, in, radius, writeRow) ? TLUX_OK : TLUX_ERR_NO_MEMORY;
 }

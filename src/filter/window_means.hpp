@@ -7,7 +7,7 @@
 #include "filter/exact_division.hpp"
 #include "filter/prefix_sum.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Stands for any row outside the image.
 inline constexpr std::int32_t kOutside = -1;
@@ -132,4 +132,4 @@ class WindowMeans {
   std::int32_t y_ = 0;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 #include "base/fixed_point.hpp"
 #include "tlux/gain_lines.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr int kEntries = 65536;
@@ -44,9 +44,11 @@ void fillLightCurve(std::uint16_t* curve, std::int64_t strength, std::int64_t un
   std::fill(curve + kEntries / 2 + 1, curve + kEntries - k, curve[kEntries - k]);
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void AME_GenerateFillLighrGainLUT(uint16_t* curve, int64_t strength, int64_t unity) noexcept {
   if (curve == nullptr) return;
-  tlux::fillLightCurve(curve, strength, unity);
+  fillLightCurve(curve, strength, unity);
 }

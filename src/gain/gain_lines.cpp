@@ -2,7 +2,7 @@
 
 #include "tlux/gain_lines.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::uint32_t kUnity = 1024;       // Q10
@@ -95,18 +95,19 @@ std::uint16_t* expandLine(std::int32_t row, std::int32_t width, std::uint16_t* l
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint16_t* TLUX_AME_TonemapExposure_Line8(int32_t, int32_t row, int32_t width, uint16_t* lines,
                                          const uint16_t*, const uint16_t* gains,
                                          const uint16_t* mapping, int32_t, int32_t) noexcept {
-  return tlux::expandLine<tlux::kLineOf8>(row, width, lines, gains, mapping, {});
+  return expandLine<kLineOf8>(row, width, lines, gains, mapping, {});
 }
 
 uint16_t* AME_TonemapExposure_Line(int32_t, int32_t row, int32_t width, uint16_t* lines,
                                    const uint16_t* brightness, const uint16_t* gains,
                                    const uint16_t* mapping, int32_t shift,
                                    int32_t stride) noexcept {
-  return tlux::expandLine<tlux::kLineOf4>(row, width, lines, gains, mapping,
-                                          {brightness, stride, shift});
+  return expandLine<kLineOf4>(row, width, lines, gains, mapping, {brightness, stride, shift});
 }

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace tlux {
+namespace tlux::detail {
 
 // How one member of the line expanders lays out its work.
 struct LineShape {
@@ -40,4 +40,4 @@ template <LineShape kShape>
 void expandGainLine(std::int32_t row, std::int32_t width, const CoarseGains& gains,
                     std::uint16_t* lines);
 
-} // namespace tlux
+} // namespace tlux::detail

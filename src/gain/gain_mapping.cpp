@@ -6,7 +6,7 @@
 #include "image/format.hpp"
 #include "tlux/gain_lines.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 bool isUsable(const TLUX_MAPPING_STATE& state) {
@@ -46,7 +46,9 @@ void mapRows(const TLUX_IMAGE& frame, const TLUX_MAPPING_STATE& state, std::int3
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t SingleThreadMapping(const TLUX_MAPPING_CONTEXT* context) noexcept {
   if (context == nullptr || context->state == nullptr) return TLUX_ERR_INVALID_PARAM;
@@ -55,7 +57,7 @@ uint32_t SingleThreadMapping(const TLUX_MAPPING_CONTEXT* context) noexcept {
   const TLUX_IMAGE& frame = *context->frame;
   const int32_t end = std::min(context->endRow, frame.height);
   if (context->firstRow >= end || frame.width < 1) return TLUX_OK;
-  if (!tlux::isUsable(*context->state) || !tlux::isUsable(frame)) return TLUX_ERR_INVALID_PARAM;
-  tlux::mapRows(frame, *context->state, context->firstRow, end);
+  if (!isUsable(*context->state) || !isUsable(frame)) return TLUX_ERR_INVALID_PARAM;
+  mapRows(frame, *context->state, context->firstRow, end);
   return TLUX_OK;
 }

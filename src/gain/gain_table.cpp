@@ -6,7 +6,7 @@
 #include "platform/scratch.hpp"
 #include "tlux/retinex.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 void fillGainTable(std::uint16_t* table, std::uint32_t strength) {
   fillLightCurve(table, strength, kUnityGain);
@@ -17,16 +17,18 @@ std::int64_t gainTablePoolBytes() {
   return poolBlock(kGainTableEntries * sizeof(std::uint16_t));
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_TonemapGainLUT(MMemMgr manager, TLUX_ENGINE* engine, uint32_t strength) noexcept {
   if (engine == nullptr) return TLUX_ERR_INVALID_PARAM;
   if (engine->gainLut == nullptr) {
-    tlux::Scratch<uint16_t> table(manager, tlux::kGainTableEntries);
+    Scratch<uint16_t> table(manager, kGainTableEntries);
     if (!table) return TLUX_ERR_NO_MEMORY;
     engine->gainLut = table.release();
   }
-  tlux::fillGainTable(engine->gainLut, strength);
+  fillGainTable(engine->gainLut, strength);
   engine->gainLutStrength = strength;
   return TLUX_OK;
 }

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace tlux {
+namespace tlux::detail {
 
 inline constexpr int kGainTableEntries = 65536;
 
@@ -12,4 +12,4 @@ void fillGainTable(std::uint16_t* table, std::uint32_t strength);
 // What an engine's gain table takes out of a pool.
 std::int64_t gainTablePoolBytes();
 
-} // namespace tlux
+} // namespace tlux::detail

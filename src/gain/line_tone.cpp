@@ -5,7 +5,7 @@
 
 #include "tlux/gain_lines.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int64_t kPiece = 128; // pixels whose old luma is kept at a time
@@ -56,7 +56,9 @@ void toneLine(const ToneLine& line, const std::uint16_t* gains, const TransferCu
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void AME_NV21NV12_LineTone(int32_t row, uint8_t* luma, uint8_t* chroma, int32_t width,
                            const uint16_t* gains, const uint16_t* degamma,
@@ -65,5 +67,5 @@ void AME_NV21NV12_LineTone(int32_t row, uint8_t* luma, uint8_t* chroma, int32_t 
   if (width <= 0 || luma == nullptr || gains == nullptr || degamma == nullptr) return;
   if (gamma == nullptr || (hasChroma && chroma == nullptr)) return;
   const int64_t pixels = (int64_t{width} + 3) & ~int64_t{3};
-  tlux::toneLine({luma, pixels, chroma, hasChroma ? pixels / 2 : 0}, gains, {degamma, gamma});
+  toneLine({luma, pixels, chroma, hasChroma ? pixels / 2 : 0}, gains, {degamma, gamma});
 }

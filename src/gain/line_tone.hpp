@@ -5,7 +5,7 @@
 
 #include "gain/linear_gain.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // newSum / oldSum in Q10, truncated, for sums of a few 8-bit codes; 1024 when oldSum is 0. Exact in
 // single precision: the dividend is below 2^24, so that the quotient is rounded by less than
@@ -27,4 +27,4 @@ struct ToneLine {
 // Applies one gain per pixel to the luma and lets the chroma follow.
 void toneLine(const ToneLine& line, const std::uint16_t* gains, const TransferCurves& curves);
 
-} // namespace tlux
+} // namespace tlux::detail

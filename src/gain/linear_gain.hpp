@@ -5,7 +5,7 @@
 
 #include "base/fixed_point.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 inline constexpr std::int32_t kUnityGain = 1024; // Q10
 
@@ -36,4 +36,4 @@ inline std::uint8_t applyLinearGain(std::uint8_t code, std::uint16_t gain,
   return curves.gamma[lifted] ^ inversion;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

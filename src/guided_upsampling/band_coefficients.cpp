@@ -8,7 +8,7 @@
 #include "guided_upsampling/block_mean.hpp"
 #include "guided_upsampling/guide_block.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 TLUX_MULTIVERSION bool isWithin(const std::int32_t* values, std::ptrdiff_t count,
@@ -61,4 +61,4 @@ FilteredBands splitIntoBands(const GuidedFrame& frame, const CoefficientPlanes& 
   return result;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -9,7 +9,7 @@
 #include "guided_upsampling/guided_frame.hpp"
 #include "guided_upsampling/row_group.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // What the smoothed coefficients of a band are like.
 enum class Coefficients {
@@ -36,4 +36,4 @@ struct FilteredBands {
 FilteredBands splitIntoBands(const GuidedFrame& frame, const CoefficientPlanes& maps,
                              std::span<const MMemMgr> pools);
 
-} // namespace tlux
+} // namespace tlux::detail

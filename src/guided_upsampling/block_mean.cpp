@@ -9,7 +9,7 @@
 #include "platform/scratch.hpp"
 #include "tlux/fast_guided_filter.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 struct MapRow {
@@ -154,7 +154,9 @@ std::uint32_t smoothBand(MMemMgr manager, SmoothedBand band, Plane<const std::in
   return boxMeans(manager, middle, own, source, destination, radius);
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 namespace {
 
@@ -168,34 +170,34 @@ uint32_t BlockMeanVarIntMTBorder(MMemMgr memMgr, int32_t startRow, int32_t bandR
                                  const int32_t* src, int32_t height, int32_t width,
                                  int32_t srcRowStride, int32_t* dst, int32_t radius) noexcept {
   if (src == nullptr || dst == nullptr || startRow < 0 || srcRowStride < width ||
-      !tlux::isWindowRadius(radius)) {
+      !isWindowRadius(radius)) {
     return TLUX_ERR_INVALID_PARAM;
   }
   if (height < 1 || width < 1 || bandRows < 1) return TLUX_OK;
-  return tlux::smoothBand(memMgr, {startRow, bandRows, {0, height}},
-                          {src, width, height, bytesOf(srcRowStride)}, dst, radius);
+  return smoothBand(memMgr, {startRow, bandRows, {0, height}},
+                    {src, width, height, bytesOf(srcRowStride)}, dst, radius);
 }
 
 uint32_t BlockMeanVarIntMT(MMemMgr memMgr, int32_t startRow, int32_t bandRows, const int32_t* src,
                            int32_t height, int32_t width, int32_t stride, int32_t* dst,
                            int32_t radius) noexcept {
   if (src == nullptr || dst == nullptr || startRow < 0 || stride < width ||
-      !tlux::isWindowRadius(radius)) {
+      !isWindowRadius(radius)) {
     return TLUX_ERR_INVALID_PARAM;
   }
   if (height < 1 || width < 1 || bandRows < 1) return TLUX_OK;
-  const tlux::Band image = {0, height};
-  const tlux::Band rows = tlux::within(image, startRow, std::int64_t{startRow} + bandRows);
-  return tlux::boxMeans(memMgr, rows, image, {src, width, height, bytesOf(stride)}, dst, radius);
+  const Band image = {0, height};
+  const Band rows = within(image, startRow, std::int64_t{startRow} + bandRows);
+  return boxMeans(memMgr, rows, image, {src, width, height, bytesOf(stride)}, dst, radius);
 }
 
 uint32_t BlockMeanVar(MMemMgr memMgr, const float* src, int32_t height, int32_t width,
                       int32_t stride, float* meanOut, float* varOut, int32_t radius) noexcept {
   if (src == nullptr || meanOut == nullptr || varOut == nullptr || stride < width ||
-      !tlux::isWindowRadius(radius)) {
+      !isWindowRadius(radius)) {
     return TLUX_ERR_INVALID_PARAM;
   }
   if (height < 1 || width < 1) return TLUX_OK;
-  const tlux::Plane<const float> plane = {src, width, height, bytesOf(stride)};
-  return tlux::meanAndVariance(memMgr, plane, meanOut, varOut, radius);
+  const Plane<const float> plane = {src, width, height, bytesOf(stride)};
+  return meanAndVariance(memMgr, plane, meanOut, varOut, radius);
 }

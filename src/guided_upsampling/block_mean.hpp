@@ -6,7 +6,7 @@
 #include "base/plane.hpp"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Memory that smoothBand() asks for, in bytes.
 std::int64_t blockMeanScratchBytes(std::int32_t width, std::int32_t radius);
@@ -23,4 +23,4 @@ struct SmoothedBand {
 std::uint32_t smoothBand(MMemMgr manager, SmoothedBand band, Plane<const std::int32_t> source,
                          std::int32_t* destination, std::int32_t radius);
 
-} // namespace tlux
+} // namespace tlux::detail

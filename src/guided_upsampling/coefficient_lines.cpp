@@ -6,7 +6,7 @@
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Results go through a short buffer, so that compilers need not fear that the output lies over the
@@ -53,4 +53,4 @@ TLUX_MULTIVERSION void applyCoefficients(int phase, const CoefficientLines& line
   applyFromPhase<0>(phase, lines, first, count, guide, out);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

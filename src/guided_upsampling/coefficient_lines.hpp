@@ -12,7 +12,7 @@
 //   out = clamp((a · guide + b) >> 10).
 //
 // row_group.hpp makes the same in 16 bits where the coefficients allow it.
-namespace tlux {
+namespace tlux::detail {
 
 // Coefficient rows, interpolated to full width.
 struct CoefficientLines {
@@ -26,4 +26,4 @@ struct CoefficientLines {
 void applyCoefficients(int phase, const CoefficientLines& lines, std::ptrdiff_t first,
                        std::ptrdiff_t count, const std::uint8_t* guide, std::uint8_t* out);
 
-} // namespace tlux
+} // namespace tlux::detail

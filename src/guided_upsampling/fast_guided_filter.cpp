@@ -7,7 +7,7 @@
 #include "guided_upsampling/guide_block.hpp"
 #include "guided_upsampling/window_sums.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // What a worker keeps for lines is the same whichever way it goes.
@@ -41,30 +41,30 @@ std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius, std::in
   return kPoolHeader + std::max(sums, lines) + kPoolHeader + ownBytes + kPoolSlack;
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t FastGuideFilterMT(MMemMgr memMgr, const uint8_t* input, const uint8_t* guide,
                            const uint8_t* fullGuide, uint8_t* fullOut, int32_t lowW, int32_t lowH,
                            int32_t lowPitch, int32_t fullPitch, int32_t radius,
                            int32_t eps) noexcept {
   if (input == nullptr || guide == nullptr || fullGuide == nullptr || fullOut == nullptr ||
-      lowPitch < lowW || fullPitch < std::int64_t{tlux::kUpsampling} * lowW ||
-      !tlux::isWindowRadius(radius)) {
+      lowPitch < lowW || fullPitch < std::int64_t{kUpsampling} * lowW || !isWindowRadius(radius)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  const tlux::GuidedFrame frame = {
+  const GuidedFrame frame = {
       {input, lowW, lowH, lowPitch}, {guide, lowW, lowH, lowPitch}, radius, eps};
-  const tlux::StoreRows store = {lowW, {fullGuide, fullPitch}, {fullOut, fullPitch}};
+  const StoreRows store = {lowW, {fullGuide, fullPitch}, {fullOut, fullPitch}};
   const std::int64_t bytes =
-      std::max(tlux::kWorkerBytesPerPitch * fullPitch, tlux::workerPoolBytes(lowW, radius));
-  return tlux::filterOnThreads(memMgr, frame, bytes, [&store](const tlux::Strip& strip) {
-    tlux::filterStrip(strip, store);
-  });
+      std::max(kWorkerBytesPerPitch * fullPitch, workerPoolBytes(lowW, radius));
+  return filterOnThreads(memMgr, frame, bytes,
+                         [&store](const Strip& strip) { filterStrip(strip, store); });
 }
 
 void FastGuideFilterSingleThread(const TLUX_GUIDE_CONTEXT* context) noexcept {
   if (context == nullptr) return;
-  tlux::filterBand(tlux::bandOf(*context), tlux::StoreRows{context->lowWidth,
-                                                           {context->fullGuide, context->fullPitch},
-                                                           {context->fullOut, context->fullPitch}});
+  filterBand(bandOf(*context), StoreRows{context->lowWidth,
+                                         {context->fullGuide, context->fullPitch},
+                                         {context->fullOut, context->fullPitch}});
 }

@@ -12,7 +12,7 @@
 // A frame is filtered in two shares of work: the coefficients of its four bands, then strips of the
 // full-resolution rows. What is done with a row is the caller's: FastGuideFilterMT() stores it,
 // MultiThreadGuideTone() takes it for a change of luma, a run goes on to its chroma.
-namespace tlux {
+namespace tlux::detail {
 
 // Calls work(strip) for all strips of the first `bandCount` bands of a frame.
 template <class Work>
@@ -48,4 +48,4 @@ std::uint32_t filterOnThreads(MMemMgr manager, const GuidedFrame& frame, std::in
   return result == TLUX_OK && !isEmpty && !team.isComplete() ? TLUX_ERR_THREAD : result;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -8,7 +8,7 @@
 #include "guided_upsampling/guided_frame.hpp"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Size of the private pool that holds what a worker allocates: the filter's buffers and `ownBytes`
 // of the caller's.
@@ -53,4 +53,4 @@ class FilterBlock {
   std::int64_t share_;   // bytes of a worker, a multiple of 8
 };
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -7,7 +7,7 @@
 #include "guided_upsampling/guide_sums.hpp"
 #include "platform/scratch.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 using FineSums = GuideSums<std::uint8_t, std::uint32_t>;
@@ -134,4 +134,4 @@ bool smoothFinely(MMemMgr manager, Band rows, Plane<const std::int32_t> a,
   return true;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -10,7 +10,7 @@
 // are squared leave a variance of some hundred where a bright area is smooth, against a
 // regularisation of 20: arcs and specks in skies. Here nothing is rounded before the slope is, and
 // the maps are smoothed over the whole picture, not within bands.
-namespace tlux {
+namespace tlux::detail {
 
 inline constexpr std::int32_t kFineRadius = 16; // 32 × 32 samples, whose sums fit 32 bits
 
@@ -30,4 +30,4 @@ std::int64_t fineFitScratchBytes(std::int32_t width);
                                 Plane<const std::int32_t> b, std::int32_t* smoothA,
                                 std::int32_t* smoothB);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -10,7 +10,7 @@
 #include "platform/scratch.hpp"
 #include "tlux/fast_guided_filter.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 using SumRows = std::array<std::uint32_t*, 4>;
@@ -195,29 +195,31 @@ std::uint32_t guideBlock(MMemMgr manager, Plane<const float> input, Plane<const 
   return solved ? TLUX_OK : TLUX_GUIDE_UNSOLVABLE;
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t GuideBlockIntMT(MMemMgr memMgr, int32_t startRow, int32_t bandRows, const uint8_t* input,
                          const uint8_t* guide, int32_t lowH, int32_t lowW, int32_t lowPitch,
                          int32_t* aOut, int32_t* bOut, int32_t radius, int32_t eps) noexcept {
   if (input == nullptr || guide == nullptr || aOut == nullptr || bOut == nullptr || startRow < 0 ||
-      lowPitch < lowW || !tlux::isWindowRadius(radius)) {
+      lowPitch < lowW || !isWindowRadius(radius)) {
     return TLUX_ERR_INVALID_PARAM;
   }
   if (lowH < 1 || lowW < 1 || bandRows < 1 || startRow >= lowH) return TLUX_OK;
-  const tlux::Band rows = {startRow, bandRows < lowH - startRow ? startRow + bandRows : lowH};
-  return tlux::guideBlock(memMgr, rows, {input, lowW, lowH, lowPitch},
-                          {guide, lowW, lowH, lowPitch}, aOut, bOut, radius, eps);
+  const Band rows = {startRow, bandRows < lowH - startRow ? startRow + bandRows : lowH};
+  return guideBlock(memMgr, rows, {input, lowW, lowH, lowPitch}, {guide, lowW, lowH, lowPitch},
+                    aOut, bOut, radius, eps);
 }
 
 uint32_t GuideBlock(MMemMgr memMgr, const float* p, const float* I, int32_t height, int32_t width,
                     int32_t stride, float* aOut, float* bOut, int32_t radius, float eps) noexcept {
   if (p == nullptr || I == nullptr || aOut == nullptr || bOut == nullptr || stride < width ||
-      !tlux::isWindowRadius(radius)) {
+      !isWindowRadius(radius)) {
     return TLUX_ERR_INVALID_PARAM;
   }
   if (height < 1 || width < 1) return TLUX_OK;
   const auto pitch = static_cast<std::ptrdiff_t>(stride) * std::ptrdiff_t{sizeof(float)};
-  return tlux::guideBlock(memMgr, {p, width, height, pitch}, {I, width, height, pitch}, aOut, bOut,
-                          radius, eps);
+  return guideBlock(memMgr, {p, width, height, pitch}, {I, width, height, pitch}, aOut, bOut,
+                    radius, eps);
 }

@@ -6,7 +6,7 @@
 #include "base/plane.hpp"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Memory that guideBlock() asks for, in bytes.
 std::int64_t guideBlockScratchBytes(std::int32_t width, std::int32_t radius);
@@ -21,4 +21,4 @@ std::uint32_t guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> i
 std::uint32_t guideBlock(MMemMgr manager, Plane<const float> input, Plane<const float> guide,
                          float* a, float* b, std::int32_t radius, float eps);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -7,7 +7,7 @@
 #include "base/plane.hpp"
 #include "guided_upsampling/window_sums.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Sums of I, p, I² and I·p over the window, I being the guide and p the input.
 template <class Sample, class Sum>
@@ -33,4 +33,4 @@ struct GuideRows {
 template <class Sample, class Sum>
 using GuideSums = WindowSums<Sum, 4, GuideRows<Sample, Sum>>;
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -10,7 +10,7 @@
 #include "tlux/fast_guided_filter.h"
 #include "tlux/resample.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Bilinear, top-left aligned: the sample j/8 of the way from m to n.
@@ -116,16 +116,17 @@ std::uint32_t filterFloat(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t FastGuidedFilter(MMemMgr memMgr, const TLUX_IMAGE* src, const TLUX_IMAGE* guide,
                           TLUX_IMAGE* dst, int32_t radius, float eps) noexcept {
-  if (src == nullptr || guide == nullptr || dst == nullptr || !tlux::isWindowRadius(radius) ||
-      !tlux::holdsLuma(*src, dst->width, dst->height) ||
-      !tlux::holdsLuma(*guide, dst->width, dst->height) ||
-      !tlux::holdsLuma(*dst, dst->width, dst->height)) {
+  if (src == nullptr || guide == nullptr || dst == nullptr || !isWindowRadius(radius) ||
+      !holdsLuma(*src, dst->width, dst->height) || !holdsLuma(*guide, dst->width, dst->height) ||
+      !holdsLuma(*dst, dst->width, dst->height)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  if (!tlux::hasPlanarLuma(src->format)) return TLUX_ERR_UNSUPPORTED;
-  return tlux::filterFloat(memMgr, *src, *guide, *dst, radius, eps);
+  if (!hasPlanarLuma(src->format)) return TLUX_ERR_UNSUPPORTED;
+  return filterFloat(memMgr, *src, *guide, *dst, radius, eps);
 }

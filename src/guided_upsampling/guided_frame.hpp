@@ -7,7 +7,7 @@
 #include "base/plane.hpp"
 #include "tlux/fast_guided_filter.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // What the filter is fitted to, at low resolution: the wanted picture and its guide, of one size.
 struct GuidedFrame {
@@ -61,4 +61,4 @@ inline GuidedBand bandOf(const TLUX_GUIDE_CONTEXT& context) {
           context.bandRows};
 }
 
-} // namespace tlux
+} // namespace tlux::detail

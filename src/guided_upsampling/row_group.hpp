@@ -10,7 +10,7 @@
 // from one row of coefficients to the next, a cell the eight columns from one sample to the next:
 // rows of luma are made a cell or more at a time, all eight of them from one interpolation along x,
 // with what lies between in registers.
-namespace tlux {
+namespace tlux::detail {
 
 // For coefficients within these magnitudes, as those of pictures are: slopes then differ by less
 // than 2^15, and b / 2^10 by less than 2^15. The narrowest frames would not fill a vector.
@@ -78,4 +78,4 @@ struct RowGroupKernels {
                    LumaRows<const std::uint8_t> guide, LumaRows<std::uint8_t> out);
 };
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -2,7 +2,7 @@
 #include "guided_upsampling/row_group.hpp"
 
 // Compiled once for each instruction set.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::ptrdiff_t kCells = kColumns / kUpsampling;
@@ -235,4 +235,4 @@ const RowGroupKernels& kernelsFor<RowGroupKernels, SimdLevel::TLUX_LEVEL>() {
   return kTable;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -10,7 +10,7 @@
 // Walks down the groups of rows between rows of coefficients, in either of two ways: start(y) at
 // the top, then for each group advance(next), next being the row of coefficients below it or, for
 // the last group, above it once more, and makeLuma() for all its columns, each once.
-namespace tlux {
+namespace tlux::detail {
 
 // Packed maps of coefficients.
 struct CoefficientMaps {
@@ -103,4 +103,4 @@ class LongGroups {
   std::int32_t lower_ = 0;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -11,7 +11,7 @@
 #include "platform/scratch.hpp"
 #include "platform/team.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Low-resolution rows of a band whose full-resolution rows one thread makes at a time.
 struct Strip {
@@ -79,4 +79,4 @@ void forEachStrip(Team* team, const FilteredBands& filtered, std::span<const MMe
   });
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -7,7 +7,7 @@
 #include "base/multiversion.hpp"
 #include "tlux/fast_guided_filter.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 template <int... kPhases>
@@ -43,24 +43,26 @@ TLUX_MULTIVERSION void upsampleRow(const std::int32_t* lowRow, std::int32_t* lin
   std::fill_n(line + kUpsampling * (lowWidth - 1), kUpsampling, lowRow[lowWidth - 1]);
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void UPSampleLine8Int(int32_t k, int32_t fullW, const int32_t* lowRow, int32_t* lines) noexcept {
-  if (lowRow == nullptr || lines == nullptr || k < 0 || fullW < tlux::kUpsampling) return;
+  if (lowRow == nullptr || lines == nullptr || k < 0 || fullW < kUpsampling) return;
   const std::ptrdiff_t width = fullW;
   int32_t* const output = lines;
   int32_t* const lower = lines + width;
   int32_t* const upper = lines + 2 * width;
-  const int phase = k % tlux::kUpsampling;
+  const int phase = k % kUpsampling;
   if (k == 0) {
-    tlux::upsampleRow(lowRow, output, width / tlux::kUpsampling);
+    upsampleRow(lowRow, output, width / kUpsampling);
     std::copy_n(output, width, upper);
   } else if (phase == 0) {
     std::copy_n(lower, width, output);
     std::copy_n(lower, width, upper);
   } else {
-    if (phase == 1) tlux::upsampleRow(lowRow, lower, width / tlux::kUpsampling);
-    constexpr auto kMixers = tlux::mixers(tlux::kPhases);
+    if (phase == 1) upsampleRow(lowRow, lower, width / kUpsampling);
+    constexpr auto kMixers = mixers(kPhases);
     kMixers[static_cast<std::size_t>(phase)](upper, lower, output, width);
   }
 }

@@ -9,7 +9,7 @@
 
 // Linear ×8 interpolation of coefficient maps, top-left aligned: sample 8x + j lies j/8 of the way
 // from low sample x to x + 1, horizontally first, then vertically.
-namespace tlux {
+namespace tlux::detail {
 
 inline constexpr int kUpsampling = 8;
 
@@ -26,4 +26,4 @@ constexpr std::int32_t mixEighths(std::int32_t m, std::int32_t n) {
 // Interpolates a row of lowWidth samples into 8 · lowWidth; the last sample is repeated.
 void upsampleRow(const std::int32_t* lowRow, std::int32_t* line, std::ptrdiff_t lowWidth);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -19,7 +19,7 @@
 // The window of (x, y) holds the 2r × 2r samples of rows y − r … y + r − 1 and columns x − r …
 // x + r − 1, one more above and to the left than below and to the right. Beyond the edges the
 // nearest sample is repeated.
-namespace tlux {
+namespace tlux::detail {
 
 // 4r² fits 31 bits.
 inline constexpr std::int32_t kMaxWindowRadius = 23170;
@@ -269,4 +269,4 @@ class WindowSums {
   std::array<Sum*, kMoments> sums_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

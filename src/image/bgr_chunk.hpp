@@ -5,7 +5,7 @@
 
 #include "base/multiversion.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // A run of pixels, their first three channels taken apart. The arithmetic on them vectorises
 // whatever the channel count, and finishing with a run before its results are stored lets a row be
@@ -58,4 +58,4 @@ TLUX_INLINED void forEachBgrChunk(const std::uint8_t* row, std::int32_t channels
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 #include "tlux/copy.h"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Formats of which a copy leaves bytes out would show what the memory held before.
@@ -37,15 +37,17 @@ std::uint32_t cloneImage(TLUX_IMAGE** out, const TLUX_IMAGE& source, const TLUX_
   return TLUX_CopyImageROI_IMK(*out, nullptr, &source, rect);
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_CloneImage_IMK(TLUX_IMAGE** out, const TLUX_IMAGE* source, MMemMgr manager) noexcept {
   if (out == nullptr || source == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return tlux::cloneImage(out, *source, nullptr, manager);
+  return cloneImage(out, *source, nullptr, manager);
 }
 
 uint32_t TLUX_CloneImageROI_IMK(TLUX_IMAGE** out, const TLUX_IMAGE* source, const TLUX_RECT* rect,
                                 MMemMgr manager) noexcept {
   if (out == nullptr || source == nullptr || rect == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return tlux::cloneImage(out, *source, rect, manager);
+  return cloneImage(out, *source, rect, manager);
 }

@@ -4,7 +4,7 @@
 
 #include "tlux/image.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Creates an image of the format of `source` and the size of the rectangle (null: the whole image)
 // and copies that part into it. The new image is in *out even when the copy fails; *out is null
@@ -12,4 +12,4 @@ namespace tlux {
 std::uint32_t cloneImage(TLUX_IMAGE** out, const TLUX_IMAGE& source, const TLUX_RECT* rect,
                          MMemMgr manager);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -1,6 +1,6 @@
 #include "image/component.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Packed 4:2:2: luma on every second byte, Cb and Cr in turn on the others.
@@ -69,4 +69,4 @@ bool isComplete(const TLUX_IMAGE& image, const Format& format) {
   return true;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

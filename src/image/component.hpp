@@ -6,7 +6,7 @@
 
 #include "image/format.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Samples of a format that are treated together, at one resolution: a component, the pair of an
 // interleaved chroma plane, or all bytes of a colour pixel.
@@ -68,4 +68,4 @@ std::int64_t rowBytesOf(const Format& format, int plane, std::int32_t width);
 // overlap.
 bool isComplete(const TLUX_IMAGE& image, const Format& format);
 
-} // namespace tlux
+} // namespace tlux::detail

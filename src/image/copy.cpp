@@ -3,7 +3,7 @@
 #include "image/copy.hpp"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 PlaneSpan chromaSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
@@ -96,15 +96,17 @@ std::uint32_t copyRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const
   return outcome;
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_CopyImageROI_IMK(TLUX_IMAGE* target, const TLUX_RECT* targetRect,
                                const TLUX_IMAGE* source, const TLUX_RECT* sourceRect) noexcept {
-  tlux::CopyRects rects;
-  if (!tlux::resolveRects(target, targetRect, source, sourceRect, rects)) {
+  CopyRects rects;
+  if (!resolveRects(target, targetRect, source, sourceRect, rects)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return tlux::copyRect(*target, *source, rects);
+  return copyRect(*target, *source, rects);
 }
 
 uint32_t TLUX_CopyImage_IMK(TLUX_IMAGE* target, const TLUX_IMAGE* source) noexcept {

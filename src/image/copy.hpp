@@ -6,7 +6,7 @@
 #include "image/format.hpp"
 #include "image/rect.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // A rectangle of one image and the equally large one of another that it is copied to.
 struct CopyRects {
@@ -52,4 +52,4 @@ void copySpan(const TLUX_IMAGE& target, const TLUX_IMAGE& source, int plane, con
 // Copies a rectangle of an image onto another of the same format.
 std::uint32_t copyRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopyRects& rects);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -1,7 +1,7 @@
 #include "image/copy.hpp"
 #include "tlux/copy.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // How the chroma pairs of source and target lie to each other along a row.
@@ -164,14 +164,16 @@ std::uint32_t copyOddRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source,
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_CopyImageROIOddRect_IMK(TLUX_IMAGE* target, const TLUX_RECT* targetRect,
                                       const TLUX_IMAGE* source,
                                       const TLUX_RECT* sourceRect) noexcept {
-  tlux::CopyRects rects;
-  if (!tlux::resolveRects(target, targetRect, source, sourceRect, rects)) {
+  CopyRects rects;
+  if (!resolveRects(target, targetRect, source, sourceRect, rects)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return tlux::copyOddRect(*target, *source, rects);
+  return copyOddRect(*target, *source, rects);
 }

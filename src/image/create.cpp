@@ -3,7 +3,7 @@
 
 uint32_t gi32PixelArrangement = 0x16161616;
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 bool allocatePlanes(TLUX_IMAGE& image, const std::array<PlaneSize, 3>& sizes, MMemMgr manager) {
@@ -37,12 +37,14 @@ std::uint32_t createImage(TLUX_IMAGE** out, std::int32_t width, std::int32_t hei
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_CreateImage_IMK(TLUX_IMAGE** out, int32_t width, int32_t height, uint32_t format,
                               MMemMgr manager) noexcept {
   if (out == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return tlux::createImage(out, width, height, format, manager);
+  return createImage(out, width, height, format, manager);
 }
 
 uint32_t TLUX_SetImage_IMK(TLUX_IMAGE* image, int32_t width, int32_t height, uint32_t format,
@@ -51,7 +53,7 @@ uint32_t TLUX_SetImage_IMK(TLUX_IMAGE* image, int32_t width, int32_t height, uin
   image->width = width;
   image->height = height;
   image->format = format;
-  for (int i = 0; i < tlux::planeCountOf(format); ++i) {
+  for (int i = 0; i < planeCountOf(format); ++i) {
     image->plane[i] = planes[i];
     image->pitch[i] = pitches[i];
   }

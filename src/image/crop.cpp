@@ -1,7 +1,7 @@
 #include "image/copy.hpp"
 #include "tlux/copy.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Repacks the rectangle at the start of each plane, with the pitches of a new image of its size.
@@ -29,9 +29,11 @@ std::uint32_t cropImage(TLUX_IMAGE& image, const Rect& rect) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_CropImage_IMK(TLUX_IMAGE* image, const TLUX_RECT* rect) noexcept {
   if (image == nullptr || rect == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return tlux::cropImage(*image, tlux::toRect(*rect));
+  return cropImage(*image, toRect(*rect));
 }

@@ -2,7 +2,7 @@
 
 #include <limits>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int64_t align4(std::int64_t bytes) {
@@ -57,4 +57,4 @@ int planeCountOf(std::uint32_t code) {
   return format == nullptr ? 1 : format->planes;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 #include "base/plane.hpp"
 #include "tlux/image.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Where the samples of a format lie. Everything the library knows about plane geometry comes from
 // the table of these below.
@@ -131,4 +131,4 @@ inline Plane<const std::uint8_t> lumaOf(const TLUX_IMAGE& image) {
   return writableLumaOf(image);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

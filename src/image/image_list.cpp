@@ -4,7 +4,7 @@
 #include "image/rect.hpp"
 #include "platform/scratch.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 void releaseNode(TLUX_IMAGE_NODE* node, MMemMgr manager) {
@@ -71,13 +71,15 @@ TLUX_IMAGE_NODE* readCurrent(const TLUX_IMAGE_LIST* list, TLUX_IMAGE** image, st
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_InsertImageToLink_IMK(TLUX_IMAGE_LIST* list, const TLUX_IMAGE* image,
                                     const uint8_t* map, uint32_t tag1, uint32_t tag2,
                                     MMemMgr manager) noexcept {
   if (list == nullptr || image == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return tlux::insert(*list, *image, nullptr, map, {tag1, tag2}, manager);
+  return insert(*list, *image, nullptr, map, {tag1, tag2}, manager);
 }
 
 uint32_t TLUX_InsertImageToLinkROI_IMK(TLUX_IMAGE_LIST* list, const TLUX_IMAGE* image,
@@ -85,7 +87,7 @@ uint32_t TLUX_InsertImageToLinkROI_IMK(TLUX_IMAGE_LIST* list, const TLUX_IMAGE* 
                                        uint32_t tag2, MMemMgr manager) noexcept {
   if (list == nullptr || image == nullptr || rect == nullptr) return TLUX_ERR_INVALID_PARAM;
   const bool wasEmpty = list->first == nullptr;
-  const uint32_t result = tlux::insert(*list, *image, rect, map, {tag1, tag2}, manager);
+  const uint32_t result = insert(*list, *image, rect, map, {tag1, tag2}, manager);
   if (result == TLUX_OK && wasEmpty) list->current = list->first;
   return result;
 }
@@ -100,7 +102,7 @@ void SetCurrentImageToLastOne_IMK(TLUX_IMAGE_LIST* list) noexcept {
 
 int32_t GetCurrentImage_IMK(TLUX_IMAGE_LIST* list, TLUX_IMAGE** image, uint8_t** /*map*/,
                             uint32_t tags[2]) noexcept {
-  const TLUX_IMAGE_NODE* node = tlux::readCurrent(list, image, tags);
+  const TLUX_IMAGE_NODE* node = readCurrent(list, image, tags);
   if (node == nullptr) return 0;
   list->current = node->next;
   return 1;
@@ -108,7 +110,7 @@ int32_t GetCurrentImage_IMK(TLUX_IMAGE_LIST* list, TLUX_IMAGE** image, uint8_t**
 
 int32_t GetCurrentImageINV_IMK(TLUX_IMAGE_LIST* list, TLUX_IMAGE** image, uint8_t** map,
                                uint32_t tags[2]) noexcept {
-  const TLUX_IMAGE_NODE* node = tlux::readCurrent(list, image, tags);
+  const TLUX_IMAGE_NODE* node = readCurrent(list, image, tags);
   if (node == nullptr) return 0;
   if (map != nullptr) *map = node->aux;
   list->current = node->prev;
@@ -126,7 +128,7 @@ uint32_t RemoveFirstImage_IMK(TLUX_IMAGE_LIST* list, MMemMgr manager) noexcept {
     list->last = nullptr;
   }
   --list->count;
-  tlux::releaseNode(removed, manager);
+  releaseNode(removed, manager);
   return TLUX_OK;
 }
 
@@ -141,7 +143,7 @@ uint32_t RemoveLastImage_IMK(TLUX_IMAGE_LIST* list, MMemMgr manager) noexcept {
     list->current = nullptr;
   }
   --list->count;
-  tlux::releaseNode(removed, manager);
+  releaseNode(removed, manager);
   return TLUX_OK;
 }
 
@@ -149,7 +151,7 @@ void TLUX_FreeImageLink_IMK(TLUX_IMAGE_LIST* list, MMemMgr manager) noexcept {
   if (list == nullptr || list->first == nullptr) return;
   for (TLUX_IMAGE_NODE* node = list->first; node != nullptr;) {
     TLUX_IMAGE_NODE* next = node->next;
-    tlux::releaseNode(node, manager);
+    releaseNode(node, manager);
     node = next;
   }
   list->count = 0;

@@ -6,9 +6,9 @@
 
 // The tables of the 8-bit L*a*b* conversion, computed by the compiler in whole numbers, so that
 // they are the same with every one.
-namespace tlux {
+namespace tlux::detail {
 
-namespace detail {
+namespace lab {
 
 // The companding curve f of CIE L*a*b* at i / 255, in Q10: floor(1024·f + 1/128). Cube root above
 // 0.008856 (i > 2), below it the line 7.787·t + 16/116 = 7787·i / 255000 + 4/29.
@@ -48,9 +48,9 @@ constexpr std::array<std::int32_t, 1025> makeLightnessTable() {
   return table;
 }
 
-} // namespace detail
+} // namespace lab
 
-inline constexpr std::array<std::int32_t, 256> lab_cbrt_table = detail::makeCbrtTable();
-inline constexpr std::array<std::int32_t, 1025> lab_l_table = detail::makeLightnessTable();
+inline constexpr std::array<std::int32_t, 256> lab_cbrt_table = lab::makeCbrtTable();
+inline constexpr std::array<std::int32_t, 1025> lab_l_table = lab::makeLightnessTable();
 
-} // namespace tlux
+} // namespace tlux::detail

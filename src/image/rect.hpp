@@ -4,7 +4,7 @@
 
 #include "tlux/image.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // A rectangle in luma pixels; right and bottom are exclusive. 64-bit, so that no corner overflows.
 struct Rect {
@@ -33,4 +33,4 @@ inline bool isRectInImage(const Rect& rect, const TLUX_IMAGE& image) {
          rect.top >= 0 && rect.top <= rect.bottom && rect.height() <= image.height;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -8,7 +8,7 @@
 #include "base/multiversion.hpp"
 #include "image/format.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Pixels that are converted at a time, in planar arrays on the stack so that the arithmetic runs in
@@ -266,24 +266,26 @@ void showRow(const TLUX_IMAGE& frame, const ChromaPlane& chroma, const Picture& 
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_PictureToFrame(const TLUX_PICTURE* picture, const TLUX_IMAGE* frame) noexcept {
-  if (!tlux::isPair(picture, frame)) return TLUX_ERR_INVALID_PARAM;
-  const tlux::Picture source(*picture);
-  const tlux::ChromaPlane chroma(*frame);
+  if (!isPair(picture, frame)) return TLUX_ERR_INVALID_PARAM;
+  const Picture source(*picture);
+  const ChromaPlane chroma(*frame);
   for (std::int32_t y = 0; y < picture->height; y += 2) {
-    tlux::fillTwoRows(source, *frame, chroma, y);
+    fillTwoRows(source, *frame, chroma, y);
   }
   return TLUX_OK;
 }
 
 uint32_t TLUX_FrameToPicture(const TLUX_IMAGE* frame, const TLUX_PICTURE* picture) noexcept {
-  if (!tlux::isPair(picture, frame)) return TLUX_ERR_INVALID_PARAM;
-  const tlux::Picture target(*picture);
-  const tlux::ChromaPlane chroma(*frame);
+  if (!isPair(picture, frame)) return TLUX_ERR_INVALID_PARAM;
+  const Picture target(*picture);
+  const ChromaPlane chroma(*frame);
   for (std::int32_t y = 0; y < picture->height; ++y) {
-    tlux::showRow(*frame, chroma, target, y);
+    showRow(*frame, chroma, target, y);
   }
   return TLUX_OK;
 }

@@ -1,6 +1,6 @@
 #include "image/simple_image.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Rows of a borrowed block may lie on any address.
@@ -25,20 +25,20 @@ void widen(Sample* __restrict samples, const std::uint8_t* __restrict bytes, std
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void int2byte(const img* image, uint8_t* bytes) noexcept {
-  if (bytes == nullptr || !tlux::holdsSamples(image)) return;
+  if (bytes == nullptr || !holdsSamples(image)) return;
   for (std::int64_t y = 0; y < image->height; ++y) {
-    tlux::lowBytes(bytes + y * image->width, reinterpret_cast<tlux::Sample*>(image->rows[y]),
-                   image->width);
+    lowBytes(bytes + y * image->width, reinterpret_cast<Sample*>(image->rows[y]), image->width);
   }
 }
 
 void byte2int(const uint8_t* bytes, int32_t /*unused*/, img* image) noexcept {
-  if (bytes == nullptr || !tlux::holdsSamples(image)) return;
+  if (bytes == nullptr || !holdsSamples(image)) return;
   for (std::int64_t y = 0; y < image->height; ++y) {
-    tlux::widen(reinterpret_cast<tlux::Sample*>(image->rows[y]), bytes + y * image->width,
-                image->width);
+    widen(reinterpret_cast<Sample*>(image->rows[y]), bytes + y * image->width, image->width);
   }
 }

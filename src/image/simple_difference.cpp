@@ -3,7 +3,7 @@
 #include "base/multiversion.hpp"
 #include "image/simple_image.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 std::uint8_t absoluteDifference(std::uint8_t a, std::uint8_t b) {
@@ -42,17 +42,19 @@ void largestDifference(const img* out, const img* a, const Images*... others) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void img_subnorm(const img* a, const img* b, img* out) noexcept {
-  tlux::largestDifference(out, a, b);
+  largestDifference(out, a, b);
 }
 
 void img_subnorm3(const img* a, const img* b, const img* c, img* out) noexcept {
-  tlux::largestDifference(out, a, b, c);
+  largestDifference(out, a, b, c);
 }
 
 void img_subnorm2(const img* a, const img* b, const img* c, const img* d, const img* e,
                   img* out) noexcept {
-  tlux::largestDifference(out, a, b, c, d, e);
+  largestDifference(out, a, b, c, d, e);
 }

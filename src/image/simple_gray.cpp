@@ -4,7 +4,7 @@
 #include "image/bgr_chunk.hpp"
 #include "image/simple_image.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // n / 100 for n up to 25500. 41944·100 exceeds 2^22 by 96, and 96·n stays below 2^22, so the
@@ -61,12 +61,14 @@ void toOneChannel(const img* source, const img* target, GrayRow* row) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void to_gray(const img* source, img* target) noexcept {
-  tlux::toOneChannel(source, target, tlux::weightedGrayRow);
+  toOneChannel(source, target, weightedGrayRow);
 }
 
 void to_maxgray(const img* source, img* target) noexcept {
-  tlux::toOneChannel(source, target, tlux::largestChannelRow);
+  toOneChannel(source, target, largestChannelRow);
 }

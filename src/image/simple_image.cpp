@@ -5,7 +5,7 @@
 
 #include "platform/scratch.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int64_t kMaxInt = std::numeric_limits<std::int32_t>::max();
@@ -87,24 +87,26 @@ img* cloneImg(MMemMgr manager, const img& source) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 img* createimg(MMemMgr manager, int32_t width, int32_t height, int32_t depth,
                int32_t channels) noexcept {
-  return tlux::createImg(manager, width, height, depth, channels);
+  return createImg(manager, width, height, depth, channels);
 }
 
 img* createimg_pesudo(MMemMgr manager, void* data, int32_t width, int32_t height, int32_t depth,
                       int32_t channels, int32_t stride) noexcept {
   const std::int64_t size = std::int64_t{height} * stride;
-  if (data == nullptr || size > tlux::kMaxInt || size < -tlux::kMaxInt) return nullptr;
+  if (data == nullptr || size > kMaxInt || size < -kMaxInt) return nullptr;
   const img numbers{width,    height, stride,  static_cast<std::int32_t>(size),
                     channels, depth,  nullptr, nullptr};
-  return tlux::createPseudoImg(manager, static_cast<std::uint8_t*>(data), numbers);
+  return createPseudoImg(manager, static_cast<std::uint8_t*>(data), numbers);
 }
 
 img* cloneimg(MMemMgr manager, const img* image) noexcept {
-  return image == nullptr ? nullptr : tlux::cloneImg(manager, *image);
+  return image == nullptr ? nullptr : cloneImg(manager, *image);
 }
 
 void release_img(MMemMgr manager, img** image) noexcept {

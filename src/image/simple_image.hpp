@@ -4,7 +4,7 @@
 
 #include "tlux/simple_image.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Whether `rows` rows of `rowBytes` bytes each can be touched through the row table of the image.
 inline bool holds(const img* image, std::int64_t rows, std::int64_t rowBytes) {
@@ -21,4 +21,4 @@ bool holdPixelBytes(const img* first, const Images*... others) {
          (holds(others, first->height, first->width) && ...);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -2,7 +2,7 @@
 #include "image/lab_tables.hpp"
 #include "image/simple_image.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // What the look-ups of the conversion need, small enough to stay in the first-level cache: the
@@ -59,14 +59,16 @@ void labRow(std::uint8_t* to, const std::uint8_t* from, std::int32_t channels, s
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void img_lab(const img* source, img* target) noexcept {
   if (source == nullptr || source->channels < 3) return;
   const std::int64_t width = source->width;
-  if (!tlux::holds(source, source->height, width * source->channels)) return;
-  if (!tlux::holds(target, source->height, width * 3)) return;
+  if (!holds(source, source->height, width * source->channels)) return;
+  if (!holds(target, source->height, width * 3)) return;
   for (std::int32_t y = 0; y < source->height; ++y) {
-    tlux::labRow(target->rows[y], source->rows[y], source->channels, source->width);
+    labRow(target->rows[y], source->rows[y], source->channels, source->width);
   }
 }

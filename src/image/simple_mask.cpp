@@ -1,6 +1,6 @@
 #include "image/simple_image.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 void unionRow(std::uint8_t* out, std::int32_t width, const std::uint8_t* a, const std::uint8_t* b) {
@@ -10,11 +10,13 @@ void unionRow(std::uint8_t* out, std::int32_t width, const std::uint8_t* a, cons
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void img_or(const img* a, const img* b, img* out) noexcept {
-  if (!tlux::holdPixelBytes(a, b, out)) return;
+  if (!holdPixelBytes(a, b, out)) return;
   for (std::int32_t y = 0; y < a->height; ++y) {
-    tlux::unionRow(out->rows[y], a->width, a->rows[y], b->rows[y]);
+    unionRow(out->rows[y], a->width, a->rows[y], b->rows[y]);
   }
 }

@@ -4,16 +4,18 @@
 #include "platform/memory_pool.hpp"
 #include "tlux/platform.h"
 
+using namespace tlux::detail;
+
 namespace {
 
-tlux::MemoryPool* poolOf(MMemMgr manager) {
-  return static_cast<tlux::MemoryPool*>(manager);
+MemoryPool* poolOf(MMemMgr manager) {
+  return static_cast<MemoryPool*>(manager);
 }
 
 } // namespace
 
 MMemMgr MMemMgrCreate(void* buffer, uint64_t size) noexcept {
-  return tlux::MemoryPool::format(buffer, static_cast<int64_t>(size));
+  return MemoryPool::format(buffer, static_cast<int64_t>(size));
 }
 
 void MMemMgrDestroy(MMemMgr) noexcept {}

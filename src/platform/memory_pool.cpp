@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 using Block = MemoryPool::Block;
@@ -144,4 +144,4 @@ std::uint64_t MemoryPool::largestFree() const {
   return largest;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

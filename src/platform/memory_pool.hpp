@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 
-namespace tlux {
+namespace tlux::detail {
 
 // A pool inside a buffer of the caller's: blocks of 16-byte header and payload, back to back, ended
 // by a header whose size is all-ones. All state is in the headers, so a pool is just the address of
@@ -36,4 +36,4 @@ class MemoryPool {
   Block first_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

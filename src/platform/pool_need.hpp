@@ -8,7 +8,7 @@
 
 // What allocations take out of a pool, for answering how large a pool must be. Blocks that are held
 // at the same time add up; of stages that follow each other the largest counts.
-namespace tlux {
+namespace tlux::detail {
 
 // Stands for blocks that no pool can hold, since their size does not fit 32 bits. A sum of a few
 // dozen of them does not overflow.
@@ -28,4 +28,4 @@ constexpr std::int64_t poolOf(std::int64_t blocks) {
   return blocks + std::int64_t{sizeof(MemoryPool::Block)} + 7;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -7,7 +7,7 @@
 
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Allocates `bytes` from a pool or the heap. Negative sizes and sizes that a pool cannot express in
 // 32 bits are refused before the allocator is asked.
@@ -48,4 +48,4 @@ class Scratch {
   T* data_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 SimdLevel levelOfProcessor() {
@@ -42,4 +42,4 @@ SimdLevel simdLevel() {
   return static_cast<SimdLevel>(level);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

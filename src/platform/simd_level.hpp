@@ -1,6 +1,6 @@
 #pragma once
 
-namespace tlux {
+namespace tlux::detail {
 
 // The instruction sets that kernels are compiled for: what every processor of the architecture has
 // (SSE2, NEON, none), and on x86-64 two more.
@@ -31,4 +31,4 @@ const Kernels& kernels() {
   return kernelsFor<Kernels, SimdLevel::kBase>();
 }
 
-} // namespace tlux
+} // namespace tlux::detail

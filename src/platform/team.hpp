@@ -6,7 +6,7 @@
 
 #include "base/bands.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Whoever shares work: threads of the library's own, or of its caller's.
 class Team {
@@ -67,4 +67,4 @@ void shareRows(Team* team, std::int32_t height, std::int32_t partRows, Work&& wo
   });
 }
 
-} // namespace tlux
+} // namespace tlux::detail

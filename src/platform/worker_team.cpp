@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // How long somebody looks whether a wait is over before going to sleep: waking up a sleeping
@@ -190,4 +190,4 @@ void WorkerTeam::serve() {
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -10,7 +10,7 @@
 #include "platform/team.hpp"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // How many can be at work at the same time, the caller among them: the processors that this process
 // may use, at most WorkerTeam::kSize.
@@ -75,4 +75,4 @@ class WorkerTeam : public Team {
   std::atomic<std::int64_t> next_{0};
 };
 
-} // namespace tlux
+} // namespace tlux::detail

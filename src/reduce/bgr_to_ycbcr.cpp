@@ -7,7 +7,7 @@
 #include "image/bgr_chunk.hpp"
 #include "tlux/resample.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int64_t align4(std::int64_t bytes) {
@@ -96,19 +96,21 @@ void convert(const std::uint8_t* source, std::int32_t width, std::int32_t height
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void BGRToYCbCr444(const uint8_t* source, int32_t width, int32_t height,
                    uint8_t* destination) noexcept {
-  tlux::convert<tlux::Single>(source, width, height, destination, {2, 2});
+  convert<Single>(source, width, height, destination, {2, 2});
 }
 
 void ResampleImage4_BGRToYCbCr444(const uint8_t* source, int32_t width, int32_t height,
                                   uint8_t* destination) noexcept {
-  tlux::convert<tlux::MeanOfFour>(source, width, height, destination, {1, 1});
+  convert<MeanOfFour>(source, width, height, destination, {1, 1});
 }
 
 void ResampleImage8_BGRToYCbCr444(const uint8_t* source, int32_t width, int32_t height,
                                   uint8_t* destination) noexcept {
-  tlux::convert<tlux::MeanOfEight>(source, width, height, destination, {1, 1});
+  convert<MeanOfEight>(source, width, height, destination, {1, 1});
 }

@@ -4,7 +4,7 @@
 #include "base/fixed_point.hpp"
 #include "tlux/resample.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // A position along one axis that is displaced by a growing amount.
@@ -26,7 +26,9 @@ struct Displacement {
 };
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void AMF_BlendingImage422_P_UV_Line_256_x(int32_t width, int32_t height, int32_t accumulatorX,
                                           int32_t accumulatorY, int32_t stepX, int32_t stepY,
@@ -34,8 +36,8 @@ void AMF_BlendingImage422_P_UV_Line_256_x(int32_t width, int32_t height, int32_t
                                           const uint8_t* source, uint8_t* destination,
                                           int32_t shift) noexcept {
   if (source == nullptr || destination == nullptr || shift < 0 || shift > 31) return;
-  tlux::Displacement alongX{accumulatorX, stepX, shift, width};
-  tlux::Displacement alongY{accumulatorY, stepY, shift, height};
+  Displacement alongX{accumulatorX, stepX, shift, width};
+  Displacement alongY{accumulatorY, stepY, shift, height};
   for (std::int64_t x = firstX; x < endX; x += 2) {
     *destination++ = source[alongX.sampleAt(x) / 2 + pitch * alongY.sampleAt(y)];
     alongX.advanceOnePair();

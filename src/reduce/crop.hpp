@@ -6,7 +6,7 @@
 
 #include "tlux/resample.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // A rectangle by its corner and size, so that inclusive and exclusive sides cannot be confused.
 // 64 bits hold the size of any rectangle of 32-bit sides.
@@ -44,4 +44,4 @@ class OutputRows {
   std::array<std::int64_t, 3> steps_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

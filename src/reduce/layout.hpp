@@ -4,7 +4,7 @@
 
 #include "image/format.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 enum class Sampling {
   k420,       // chroma of every second row and column
@@ -32,4 +32,4 @@ constexpr Layout layoutOf(std::uint32_t code) {
           format.cbAt == 1};
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-namespace tlux {
+namespace tlux::detail {
 
 // How the samples of a sub-grid become one output. All means truncate.
 enum class Mean {
@@ -59,4 +59,4 @@ constexpr std::uint8_t meanOf(std::uint32_t sum) {
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

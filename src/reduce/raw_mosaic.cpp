@@ -3,7 +3,7 @@
 #include "reduce/mean.hpp"
 #include "reduce/reduce.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr int kFactor = 8;
@@ -75,4 +75,4 @@ void reduceRawMosaic(std::uint32_t word, const TLUX_IMAGE& source, const Crop& c
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -3,7 +3,7 @@
 #include "reduce/crop.hpp"
 #include "reduce/layout.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Reduces the whole blocks of a rectangle that is not empty; all planes are there.
 
@@ -23,4 +23,4 @@ void reduceRawMosaic(std::uint32_t arrangement, const TLUX_IMAGE& source, const 
 void widenChroma(Layout layout, const TLUX_IMAGE& source, const Crop& crop,
                  const TLUX_IMAGE& destination);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -5,7 +5,7 @@
 
 // Packed 4:2:2 is semi-planar 4:2:2 once its even and odd bytes are apart: stretches of the rows of
 // a block are separated on the stack, and go through the same row kernels as planes do.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int64_t kColumns = 512; // of a stretch
@@ -65,4 +65,4 @@ void reducePacked(int factor, const TLUX_IMAGE& source, const Crop& crop,
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -4,7 +4,7 @@
 #include "reduce/reduce.hpp"
 #include "reduce/row_reader.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // One source plane as far as the rectangle reaches into it.
@@ -108,4 +108,4 @@ void reducePlanes(Layout layout, int factor, const TLUX_IMAGE& source, const Cro
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -5,7 +5,7 @@
 #include "base/multiversion.hpp"
 #include "reduce/row_sums.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // The analyser does not see that a stretch of one step and more fills all sums that are read here.
@@ -158,4 +158,4 @@ const RowKernels& rowKernels() {
   return kRowKernels;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 
 #include "reduce/sub_grid.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // The source rows that one output row is made of, each at its first sample.
 using SourceRows = std::array<const std::uint8_t*, 3>;
@@ -59,4 +59,4 @@ struct RowKernels {
 
 const RowKernels& rowKernels();
 
-} // namespace tlux
+} // namespace tlux::detail

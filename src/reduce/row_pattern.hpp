@@ -7,7 +7,7 @@
 
 #include "reduce/sub_grid.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // The outputs of one step along a row, and the samples that each takes, counted from the start of
 // the step.
@@ -102,4 +102,4 @@ struct WordLanes {
   }
 };
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr int kMaxOutputs = 3; // of one step
@@ -83,4 +83,4 @@ void reduceRow(const RowKernel& kernel, const SourceRows& rows, const SourceRows
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

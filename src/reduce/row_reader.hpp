@@ -4,7 +4,7 @@
 
 #include "reduce/row_kernels.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Makes `outputs` outputs of rows of which `available` bytes may be read. Chroma samples that would
 // lie behind them repeat the last one. `next` are the rows that will be wanted next.
@@ -12,4 +12,4 @@ void reduceRow(const RowKernel& kernel, const SourceRows& rows, const SourceRows
                std::int64_t available, std::uint8_t* first, std::uint8_t* second,
                std::int64_t outputs);
 
-} // namespace tlux
+} // namespace tlux::detail

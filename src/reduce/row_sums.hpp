@@ -10,7 +10,7 @@
 
 // The sums of the samples that each output of a stretch of rows takes: at most twelve, so that 16
 // bits hold every sum.
-namespace tlux {
+namespace tlux::detail {
 
 static_assert(std::endian::native == std::endian::little, "words hold the first sample lowest");
 
@@ -132,4 +132,4 @@ struct StretchSums {
   }
 };
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -3,7 +3,7 @@
 #include "reduce/reduce.hpp"
 #include "reduce/sub_grid.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 bool hasPlanes(const TLUX_IMAGE& image, int count) {
@@ -84,19 +84,21 @@ std::uint32_t scaleCrop(const TLUX_IMAGE* source, TLUX_IMAGE* destination,
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_ScaleCropImage(const TLUX_IMAGE* source, TLUX_IMAGE* destination,
                              const TLUX_CROP_RECT* crop, int32_t factor) noexcept {
-  return tlux::scaleCrop(source, destination, crop, factor);
+  return scaleCrop(source, destination, crop, factor);
 }
 
-#define TLUX_RESAMPLE_DEFINE(FUNCTION, LAYOUT, N)                       \
-  void FUNCTION(const TLUX_IMAGE* source, TLUX_IMAGE* destination,      \
-                const TLUX_CROP_RECT* crop) noexcept {                  \
-    tlux::reduceImage(TLUX_FMT_##LAYOUT, N, source, destination, crop); \
+#define TLUX_RESAMPLE_DEFINE(FUNCTION, LAYOUT, N)                  \
+  void FUNCTION(const TLUX_IMAGE* source, TLUX_IMAGE* destination, \
+                const TLUX_CROP_RECT* crop) noexcept {             \
+    reduceImage(TLUX_FMT_##LAYOUT, N, source, destination, crop);  \
   }
 TLUX_RESAMPLE_DISPATCHED_MEMBERS(TLUX_RESAMPLE_DEFINE)
 TLUX_RESAMPLE_FURTHER_MEMBERS(TLUX_RESAMPLE_DEFINE)
-TLUX_RESAMPLE_DEFINE(ResampleImage_4_3_YCBCR420_P, YCBCR420_P, tlux::kFourThirds)
+TLUX_RESAMPLE_DEFINE(ResampleImage_4_3_YCBCR420_P, YCBCR420_P, kFourThirds)
 #undef TLUX_RESAMPLE_DEFINE

@@ -6,7 +6,7 @@
 #include "reduce/layout.hpp"
 #include "reduce/mean.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 inline constexpr int kMaxFactor = 14;
 // Stands where a whole factor would: the reduction by 4/3.
@@ -102,4 +102,4 @@ constexpr Reduction reductionOf(Sampling sampling, int factor) {
   return reduction;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

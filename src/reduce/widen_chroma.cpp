@@ -4,7 +4,7 @@
 #include "reduce/reduce.hpp"
 #include "reduce/row_kernels.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 void widenPlanes(Layout layout, const TLUX_IMAGE& source, const Crop& crop, const OutputRows& out) {
@@ -62,4 +62,4 @@ void widenChroma(Layout layout, const TLUX_IMAGE& source, const Crop& crop,
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 #include "region/run_table.hpp"
 #include "tlux/region.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // A row at the border of the mask, where every set pixel is marked.
@@ -57,20 +57,21 @@ void markBoundary(const Plane<const std::uint8_t>& mask, const Plane<std::uint8_
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_TRegionLabel_Boundary(const uint8_t* mask, int32_t pitch, uint32_t width,
                                     uint32_t height, uint32_t connectivity, uint8_t* boundary,
                                     int32_t boundaryPitch) noexcept {
-  using tlux::Connectivity;
-  const auto in = tlux::describePlane(mask, pitch, width, height);
-  const auto out = tlux::describePlane(boundary, boundaryPitch, width, height);
-  const bool isGood = tlux::isValid(in) && tlux::isValid(out) && tlux::isConnectivity(connectivity);
+  const auto in = describePlane(mask, pitch, width, height);
+  const auto out = describePlane(boundary, boundaryPitch, width, height);
+  const bool isGood = isValid(in) && isValid(out) && isConnectivity(connectivity);
   if (!isGood) return TLUX_ERR_INVALID_PARAM;
   if (connectivity == 4) {
-    tlux::markBoundary<Connectivity::kFour>(in, out);
+    markBoundary<Connectivity::kFour>(in, out);
   } else {
-    tlux::markBoundary<Connectivity::kEight>(in, out);
+    markBoundary<Connectivity::kEight>(in, out);
   }
   return TLUX_OK;
 }

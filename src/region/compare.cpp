@@ -5,7 +5,7 @@
 #include "region/mask_plane.hpp"
 #include "tlux/region.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 struct Counts {
@@ -46,15 +46,17 @@ TLUX_MASK_AGREEMENT compareMasks(const Plane<const std::uint8_t>& a,
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_TRegionLabel_Compare(const uint8_t* a, int32_t pitchA, const uint8_t* b,
                                    int32_t pitchB, uint32_t width, uint32_t height,
                                    TLUX_MASK_AGREEMENT* agreement) noexcept {
-  const auto planeA = tlux::describePlane(a, pitchA, width, height);
-  const auto planeB = tlux::describePlane(b, pitchB, width, height);
-  const bool isGood = tlux::isValid(planeA) && tlux::isValid(planeB) && agreement != nullptr;
+  const auto planeA = describePlane(a, pitchA, width, height);
+  const auto planeB = describePlane(b, pitchB, width, height);
+  const bool isGood = isValid(planeA) && isValid(planeB) && agreement != nullptr;
   if (!isGood) return TLUX_ERR_INVALID_PARAM;
-  *agreement = tlux::compareMasks(planeA, planeB);
+  *agreement = compareMasks(planeA, planeB);
   return TLUX_OK;
 }

@@ -6,7 +6,7 @@
 #include "region/run_table.hpp"
 #include "tlux/region.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Notes which regions of clear pixels touch the border: those are no holes.
@@ -46,12 +46,14 @@ std::uint32_t fillHoles(MMemMgr manager, const Plane<std::uint8_t>& mask, Connec
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_TRegionLabel_FillHoles(MMemMgr manager, uint8_t* mask, int32_t pitch, uint32_t width,
                                      uint32_t height, uint32_t connectivity,
                                      uint32_t* filled) noexcept {
-  const auto plane = tlux::describePlane(mask, pitch, width, height);
-  if (!tlux::isValid(plane) || !tlux::isConnectivity(connectivity)) return TLUX_ERR_INVALID_PARAM;
-  return tlux::fillHoles(manager, plane, static_cast<tlux::Connectivity>(connectivity), filled);
+  const auto plane = describePlane(mask, pitch, width, height);
+  if (!isValid(plane) || !isConnectivity(connectivity)) return TLUX_ERR_INVALID_PARAM;
+  return fillHoles(manager, plane, static_cast<Connectivity>(connectivity), filled);
 }

@@ -7,7 +7,7 @@
 #include "region/run_table.hpp"
 #include "tlux/region.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Fills [begin, end). Most runs of a noisy mask are shorter than a step, so that a loop of exact
@@ -52,20 +52,21 @@ std::uint32_t labelRegions(MMemMgr manager, const Plane<const std::uint8_t>& mas
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TRegionLabel_RegionLabel4(MMemMgr manager, const uint8_t* mask, int32_t pitch,
                                    uint32_t width, uint32_t height, uint32_t* labels,
                                    int32_t labelPitch, uint32_t* count) noexcept {
-  return tlux::labelRegions(manager, tlux::describePlane(mask, pitch, width, height),
-                            tlux::describePlane(labels, labelPitch, width, height), count,
-                            tlux::Connectivity::kFour);
+  return labelRegions(manager, describePlane(mask, pitch, width, height),
+                      describePlane(labels, labelPitch, width, height), count, Connectivity::kFour);
 }
 
 uint32_t TRegionLabel_RegionLabel8(MMemMgr manager, const uint8_t* mask, int32_t pitch,
                                    uint32_t width, uint32_t height, uint32_t* labels,
                                    int32_t labelPitch, uint32_t* count) noexcept {
-  return tlux::labelRegions(manager, tlux::describePlane(mask, pitch, width, height),
-                            tlux::describePlane(labels, labelPitch, width, height), count,
-                            tlux::Connectivity::kEight);
+  return labelRegions(manager, describePlane(mask, pitch, width, height),
+                      describePlane(labels, labelPitch, width, height), count,
+                      Connectivity::kEight);
 }

@@ -6,7 +6,7 @@
 
 #include "base/plane.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // The plane that a caller describes. Sizes beyond 31 bits become negative: see isValid().
 template <class T>
@@ -29,4 +29,4 @@ bool isValid(const Plane<T>& plane) {
   return isAligned && step >= rowBytes && plane.height <= kMaxPixels / plane.width;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

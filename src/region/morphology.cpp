@@ -16,7 +16,7 @@
 // The columns are recurrences from row to row. The rows would be scans from pixel to pixel, which
 // no vector unit likes; since only distances up to the radius matter, they are found in
 // log2(radius) sweeps instead, each of which doubles the reach.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr int kMaxRadius = 253;
@@ -266,16 +266,18 @@ std::uint32_t applyInside(std::uint8_t* mask, std::ptrdiff_t pitch, const TLUX_M
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_ErodeEx(uint8_t* mask, int32_t pitch, uint32_t width, uint32_t height, int32_t radius,
                       const TLUX_MASK_RECT* rect) noexcept {
   const TLUX_MASK_RECT area = rect != nullptr ? *rect : TLUX_MASK_RECT{0, 0, width, height};
-  return tlux::applyInside(mask, pitch, area, radius, false);
+  return applyInside(mask, pitch, area, radius, false);
 }
 
 uint32_t TLUX_DilateEx(uint8_t* mask, uint32_t pitch, uint32_t width, uint32_t height,
                        int32_t radius, const TLUX_MASK_RECT* rect) noexcept {
   const TLUX_MASK_RECT area = rect != nullptr ? *rect : TLUX_MASK_RECT{0, 0, width, height};
-  return tlux::applyInside(mask, pitch, area, radius, true);
+  return applyInside(mask, pitch, area, radius, true);
 }

@@ -3,7 +3,7 @@
 #include <bit>
 #include <cstring>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::ptrdiff_t kGroup = 8; // pixels that one byte of bits stands for
@@ -60,4 +60,4 @@ PackedMask::PackedMask(MMemMgr manager, const Plane<const std::uint8_t>& mask, P
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 #include "base/plane.hpp"
 #include "platform/scratch.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Which pixels of a mask are looked at.
 enum class Pixels : std::uint8_t { kSet, kClear };
@@ -28,4 +28,4 @@ class PackedMask {
   Scratch<std::uint64_t> words_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 #include "region/run_table.hpp"
 #include "tlux/region.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 std::uint32_t clearSmall(const RunTable& table, const std::uint32_t* areas,
@@ -39,13 +39,14 @@ std::uint32_t removeSmall(MMemMgr manager, const Plane<std::uint8_t>& mask,
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_TRegionLabel_RemoveSmall(MMemMgr manager, uint8_t* mask, int32_t pitch,
                                        uint32_t width, uint32_t height, uint32_t connectivity,
                                        uint32_t minimumArea, uint32_t* removed) noexcept {
-  const auto plane = tlux::describePlane(mask, pitch, width, height);
-  if (!tlux::isValid(plane) || !tlux::isConnectivity(connectivity)) return TLUX_ERR_INVALID_PARAM;
-  return tlux::removeSmall(manager, plane, static_cast<tlux::Connectivity>(connectivity),
-                           minimumArea, removed);
+  const auto plane = describePlane(mask, pitch, width, height);
+  if (!isValid(plane) || !isConnectivity(connectivity)) return TLUX_ERR_INVALID_PARAM;
+  return removeSmall(manager, plane, static_cast<Connectivity>(connectivity), minimumArea, removed);
 }

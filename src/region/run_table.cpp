@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <bit>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Bits where a row changes between clear and set, by 64 pixels: each run has one at its begin and
@@ -121,4 +121,4 @@ std::uint32_t RunTable::join(Connectivity connectivity) {
   return numberRegions(regions_.get(), count);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

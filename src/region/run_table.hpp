@@ -6,7 +6,7 @@
 #include "platform/scratch.hpp"
 #include "region/packed_mask.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Neighbouring pixels of a row with nothing between them, as columns; the end is exclusive.
 struct Run {
@@ -73,4 +73,4 @@ class RunTable {
   Scratch<std::uint32_t> regions_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

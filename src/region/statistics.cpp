@@ -7,7 +7,7 @@
 #include "region/run_table.hpp"
 #include "tlux/region.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // While pixels are counted, the centroid fields hold sums.
@@ -56,14 +56,16 @@ void measureRegions(const Plane<const std::uint32_t>& labels, std::span<TLUX_REG
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_TRegionLabel_Statistics(const uint32_t* labels, int32_t labelPitch, uint32_t width,
                                       uint32_t height, TLUX_REGION* regions,
                                       uint32_t count) noexcept {
-  const auto plane = tlux::describePlane(labels, labelPitch, width, height);
-  const bool isGood = tlux::isValid(plane) && (regions != nullptr || count == 0);
+  const auto plane = describePlane(labels, labelPitch, width, height);
+  const bool isGood = isValid(plane) && (regions != nullptr || count == 0);
   if (!isGood) return TLUX_ERR_INVALID_PARAM;
-  tlux::measureRegions(plane, {regions, count});
+  measureRegions(plane, {regions, count});
   return TLUX_OK;
 }

@@ -6,7 +6,7 @@
 
 // The two taps of a sample are loaded as one 16-bit word, and so lie in lanes of the width that the
 // arithmetic has.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 std::uint16_t tapPair(const std::uint8_t* taps, std::ptrdiff_t sample) {
@@ -100,4 +100,4 @@ void CentreAligned::alongY(const RowsBelow<CentreAligned>& rows,
   centreAlignedAlongY(rows[0], rows[1], weights[0], count, out);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -2,7 +2,7 @@
 
 #include "resize/interpolate.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Truncated Q8: output sample i lies at i·floor(256·input / output) / 256.
 class CornerAligned {
@@ -61,4 +61,4 @@ class CentreAligned {
   std::int64_t outputs_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -3,7 +3,7 @@
 #include "resize/interpolate.hpp"
 #include "tlux/resize.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 inline constexpr int kCubicPhases = TLUX_CUBIC_PHASES;
 
@@ -67,4 +67,4 @@ class Cubic {
   const std::int16_t* table_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

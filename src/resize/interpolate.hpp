@@ -8,7 +8,7 @@
 #include <limits>
 #include <utility>
 
-namespace tlux {
+namespace tlux::detail {
 
 // Separable interpolation of bytes without memory of its own: the machine of every resizer.
 //
@@ -284,4 +284,4 @@ void interpolate(const Axis<Policy>& x, const Axis<Policy>& y, const SampleLayou
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -3,9 +3,11 @@
 #include "resize/resize_plane.hpp"
 #include "tlux/resize.h"
 
+using namespace tlux::detail;
+
 uint32_t asfImageResize_BL(const TLUX_IMAGE* source, TLUX_IMAGE* target) noexcept {
   const int32_t rows = target == nullptr ? 0 : target->height;
-  return tlux::resizeImage<tlux::CentreAligned>(source, target, {0, rows});
+  return resizeImage<CentreAligned>(source, target, {0, rows});
 }
 
 uint32_t asfImageResize_BL_Piece(const TLUX_IMAGE* source, TLUX_IMAGE* target, int32_t firstRow,
@@ -13,12 +15,12 @@ uint32_t asfImageResize_BL_Piece(const TLUX_IMAGE* source, TLUX_IMAGE* target, i
   if (target == nullptr || firstRow < 0 || endRow < firstRow || endRow > target->height) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return tlux::resizeImage<tlux::CentreAligned>(source, target, {firstRow, endRow});
+  return resizeImage<CentreAligned>(source, target, {firstRow, endRow});
 }
 
 uint32_t asfImageResize_BL_C1(const uint8_t* source, int32_t sourceWidth, int32_t sourceHeight,
                               int32_t sourceStride, uint8_t* target, int32_t targetWidth,
                               int32_t targetHeight, int32_t targetStride) noexcept {
-  return tlux::resizePlane<tlux::CentreAligned>({source, sourceWidth, sourceHeight, sourceStride},
-                                                {target, targetWidth, targetHeight, targetStride});
+  return resizePlane<CentreAligned>({source, sourceWidth, sourceHeight, sourceStride},
+                                    {target, targetWidth, targetHeight, targetStride});
 }

@@ -4,7 +4,7 @@
 #include "base/multiversion.hpp"
 #include "resize/resize_plane.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::size_t kTableSize = TLUX_CUBIC_TABLE_SIZE;
@@ -70,11 +70,13 @@ void Cubic::alongY(const RowsBelow<Cubic>& rows, const Weights<Cubic>& weights,
   cubicAlongY(rows, weights, count, out);
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t InitCubicCoeffTab(int16_t* table, int32_t a) noexcept {
   if (table == nullptr || a < -256 || a > 0) return TLUX_ERR_INVALID_PARAM;
-  tlux::fillCubicTable(table, a);
+  fillCubicTable(table, a);
   return TLUX_OK;
 }
 
@@ -83,13 +85,13 @@ uint32_t Resize_Bicubic_8u_C1(const uint8_t* source, int32_t sourceWidth, int32_
                               int32_t targetHeight, int32_t targetStride,
                               const int16_t* table) noexcept {
   if (table == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return tlux::resizePlane<tlux::Cubic>({source, sourceWidth, sourceHeight, sourceStride},
-                                        {target, targetWidth, targetHeight, targetStride}, table);
+  return resizePlane<Cubic>({source, sourceWidth, sourceHeight, sourceStride},
+                            {target, targetWidth, targetHeight, targetStride}, table);
 }
 
 uint32_t ImageResize_Cubic_C1(const uint8_t* source, int32_t sourceWidth, int32_t sourceHeight,
                               int32_t sourceStride, uint8_t* target, int32_t targetWidth,
                               int32_t targetHeight, int32_t targetStride) noexcept {
   return Resize_Bicubic_8u_C1(source, sourceWidth, sourceHeight, sourceStride, target, targetWidth,
-                              targetHeight, targetStride, tlux::kCubicTable.data());
+                              targetHeight, targetStride, kCubicTable.data());
 }

@@ -2,7 +2,7 @@
 
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 RowRange rowsOf(const ComponentPlane& plane, const Component& component, const RowRange& range) {
   const auto rowAt = [&](std::int64_t lumaRow) {
@@ -47,4 +47,4 @@ void fillNeutral(const ComponentPlane& target, const Component& component, const
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

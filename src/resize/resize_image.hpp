@@ -5,7 +5,7 @@
 #include "image/component.hpp"
 #include "resize/interpolate.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Rows [first, end) of an image.
 struct RowRange {
@@ -76,4 +76,4 @@ std::uint32_t resizeImage(const TLUX_IMAGE* source, const TLUX_IMAGE* target,
   return TLUX_OK;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -1,7 +1,7 @@
 #include "resize/resize_image.hpp"
 #include "tlux/resize.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // The input sample in whose area the centre of output sample i lies: (i + 1/2)·input / output,
@@ -30,9 +30,11 @@ class Nearest {
 };
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t asfImageResize_NN(const TLUX_IMAGE* source, TLUX_IMAGE* target) noexcept {
   const int32_t rows = target == nullptr ? 0 : target->height;
-  return tlux::resizeImage<tlux::Nearest>(source, target, {0, rows});
+  return resizeImage<Nearest>(source, target, {0, rows});
 }

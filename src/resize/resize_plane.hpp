@@ -4,7 +4,7 @@
 #include "resize/interpolate.hpp"
 #include "tlux/base.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 template <class T>
 bool isResizable(const Plane<T>& plane) {
@@ -24,4 +24,4 @@ std::uint32_t resizePlane(const Plane<const std::uint8_t>& source,
   return TLUX_OK;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -2,7 +2,7 @@
 #include "resize/bilinear.hpp"
 #include "tlux/resize.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 void resizeSimple(const img* source, const img* target) {
@@ -21,14 +21,16 @@ void resizeSimple(const img* source, const img* target) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void resize_a(const img* source, img* target) noexcept {
-  tlux::resizeSimple(source, target);
+  resizeSimple(source, target);
 }
 
 void resize_bgr(const img* source, img* target) noexcept {
-  tlux::resizeSimple(source, target);
+  resizeSimple(source, target);
 }
 
 uint32_t resize_C1(MMemMgr, const img* source, img* target) noexcept {

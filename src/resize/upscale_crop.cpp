@@ -6,7 +6,7 @@
 #include "resize/resize_plane.hpp"
 #include "tlux/upscale.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Output sample i is sample `origin` + i of the eightfold enlargement of upsample_line.hpp: the
@@ -89,11 +89,12 @@ std::uint32_t upscaleCrop(const TLUX_IMAGE* low, const Corner& corner, const TLU
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_UpscaleCalLine8s(const uint8_t* upper, const uint8_t* lower, int32_t lowWidth,
                                int32_t phase, uint8_t* line) noexcept {
-  using namespace tlux;
   constexpr std::int32_t kMostLow = std::numeric_limits<std::int32_t>::max() / kUpsampling;
   if (upper == nullptr || lower == nullptr || line == nullptr) return TLUX_ERR_INVALID_PARAM;
   if (lowWidth < 1 || lowWidth > kMostLow) return TLUX_ERR_INVALID_PARAM;
@@ -110,11 +111,11 @@ uint32_t TLUX_UpscaleCalLine8s(const uint8_t* upper, const uint8_t* lower, int32
 uint32_t UpcaleCropGray(const uint8_t* low, int32_t lowWidth, int32_t lowHeight, int32_t lowStride,
                         int32_t left, int32_t top, uint8_t* target, int32_t targetWidth,
                         int32_t targetHeight, int32_t targetStride) noexcept {
-  return tlux::upscaleCrop({low, lowWidth, lowHeight, lowStride}, {left, top},
-                           {target, targetWidth, targetHeight, targetStride});
+  return upscaleCrop({low, lowWidth, lowHeight, lowStride}, {left, top},
+                     {target, targetWidth, targetHeight, targetStride});
 }
 
 uint32_t UpcaleCropImage(const TLUX_IMAGE* low, int32_t left, int32_t top,
                          TLUX_IMAGE* target) noexcept {
-  return tlux::upscaleCrop(low, {left, top}, target);
+  return upscaleCrop(low, {left, top}, target);
 }

@@ -6,7 +6,7 @@
 #include "base/multiversion.hpp"
 #include "tlux/statistics.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Returns the sum of the outputs as a signed number that wraps in 32 bits: log planes are
@@ -52,12 +52,14 @@ double downscale2x2(Plane<const std::int16_t> source, Plane<std::int16_t> destin
   return total / (destination.height * columns);
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void AME_Downscale2x2_lines(const int16_t* upper, const int16_t* lower, int32_t count,
                             int16_t* output, uint32_t* sum) noexcept {
   if (upper == nullptr || lower == nullptr || output == nullptr || sum == nullptr) return;
-  *sum = static_cast<uint32_t>(tlux::halveRows(upper, lower, count, output));
+  *sum = static_cast<uint32_t>(halveRows(upper, lower, count, output));
 }
 
 void AME_Downscale2x2(const int16_t* source, int32_t sourceWidth, int32_t sourceHeight,
@@ -66,8 +68,7 @@ void AME_Downscale2x2(const int16_t* source, int32_t sourceWidth, int32_t source
   if (source == nullptr || destination == nullptr) return;
   if (sourceWidth < 1 || sourceHeight < 1 || destinationWidth < 1 || destinationHeight < 1) return;
   if (sourceWidth / 2 > destinationWidth || sourceHeight / 2 > destinationHeight) return;
-  const double result =
-      tlux::downscale2x2(tlux::packedPlane(source, sourceWidth, sourceHeight),
-                         tlux::packedPlane(destination, destinationWidth, destinationHeight));
+  const double result = downscale2x2(packedPlane(source, sourceWidth, sourceHeight),
+                                     packedPlane(destination, destinationWidth, destinationHeight));
   if (mean != nullptr) *mean = result;
 }

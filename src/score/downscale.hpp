@@ -4,10 +4,10 @@
 
 #include "base/plane.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Halves a plane by 2×2 box means and returns the mean of what was written, before rounding. The
 // destination holds at least source size / 2; both are packed and not empty.
 double downscale2x2(Plane<const std::int16_t> source, Plane<std::int16_t> destination);
 
-} // namespace tlux
+} // namespace tlux::detail

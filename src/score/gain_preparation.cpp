@@ -3,7 +3,7 @@
 #include "tlux/retinex.h"
 
 // From the samples of an image to its scores.
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 bool hasImage(const TLUX_TONEMAP_CONTEXT* context) {
@@ -65,21 +65,23 @@ std::uint32_t scoreMosaic(MMemMgr manager, TLUX_TONEMAP_CONTEXT& context) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t GenerateTonemapping(MMemMgr manager, TLUX_TONEMAP_CONTEXT* context) noexcept {
-  if (!tlux::hasImage(context) || context->codeToLinear == nullptr) return TLUX_ERR_INVALID_PARAM;
+  if (!hasImage(context) || context->codeToLinear == nullptr) return TLUX_ERR_INVALID_PARAM;
   const TLUX_IMAGE& image = *context->source;
   const int64_t bytes = int64_t{image.pitch[0]} * image.height;
-  if (image.pitch[0] < 0 || tlux::pixelsOf(*context) > bytes) return TLUX_ERR_INVALID_PARAM;
-  return tlux::scoreLuma(manager, *context);
+  if (image.pitch[0] < 0 || pixelsOf(*context) > bytes) return TLUX_ERR_INVALID_PARAM;
+  return scoreLuma(manager, *context);
 }
 
 uint32_t TLUX_GenerateTonemappingBayer(MMemMgr manager, TLUX_TONEMAP_CONTEXT* context) noexcept {
-  if (!tlux::hasImage(context)) return TLUX_ERR_INVALID_PARAM;
+  if (!hasImage(context)) return TLUX_ERR_INVALID_PARAM;
   const TLUX_IMAGE& image = *context->source;
   if (context->width > image.pitch[0] || context->height > image.height) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return tlux::scoreMosaic(manager, *context);
+  return scoreMosaic(manager, *context);
 }

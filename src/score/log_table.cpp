@@ -5,7 +5,7 @@
 #include "base/multiversion.hpp"
 #include "tlux/statistics.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 TLUX_MULTIVERSION void shiftSamples(Plane<std::int16_t> plane, std::int32_t offset) {
   const auto low = static_cast<std::uint16_t>(offset);
@@ -17,25 +17,26 @@ TLUX_MULTIVERSION void shiftSamples(Plane<std::int16_t> plane, std::int32_t offs
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 int32_t AME_LogTable_mageMean(const int16_t* source, int16_t* destination, const uint32_t* table,
                               int32_t width, int32_t height) noexcept {
   if (source == nullptr || destination == nullptr || table == nullptr) return 0;
-  return tlux::convertSamples(tlux::packedPlane(source, width, height),
-                              tlux::packedPlane(destination, width, height),
-                              [table](int16_t v) { return table[v]; });
+  return convertSamples(packedPlane(source, width, height), packedPlane(destination, width, height),
+                        [table](int16_t v) { return table[v]; });
 }
 
 int32_t AME_LogTable_mageMean2(int16_t* plane, const uint16_t* table, int32_t width,
                                int32_t height) noexcept {
   if (plane == nullptr || table == nullptr) return 0;
-  const auto samples = tlux::packedPlane(plane, width, height);
-  return tlux::convertSamples(samples, samples,
-                              [table](int16_t v) { return table[2 * (std::max<int>(v, 0) + 64)]; });
+  const auto samples = packedPlane(plane, width, height);
+  return convertSamples(samples, samples,
+                        [table](int16_t v) { return table[2 * (std::max<int>(v, 0) + 64)]; });
 }
 
 void AME_Adjust_meanLogLum(int16_t* plane, int32_t value, int32_t width, int32_t height) noexcept {
   if (plane == nullptr) return;
-  tlux::shiftSamples(tlux::packedPlane(plane, width, height), value);
+  shiftSamples(packedPlane(plane, width, height), value);
 }

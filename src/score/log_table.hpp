@@ -5,7 +5,7 @@
 #include "base/plane.hpp"
 #include "score/mean.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Replaces every sample by convert(sample) and returns the mean of the row means of the results.
 // `destination` may be `source`. With a team, rows are shared.
@@ -28,4 +28,4 @@ std::int32_t convertSamples(Plane<Sample> source, Plane<std::int16_t> destinatio
 // Subtracts an offset from every sample, with 16-bit wrap-around.
 void shiftSamples(Plane<std::int16_t> plane, std::int32_t offset);
 
-} // namespace tlux
+} // namespace tlux::detail

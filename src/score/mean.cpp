@@ -5,7 +5,7 @@
 #include "base/multiversion.hpp"
 #include "tlux/statistics.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 TLUX_MULTIVERSION std::int32_t sumOf(const std::int16_t* row, std::ptrdiff_t width) {
@@ -46,17 +46,19 @@ MeanAndRange meanAndRangeOf(Plane<const std::int16_t> plane) {
   return {meanOf(plane), range.minimum, range.maximum};
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 int32_t AME_ImageMean(const int16_t* samples, int32_t width, int32_t height, uint32_t* minimum,
                       uint32_t* maximum) noexcept {
-  const auto plane = tlux::packedPlane(samples, width, samples == nullptr ? 0 : height);
-  const tlux::MeanAndRange result = tlux::meanAndRangeOf(plane);
+  const auto plane = packedPlane(samples, width, samples == nullptr ? 0 : height);
+  const MeanAndRange result = meanAndRangeOf(plane);
   if (minimum != nullptr) *minimum = static_cast<uint32_t>(result.minimum);
   if (maximum != nullptr) *maximum = static_cast<uint32_t>(result.maximum);
   return result.mean;
 }
 
 int32_t AME_ImageMeanNoMax(const int16_t* samples, int32_t width, int32_t height) noexcept {
-  return tlux::meanOf(tlux::packedPlane(samples, width, samples == nullptr ? 0 : height));
+  return meanOf(packedPlane(samples, width, samples == nullptr ? 0 : height));
 }

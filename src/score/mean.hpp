@@ -7,7 +7,7 @@
 #include "base/plane.hpp"
 #include "platform/team.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Mean of the row means. rowSum(y) returns the wrapping 32-bit sum of row y; both divisions
 // truncate toward zero. Passes that change every sample hand in the sum of what they wrote. With a
@@ -38,4 +38,4 @@ struct MeanAndRange {
 
 MeanAndRange meanAndRangeOf(Plane<const std::int16_t> plane);
 
-} // namespace tlux
+} // namespace tlux::detail

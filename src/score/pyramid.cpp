@@ -7,7 +7,7 @@
 #include "score/smooth_double_blend.hpp"
 #include "tlux/statistics.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr double kBlendStart = 0.9; // share of its own content kept by the second smallest level
@@ -178,11 +178,13 @@ PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
   return outcome;
 }
 
-} // namespace tlux
+} // namespace tlux::detail
 
-const double PF_BLEND_START = tlux::kBlendStart;
-const double PF_BLEND_DIV = tlux::kBlendDecay;
-const int32_t SDB_TEMP_ADD_COLS = tlux::kRowPadding;
+using namespace tlux::detail;
+
+const double PF_BLEND_START = kBlendStart;
+const double PF_BLEND_DIV = kBlendDecay;
+const int32_t SDB_TEMP_ADD_COLS = kRowPadding;
 const double PF_EXP_LIMIT = 1.0;
 const int32_t PF_ISO_LIMIT = 400;
 
@@ -193,13 +195,11 @@ void AME_PyramidFilter(MMemMgr manager, uint32_t statistics[3], const int16_t* s
   if (width < 1 || height < 1 || outputWidth < 1 || outputHeight < 1) return;
   if (int64_t{outputWidth} * outputHeight > int64_t{width} * height) return;
 
-  tlux::MeanAndRange measured{0, 0, 0};
-  const tlux::PyramidOutcome outcome =
-      tlux::smoothPyramid(manager, tlux::packedPlane(source, width, height),
-                          tlux::packedPlane(output, outputWidth, outputHeight),
-                          {scratch, scratchLength}, &measured, nullptr);
-  const bool finished =
-      outcome == tlux::PyramidOutcome::kDone || outcome == tlux::PyramidOutcome::kNoLevel;
+  MeanAndRange measured{0, 0, 0};
+  const PyramidOutcome outcome = smoothPyramid(manager, packedPlane(source, width, height),
+                                               packedPlane(output, outputWidth, outputHeight),
+                                               {scratch, scratchLength}, &measured, nullptr);
+  const bool finished = outcome == PyramidOutcome::kDone || outcome == PyramidOutcome::kNoLevel;
   if (!finished || statistics == nullptr) return;
   statistics[0] = static_cast<uint32_t>(measured.mean);
   statistics[1] = static_cast<uint32_t>(measured.minimum);

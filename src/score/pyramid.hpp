@@ -8,7 +8,7 @@
 #include "score/steadiness.hpp"
 #include "tlux/base.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // One halved level of the pyramid.
 struct AmePyramidLevel {
@@ -47,4 +47,4 @@ PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
                              MeanAndRange* statistics, Team* team,
                              FollowedLevels* followed = nullptr);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -16,7 +16,7 @@
 #include "score/score_tables.hpp"
 #include "tlux/retinex.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 using Samples = Plane<std::int16_t>;
@@ -148,10 +148,12 @@ std::int64_t scorePoolBytes(std::int32_t width, std::int32_t height) {
   return poolBlock(samples * std::int64_t{sizeof(std::int16_t)}) + pyramidPoolBytes(width, height);
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t AME_GenerateRetinexLogGain(MMemMgr manager, void* workBuf, int16_t* logLuma, int32_t width,
                                     int32_t height, uint16_t* scoreOut) noexcept {
   if (logLuma == nullptr || scoreOut == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return tlux::scoreFrame(manager, workBuf, {logLuma, scoreOut, width, height});
+  return scoreFrame(manager, workBuf, {logLuma, scoreOut, width, height});
 }

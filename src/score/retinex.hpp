@@ -7,7 +7,7 @@
 #include "score/steadiness.hpp"
 #include "tlux/base.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Linear light, replaced by log luminance, and the scores made of it; packed, of one size.
 struct RetinexFrame {
@@ -50,4 +50,4 @@ std::array<std::int16_t, 256> logLumaOfCodes(const std::uint16_t* degamma);
 // What scoreFrame() without a work buffer takes out of a pool.
 std::int64_t scorePoolBytes(std::int32_t width, std::int32_t height);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -7,7 +7,7 @@
 #include "base/multiversion.hpp"
 #include "tlux/statistics.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // In pieces: the reciprocals are looked up first, which leaves a loop of plain arithmetic. The
@@ -47,15 +47,16 @@ void computeScore(const ScorePlanes& planes, const std::uint32_t* reciprocals,
   });
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void AME_Generate_Score(const int16_t* logLuma, const int16_t* base, uint16_t* output,
                         const int16_t* deviation, const uint32_t* reciprocals, int32_t width,
                         int32_t height, int32_t contrast) noexcept {
   if (logLuma == nullptr || base == nullptr || output == nullptr) return;
   if (deviation == nullptr || reciprocals == nullptr) return;
-  tlux::computeScore(
-      {tlux::packedPlane(logLuma, width, height), tlux::packedPlane(base, width, height),
-       tlux::packedPlane(deviation, width, height)},
-      reciprocals, contrast, tlux::packedPlane(output, width, height));
+  computeScore({packedPlane(logLuma, width, height), packedPlane(base, width, height),
+                packedPlane(deviation, width, height)},
+               reciprocals, contrast, packedPlane(output, width, height));
 }

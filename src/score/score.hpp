@@ -5,7 +5,7 @@
 #include "base/plane.hpp"
 #include "platform/team.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // The planes that a score is made of, all of one size.
 struct ScorePlanes {
@@ -19,4 +19,4 @@ struct ScorePlanes {
 void computeScore(const ScorePlanes& planes, const std::uint32_t* reciprocals,
                   std::int32_t contrast, Plane<std::uint16_t> score, Team* team = nullptr);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -5,7 +5,7 @@
 #include "score/log_table.hpp"
 #include "score/retinex.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 bool scoreReference(MMemMgr manager, Team& team, Plane<const std::uint8_t> reference,
                     const std::uint16_t* degamma, std::uint16_t* scores) {
   const std::int64_t pixels = std::int64_t{reference.width} * reference.height;
@@ -25,4 +25,4 @@ std::int64_t scoreReferencePoolBytes(std::int32_t width, std::int32_t height) {
          scorePoolBytes(width, height);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 #include "platform/team.hpp"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Writes the Retinex score of every luma code of the reference frame: packed rows of the 16-bit
 // patterns that index a gain table. `degamma` takes codes to linear light (12 bit). False when the
@@ -17,4 +17,4 @@ namespace tlux {
 // What scoreReference() takes out of a pool.
 std::int64_t scoreReferencePoolBytes(std::int32_t width, std::int32_t height);
 
-} // namespace tlux
+} // namespace tlux::detail

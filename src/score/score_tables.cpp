@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // ln(n + 1) − ln(n) = 2·(z + z³/3 + z⁵/5 + …) with z = 1 / (2n + 1). From n = 30 on, the terms left
@@ -52,4 +52,4 @@ constexpr std::array<std::uint32_t, kDeviationLevels> kReciprocalTable = makeRec
 
 static_assert(kDeviationTable.front() == 256 && kDeviationTable.back() == kDeviationLevels - 1);
 
-} // namespace tlux
+} // namespace tlux::detail

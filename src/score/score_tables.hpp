@@ -4,7 +4,7 @@
 #include <cstdint>
 
 // The non-linear steps of the score as constant tables, made by the compiler.
-namespace tlux {
+namespace tlux::detail {
 
 // Linear light v to log luminance, trunc(1024·ln(v + 30)). The 30 keeps noise in the dark from
 // being stretched.
@@ -20,4 +20,4 @@ extern const std::array<std::int16_t, kEnergyLevels> kDeviationTable;
 inline constexpr std::int32_t kDeviationLevels = 5799; // 1 + the largest entry of kDeviationTable
 extern const std::array<std::uint32_t, kDeviationLevels> kReciprocalTable;
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -7,7 +7,7 @@
 #include "base/multiversion.hpp"
 #include "tlux/statistics.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::ptrdiff_t kPad = kRowPadding / 2;
@@ -253,7 +253,9 @@ void smoothDoubleBlend(Plane<const std::int16_t> small, Plane<const std::int16_t
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 void AME_SmoothDoubleBlend(const int16_t* small, int32_t smallWidth, int32_t smallHeight,
                            const int16_t* large, int16_t* output, int32_t largeWidth,
@@ -261,8 +263,8 @@ void AME_SmoothDoubleBlend(const int16_t* small, int32_t smallWidth, int32_t sma
                            double largeWeight) noexcept {
   if (small == nullptr || large == nullptr || output == nullptr || scratch == nullptr) return;
   if (smallWidth < 1 || smallHeight < 1 || largeWidth < 1 || largeHeight < 1) return;
-  tlux::smoothDoubleBlend(tlux::packedPlane(small, smallWidth, smallHeight),
-                          tlux::packedPlane(large, largeWidth, largeHeight),
-                          tlux::packedPlane(output, largeWidth, largeHeight), {0, largeHeight},
-                          scratch, enlargedWeight, largeWeight);
+  smoothDoubleBlend(packedPlane(small, smallWidth, smallHeight),
+                    packedPlane(large, largeWidth, largeHeight),
+                    packedPlane(output, largeWidth, largeHeight), {0, largeHeight}, scratch,
+                    enlargedWeight, largeWeight);
 }

@@ -5,7 +5,7 @@
 #include "base/bands.hpp"
 #include "base/plane.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Samples that a row buffer is longer than its row: two at each end, which repeat the end.
 inline constexpr std::int32_t kRowPadding = 4;
@@ -22,4 +22,4 @@ void smoothDoubleBlend(Plane<const std::int16_t> small, Plane<const std::int16_t
                        Plane<std::int16_t> output, Band rows, std::int16_t* scratch,
                        double enlargedWeight, double largeWeight);
 
-} // namespace tlux
+} // namespace tlux::detail

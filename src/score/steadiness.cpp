@@ -6,7 +6,7 @@
 #include "base/fixed_point.hpp"
 #include "score/retinex.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // A change of the mean log luminance by more than half a stop, 1024 · ln(2) / 2, is a cut. The mean
@@ -54,4 +54,4 @@ std::int32_t Steadiness::followContrast(std::int32_t contrast) {
   return rounded(contrast_.follow(static_cast<float>(contrast), share_));
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 
 #include "base/plane.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // A number that follows another by way of a third, each moving by a share of what is missing:
 //
@@ -84,4 +84,4 @@ class Steadiness {
   FollowedLevels energy_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

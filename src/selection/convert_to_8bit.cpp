@@ -3,7 +3,7 @@
 #include "tlux/platform.h"
 #include "tlux/statistics.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 void convertTo8Bit(const std::int64_t* source, std::int64_t width, std::int64_t height,
@@ -23,12 +23,14 @@ void convertTo8Bit(const std::int64_t* source, std::int64_t width, std::int64_t 
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 int32_t AME_ConvertTo8Bit(uint8_t* destination, const int64_t* source, int64_t width,
                           int64_t height, const uint8_t* table) noexcept {
   if (destination == nullptr || source == nullptr || table == nullptr) return 0;
   if (width < 1 || height < 1) return 0;
-  tlux::convertTo8Bit(source, width, height, table, destination);
+  convertTo8Bit(source, width, height, table, destination);
   return 0;
 }

@@ -5,7 +5,7 @@
 #include "tlux/platform.h"
 #include "tlux/statistics.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr int kAboveLevel = 40; // how far a speck stands out of the level
@@ -63,11 +63,13 @@ void despeckle(const std::uint8_t* source, std::uint8_t* destination, std::int64
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 int32_t AME_ReduceBlock(const uint8_t* source, uint8_t* destination, int64_t width, int64_t height,
                         int64_t level) noexcept {
   if (source == nullptr || destination == nullptr || width < 1 || height < 1) return 0;
-  tlux::despeckle(source, destination, width, height, level);
+  despeckle(source, destination, width, height, level);
   return 0;
 }

@@ -3,7 +3,7 @@
 #include "base/fixed_point.hpp"
 #include "tlux/selection.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr double kMaxRatio = 16.0; // 4 EV
@@ -54,16 +54,18 @@ double exposureOfBrightEnd(const std::uint64_t* histogram, std::int64_t width,
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 double AME_ConvertExposureValue(double ratio) noexcept {
-  return tlux::evOfRatio(ratio);
+  return evOfRatio(ratio);
 }
 
 uint32_t AME_CalExposureByMaxvalue(const uint64_t* histogram, double* exposure, int64_t width,
                                    int64_t height) noexcept {
   if (histogram == nullptr || exposure == nullptr) return TLUX_ERR_INVALID_PARAM;
-  *exposure = tlux::exposureOfBrightEnd(histogram, width, height);
+  *exposure = exposureOfBrightEnd(histogram, width, height);
   return TLUX_OK;
 }
 
@@ -71,8 +73,8 @@ uint32_t AME_CalMinMaxExposure(const double* values, int64_t count, double* mini
                                double* maximum) noexcept {
   if (minimum == nullptr || maximum == nullptr) return TLUX_ERR_INVALID_PARAM;
   if (values == nullptr && count > 0) return TLUX_ERR_INVALID_PARAM;
-  double low = tlux::kMaxEv;
-  double high = -tlux::kMaxEv;
+  double low = kMaxEv;
+  double high = -kMaxEv;
   for (int64_t i = 0; i < count; ++i) {
     low = values[i] < low ? values[i] : low;
     high = values[i] > high ? values[i] : high;

@@ -4,7 +4,7 @@
 #include "base/fixed_point.hpp"
 #include "tlux/selection.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int64_t kMiddleIndex = 127;
@@ -63,19 +63,21 @@ void listLevels(const Range& range, std::int64_t half, double* table) {
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t AME_SelectExposure(const double* values, uint8_t* indices, int64_t count, int64_t levels,
                             double* levelTable, double minimum, double middle,
                             double maximum) noexcept {
   const bool hasValues = count < 1 || (values != nullptr && indices != nullptr);
   if (levelTable == nullptr || !hasValues) return TLUX_ERR_INVALID_PARAM;
-  const tlux::Range range{minimum, middle, maximum};
+  const Range range{minimum, middle, maximum};
   const int64_t half = std::max(levels / 2, int64_t{0});
-  const tlux::Quantiser quantiser = tlux::makeQuantiser(range, levels, half);
+  const Quantiser quantiser = makeQuantiser(range, levels, half);
   for (int64_t i = 0; i < count; ++i) {
     indices[i] = quantiser.indexOf(values[i]);
   }
-  tlux::listLevels(range, half, levelTable);
+  listLevels(range, half, levelTable);
   return TLUX_OK;
 }

@@ -5,7 +5,7 @@
 #include "platform/scratch.hpp"
 #include "tlux/selection.h"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr int kReach = 2;
@@ -161,14 +161,16 @@ std::uint32_t smoothSelection(MMemMgr manager, const std::uint8_t* source,
 }
 
 } // namespace
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t AME_SmoothSelect(MMemMgr manager, const uint8_t* source, uint8_t* destination,
                           int64_t width, int64_t height) noexcept {
-  return tlux::smoothSelection(manager, source, destination, width, height);
+  return smoothSelection(manager, source, destination, width, height);
 }
 
 uint32_t AME_SmoothMidSelect(MMemMgr manager, const uint8_t* source, uint8_t* destination,
                              int64_t width, int64_t height) noexcept {
-  return tlux::smoothSelection(manager, source, destination, width, height);
+  return smoothSelection(manager, source, destination, width, height);
 }

@@ -6,7 +6,7 @@
 
 #include "stream/options.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 CallersTeam::CallersTeam(const TLUX_STREAM_OPTIONS& options)
     : Team([](Team& team, std::int64_t count, Call call,
@@ -59,4 +59,4 @@ Team* Crew::team() {
   return threads_ ? &*threads_ : nullptr;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

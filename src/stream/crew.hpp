@@ -6,7 +6,7 @@
 #include "platform/worker_team.hpp"
 #include "tlux/stream.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // The caller's parallel for as a team. Parts claim items one by one: whichever run, in whatever
 // order, all is done when they have returned.
@@ -47,4 +47,4 @@ class Crew {
   std::optional<WorkerTeam> threads_;
 };
 
-} // namespace tlux
+} // namespace tlux::detail

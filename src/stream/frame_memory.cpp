@@ -8,7 +8,7 @@
 #include "score/retinex.hpp"
 #include "stream/render.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int32_t kBlock = 16; // the reference frame has two samples for each 16
@@ -74,4 +74,4 @@ MMemMgr FrameMemory::workerPool(int worker) const {
                        static_cast<std::uint64_t>(layout_.workerBytes_));
 }
 
-} // namespace tlux
+} // namespace tlux::detail

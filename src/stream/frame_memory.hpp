@@ -7,7 +7,7 @@
 #include "guided_upsampling/guided_frame.hpp"
 #include "tlux/platform.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // Where the working planes of a frame lie in one block. The score and the filter follow each other
 // and share their memory.
@@ -83,4 +83,4 @@ constexpr int filterPools(std::uint32_t workers) {
   return workers > kBands ? static_cast<int>(workers) : kBands;
 }
 
-} // namespace tlux
+} // namespace tlux::detail

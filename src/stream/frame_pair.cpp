@@ -4,7 +4,7 @@
 
 #include "image/format.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // The samples of a plane: rows of `bytes` bytes, `pitch` apart.
@@ -71,4 +71,4 @@ bool isStreamPair(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
          (haveSamePlanes(source, output) || areApart(source, output));
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,6 +6,8 @@
 #include "stream/options.hpp"
 #include "stream/stream.hpp"
 
+using namespace tlux::detail;
+
 namespace {
 
 constexpr bool isEvenSide(int32_t side) {
@@ -19,7 +21,7 @@ uint32_t TLUX_InitStreamOptions(TLUX_STREAM_OPTIONS* options, uint32_t size,
   if (options == nullptr || size != sizeof *options || tones > TLUX_TONES_NATURAL) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  *options = tlux::optionsFor(tones);
+  *options = optionsFor(tones);
   return TLUX_OK;
 }
 
@@ -28,8 +30,8 @@ uint32_t TLUX_OpenStream(MMemMgr manager, const TLUX_STREAM_OPTIONS* options,
   if (out == nullptr) return TLUX_ERR_INVALID_PARAM;
   *out = nullptr;
   TLUX_STREAM_OPTIONS chosen;
-  if (!tlux::readOptions(options, chosen)) return TLUX_ERR_INVALID_PARAM;
-  void* memory = tlux::allocateBytes(manager, sizeof(TLUX_STREAM));
+  if (!readOptions(options, chosen)) return TLUX_ERR_INVALID_PARAM;
+  void* memory = allocateBytes(manager, sizeof(TLUX_STREAM));
   if (memory == nullptr) return TLUX_ERR_NO_MEMORY;
   *out = new (memory) TLUX_STREAM(manager, chosen);
   return TLUX_OK;
@@ -37,8 +39,7 @@ uint32_t TLUX_OpenStream(MMemMgr manager, const TLUX_STREAM_OPTIONS* options,
 
 uint32_t TLUX_ChangeStream(TLUX_STREAM* stream, const TLUX_STREAM_OPTIONS* options) noexcept {
   TLUX_STREAM_OPTIONS chosen;
-  const bool isKnown =
-      stream != nullptr && options != nullptr && tlux::readOptions(options, chosen);
+  const bool isKnown = stream != nullptr && options != nullptr && readOptions(options, chosen);
   return isKnown && stream->change(chosen) ? TLUX_OK : TLUX_ERR_INVALID_PARAM;
 }
 
@@ -63,9 +64,9 @@ uint32_t TLUX_ReadStreamReport(const TLUX_STREAM* stream, TLUX_STREAM_REPORT* re
 uint64_t TLUX_GetStreamPoolSize(const TLUX_STREAM_OPTIONS* options, int32_t width,
                                 int32_t height) noexcept {
   TLUX_STREAM_OPTIONS chosen;
-  if (!tlux::readOptions(options, chosen) || !isEvenSide(width) || !isEvenSide(height)) return 0;
-  const std::int64_t bytes = tlux::streamPoolBytes(chosen, width, height);
-  return bytes < tlux::kNoPool ? static_cast<uint64_t>(bytes) : 0;
+  if (!readOptions(options, chosen) || !isEvenSide(width) || !isEvenSide(height)) return 0;
+  const std::int64_t bytes = streamPoolBytes(chosen, width, height);
+  return bytes < kNoPool ? static_cast<uint64_t>(bytes) : 0;
 }
 
 void TLUX_CloseStream(TLUX_STREAM** stream) noexcept {

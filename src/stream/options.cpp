@@ -8,7 +8,7 @@
 #include <sched.h>
 #endif
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // More threads than that hardly shorten a frame: its smallest steps do not divide further.
@@ -81,4 +81,4 @@ std::uint32_t workersOf(const TLUX_STREAM_OPTIONS& options) {
   return std::min(usableProcessors(), kDefaultThreads);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

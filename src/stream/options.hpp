@@ -4,7 +4,7 @@
 
 #include "tlux/stream.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 inline constexpr std::uint32_t kMostWorkers = 64;
 inline constexpr std::uint32_t kMostSteady = 1000;
@@ -23,4 +23,4 @@ bool canChange(const TLUX_STREAM_OPTIONS& from, const TLUX_STREAM_OPTIONS& to);
 // How many threads or parts work on a frame, 1 to kMostWorkers.
 std::uint32_t workersOf(const TLUX_STREAM_OPTIONS& options);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -5,7 +5,7 @@
 #include "reduce/row_reader.hpp"
 #include "stream/video_range.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr int kReduction = 8;
@@ -40,4 +40,4 @@ void fillStreamReference(Team* team, Plane<const std::uint8_t> luma, std::uint32
   });
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -12,7 +12,7 @@
 #include "stream/options.hpp"
 #include "stream/video_range.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 template <class Byte = std::uint8_t>
@@ -197,4 +197,4 @@ std::int64_t filterPoolBytes(std::int32_t refWidth) {
                   poolOf(poolBlock(fineFitScratchBytes(refWidth))));
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 #include "stream/frame_memory.hpp"
 #include "tlux/image.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // A frame, where its result goes, and how.
 struct StreamFrame {
@@ -29,4 +29,4 @@ void copyStreamFrame(const StreamFrame& frame);
 // What a worker takes out of a pool to filter a frame of that reference width.
 std::int64_t filterPoolBytes(std::int32_t refWidth);
 
-} // namespace tlux
+} // namespace tlux::detail

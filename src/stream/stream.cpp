@@ -13,6 +13,8 @@
 #include "tlux/transfer.h"
 #include "tone/map_reference.hpp"
 
+using namespace tlux::detail;
+
 namespace {
 
 // Reference rows that are mapped at a time.
@@ -20,13 +22,11 @@ constexpr std::int32_t kMappedRows = 16;
 
 } // namespace
 
-using tlux::Plane;
-
 TLUX_STREAM::TLUX_STREAM(MMemMgr manager, const TLUX_STREAM_OPTIONS& options)
     : manager_(manager), options_(options), crew_(options), memory_(manager) {}
 
 bool TLUX_STREAM::change(const TLUX_STREAM_OPTIONS& options) {
-  if (!tlux::canChange(options_, options)) return false;
+  if (!canChange(options_, options)) return false;
   options_ = options;
   return true;
 }
@@ -37,13 +37,13 @@ void TLUX_STREAM::reset() {
 
 std::uint32_t TLUX_STREAM::run(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                                std::uint32_t strength) {
-  if (!tlux::isStreamPair(source, output)) return TLUX_ERR_INVALID_PARAM;
-  const tlux::StreamFrame frame = {source, output, options_.range == TLUX_RANGE_LIMITED,
-                                   static_cast<int>(options_.colour), options_.fineWindows != 0};
+  if (!isStreamPair(source, output)) return TLUX_ERR_INVALID_PARAM;
+  const StreamFrame frame = {source, output, options_.range == TLUX_RANGE_LIMITED,
+                             static_cast<int>(options_.colour), options_.fineWindows != 0};
   const std::uint32_t result = optimize(frame, strength);
   hasReport_ = result == TLUX_OK;
   if (result != TLUX_OK) {
-    tlux::copyStreamFrame(frame);
+    copyStreamFrame(frame);
     return result;
   }
   TLUX_IMAGE marked = output;
@@ -51,48 +51,46 @@ std::uint32_t TLUX_STREAM::run(const TLUX_IMAGE& source, const TLUX_IMAGE& outpu
   return result;
 }
 
-std::uint32_t TLUX_STREAM::optimize(const tlux::StreamFrame& frame, std::uint32_t strength) {
+std::uint32_t TLUX_STREAM::optimize(const StreamFrame& frame, std::uint32_t strength) {
   const TLUX_IMAGE& source = frame.source;
-  const tlux::FrameLayout layout(source.width, source.height,
-                                 static_cast<std::uint32_t>(crew_.size()));
+  const FrameLayout layout(source.width, source.height, static_cast<std::uint32_t>(crew_.size()));
   if (!memory_.reserve(layout)) return TLUX_ERR_NO_MEMORY;
   if (!crew_.start()) return TLUX_ERR_THREAD;
 
-  tlux::fillStreamReference(crew_.team(), tlux::lumaOf(source), options_.range,
-                            memory_.reference());
-  tlux::Steadiness steadiness = steadiness_; // kept when the frame is done
+  fillStreamReference(crew_.team(), lumaOf(source), options_.range, memory_.reference());
+  Steadiness steadiness = steadiness_; // kept when the frame is done
   if (!scoreReference(steadiness)) return TLUX_ERR_NO_MEMORY;
   updateGainTable(strength);
   mapReference();
   if (crew_.takeFailure()) return TLUX_ERR_THREAD;
   // The filter smooths fine noise even where no tone changes: a video is then better left alone.
   if (strength == 0 && frame.isVideoRange) {
-    tlux::copyStreamFrame(frame);
-  } else if (!tlux::renderStreamFrame(crew_, memory_, frame)) {
+    copyStreamFrame(frame);
+  } else if (!renderStreamFrame(crew_, memory_, frame)) {
     return TLUX_ERR_THREAD;
   }
   steadiness_ = steadiness;
   return TLUX_OK;
 }
 
-bool TLUX_STREAM::scoreReference(tlux::Steadiness& steadiness) {
+bool TLUX_STREAM::scoreReference(Steadiness& steadiness) {
   const Plane<std::uint8_t> reference = memory_.reference();
-  tlux::Team* team = crew_.team();
-  if (team != nullptr) team = tlux::teamFor(*team, memory_.layout().pixels());
-  const auto table = tlux::logLumaOfCodes(TLUX_Degamma_Table);
+  Team* team = crew_.team();
+  if (team != nullptr) team = teamFor(*team, memory_.layout().pixels());
+  const auto table = logLumaOfCodes(TLUX_Degamma_Table);
   std::int16_t* logLuma = memory_.logLuma();
-  const std::int32_t mean = tlux::convertSamples(
-      reference, tlux::packedPlane(logLuma, reference.width, reference.height),
+  const std::int32_t mean = convertSamples(
+      reference, packedPlane(logLuma, reference.width, reference.height),
       [&table](std::uint8_t code) { return table[code]; }, team);
-  const tlux::RetinexFrame frame = {logLuma, memory_.scores(), reference.width, reference.height};
+  const RetinexFrame frame = {logLuma, memory_.scores(), reference.width, reference.height};
   steadiness.setFrames(options_.steady);
   steadiness.enter(reference.width, reference.height, mean);
-  return tlux::scoreLogFrame(memory_.scorePool(), frame, steadiness, team) == TLUX_OK;
+  return scoreLogFrame(memory_.scorePool(), frame, steadiness, team) == TLUX_OK;
 }
 
 void TLUX_STREAM::updateGainTable(std::uint32_t strength) {
   if (hasTable_ && tableStrength_ == strength) return;
-  tlux::fillGainTable(gainTable_.data(), strength);
+  fillGainTable(gainTable_.data(), strength);
   tableStrength_ = strength;
   hasTable_ = true;
 }
@@ -100,12 +98,12 @@ void TLUX_STREAM::updateGainTable(std::uint32_t strength) {
 void TLUX_STREAM::mapReference() {
   const Plane<std::uint8_t> reference = memory_.reference();
   const Plane<std::uint8_t> mapped = memory_.mapped();
-  const tlux::ToneTables tables = {TLUX_Degamma_Table, TLUX_Gamma_Table8, gainTable_.data()};
-  tlux::shareRows(crew_.team(), reference.height, kMappedRows, [&](tlux::Band part, int /*slot*/) {
+  const ToneTables tables = {TLUX_Degamma_Table, TLUX_Gamma_Table8, gainTable_.data()};
+  shareRows(crew_.team(), reference.height, kMappedRows, [&](Band part, int /*slot*/) {
     const std::int32_t rows = part.end - part.first;
-    tlux::mapReference({reference.row(part.first), reference.width, rows, reference.pitch},
-                       memory_.scores() + std::ptrdiff_t{part.first} * reference.width, tables,
-                       {mapped.row(part.first), mapped.width, rows, mapped.pitch});
+    tlux::detail::mapReference({reference.row(part.first), reference.width, rows, reference.pitch},
+                               memory_.scores() + std::ptrdiff_t{part.first} * reference.width,
+                               tables, {mapped.row(part.first), mapped.width, rows, mapped.pitch});
   });
 }
 
@@ -132,7 +130,7 @@ bool TLUX_STREAM::report(TLUX_STREAM_REPORT& report) const {
   return true;
 }
 
-namespace tlux {
+namespace tlux::detail {
 
 std::int64_t streamPoolBytes(const TLUX_STREAM_OPTIONS& options, std::int32_t width,
                              std::int32_t height) {
@@ -140,4 +138,4 @@ std::int64_t streamPoolBytes(const TLUX_STREAM_OPTIONS& options, std::int32_t wi
   return poolOf(poolBlock(sizeof(TLUX_STREAM)) + poolBlock(layout.bytes()));
 }
 
-} // namespace tlux
+} // namespace tlux::detail

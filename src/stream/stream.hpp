@@ -22,29 +22,29 @@ struct TLUX_STREAM {
   bool report(TLUX_STREAM_REPORT& report) const;
 
  private:
-  std::uint32_t optimize(const tlux::StreamFrame& frame, std::uint32_t strength);
-  bool scoreReference(tlux::Steadiness& steadiness);
+  std::uint32_t optimize(const tlux::detail::StreamFrame& frame, std::uint32_t strength);
+  bool scoreReference(tlux::detail::Steadiness& steadiness);
   void mapReference();
   void updateGainTable(std::uint32_t strength);
   void fillGains() const;
 
   MMemMgr manager_;
   TLUX_STREAM_OPTIONS options_;
-  tlux::Crew crew_;
-  tlux::FrameMemory memory_;
+  tlux::detail::Crew crew_;
+  tlux::detail::FrameMemory memory_;
 
-  tlux::Steadiness steadiness_;
+  tlux::detail::Steadiness steadiness_;
   bool hasReport_ = false;
 
   std::uint32_t tableStrength_ = 0;
   bool hasTable_ = false;
-  std::array<std::uint16_t, tlux::kGainTableEntries> gainTable_;
+  std::array<std::uint16_t, tlux::detail::kGainTableEntries> gainTable_;
 };
 
-namespace tlux {
+namespace tlux::detail {
 
 // Bytes of a pool for a stream and frames up to this size.
 std::int64_t streamPoolBytes(const TLUX_STREAM_OPTIONS& options, std::int32_t width,
                              std::int32_t height);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -4,7 +4,7 @@
 
 #include "base/multiversion.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int32_t kVideoSteps = kVideoWhite - kVideoBlack;
@@ -44,4 +44,4 @@ TLUX_MULTIVERSION void keepInRange(const std::uint8_t* __restrict before,
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 // Video range: luma 16 to 235 and chroma 16 to 240, BT.601 and BT.709.
-namespace tlux {
+namespace tlux::detail {
 
 inline constexpr std::int32_t kVideoBlack = 16;
 inline constexpr std::int32_t kVideoWhite = 235;
@@ -23,4 +23,4 @@ void toVideoRange(const std::int32_t* a, std::int32_t* b, std::ptrdiff_t count);
 void keepInRange(const std::uint8_t* before, std::uint8_t* after, std::ptrdiff_t count,
                  std::uint8_t low, std::uint8_t high);
 
-} // namespace tlux
+} // namespace tlux::detail

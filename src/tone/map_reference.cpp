@@ -5,7 +5,7 @@
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 constexpr std::int32_t kUnity = 1024; // Q10
@@ -78,4 +78,4 @@ void mapReference(Plane<const std::uint8_t> reference, const std::uint16_t* scor
   }
 }
 
-} // namespace tlux
+} // namespace tlux::detail

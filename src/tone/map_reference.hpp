@@ -4,7 +4,7 @@
 
 #include "base/plane.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // The tables a mapping goes through.
 struct ToneTables {
@@ -17,4 +17,4 @@ struct ToneTables {
 void mapReference(Plane<const std::uint8_t> reference, const std::uint16_t* scores,
                   const ToneTables& tables, Plane<std::uint8_t> mapped);
 
-} // namespace tlux
+} // namespace tlux::detail

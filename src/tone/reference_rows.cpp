@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-namespace tlux {
+namespace tlux::detail {
 
 void fillReferenceRows(const TLUX_IMAGE& source, const TLUX_IMAGE& reference, Band rows,
                        Components components) {
@@ -18,4 +18,4 @@ void fillReferenceRows(const TLUX_IMAGE& source, const TLUX_IMAGE& reference, Ba
   reducePlanes(layoutOf(source.format), kReferenceReduction, source, blocks, part, components);
 }
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -6,7 +6,7 @@
 #include "reduce/reduce.hpp"
 #include "tlux/image.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // From a frame to its reference frame.
 inline constexpr std::int32_t kReferenceReduction = 8;
@@ -15,4 +15,4 @@ inline constexpr std::int32_t kReferenceReduction = 8;
 void fillReferenceRows(const TLUX_IMAGE& source, const TLUX_IMAGE& reference, Band rows,
                        Components components);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -9,7 +9,7 @@
 #include "platform/pool_need.hpp"
 #include "tone/reference_rows.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Chroma rows that one thread makes at a time where they do not follow the luma.
@@ -141,4 +141,4 @@ std::int64_t renderPoolBytes(std::int32_t width, std::int32_t height) {
   return poolBlock(FilterBlock(width, height, workerPoolBytes(width, kToneRadius)).bytes());
 }
 
-} // namespace tlux
+} // namespace tlux::detail

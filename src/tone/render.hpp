@@ -6,7 +6,7 @@
 #include "platform/worker_team.hpp"
 #include "tlux/image.h"
 
-namespace tlux {
+namespace tlux::detail {
 
 // The reference luma as it is and as it is wanted, of one size and pitch.
 struct MappedReference {
@@ -30,4 +30,4 @@ std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReferen
 // What renderFrame() takes out of a pool for a reference of this size.
 std::int64_t renderPoolBytes(std::int32_t width, std::int32_t height);
 
-} // namespace tlux
+} // namespace tlux::detail

@@ -14,7 +14,7 @@
 #include "tlux/tone_stage.h"
 #include "tone/map_reference.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 namespace {
 
 // Reference rows that one thread maps at a time.
@@ -124,16 +124,18 @@ std::int64_t toneMapPoolBytes(std::int32_t width, std::int32_t height,
          std::max(scoreReferencePoolBytes(width, height), mapping);
 }
 
-} // namespace tlux
+} // namespace tlux::detail
+
+using namespace tlux::detail;
 
 uint32_t TLUX_Tonemapping(MMemMgr manager, TLUX_ENGINE* engine, const TLUX_IMAGE* source,
                           TLUX_IMAGE* output, uint64_t /*reserved*/,
                           const uint32_t* strength) noexcept {
-  if (engine == nullptr || strength == nullptr || !tlux::isFramePair(source, output) ||
-      !tlux::isReferenceFor(*engine, *source)) {
+  if (engine == nullptr || strength == nullptr || !isFramePair(source, output) ||
+      !isReferenceFor(*engine, *source)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  tlux::WorkerTeam team(tlux::participantsFor(*source));
-  return tlux::toneMapFrame(manager, team, *engine, *source, *output, *strength, tlux::Rest::kKept,
-                            tlux::ReferenceChroma::kMade);
+  WorkerTeam team(participantsFor(*source));
+  return toneMapFrame(manager, team, *engine, *source, *output, *strength, Rest::kKept,
+                      ReferenceChroma::kMade);
 }

@@ -6,7 +6,7 @@
 #include "tone/reference_rows.hpp"
 #include "tone/render.hpp"
 
-namespace tlux {
+namespace tlux::detail {
 
 // The engine's reference frame; null before the first frame, and of one that is too small for any.
 inline TLUX_IMAGE*& referenceOf(TLUX_ENGINE& engine) {
@@ -41,4 +41,4 @@ std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engin
 // engine included.
 std::int64_t toneMapPoolBytes(std::int32_t width, std::int32_t height, std::int64_t referencePitch);
 
-} // namespace tlux
+} // namespace tlux::detail

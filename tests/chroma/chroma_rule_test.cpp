@@ -12,6 +12,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 // Luma pair with the given sum 0 … 510.
 std::array<std::uint8_t, 2> pairOf(int sum) {
   return {static_cast<std::uint8_t>(sum / 2), static_cast<std::uint8_t>(sum - sum / 2)};

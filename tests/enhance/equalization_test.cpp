@@ -12,6 +12,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 using reference::Levels;
 
 // The rectangle may reach over the sides of the image into memory that the caller has there.

@@ -14,6 +14,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 using Bytes = std::vector<std::uint8_t>;
 
 void toneLine(int row, Bytes& luma, Bytes& chroma, int width,

@@ -13,6 +13,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 constexpr std::int32_t kUntouched = 0x5A5A5A5A;
 
 // Noise, a uniform plane, an edge, and one nearly flat near white.

@@ -17,6 +17,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint8_t kHeld = 0x77;

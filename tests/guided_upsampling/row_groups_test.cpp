@@ -11,6 +11,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 using Samples = std::vector<std::int32_t>;
 
 constexpr int kRows = 3; // of coefficients

@@ -12,6 +12,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 // Sizes around the run length of the kernels, and single pixels.
 constexpr std::pair<int, int> kSizes[] = {{1, 1}, {7, 3}, {255, 2}, {256, 2}, {259, 3}, {600, 1}};
 

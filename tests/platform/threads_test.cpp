@@ -13,6 +13,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 constexpr int kForever = -1;
 
 TEST(Event, RemembersOneSignalUntilItIsWaitedFor) {

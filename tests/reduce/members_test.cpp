@@ -14,6 +14,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 struct Member {
   const char* name;
   void (*reduce)(const TLUX_IMAGE*, TLUX_IMAGE*, const TLUX_CROP_RECT*);

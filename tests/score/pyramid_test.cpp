@@ -14,6 +14,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 using reference::LogPlane;
 using Samples = std::vector<std::int16_t>;
 

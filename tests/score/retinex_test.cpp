@@ -17,6 +17,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 using reference::LogPlane;
 using Scores = std::vector<std::uint16_t>;
 

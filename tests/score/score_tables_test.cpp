@@ -7,6 +7,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 // Also that no logarithm is so near to an integer that another way to compute it might differ.
 TEST(ScoreTables, HoldTheTruncatedFunctions) {
   double nearest = 1;

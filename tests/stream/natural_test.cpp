@@ -15,6 +15,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 // Mean over the window of (x, y), 16 samples up and left, 15 down and right, edges repeated.
 template <class SampleAt>
 double windowMean(int width, int height, int x, int y, SampleAt sampleAt) {

@@ -15,6 +15,8 @@
 namespace tlux::test {
 namespace {
 
+using namespace detail;
+
 // Every code under every gain: one row per code, one column per gain.
 TEST(MapReference, IsExactForEveryCodeAndGain) {
   constexpr int kGains = 65536;
