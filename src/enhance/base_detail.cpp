@@ -44,7 +44,7 @@ std::uint8_t encode(float light, const std::uint8_t* codes) {
       std::clamp(step, 0.0f, static_cast<float>(kEncodingSteps - 1)))];
 }
 
-struct Range {
+struct LightRange {
   float least;
   float most;
 };
@@ -104,8 +104,8 @@ std::uint32_t splitBase(MMemMgr manager, Plane<const std::uint8_t> in,
   return TLUX_OK;
 }
 
-Range rangeOf(const float* values, std::int64_t count) {
-  Range range = {values[0], values[0]};
+LightRange rangeOf(const float* values, std::int64_t count) {
+  LightRange range = {values[0], values[0]};
   for (std::int64_t i = 1; i < count; ++i) {
     range.least = std::min(range.least, values[i]);
     range.most = std::max(range.most, values[i]);
@@ -114,7 +114,7 @@ Range rangeOf(const float* values, std::int64_t count) {
 }
 
 // The factor that brings the range to `decades`, 1 for a range that is not larger.
-float scaleFactor(const Range& range, double decades) {
+float scaleFactor(const LightRange& range, double decades) {
   const auto present = static_cast<double>(range.most - range.least);
   return present > decades ? static_cast<float>(decades / present) : 1.0f;
 }
@@ -130,7 +130,7 @@ std::uint32_t compressBase(MMemMgr manager, Plane<const std::uint8_t> in, Plane<
   if (result != TLUX_OK) return result;
 
   const float* base = work.offset.get();
-  const Range range = rangeOf(base, pixels);
+  const LightRange range = rangeOf(base, pixels);
   const float scale = scaleFactor(range, decades);
   std::printf("maxBaseLayer = %f, minBaseLayer = %f", static_cast<double>(range.most),
               static_cast<double>(range.least));

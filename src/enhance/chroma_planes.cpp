@@ -66,12 +66,12 @@ void copyLuma(const TLUX_IMAGE& source, const TLUX_IMAGE& target) {
 
 void halveChroma(const TLUX_IMAGE& source, const TLUX_IMAGE& target) {
   const ComponentPlane pairs = chromaPairsOf(target);
-  const auto rowsOf = [&](int plane, std::int64_t y) {
+  const auto rowPairOf = [&](int plane, std::int64_t y) {
     const std::uint8_t* upper = source.plane[plane] + 2 * y * source.pitch[plane];
     return RowPair{upper, upper + source.pitch[plane]};
   };
   for (std::int64_t y = 0; y < pairs.height; ++y) {
-    halveRows(rowsOf(2, y), rowsOf(1, y), pairs.row(y), pairs.width); // Cr first
+    halveRows(rowPairOf(2, y), rowPairOf(1, y), pairs.row(y), pairs.width); // Cr first
   }
 }
 

@@ -16,7 +16,7 @@ bool hasPixels(const TLUX_IMAGE* image) {
          hasRows(*image, 0, image->width);
 }
 
-bool isFrame(const TLUX_IMAGE* image) {
+bool isEqualizable(const TLUX_IMAGE* image) {
   return hasPixels(image) && image->plane[1] != nullptr && isSemiPlanar420(image->format);
 }
 
@@ -63,6 +63,6 @@ void HistogramEqualization(MMemMgr manager, const TLUX_IMAGE* image) noexcept {
 
 void AdaptiveHistogramEqualization(MMemMgr manager, const TLUX_IMAGE* source,
                                    TLUX_IMAGE* output) noexcept {
-  if (!isFrame(source) || !isFrame(output)) return;
+  if (!isEqualizable(source) || !isEqualizable(output)) return;
   if (haveEqualLuma(*source, *output)) equalizeFrame(manager, *source, *output);
 }

@@ -12,7 +12,7 @@ using Filter = GuidedFilter<TruncatingModel>;
 void filterPlane(const Filter& filter, const GuidedPlanes& planes, std::int32_t radius) {
   const std::int32_t width = planes.output.width;
   const std::int32_t height = planes.output.height;
-  filter.run({rowsOf(planes.guide), rowsOf(planes.input), outputRowsOf(planes.output)},
+  filter.run({rowsOf(planes.guide), rowsOf(planes.input), writableRowsOf(planes.output)},
              Windows(width, height, radius), {0, 0, width, height});
 }
 

@@ -7,7 +7,7 @@
 
 namespace tlux::detail {
 
-void addToHistogram(const Plane<const std::uint8_t>& plane, const Area& area,
+void addToHistogram(const Plane<const std::uint8_t>& plane, const Rect& area,
                     std::uint32_t* histogram) {
   if (area.bottom <= area.top || area.right <= area.left) return;
   const auto width = static_cast<std::size_t>(area.right - area.left);
@@ -22,17 +22,9 @@ void addToHistogram(const Plane<const std::uint8_t>& plane, const Area& area,
 
 namespace {
 
-TLUX_RECT rectOrWhole(const TLUX_IMAGE& image, const TLUX_RECT* rect) {
-  return rect != nullptr ? *rect : TLUX_RECT{0, 0, image.width, image.height};
-}
-
-void addRect(const TLUX_IMAGE& image, const TLUX_RECT& rect, std::uint32_t* histogram) {
-  addToHistogram(lumaOf(image), {rect.left, rect.top, rect.right, rect.bottom}, histogram);
-}
-
-TLUX_RECT clipFarEdges(const TLUX_RECT& rect, const TLUX_IMAGE& image) {
-  return {rect.left, rect.top, std::min(rect.right, image.width),
-          std::min(rect.bottom, image.height)};
+Rect clipFarEdges(const Rect& rect, const TLUX_IMAGE& image) {
+  return {rect.left, rect.top, std::min<std::int64_t>(rect.right, image.width),
+          std::min<std::int64_t>(rect.bottom, image.height)};
 }
 
 void countsToTable(std::int32_t pixels, std::uint32_t* histogram) {
@@ -51,14 +43,14 @@ using namespace tlux::detail;
 
 void CalHistogram(const TLUX_IMAGE* image, uint32_t* histogram, const TLUX_RECT* rect) noexcept {
   if (image == nullptr || image->plane[0] == nullptr || histogram == nullptr) return;
-  addRect(*image, rectOrWhole(*image, rect), histogram);
+  addToHistogram(lumaOf(*image), rectOrWhole(rect, *image), histogram);
 }
 
 void HistogramMap(const TLUX_IMAGE* image, uint32_t* histogram, const TLUX_RECT* rect) noexcept {
   if (image == nullptr || image->plane[0] == nullptr || histogram == nullptr) return;
-  const TLUX_RECT area = clipFarEdges(rectOrWhole(*image, rect), *image);
-  addRect(*image, area, histogram);
+  const Rect area = clipFarEdges(rectOrWhole(rect, *image), *image);
+  addToHistogram(lumaOf(*image), area, histogram);
   const int32_t pixels =
-      wrappingMul(wrappingSub(area.right, area.left), wrappingSub(area.bottom, area.top));
+      wrappingMul(static_cast<int32_t>(area.width()), static_cast<int32_t>(area.height()));
   countsToTable(pixels, histogram);
 }

@@ -6,6 +6,7 @@
 
 #include "base/plane.hpp"
 #include "image/format.hpp"
+#include "image/rect.hpp"
 
 namespace tlux::detail {
 
@@ -44,16 +45,9 @@ class LaneHistogram {
   Count lanes_[kLanes][kSampleLevels] = {};
 };
 
-// Rows and columns [top, bottom) × [left, right) of a plane, not necessarily inside it.
-struct Area {
-  std::int64_t left;
-  std::int64_t top;
-  std::int64_t right;
-  std::int64_t bottom;
-};
-
-// Adds the samples of an area to a histogram of kSampleLevels counts; nothing when it is empty.
-void addToHistogram(const Plane<const std::uint8_t>& plane, const Area& area,
+// Adds the samples of a rectangle, not necessarily inside the plane, to a histogram of
+// kSampleLevels counts; nothing when it is empty.
+void addToHistogram(const Plane<const std::uint8_t>& plane, const Rect& area,
                     std::uint32_t* histogram);
 
 } // namespace tlux::detail

@@ -13,7 +13,7 @@ void guidedFilter(MMemMgr manager, const img* guide, const img* input, img* outp
   const Windows windows(guide->width, guide->height, radius);
   const GuidedFilter<Model> filter(manager, windows);
   if (!filter) return;
-  filter.run({rowsOf(guide), rowsOf(input), outputRowsOf(output)}, windows,
+  filter.run({rowsOf(guide), rowsOf(input), writableRowsOf(output)}, windows,
              {0, 0, guide->width, guide->height});
 }
 

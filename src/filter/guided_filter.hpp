@@ -14,7 +14,7 @@ namespace tlux::detail {
 struct GuidedImages {
   ByteRows guide;
   ByteRows input;
-  OutputRows output;
+  WritableRows output;
 };
 
 // The images of a filter, when they are what it takes.

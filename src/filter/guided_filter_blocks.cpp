@@ -58,7 +58,7 @@ void guidedFilterInBlocks(MMemMgr manager, const img* guide, const img* input, i
       const GuidedImages block = {
           rowsOf(guide).from(haloLeft * kChannels, rows.haloBegin),
           rowsOf(input).from(haloLeft, rows.haloBegin),
-          outputRowsOf(output).from(haloLeft, rows.haloBegin),
+          writableRowsOf(output).from(haloLeft, rows.haloBegin),
       };
       filter.run(block, Windows(columns.haloSize(), rows.haloSize(), radius),
                  {columns.begin - columns.haloBegin, rows.begin - rows.haloBegin,

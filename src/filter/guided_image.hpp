@@ -27,12 +27,12 @@ struct BasicRows {
   }
 };
 using ByteRows = BasicRows<const std::uint8_t>;
-using OutputRows = BasicRows<std::uint8_t>;
+using WritableRows = BasicRows<std::uint8_t>;
 
 inline ByteRows rowsOf(const img* image) {
   return {image->rows};
 }
-inline OutputRows outputRowsOf(const img* image) {
+inline WritableRows writableRowsOf(const img* image) {
   return {image->rows};
 }
 

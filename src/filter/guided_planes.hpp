@@ -12,7 +12,7 @@ namespace tlux::detail {
 inline ByteRows rowsOf(Plane<const std::uint8_t> plane) {
   return {nullptr, plane.data, plane.pitch};
 }
-inline OutputRows outputRowsOf(Plane<std::uint8_t> plane) {
+inline WritableRows writableRowsOf(Plane<std::uint8_t> plane) {
   return {nullptr, plane.data, plane.pitch};
 }
 
@@ -53,7 +53,7 @@ std::uint32_t filterGuided(MMemMgr manager, const GuidedPlanes& planes, Smoothin
   const Windows windows(width, height, smoothing.radius);
   const GuidedFilter<Model> filter(manager, windows);
   if (!filter) return TLUX_ERR_NO_MEMORY;
-  filter.run({rowsOf(planes.guide), rowsOf(planes.input), outputRowsOf(planes.output)}, windows,
+  filter.run({rowsOf(planes.guide), rowsOf(planes.input), writableRowsOf(planes.output)}, windows,
              {0, 0, width, height}, modelOf<Model>(smoothing));
   return TLUX_OK;
 }

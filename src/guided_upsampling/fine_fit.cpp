@@ -66,7 +66,7 @@ TLUX_MULTIVERSION void solveFineRows(FineSums& windows, Band rows, Band image,
           });
 }
 
-struct CoefficientRow {
+struct FittedRow {
   const std::int32_t* a;
   const std::int32_t* b;
 
@@ -75,14 +75,14 @@ struct CoefficientRow {
   }
 };
 
-struct CoefficientRows {
+struct FittedRows {
   Plane<const std::int32_t> a;
   Plane<const std::int32_t> b;
 
-  CoefficientRow operator()(std::int32_t y) const { return {a.row(y), b.row(y)}; }
+  FittedRow operator()(std::int32_t y) const { return {a.row(y), b.row(y)}; }
 };
 
-using CoefficientSums = WindowSums<std::uint32_t, 2, CoefficientRows>;
+using CoefficientSums = WindowSums<std::uint32_t, 2, FittedRows>;
 
 template <int kShift>
 [[gnu::always_inline]] inline void writeRounded(const std::uint32_t* __restrict sums,

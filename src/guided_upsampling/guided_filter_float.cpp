@@ -14,7 +14,7 @@ namespace tlux::detail {
 namespace {
 
 // Bilinear, top-left aligned: the sample j/8 of the way from m to n.
-float interpolate(float m, float n, std::ptrdiff_t j) {
+float between(float m, float n, std::ptrdiff_t j) {
   return m + (n - m) * (static_cast<float>(j) / kUpsampling);
 }
 
@@ -28,14 +28,14 @@ class EnlargedMap {
     const std::ptrdiff_t upper = y / kUpsampling;
     const std::ptrdiff_t lower = upper + 1 < map_.height ? upper + 1 : upper;
     for (std::ptrdiff_t x = 0; x < map_.width; ++x) {
-      line_[x] = interpolate(map_.row(upper)[x], map_.row(lower)[x], y % kUpsampling);
+      line_[x] = between(map_.row(upper)[x], map_.row(lower)[x], y % kUpsampling);
     }
   }
 
   float at(std::ptrdiff_t x) const {
     const std::ptrdiff_t left = x / kUpsampling;
     const std::ptrdiff_t right = left + 1 < map_.width ? left + 1 : left;
-    return interpolate(line_[left], line_[right], x % kUpsampling);
+    return between(line_[left], line_[right], x % kUpsampling);
   }
 
  private:

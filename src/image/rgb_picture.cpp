@@ -16,12 +16,12 @@ namespace {
 constexpr int kStretch = 256;
 constexpr int kPairs = kStretch / 2;
 
-using Samples = std::array<std::uint8_t, kStretch>;
+using StretchSamples = std::array<std::uint8_t, kStretch>;
 
 struct Rgb {
-  Samples red;
-  Samples green;
-  Samples blue;
+  StretchSamples red;
+  StretchSamples green;
+  StretchSamples blue;
 };
 
 template <int kBytes, int kRed>
@@ -67,15 +67,16 @@ TLUX_MULTIVERSION void mergeBgra(const Rgb& rgb, int count, std::uint8_t* pixels
   merge<4, 2>(rgb, count, pixels);
 }
 
-struct Layout {
+struct PixelOrder {
   int pixelBytes;
   void (*split)(const std::uint8_t* pixels, int count, Rgb& rgb);
   void (*merge)(const Rgb& rgb, int count, std::uint8_t* pixels);
 };
 
 // By TLUX_PICTURE's layout.
-constexpr std::array kLayouts = {Layout{3, splitRgb, mergeRgb}, Layout{4, splitRgba, mergeRgba},
-                                 Layout{3, splitBgr, mergeBgr}, Layout{4, splitBgra, mergeBgra}};
+constexpr std::array kPixelOrders = {
+    PixelOrder{3, splitRgb, mergeRgb}, PixelOrder{4, splitRgba, mergeRgba},
+    PixelOrder{3, splitBgr, mergeBgr}, PixelOrder{4, splitBgra, mergeBgra}};
 
 // Y in Q16, its three weights summing to one so that gray keeps its code.
 TLUX_MULTIVERSION void lumaOfPixels(const Rgb& __restrict rgb, int count,
@@ -94,7 +95,7 @@ TLUX_MULTIVERSION void chromaOfPixels(const Rgb& __restrict upper, const Rgb& __
                                       std::uint8_t* __restrict redness) {
   constexpr std::int32_t kNeutral = (128 << 18) + (1 << 17);
   for (int i = 0; i < pairs; ++i) {
-    const auto sum = [&](const Samples& a, const Samples& b) {
+    const auto sum = [&](const StretchSamples& a, const StretchSamples& b) {
       return a[2 * i] + a[2 * i + 1] + b[2 * i] + b[2 * i + 1];
     };
     const std::int32_t red = sum(upper.red, lower.red);
@@ -174,8 +175,10 @@ TLUX_MULTIVERSION void blendRows(const std::uint8_t* near, const std::uint8_t* f
 
 bool isPair(const TLUX_PICTURE* picture, const TLUX_IMAGE* frame) {
   if (picture == nullptr || frame == nullptr || picture->pixels == nullptr) return false;
-  if (picture->width < 1 || picture->height < 1 || picture->layout >= kLayouts.size()) return false;
-  const std::int64_t rowBytes = std::int64_t{picture->width} * kLayouts[picture->layout].pixelBytes;
+  if (picture->width < 1 || picture->height < 1 || picture->layout >= kPixelOrders.size())
+    return false;
+  const std::int64_t rowBytes =
+      std::int64_t{picture->width} * kPixelOrders[picture->layout].pixelBytes;
   if (picture->pitch < rowBytes && picture->pitch > -rowBytes) return false;
   const auto evenSide = [](std::int32_t side) { return (std::int64_t{side} + 1) / 2 * 2; };
   return isSemiPlanar420(frame->format) && frame->width == evenSide(picture->width) &&
@@ -186,7 +189,7 @@ bool isPair(const TLUX_PICTURE* picture, const TLUX_IMAGE* frame) {
 class Picture {
  public:
   explicit Picture(const TLUX_PICTURE& picture)
-      : picture_(picture), layout_(kLayouts[picture.layout]) {}
+      : picture_(picture), layout_(kPixelOrders[picture.layout]) {}
 
   std::int32_t width() const { return picture_.width; }
   std::int32_t lastRow() const { return picture_.height - 1; }
@@ -195,7 +198,7 @@ class Picture {
   void read(std::int32_t y, std::int32_t x, int count, Rgb& rgb) const {
     const int present = std::min(count, picture_.width - x);
     layout_.split(at(y, x), present, rgb);
-    for (Samples* samples : {&rgb.red, &rgb.green, &rgb.blue}) {
+    for (StretchSamples* samples : {&rgb.red, &rgb.green, &rgb.blue}) {
       if (present < count) (*samples)[present] = (*samples)[present - 1];
     }
   }
@@ -209,7 +212,7 @@ class Picture {
   }
 
   const TLUX_PICTURE& picture_;
-  const Layout& layout_;
+  const PixelOrder& layout_;
 };
 
 std::uint8_t* lumaAt(const TLUX_IMAGE& frame, std::int32_t y, std::int32_t x) {

@@ -4,7 +4,8 @@
 
 namespace tlux::detail {
 
-RowRange rowsOf(const ComponentPlane& plane, const Component& component, const RowRange& range) {
+RowRange componentRowsOf(const ComponentPlane& plane, const Component& component,
+                         const RowRange& range) {
   const auto rowAt = [&](std::int64_t lumaRow) {
     const std::int64_t row = (lumaRow + (1 << component.shiftY) - 1) >> component.shiftY;
     return std::min(row, plane.height);
@@ -29,7 +30,7 @@ void copyRows(const TLUX_IMAGE& source, const TLUX_IMAGE& target, const RowRange
     const std::int64_t rowBytes = rowBytesOf(format, copiedPlane, source.width);
     const ComponentPlane to = planeOf(target, component);
     if (to.isEmpty()) continue;
-    const RowRange rows = rowsOf(to, component, range);
+    const RowRange rows = componentRowsOf(to, component, range);
     for (std::int64_t y = rows.first; y < rows.end; ++y) {
       MMemCpy(target.plane[copiedPlane] + y * target.pitch[copiedPlane],
               source.plane[copiedPlane] + y * source.pitch[copiedPlane],

@@ -15,7 +15,8 @@ struct RowRange {
 
 // A component's part of a range of luma rows: each of its rows goes with its first luma row, so
 // that ranges which tile the image tile the component.
-RowRange rowsOf(const ComponentPlane& plane, const Component& component, const RowRange& range);
+RowRange componentRowsOf(const ComponentPlane& plane, const Component& component,
+                         const RowRange& range);
 
 // What can be resized: two images of one format, which has components.
 std::uint32_t checkResize(const TLUX_IMAGE& source, const TLUX_IMAGE& target);
@@ -44,7 +45,7 @@ void forEachComponent(const TLUX_IMAGE& source, const TLUX_IMAGE& target, const 
     const ComponentPlane from = planeOf(source, component);
     const ComponentPlane to = planeOf(target, component);
     if (to.isEmpty()) continue;
-    const RowRange rows = rowsOf(to, component, range);
+    const RowRange rows = componentRowsOf(to, component, range);
     if (from.width == 0 || from.height == 0) {
       fillNeutral(to, component, rows);
     } else {

@@ -17,12 +17,13 @@ TLUX_MULTIVERSION std::int32_t sumOf(const std::int16_t* row, std::ptrdiff_t wid
 }
 
 // In the width of the samples, for as many lanes as can be.
-struct Range {
+struct SampleRange {
   std::int16_t minimum;
   std::int16_t maximum;
 };
 
-TLUX_MULTIVERSION Range widened(Range range, const std::int16_t* row, std::ptrdiff_t width) {
+TLUX_MULTIVERSION SampleRange widened(SampleRange range, const std::int16_t* row,
+                                      std::ptrdiff_t width) {
   for (std::ptrdiff_t x = 0; x < width; ++x) {
     range.minimum = std::min(range.minimum, row[x]);
     range.maximum = std::max(range.maximum, row[x]);
@@ -39,7 +40,7 @@ std::int32_t meanOf(Plane<const std::int16_t> plane) {
 
 MeanAndRange meanAndRangeOf(Plane<const std::int16_t> plane) {
   if (plane.width <= 0 || plane.height <= 0) return {0, 2000000000, -2000000000};
-  Range range{plane.row(0)[0], plane.row(0)[0]};
+  SampleRange range{plane.row(0)[0], plane.row(0)[0]};
   for (std::int32_t y = 0; y < plane.height; ++y) {
     range = widened(range, plane.row(y), plane.width);
   }

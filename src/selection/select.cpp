@@ -33,7 +33,7 @@ struct Quantiser {
   }
 };
 
-struct Range {
+struct ExposureRange {
   double minimum;
   double middle;
   double maximum;
@@ -42,7 +42,7 @@ struct Range {
   double above() const { return maximum - middle; }
 };
 
-Quantiser makeQuantiser(const Range& range, std::int64_t levels, std::int64_t half) {
+Quantiser makeQuantiser(const ExposureRange& range, std::int64_t levels, std::int64_t half) {
   const auto lastIndex = static_cast<std::int64_t>(static_cast<std::uint64_t>(levels) - 1);
   Quantiser quantiser{toFixed16(range.middle), 0, 0, lastIndex};
   if (half > 0) {
@@ -52,7 +52,7 @@ Quantiser makeQuantiser(const Range& range, std::int64_t levels, std::int64_t ha
   return quantiser;
 }
 
-void listLevels(const Range& range, std::int64_t half, double* table) {
+void listLevels(const ExposureRange& range, std::int64_t half, double* table) {
   const auto steps = static_cast<double>(half);
   for (std::int64_t i = 1; i <= half; ++i) {
     const auto step = static_cast<double>(i);
@@ -72,7 +72,7 @@ uint32_t AME_SelectExposure(const double* values, uint8_t* indices, int64_t coun
                             double maximum) noexcept {
   const bool hasValues = count < 1 || (values != nullptr && indices != nullptr);
   if (levelTable == nullptr || !hasValues) return TLUX_ERR_INVALID_PARAM;
-  const Range range{minimum, middle, maximum};
+  const ExposureRange range{minimum, middle, maximum};
   const int64_t half = std::max(levels / 2, int64_t{0});
   const Quantiser quantiser = makeQuantiser(range, levels, half);
   for (int64_t i = 0; i < count; ++i) {

@@ -8,7 +8,7 @@ namespace tlux::detail {
 namespace {
 
 // The samples of a plane: rows of `bytes` bytes, `pitch` apart.
-struct Rows {
+struct PlaneRows {
   std::uintptr_t first;
   std::uintptr_t pitch;
   std::uintptr_t bytes;
@@ -18,7 +18,7 @@ struct Rows {
   std::uintptr_t end() const { return row(count - 1) + bytes; }
 };
 
-Rows rowsOf(const TLUX_IMAGE& image, int plane) {
+PlaneRows planeRowsOf(const TLUX_IMAGE& image, int plane) {
   return {reinterpret_cast<std::uintptr_t>(image.plane[plane]),
           static_cast<std::uintptr_t>(image.pitch[plane]), static_cast<std::uintptr_t>(image.width),
           static_cast<std::uintptr_t>(plane == 0 ? image.height : image.height / 2)};
@@ -26,7 +26,7 @@ Rows rowsOf(const TLUX_IMAGE& image, int plane) {
 
 // Rows may lie in the padding of other rows, as those of pictures side by side do: both are walked
 // from top to bottom.
-bool overlap(const Rows& a, const Rows& b) {
+bool overlap(const PlaneRows& a, const PlaneRows& b) {
   if (a.end() <= b.first || b.end() <= a.first) return false;
   std::uintptr_t i = 0;
   std::uintptr_t j = 0;
@@ -42,7 +42,7 @@ bool overlap(const Rows& a, const Rows& b) {
   return false;
 }
 
-bool isFrame(const TLUX_IMAGE& image) {
+bool isStreamFrame(const TLUX_IMAGE& image) {
   const auto isEven = [](std::int32_t side) { return side >= 2 && side % 2 == 0; };
   return isSemiPlanar420(image.format) && isEven(image.width) && isEven(image.height) &&
          hasSemiPlanes(image, image.width, image.width);
@@ -56,7 +56,7 @@ bool haveSamePlanes(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
 bool areApart(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
   for (int i = 0; i < 2; ++i) {
     for (int j = 0; j < 2; ++j) {
-      if (overlap(rowsOf(source, i), rowsOf(output, j))) return false;
+      if (overlap(planeRowsOf(source, i), planeRowsOf(output, j))) return false;
     }
   }
   return true;
@@ -65,9 +65,9 @@ bool areApart(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
 } // namespace
 
 bool isStreamPair(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
-  return isFrame(source) && isFrame(output) && source.format == output.format &&
+  return isStreamFrame(source) && isStreamFrame(output) && source.format == output.format &&
          source.width == output.width && source.height == output.height &&
-         !overlap(rowsOf(output, 0), rowsOf(output, 1)) &&
+         !overlap(planeRowsOf(output, 0), planeRowsOf(output, 1)) &&
          (haveSamePlanes(source, output) || areApart(source, output));
 }
 

@@ -76,7 +76,7 @@ bool isReferenceFor(const TLUX_ENGINE& engine, const TLUX_IMAGE& source) {
          reference->height <= source.height / kReferenceReduction;
 }
 
-bool isFrame(const TLUX_IMAGE& image) {
+bool isRunFrame(const TLUX_IMAGE& image) {
   return image.width >= 0 && image.height >= 0 && planeCountOf(image.format) >= 2 &&
          hasSemiPlanes(image, image.width, image.width);
 }
@@ -84,7 +84,7 @@ bool isFrame(const TLUX_IMAGE& image) {
 } // namespace
 
 bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output) {
-  return source != nullptr && output != nullptr && isFrame(*source) && isFrame(*output) &&
+  return source != nullptr && output != nullptr && isRunFrame(*source) && isRunFrame(*output) &&
          isSemiPlanar420(source->format) && output->width >= source->width &&
          output->height >= source->height && output->plane[0] != source->plane[0];
 }
