@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "base/result.hpp"
 #include "chroma/semi_planar.hpp"
 #include "guided_upsampling/fast_guided_filter.hpp"
 #include "guided_upsampling/window_sums.hpp"
@@ -49,12 +50,12 @@ void copyLuma(const TLUX_IMAGE& source, std::uint8_t* copy, std::int64_t width,
   }
 }
 
-std::uint32_t toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_IMAGE& output,
-                          const GuidedFrame& frame) {
+Result toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                   const GuidedFrame& frame) {
   const std::int64_t width = std::int64_t{kUpsampling} * frame.width();
   const std::int64_t height = std::int64_t{kUpsampling} * frame.height();
   const Scratch<std::uint8_t> luma(manager, width * height);
-  if (!luma) return TLUX_ERR_NO_MEMORY;
+  if (!luma) return Result::kNoMemory;
   copyLuma(source, luma.get(), width, height);
   const ToneRows tone = {frame.width(),
                          {{luma.get(), static_cast<std::ptrdiff_t>(width)},
@@ -91,11 +92,11 @@ uint32_t MultiThreadGuideTone(MMemMgr memMgr, const TLUX_IMAGE* source, TLUX_IMA
   }
   if (lowW < 1 || lowH < 1) return lowW < 0 || lowH < 0 ? TLUX_ERR_NO_MEMORY : TLUX_OK;
   for (const TLUX_IMAGE* image : {source, static_cast<const TLUX_IMAGE*>(output)}) {
-    const uint32_t result =
+    const Result result =
         checkSemiPlanar(*image, std::int64_t{kUpsampling} * lowW, std::int64_t{kUpsampling} * lowH);
-    if (result != TLUX_OK) return result;
+    if (result != Result::kOk) return codeOf(result);
   }
   const GuidedFrame frame = {
       {delta, lowW, lowH, lowPitch}, {guide, lowW, lowH, lowPitch}, radius, eps};
-  return toneInBands(memMgr, *source, *output, frame);
+  return codeOf(toneInBands(memMgr, *source, *output, frame));
 }

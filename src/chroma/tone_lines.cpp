@@ -74,8 +74,8 @@ uint32_t NV21NV12_ToneMap(TLUX_IMAGE* dst, const TLUX_IMAGE* base,
                           const TLUX_IMAGE* detail) noexcept {
   if (dst == nullptr || base == nullptr || detail == nullptr) return TLUX_ERR_INVALID_PARAM;
   for (const TLUX_IMAGE* image : {static_cast<const TLUX_IMAGE*>(dst), base}) {
-    const uint32_t result = checkSemiPlanar(*image, dst->width, dst->height);
-    if (result != TLUX_OK) return result;
+    const Result result = checkSemiPlanar(*image, dst->width, dst->height);
+    if (result != Result::kOk) return codeOf(result);
   }
   if (detail->plane[0] == nullptr || detail->width < dst->width || detail->height < dst->height ||
       detail->pitch[0] < dst->width) {

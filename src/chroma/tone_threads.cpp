@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "base/bands.hpp"
+#include "base/result.hpp"
 #include "chroma/semi_planar.hpp"
 #include "platform/worker_team.hpp"
 #include "tlux/tone.h"
@@ -21,7 +22,7 @@ void scaleBand(const TLUX_TONE_CONTEXT& band) {
   }
 }
 
-std::uint32_t scaleInBands(const TLUX_IMAGE& image, const TLUX_IMAGE& output) {
+Result scaleInBands(const TLUX_IMAGE& image, const TLUX_IMAGE& output) {
   const std::int32_t rows = bandHeight(image.height);
   WorkerTeam team;
   team.share(team.isComplete() ? kBandCount : team.started(), [&](std::int64_t index, int) {
@@ -39,7 +40,7 @@ std::uint32_t scaleInBands(const TLUX_IMAGE& image, const TLUX_IMAGE& output) {
                                     rows};
     NV21NV12_ToneSingleThread(&band);
   });
-  return team.isComplete() ? TLUX_OK : TLUX_ERR_THREAD;
+  return team.isComplete() ? Result::kOk : Result::kNoThread;
 }
 
 } // namespace
@@ -55,8 +56,8 @@ uint32_t NV21NV12_ToneSingleThread(const TLUX_TONE_CONTEXT* context) noexcept {
 uint32_t NV21NV12_ToneMT(const TLUX_IMAGE* image, TLUX_IMAGE* output) noexcept {
   if (image == nullptr || output == nullptr) return TLUX_ERR_INVALID_PARAM;
   for (const TLUX_IMAGE* frame : {image, static_cast<const TLUX_IMAGE*>(output)}) {
-    const uint32_t result = checkSemiPlanar(*frame, image->width, image->height);
-    if (result != TLUX_OK) return result;
+    const Result result = checkSemiPlanar(*frame, image->width, image->height);
+    if (result != Result::kOk) return codeOf(result);
   }
-  return scaleInBands(*image, *output);
+  return codeOf(scaleInBands(*image, *output));
 }

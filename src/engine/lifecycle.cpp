@@ -1,3 +1,4 @@
+
 #include <utility>
 
 #include "platform/scratch.hpp"

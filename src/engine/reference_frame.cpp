@@ -1,4 +1,5 @@
 #include "engine/reference_frame.hpp"
+#include "base/result.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -24,7 +25,7 @@ bool hasSize(const TLUX_IMAGE& image, std::int32_t width, std::int32_t height) {
 
 } // namespace
 
-std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& source) {
+Result initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& source) {
   engine.source = &source;
   engine.srcWidth = source.width;
   engine.srcHeight = source.height;
@@ -36,10 +37,10 @@ std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLU
   if (reference != nullptr && !hasSize(*reference, engine.refWidth, engine.refHeight)) {
     TLUX_FreeImage_IMK(&reference, manager);
   }
-  if (engine.refWidth == 0 || engine.refHeight == 0) return TLUX_OK;
-  if (reference != nullptr) return TLUX_OK;
-  return TLUX_CreateImage_IMK(&reference, engine.refWidth, engine.refHeight, kReferenceFormat,
-                              manager);
+  if (engine.refWidth == 0 || engine.refHeight == 0) return Result::kOk;
+  if (reference != nullptr) return Result::kOk;
+  return resultOf(TLUX_CreateImage_IMK(&reference, engine.refWidth, engine.refHeight,
+                                       kReferenceFormat, manager));
 }
 
 void fillReferenceLuma(Team& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "platform/worker_team.hpp"
 #include "tlux/engine.h"
 
@@ -10,8 +11,8 @@ namespace tlux::detail {
 // Makes room for the reference frame of a source in the engine and records the geometry of both.
 // The reference frame of the frame before is used again where the size is the same. A source of
 // fewer than 16 columns or rows has none.
-[[nodiscard]] std::uint32_t initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine,
-                                               const TLUX_IMAGE& source);
+[[nodiscard]] Result initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine,
+                                        const TLUX_IMAGE& source);
 
 // Reduces the luma of the source by 8 into its reference frame.
 void fillReferenceLuma(Team& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference);

@@ -1,3 +1,4 @@
+#include "base/result.hpp"
 #include "engine/reference_frame.hpp"
 #include "tlux/copy.h"
 #include "tlux/engine.h"
@@ -15,33 +16,33 @@ bool isEven(std::int32_t side) {
 
 // The steps on a frame that has a reference frame. What they write is not copied before; a failure
 // leaves the copy.
-std::uint32_t toneMap(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
-                      const TLUX_IMAGE& source, TLUX_IMAGE& output, std::uint32_t strength) {
+Result toneMap(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine, const TLUX_IMAGE& source,
+               TLUX_IMAGE& output, std::uint32_t strength) {
   // An output of another kind stays as it is where the stage writes nothing.
   const Rest rest = TLUX_IsImageEqual_IMK(&source, &output) != 0 ? Rest::kCopied : Rest::kKept;
   fillReferenceLuma(team, source, *referenceOf(engine));
-  const std::uint32_t mapped =
+  const Result mapped =
       toneMapFrame(manager, team, engine, source, output, strength, rest, ReferenceChroma::kWanted);
-  if (mapped != TLUX_OK) TLUX_CopyImage_IMK(&output, &source);
+  if (mapped != Result::kOk) TLUX_CopyImage_IMK(&output, &source);
   return mapped;
 }
 
-std::uint32_t optimizeFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& source,
-                            TLUX_IMAGE& output, std::uint32_t strength) {
-  const std::uint32_t prepared = initReferenceFrame(manager, engine, source);
-  if (prepared != TLUX_OK) return prepared;
+Result optimizeFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE& source,
+                     TLUX_IMAGE& output, std::uint32_t strength) {
+  const Result prepared = initReferenceFrame(manager, engine, source);
+  if (prepared != Result::kOk) return prepared;
   engine.mode = kMode;
   if (referenceOf(engine) == nullptr) {
     TLUX_CopyImage_IMK(&output, &source);
     TLUX_EmbeddedMark(&output);
-    return TLUX_OK;
+    return Result::kOk;
   }
   WorkerTeam team(participantsFor(source));
-  const std::uint32_t mapped = toneMap(manager, team, engine, source, output, strength);
+  const Result mapped = toneMap(manager, team, engine, source, output, strength);
   team.dismiss(); // threads end while the mark is made
-  if (mapped != TLUX_OK) return mapped;
+  if (mapped != Result::kOk) return mapped;
   TLUX_EmbeddedMark(&output);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -57,5 +58,5 @@ uint32_t TLUX_RunDynamicRangeOptimizationImage(MMemMgr manager, TLUX_ENGINE* eng
       !isEven(source->width) || !isEven(source->height)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return optimizeFrame(manager, *engine, *source, *output, *strength);
+  return codeOf(optimizeFrame(manager, *engine, *source, *output, *strength));
 }

@@ -1,3 +1,4 @@
+
 #include "tlux/engine.h"
 
 namespace {

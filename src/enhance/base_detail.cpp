@@ -6,6 +6,7 @@
 
 #include "base/fixed_point.hpp"
 #include "base/plane_checks.hpp"
+#include "base/result.hpp"
 #include "guided_upsampling/window_sums.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/detail.h"
@@ -78,30 +79,30 @@ void writeLight(Plane<const std::uint8_t> in, const std::array<float, 256>& ligh
 }
 
 // Leaves the base layer, mean(a) · light + mean(b), in `offset`.
-std::uint32_t splitBase(MMemMgr manager, Plane<const std::uint8_t> in,
-                        const std::array<float, 256>& lightOf, const BaseFilter& filter,
-                        const WorkPlanes& work) {
+Result splitBase(MMemMgr manager, Plane<const std::uint8_t> in,
+                 const std::array<float, 256>& lightOf, const BaseFilter& filter,
+                 const WorkPlanes& work) {
   const auto [data, width, height, pitch] = in;
   writeLight(in, lightOf, work.light.get());
-  std::uint32_t result =
-      GuideBlock(manager, work.light.get(), work.light.get(), height, width, width,
-                 work.slope.get(), work.offset.get(), filter.radius, filter.epsilon);
-  if (result != TLUX_OK) return result;
+  Result result =
+      resultOf(GuideBlock(manager, work.light.get(), work.light.get(), height, width, width,
+                          work.slope.get(), work.offset.get(), filter.radius, filter.epsilon));
+  if (result != Result::kOk) return result;
   float* meanSlope = work.light.get(); // the light is known from the codes
-  result = BlockMeanVar(manager, work.slope.get(), height, width, width, meanSlope,
-                        work.unused.get(), filter.radius);
-  if (result != TLUX_OK) return result;
+  result = resultOf(BlockMeanVar(manager, work.slope.get(), height, width, width, meanSlope,
+                                 work.unused.get(), filter.radius));
+  if (result != Result::kOk) return result;
   float* meanOffset = work.slope.get();
-  result = BlockMeanVar(manager, work.offset.get(), height, width, width, meanOffset,
-                        work.unused.get(), filter.radius);
-  if (result != TLUX_OK) return result;
+  result = resultOf(BlockMeanVar(manager, work.offset.get(), height, width, width, meanOffset,
+                                 work.unused.get(), filter.radius));
+  if (result != Result::kOk) return result;
   std::ptrdiff_t i = 0;
   for (std::int32_t y = 0; y < height; ++y) {
     for (std::int32_t x = 0; x < width; ++x, ++i) {
       work.offset[i] = meanSlope[i] * lightOf[in.row(y)[x]] + meanOffset[i];
     }
   }
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 LightRange rangeOf(const float* values, std::int64_t count) {
@@ -119,15 +120,15 @@ float scaleFactor(const LightRange& range, double decades) {
   return present > decades ? static_cast<float>(decades / present) : 1.0f;
 }
 
-std::uint32_t compressBase(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::uint8_t> out,
-                           const BaseFilter& filter, double decades) {
+Result compressBase(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::uint8_t> out,
+                    const BaseFilter& filter, double decades) {
   const std::int64_t pixels = std::int64_t{in.width} * in.height;
   const WorkPlanes work(manager, pixels);
   const Scratch<std::uint8_t> codes(manager, kEncodingSteps);
-  if (!work || !codes) return TLUX_ERR_NO_MEMORY;
+  if (!work || !codes) return Result::kNoMemory;
   const std::array<float, 256> lightOf = lightOfCodes();
-  const std::uint32_t result = splitBase(manager, in, lightOf, filter, work);
-  if (result != TLUX_OK) return result;
+  const Result result = splitBase(manager, in, lightOf, filter, work);
+  if (result != Result::kOk) return result;
 
   const float* base = work.offset.get();
   const LightRange range = rangeOf(base, pixels);
@@ -145,7 +146,7 @@ std::uint32_t compressBase(MMemMgr manager, Plane<const std::uint8_t> in, Plane<
       outRow[x] = encode(range.most + scale * (*base - range.most) + detail, codes.get());
     }
   }
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -162,5 +163,6 @@ uint32_t BaseDetail(MMemMgr manager, const uint8_t* input, int32_t inputPitch, u
     return TLUX_ERR_INVALID_PARAM;
   }
   if (isEmpty(width, height)) return TLUX_OK;
-  return compressBase(manager, in, out, {radius, eps}, std::log10(static_cast<double>(contrast)));
+  return codeOf(
+      compressBase(manager, in, out, {radius, eps}, std::log10(static_cast<double>(contrast))));
 }

@@ -1,4 +1,5 @@
 #include "enhance/chroma_planes.hpp"
+#include "base/result.hpp"
 
 #include <utility>
 
@@ -47,14 +48,14 @@ bool isOrderCrCb(const TLUX_IMAGE& frame) {
   return findFormat(frame.format)->cbAt == 1;
 }
 
-std::uint32_t checkChromaPlanes(const TLUX_IMAGE* frame, const std::uint8_t* u,
-                                const std::uint8_t* v, std::int32_t pitch) {
-  const std::uint32_t outcome = checkSemiPlanar(frame);
-  if (outcome != TLUX_OK) return outcome;
+Result checkChromaPlanes(const TLUX_IMAGE* frame, const std::uint8_t* u, const std::uint8_t* v,
+                         std::int32_t pitch) {
+  const Result outcome = checkSemiPlanar(frame);
+  if (outcome != Result::kOk) return outcome;
   const ComponentPlane pairs = chromaPairsOf(*frame);
-  if (pairs.isEmpty()) return TLUX_OK;
+  if (pairs.isEmpty()) return Result::kOk;
   const bool areThere = u != nullptr && v != nullptr && pitch >= pairs.width;
-  return areThere ? TLUX_OK : TLUX_ERR_INVALID_PARAM;
+  return areThere ? Result::kOk : Result::kInvalidParam;
 }
 
 void copyLuma(const TLUX_IMAGE& source, const TLUX_IMAGE& target) {
@@ -75,29 +76,29 @@ void halveChroma(const TLUX_IMAGE& source, const TLUX_IMAGE& target) {
   }
 }
 
-std::uint32_t subsampleFrame(const TLUX_IMAGE* source, const TLUX_IMAGE* target) {
-  if (source == nullptr || target == nullptr) return TLUX_ERR_INVALID_PARAM;
+Result subsampleFrame(const TLUX_IMAGE* source, const TLUX_IMAGE* target) {
+  if (source == nullptr || target == nullptr) return Result::kInvalidParam;
   if ((source->format != TLUX_FMT_YCBCR444_P && source->format != TLUX_FMT_YCBCR444_P_B) ||
       target->format != TLUX_FMT_YCBCR420_YPVU) {
-    return TLUX_ERR_UNSUPPORTED;
+    return Result::kUnsupported;
   }
   if (source->width != target->width || source->height != target->height ||
       !isComplete(*source, *findFormat(source->format)) ||
       !isComplete(*target, *findFormat(target->format))) {
-    return TLUX_ERR_INVALID_PARAM;
+    return Result::kInvalidParam;
   }
   copyLuma(*source, *target);
   halveChroma(*source, *target);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
 
-std::uint32_t checkSemiPlanar(const TLUX_IMAGE* frame) {
-  if (frame == nullptr) return TLUX_ERR_INVALID_PARAM;
+Result checkSemiPlanar(const TLUX_IMAGE* frame) {
+  if (frame == nullptr) return Result::kInvalidParam;
   const Format* format = findFormat(frame->format);
-  if (format == nullptr || format->planes != 2) return TLUX_ERR_UNSUPPORTED;
-  return isComplete(*frame, *format) ? TLUX_OK : TLUX_ERR_INVALID_PARAM;
+  if (format == nullptr || format->planes != 2) return Result::kUnsupported;
+  return isComplete(*frame, *format) ? Result::kOk : Result::kInvalidParam;
 }
 
 ComponentPlane chromaPairsOf(const TLUX_IMAGE& frame) {
@@ -126,18 +127,18 @@ void joinChroma(const std::uint8_t* u, const std::uint8_t* v, std::ptrdiff_t pit
 using namespace tlux::detail;
 
 uint32_t ExtractUVchannel(const TLUX_IMAGE* frame, uint8_t* u, uint8_t* v, int32_t pitch) noexcept {
-  const uint32_t outcome = checkChromaPlanes(frame, u, v, pitch);
-  if (outcome == TLUX_OK) splitChroma(*frame, u, v, pitch);
-  return outcome;
+  const Result outcome = checkChromaPlanes(frame, u, v, pitch);
+  if (outcome == Result::kOk) splitChroma(*frame, u, v, pitch);
+  return codeOf(outcome);
 }
 
 uint32_t PushUVchannel(const uint8_t* u, const uint8_t* v, int32_t pitch,
                        TLUX_IMAGE* frame) noexcept {
-  const uint32_t outcome = checkChromaPlanes(frame, u, v, pitch);
-  if (outcome == TLUX_OK) joinChroma(u, v, pitch, *frame);
-  return outcome;
+  const Result outcome = checkChromaPlanes(frame, u, v, pitch);
+  if (outcome == Result::kOk) joinChroma(u, v, pitch, *frame);
+  return codeOf(outcome);
 }
 
 uint32_t FormatI444TONV21(const TLUX_IMAGE* source, TLUX_IMAGE* target) noexcept {
-  return subsampleFrame(source, target);
+  return codeOf(subsampleFrame(source, target));
 }

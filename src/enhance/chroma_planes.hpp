@@ -3,12 +3,13 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "image/component.hpp"
 
 namespace tlux::detail {
 
 // Whether a frame is complete and has its chroma as pairs in plane 1, in either order.
-std::uint32_t checkSemiPlanar(const TLUX_IMAGE* frame);
+Result checkSemiPlanar(const TLUX_IMAGE* frame);
 
 // The chroma pairs of such a frame; may be empty.
 ComponentPlane chromaPairsOf(const TLUX_IMAGE& frame);

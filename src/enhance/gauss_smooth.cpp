@@ -1,5 +1,6 @@
 #include <algorithm>
 
+#include "base/result.hpp"
 #include "image/component.hpp"
 #include "tlux/nv21_tools.h"
 #include "tlux/platform.h"
@@ -66,23 +67,22 @@ bool is444(std::uint32_t format) {
   return format == TLUX_FMT_YCBCR444_P || format == TLUX_FMT_YCBCR444_P_B;
 }
 
-std::uint32_t gaussSmooth(const TLUX_IMAGE* source, const TLUX_IMAGE* target,
-                          std::uint32_t planes) {
+Result gaussSmooth(const TLUX_IMAGE* source, const TLUX_IMAGE* target, std::uint32_t planes) {
   if (source == nullptr || target == nullptr || source->format != target->format || planes > 7) {
-    return TLUX_ERR_INVALID_PARAM;
+    return Result::kInvalidParam;
   }
-  if (!is444(source->format)) return TLUX_ERR_UNSUPPORTED;
+  if (!is444(source->format)) return Result::kUnsupported;
   const Format& format = *findFormat(source->format);
   if (source->width != target->width || source->height != target->height ||
       !isComplete(*source, format) || !isComplete(*target, format) ||
       source->plane[0] == target->plane[0]) {
-    return TLUX_ERR_INVALID_PARAM;
+    return Result::kInvalidParam;
   }
   for (const Component& component : componentsOf(format)) {
     const auto handle = ((planes >> component.plane) & 1) != 0 ? &smoothPlane : &copyPlane;
     handle(planeOf(*source, component), planeOf(*target, component));
   }
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -91,5 +91,5 @@ std::uint32_t gaussSmooth(const TLUX_IMAGE* source, const TLUX_IMAGE* target,
 using namespace tlux::detail;
 
 uint32_t GaussSmoothI444(const TLUX_IMAGE* source, TLUX_IMAGE* target, uint32_t planes) noexcept {
-  return gaussSmooth(source, target, planes);
+  return codeOf(gaussSmooth(source, target, planes));
 }

@@ -1,5 +1,6 @@
 // The guided filter with windows of (2r + 1) × (2r + 1), cut at the edges.
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "enhance/chroma_planes.hpp"
 #include "filter/guided_planes.hpp"
 #include "tlux/nv21_tools.h"
@@ -16,30 +17,30 @@ void filterPlane(const Filter& filter, const GuidedPlanes& planes, std::int32_t 
              Windows(width, height, radius), {0, 0, width, height});
 }
 
-std::uint32_t filterChannel(MMemMgr manager, const GuidedPlanes& planes, std::int32_t radius) {
+Result filterChannel(MMemMgr manager, const GuidedPlanes& planes, std::int32_t radius) {
   const std::int32_t width = planes.output.width;
   const std::int32_t height = planes.output.height;
   if (!isFilterableSize(width, height) || radius < 0 || !isPlane(planes.guide) ||
       !isPlane(planes.input) || !isPlane(planes.output)) {
-    return TLUX_ERR_INVALID_PARAM;
+    return Result::kInvalidParam;
   }
   const Filter filter(manager, Windows(width, height, radius));
-  if (!filter) return TLUX_ERR_NO_MEMORY;
+  if (!filter) return Result::kNoMemory;
   filterPlane(filter, planes, radius);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
-std::uint32_t filterFrame(MMemMgr manager, const TLUX_IMAGE* source, const TLUX_IMAGE* target,
-                          std::int32_t radius) {
-  const std::uint32_t outcomes[] = {checkSemiPlanar(source), checkSemiPlanar(target)};
-  for (const std::uint32_t outcome : outcomes) {
-    if (outcome != TLUX_OK) return outcome;
+Result filterFrame(MMemMgr manager, const TLUX_IMAGE* source, const TLUX_IMAGE* target,
+                   std::int32_t radius) {
+  const Result outcomes[] = {checkSemiPlanar(source), checkSemiPlanar(target)};
+  for (const Result outcome : outcomes) {
+    if (outcome != Result::kOk) return outcome;
   }
   const std::int32_t width = source->width;
   const std::int32_t height = source->height;
   if (source->format != target->format || width != target->width || height != target->height ||
       radius < 0 || !isFilterableSize(width, height)) {
-    return TLUX_ERR_INVALID_PARAM;
+    return Result::kInvalidParam;
   }
   const ComponentPlane pairs = chromaPairsOf(*source);
   const auto chromaWidth = static_cast<std::int32_t>(pairs.width);
@@ -48,12 +49,12 @@ std::uint32_t filterFrame(MMemMgr manager, const TLUX_IMAGE* source, const TLUX_
 
   const Filter filter(manager, Windows(width, height, radius));
   const Scratch<std::uint8_t> chroma(manager, 2 * chromaBytes);
-  if (!filter || !chroma) return TLUX_ERR_NO_MEMORY;
+  if (!filter || !chroma) return Result::kNoMemory;
 
   const Plane<const std::uint8_t> luma{source->plane[0], width, height, source->pitch[0]};
   filterPlane(filter, {luma, luma, {target->plane[0], width, height, target->pitch[0]}}, radius);
 
-  if (pairs.isEmpty()) return TLUX_OK;
+  if (pairs.isEmpty()) return Result::kOk;
   std::uint8_t* planes[] = {chroma.get(), chroma.get() + chromaBytes};
   splitChroma(*source, planes[0], planes[1], pairs.width);
   for (std::uint8_t* plane : planes) {
@@ -61,7 +62,7 @@ std::uint32_t filterFrame(MMemMgr manager, const TLUX_IMAGE* source, const TLUX_
     filterPlane(filter, {view, view, view}, radius / 2 + radius % 2);
   }
   joinChroma(planes[0], planes[1], pairs.width, *target);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -73,14 +74,14 @@ uint32_t DstFilterChannel(MMemMgr manager, const uint8_t* guide, int32_t guidePi
                           const uint8_t* channel, int32_t channelPitch, uint8_t* target,
                           int32_t targetPitch, int32_t width, int32_t height,
                           int32_t radius) noexcept {
-  return filterChannel(manager,
-                       {{guide, width, height, guidePitch},
-                        {channel, width, height, channelPitch},
-                        {target, width, height, targetPitch}},
-                       radius);
+  return codeOf(filterChannel(manager,
+                              {{guide, width, height, guidePitch},
+                               {channel, width, height, channelPitch},
+                               {target, width, height, targetPitch}},
+                              radius));
 }
 
 uint32_t GuideFilterNV21(MMemMgr manager, const TLUX_IMAGE* source, TLUX_IMAGE* target,
                          int32_t radius) noexcept {
-  return filterFrame(manager, source, target, radius);
+  return codeOf(filterFrame(manager, source, target, radius));
 }

@@ -3,6 +3,7 @@
 
 #include "base/multiversion.hpp"
 #include "base/plane_checks.hpp"
+#include "base/result.hpp"
 #include "filter/local_moments.hpp"
 #include "tlux/detail.h"
 
@@ -46,14 +47,14 @@ TLUX_OUT_OF_LINE void applyAdaptiveGain(const std::uint8_t* __restrict samples,
 
 // Checks what the filters have in common and calls writeRow(row, out) for all rows.
 template <int Moments, class WriteRow>
-std::uint32_t enhance(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::uint8_t> out,
-                      std::int32_t radius, WriteRow writeRow) {
-  if (!isPlane(in) || !isPlane(out) || radius < 0) return TLUX_ERR_INVALID_PARAM;
-  if (isEmpty(in.width, in.height)) return TLUX_OK;
+Result enhance(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::uint8_t> out,
+               std::int32_t radius, WriteRow writeRow) {
+  if (!isPlane(in) || !isPlane(out) || radius < 0) return Result::kInvalidParam;
+  if (isEmpty(in.width, in.height)) return Result::kOk;
   const auto visit = [&](std::int32_t y, const MomentRow<Moments>& row) {
     writeRow(row, out.row(y));
   };
-  return forMomentsOfRows<Moments>(manager, in, radius, visit) ? TLUX_OK : TLUX_ERR_NO_MEMORY;
+  return forMomentsOfRows<Moments>(manager, in, radius, visit) ? Result::kOk : Result::kNoMemory;
 }
 
 } // namespace
@@ -65,11 +66,11 @@ uint32_t LeeFilterEnhancement(MMemMgr manager, const uint8_t* input, int32_t inp
                               uint8_t* output, int32_t outputPitch, int32_t width, int32_t height,
                               int32_t radius, int32_t gain) noexcept {
   if (gain < 0 || gain > kLargestGain) return TLUX_ERR_INVALID_PARAM;
-  return enhance<1>(manager, {input, width, height, inputPitch},
-                    {output, width, height, outputPitch}, radius,
-                    [=](const MomentRow<1>& row, uint8_t* out) {
-                      applyGain(row.samples, row.means, fromQ10(gain), width, out);
-                    });
+  return codeOf(enhance<1>(manager, {input, width, height, inputPitch},
+                           {output, width, height, outputPitch}, radius,
+                           [=](const MomentRow<1>& row, uint8_t* out) {
+                             applyGain(row.samples, row.means, fromQ10(gain), width, out);
+                           }));
 }
 
 uint32_t ImgEnhancement(MMemMgr manager, const uint8_t* input, int32_t inputPitch, uint8_t* output,
@@ -79,10 +80,10 @@ uint32_t ImgEnhancement(MMemMgr manager, const uint8_t* input, int32_t inputPitc
       largestGain > kLargestGain) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return enhance<2>(manager, {input, width, height, inputPitch},
-                    {output, width, height, outputPitch}, radius,
-                    [=](const MomentRow<2>& row, uint8_t* out) {
-                      applyAdaptiveGain(row.samples, row.means, row.meanSquares, deviation,
-                                        fromQ10(largestGain), width, out);
-                    });
+  return codeOf(enhance<2>(manager, {input, width, height, inputPitch},
+                           {output, width, height, outputPitch}, radius,
+                           [=](const MomentRow<2>& row, uint8_t* out) {
+                             applyAdaptiveGain(row.samples, row.means, row.meanSquares, deviation,
+                                               fromQ10(largestGain), width, out);
+                           }));
 }

@@ -2,6 +2,7 @@
 #include <array>
 
 #include "base/fixed_point.hpp"
+#include "base/result.hpp"
 #include "enhance/histogram.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/histogram_match.h"
@@ -111,10 +112,10 @@ bool isReadable(const TLUX_IMAGE* image) {
   return image != nullptr && image->plane[0] != nullptr;
 }
 
-std::uint32_t buildMatchTable(MMemMgr manager, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
-                              std::uint8_t* table) {
+Result buildMatchTable(MMemMgr manager, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                       std::uint8_t* table) {
   const Scratch<std::uint32_t> histograms(manager, 2 * kSampleLevels);
-  if (!histograms) return TLUX_ERR_NO_MEMORY;
+  if (!histograms) return Result::kNoMemory;
   std::uint32_t* ofSource = histograms.get();
   std::uint32_t* ofTarget = ofSource + kSampleLevels;
   std::fill_n(ofSource, 2 * kSampleLevels, 0u);
@@ -124,7 +125,7 @@ std::uint32_t buildMatchTable(MMemMgr manager, const TLUX_IMAGE& target, const T
   const bool isEmpty = source.width < 1 || source.height < 1;
   const std::int64_t pixels = isEmpty ? 0 : std::int64_t{source.width} * source.height;
   MatchTable{findDeciles(ofSource, pixels), findDeciles(ofTarget, pixels), table}.build();
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -137,5 +138,5 @@ uint32_t TLUX_GetMatchTable(MMemMgr manager, const TLUX_IMAGE* target, const TLU
   if (!isReadable(target) || !isReadable(source) || table == nullptr) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return buildMatchTable(manager, *target, *source, table);
+  return codeOf(buildMatchTable(manager, *target, *source, table));
 }

@@ -1,6 +1,7 @@
 #include <algorithm>
 
 #include "base/fixed_point.hpp"
+#include "base/result.hpp"
 #include "filter/guided_planes.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/detail.h"
@@ -31,18 +32,17 @@ void addCoredResidual(const std::uint8_t* __restrict samples, const Coring& cori
   }
 }
 
-std::uint32_t filterResidual(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::uint8_t> out,
-                             Smoothing smoothing, const Coring& coring) {
+Result filterResidual(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::uint8_t> out,
+                      Smoothing smoothing, const Coring& coring) {
   if (!isPlane(in) || !isPlane(out) || !smoothing.isValid() || !coring.isValid()) {
-    return TLUX_ERR_INVALID_PARAM;
+    return Result::kInvalidParam;
   }
-  if (isEmpty(in.width, in.height)) return TLUX_OK;
+  if (isEmpty(in.width, in.height)) return Result::kOk;
   const Scratch<std::uint8_t> block(manager, std::int64_t{in.width} * in.height);
-  if (!block) return TLUX_ERR_NO_MEMORY;
+  if (!block) return Result::kNoMemory;
   const auto smoothed = packedPlane(block.get(), in.width, in.height);
-  const std::uint32_t result =
-      filterGuided<PlaneModel<1, 1>>(manager, {in, in, smoothed}, smoothing);
-  for (std::int32_t y = 0; y < in.height && result == TLUX_OK; ++y) {
+  const Result result = filterGuided<PlaneModel<1, 1>>(manager, {in, in, smoothed}, smoothing);
+  for (std::int32_t y = 0; y < in.height && result == Result::kOk; ++y) {
     addCoredResidual(in.row(y), coring, in.width, smoothed.row(y));
     std::copy_n(smoothed.row(y), in.width, out.row(y));
   }
@@ -57,6 +57,7 @@ using namespace tlux::detail;
 uint32_t ResFilter(MMemMgr manager, const uint8_t* input, int32_t inputPitch, uint8_t* output,
                    int32_t outputPitch, int32_t width, int32_t height, int32_t radius, int32_t eps,
                    int32_t threshold, int32_t gain) noexcept {
-  return filterResidual(manager, {input, width, height, inputPitch},
-                        {output, width, height, outputPitch}, {radius, eps}, {threshold, gain});
+  return codeOf(filterResidual(manager, {input, width, height, inputPitch},
+                               {output, width, height, outputPitch}, {radius, eps},
+                               {threshold, gain}));
 }

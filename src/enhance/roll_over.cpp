@@ -1,6 +1,7 @@
 #include <array>
 #include <cstring>
 
+#include "base/result.hpp"
 #include "image/component.hpp"
 #include "tlux/nv21_tools.h"
 #include "tlux/platform.h"
@@ -37,26 +38,26 @@ void rollComponent(const ComponentPlane& from, const ComponentPlane& to, int pix
   }
 }
 
-std::uint32_t rollOver(const TLUX_IMAGE* source, const TLUX_IMAGE* target, std::uint32_t flags) {
+Result rollOver(const TLUX_IMAGE* source, const TLUX_IMAGE* target, std::uint32_t flags) {
   if (source == nullptr || target == nullptr || source->format != target->format ||
       flags > (TLUX_ROLL_ROWS | TLUX_ROLL_COLUMNS)) {
-    return TLUX_ERR_INVALID_PARAM;
+    return Result::kInvalidParam;
   }
   const Format* format = findFormat(source->format);
   // In packed 4:2:2 the two components share a plane; that is no frame of this kind.
   if (format == nullptr || componentsOf(*format).count != format->planes) {
-    return TLUX_ERR_UNSUPPORTED;
+    return Result::kUnsupported;
   }
   if (source->width != target->width || source->height != target->height ||
       !isComplete(*source, *format) || !isComplete(*target, *format) ||
       source->plane[0] == target->plane[0]) {
-    return TLUX_ERR_INVALID_PARAM;
+    return Result::kInvalidParam;
   }
   for (const Component& component : componentsOf(*format)) {
     const ComponentPlane to = planeOf(*target, component);
     if (!to.isEmpty()) rollComponent(planeOf(*source, component), to, component.channels, flags);
   }
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -65,5 +66,5 @@ std::uint32_t rollOver(const TLUX_IMAGE* source, const TLUX_IMAGE* target, std::
 using namespace tlux::detail;
 
 uint32_t ImageRollOver(const TLUX_IMAGE* source, TLUX_IMAGE* target, uint32_t flags) noexcept {
-  return rollOver(source, target, flags);
+  return codeOf(rollOver(source, target, flags));
 }

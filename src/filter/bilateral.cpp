@@ -7,6 +7,7 @@
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
 #include "base/plane_checks.hpp"
+#include "base/result.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/smoothing.h"
 
@@ -195,13 +196,12 @@ void filterStretch(const PaddedRows& rows, const WeightTables& tables, std::int3
   divideRounded(sums, weightSums, count, out);
 }
 
-std::uint32_t bilateralFilter(MMemMgr manager, Plane<const std::uint8_t> input,
-                              Plane<std::uint8_t> output, std::int32_t radius,
-                              const Sigmas& sigmas) {
+Result bilateralFilter(MMemMgr manager, Plane<const std::uint8_t> input, Plane<std::uint8_t> output,
+                       std::int32_t radius, const Sigmas& sigmas) {
   const std::int32_t width = input.width;
   const Scratch<std::uint8_t> padded(manager, PaddedRows::bytesNeeded(width, radius));
   const Scratch<std::uint16_t> weights(manager, WeightTables::valuesNeeded(radius));
-  if (!padded || !weights) return TLUX_ERR_NO_MEMORY;
+  if (!padded || !weights) return Result::kNoMemory;
 
   const WeightTables tables(radius, sigmas, weights.get());
   PaddedRows rows(input, radius, padded.get());
@@ -214,7 +214,7 @@ std::uint32_t bilateralFilter(MMemMgr manager, Plane<const std::uint8_t> input,
       filterStretch(rows, tables, radius, y, x, std::min(width - x, kStretch), output.row(y) + x);
     }
   }
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -232,6 +232,7 @@ uint32_t BilateralFilter1D(MMemMgr manager, const uint8_t* input, int32_t inputP
     return TLUX_ERR_INVALID_PARAM;
   }
   if (isEmpty(width, height)) return TLUX_OK;
-  return bilateralFilter(manager, in, out, radius,
-                         {static_cast<double>(rangeSigma), static_cast<double>(spaceSigma)});
+  return codeOf(
+      bilateralFilter(manager, in, out, radius,
+                      {static_cast<double>(rangeSigma), static_cast<double>(spaceSigma)}));
 }

@@ -7,6 +7,7 @@
 
 #include "base/multiversion.hpp"
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "filter/prefix_sum.hpp"
 #include "platform/scratch.hpp"
 
@@ -160,7 +161,7 @@ void prefetch(const void* row, std::int64_t bytes) {
 }
 
 template <class Sample, class Column, class Sum>
-std::uint32_t blurRows(MMemMgr manager, Plane<Sample> plane, std::int32_t radius) {
+Result blurRows(MMemMgr manager, Plane<Sample> plane, std::int32_t radius) {
   const std::int64_t width = plane.width;
   const std::int32_t d = 2 * radius + 1;
   const auto k = static_cast<std::uint16_t>(reciprocalOfArea(d));
@@ -170,7 +171,7 @@ std::uint32_t blurRows(MMemMgr manager, Plane<Sample> plane, std::int32_t radius
   const auto columnBytes = width * std::int64_t{sizeof(Column)};
   const auto keptBytes = keptRows * width * std::int64_t{sizeof(Sample)};
   const Scratch<std::byte> block(manager, sumBytes + columnBytes + keptBytes);
-  if (!block) return TLUX_ERR_NO_MEMORY;
+  if (!block) return Result::kNoMemory;
   auto* sums = reinterpret_cast<Sum*>(block.get());
   auto* columns = reinterpret_cast<Column*>(block.get() + sumBytes);
   const auto kept = packedPlane(reinterpret_cast<Sample*>(block.get() + sumBytes + columnBytes),
@@ -193,18 +194,18 @@ std::uint32_t blurRows(MMemMgr manager, Plane<Sample> plane, std::int32_t radius
     prefetch(below(y + radius + 2), width * std::int64_t{sizeof(Sample)});
     writeMeans(sums, sums + d, k, row, plane.width);
   }
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 template <class Sample>
-std::uint32_t boxBlur(MMemMgr manager, Plane<Sample> plane, std::int32_t radius) {
-  if (plane.width < 1 || plane.height < 1 || radius <= 0) return TLUX_OK;
-  if (plane.data == nullptr) return TLUX_ERR_INVALID_PARAM;
+Result boxBlur(MMemMgr manager, Plane<Sample> plane, std::int32_t radius) {
+  if (plane.width < 1 || plane.height < 1 || radius <= 0) return Result::kOk;
+  if (plane.data == nullptr) return Result::kInvalidParam;
   if (radius > kLargestRadius) {
     for (std::int32_t y = 0; y < plane.height; ++y) {
       std::fill_n(plane.row(y), plane.width, Sample{0});
     }
-    return TLUX_OK;
+    return Result::kOk;
   }
   if constexpr (sizeof(Sample) == 1) {
     if (radius <= kLargestRadiusOf16BitSums) {
@@ -230,20 +231,20 @@ using namespace tlux::detail;
 
 uint32_t TLUX_BoxBlur_Byte(MMemMgr manager, uint8_t* plane, int32_t width, int32_t height,
                            int32_t pitch, int32_t radius, int32_t) noexcept {
-  return boxBlur(manager, planeOf(plane, width, height, pitch), radius);
+  return codeOf(boxBlur(manager, planeOf(plane, width, height, pitch), radius));
 }
 
 uint32_t TLUX_BoxBlur_Int8(MMemMgr manager, int8_t* plane, int32_t width, int32_t height,
                            int32_t pitch, int32_t radius, int32_t) noexcept {
-  return boxBlur(manager, planeOf(plane, width, height, pitch), radius);
+  return codeOf(boxBlur(manager, planeOf(plane, width, height, pitch), radius));
 }
 
 uint32_t TLUX_BoxBlur_Int16(MMemMgr manager, int16_t* plane, int32_t width, int32_t height,
                             int32_t pitch, int32_t radius, int32_t) noexcept {
-  return boxBlur(manager, planeOf(plane, width, height, pitch), radius);
+  return codeOf(boxBlur(manager, planeOf(plane, width, height, pitch), radius));
 }
 
 uint32_t TLUX_BoxBlur_Int32(MMemMgr manager, int32_t* plane, int32_t width, int32_t height,
                             int32_t pitch, int32_t radius, int32_t) noexcept {
-  return boxBlur(manager, planeOf(plane, width, height, pitch), radius);
+  return codeOf(boxBlur(manager, planeOf(plane, width, height, pitch), radius));
 }

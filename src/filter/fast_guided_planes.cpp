@@ -5,6 +5,7 @@
 
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
+#include "base/result.hpp"
 #include "filter/guided_planes.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/smoothing.h"
@@ -128,8 +129,8 @@ std::int32_t reducedRadius(std::int32_t radius, std::int32_t factor) {
   return std::max(rounded, std::min(radius, 1));
 }
 
-std::uint32_t filterReduced(MMemMgr manager, const GuidedPlanes& planes, Smoothing smoothing,
-                            std::int32_t factor) {
+Result filterReduced(MMemMgr manager, const GuidedPlanes& planes, Smoothing smoothing,
+                     std::int32_t factor) {
   const std::int32_t width = planes.output.width;
   const std::int32_t height = planes.output.height;
   const Windows windows(reducedSize(width, factor), reducedSize(height, factor),
@@ -140,7 +141,7 @@ std::uint32_t filterReduced(MMemMgr manager, const GuidedPlanes& planes, Smoothi
   const Scratch<BlockPoint> columns(manager, width);
   const Scratch<std::int32_t> lines(manager, EnlargedRows::valuesNeeded(width));
   const GuidedFilter<Model> filter(manager, windows);
-  if (!reduced || !columnSums || !columns || !lines || !filter) return TLUX_ERR_NO_MEMORY;
+  if (!reduced || !columnSums || !columns || !lines || !filter) return Result::kNoMemory;
 
   const auto guide = packedPlane(reduced.get(), windows.width, windows.height);
   const auto input = packedPlane(reduced.get() + blocks, windows.width, windows.height);
@@ -163,7 +164,7 @@ std::uint32_t filterReduced(MMemMgr manager, const GuidedPlanes& planes, Smoothi
   };
   filter.forMeansOfRows(rowsOf(guide), rowsOf(input), windows, {0, windows.height},
                         modelOf<Model>(smoothing), enlargeAndApply);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -183,5 +184,5 @@ uint32_t TLUX_GuidedFilter1DS(MMemMgr manager, const uint8_t* guide, int32_t gui
     return TLUX_ERR_INVALID_PARAM;
   }
   if (isEmpty(width, height)) return TLUX_OK;
-  return filterReduced(manager, planes, smoothing, factor);
+  return codeOf(filterReduced(manager, planes, smoothing, factor));
 }

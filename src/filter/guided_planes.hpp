@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "base/plane_checks.hpp"
+#include "base/result.hpp"
 #include "filter/guided_filter.hpp"
 
 // Guided filters on bare planes.
@@ -45,17 +46,17 @@ Model modelOf(Smoothing smoothing) {
 
 // Returns a result code; see TLUX_GuidedFilter1D().
 template <class Model>
-std::uint32_t filterGuided(MMemMgr manager, const GuidedPlanes& planes, Smoothing smoothing) {
-  if (!isFilterable<Model>(planes, smoothing)) return TLUX_ERR_INVALID_PARAM;
+Result filterGuided(MMemMgr manager, const GuidedPlanes& planes, Smoothing smoothing) {
+  if (!isFilterable<Model>(planes, smoothing)) return Result::kInvalidParam;
   const std::int32_t width = planes.output.width;
   const std::int32_t height = planes.output.height;
-  if (isEmpty(width, height)) return TLUX_OK;
+  if (isEmpty(width, height)) return Result::kOk;
   const Windows windows(width, height, smoothing.radius);
   const GuidedFilter<Model> filter(manager, windows);
-  if (!filter) return TLUX_ERR_NO_MEMORY;
+  if (!filter) return Result::kNoMemory;
   filter.run({rowsOf(planes.guide), rowsOf(planes.input), writableRowsOf(planes.output)}, windows,
              {0, 0, width, height}, modelOf<Model>(smoothing));
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace tlux::detail

@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "base/multiversion.hpp"
+#include "base/result.hpp"
 #include "guided_upsampling/block_mean.hpp"
 #include "guided_upsampling/guide_block.hpp"
 
@@ -42,10 +43,10 @@ Coefficients computeCoefficients(const GuidedBand& band) {
     return smoothBand(band.manager, smoothed, packedPlane(raw, frame.width(), frame.height()), out,
                       frame.radius);
   };
-  const std::uint32_t solved = guideBlock(band.manager, rows, frame.input, frame.guide, maps.rawA,
-                                          maps.rawB, frame.radius, frame.regularisation);
-  if (solved != TLUX_OK || smooth(maps.rawA, maps.smoothA) != TLUX_OK ||
-      smooth(maps.rawB, maps.smoothB) != TLUX_OK) {
+  const Result solved = guideBlock(band.manager, rows, frame.input, frame.guide, maps.rawA,
+                                   maps.rawB, frame.radius, frame.regularisation);
+  if (solved != Result::kOk || smooth(maps.rawA, maps.smoothA) != Result::kOk ||
+      smooth(maps.rawB, maps.smoothB) != Result::kOk) {
     return Coefficients::kNone;
   }
   return fitShortGroups(band) ? smallCoefficients(frame.width()) : Coefficients::kLong;

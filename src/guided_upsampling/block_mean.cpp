@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "base/multiversion.hpp"
+#include "base/result.hpp"
 #include "guided_upsampling/window_sums.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/fast_guided_filter.h"
@@ -74,23 +75,23 @@ TLUX_MULTIVERSION void writeMapMeans(MapSums& windows, Band rows, Band clampRows
 }
 
 // Box means of `rows`, the window's rows clamped to `clampRows`.
-std::uint32_t boxMeans(MMemMgr manager, Band rows, Band clampRows, Plane<const std::int32_t> source,
-                       std::int32_t* destination, std::int32_t radius) {
-  if (rows.first >= rows.end) return TLUX_OK;
+Result boxMeans(MMemMgr manager, Band rows, Band clampRows, Plane<const std::int32_t> source,
+                std::int32_t* destination, std::int32_t radius) {
+  if (rows.first >= rows.end) return Result::kOk;
   const Scratch<std::uint32_t> scratch(manager, MapSums::scratchCount(source.width, radius));
-  if (!scratch) return TLUX_ERR_NO_MEMORY;
+  if (!scratch) return Result::kNoMemory;
   MapSums windows(scratch.get(), source.width, radius, {source});
   withMeanFor(radius, [&](auto mean) {
     writeMapMeans(windows, rows, clampRows, mean, source.width, destination);
   });
-  return TLUX_OK;
+  return Result::kOk;
 }
 
-std::uint32_t meanAndVariance(MMemMgr manager, Plane<const float> source, float* meanOut,
-                              float* varianceOut, std::int32_t radius) {
+Result meanAndVariance(MMemMgr manager, Plane<const float> source, float* meanOut,
+                       float* varianceOut, std::int32_t radius) {
   const std::int32_t width = source.width;
   const Scratch<double> scratch(manager, FloatSums::scratchCount(width, radius));
-  if (!scratch) return TLUX_ERR_NO_MEMORY;
+  if (!scratch) return Result::kNoMemory;
   const double area = windowArea(radius);
   const Band rows = {0, source.height};
   FloatSums windows(scratch.get(), width, radius, {source});
@@ -104,7 +105,7 @@ std::uint32_t meanAndVariance(MMemMgr manager, Plane<const float> source, float*
     }
     return true;
   });
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 std::int32_t threeTapMean(std::int32_t left, std::int32_t centre, std::int32_t right) {
@@ -143,8 +144,8 @@ std::int64_t blockMeanScratchBytes(std::int32_t width, std::int32_t radius) {
   return MapSums::scratchCount(width, radius) * std::int64_t{sizeof(std::uint32_t)};
 }
 
-std::uint32_t smoothBand(MMemMgr manager, SmoothedBand band, Plane<const std::int32_t> source,
-                         std::int32_t* destination, std::int32_t radius) {
+Result smoothBand(MMemMgr manager, SmoothedBand band, Plane<const std::int32_t> source,
+                  std::int32_t* destination, std::int32_t radius) {
   const std::int64_t first = band.first;
   const std::int64_t end = first + band.rows;
   const Band own = within({0, source.height}, first, end); // the box never leaves it
@@ -174,8 +175,8 @@ uint32_t BlockMeanVarIntMTBorder(MMemMgr memMgr, int32_t startRow, int32_t bandR
     return TLUX_ERR_INVALID_PARAM;
   }
   if (height < 1 || width < 1 || bandRows < 1) return TLUX_OK;
-  return smoothBand(memMgr, {startRow, bandRows, {0, height}},
-                    {src, width, height, bytesOf(srcRowStride)}, dst, radius);
+  return codeOf(smoothBand(memMgr, {startRow, bandRows, {0, height}},
+                           {src, width, height, bytesOf(srcRowStride)}, dst, radius));
 }
 
 uint32_t BlockMeanVarIntMT(MMemMgr memMgr, int32_t startRow, int32_t bandRows, const int32_t* src,
@@ -188,7 +189,7 @@ uint32_t BlockMeanVarIntMT(MMemMgr memMgr, int32_t startRow, int32_t bandRows, c
   if (height < 1 || width < 1 || bandRows < 1) return TLUX_OK;
   const Band image = {0, height};
   const Band rows = within(image, startRow, std::int64_t{startRow} + bandRows);
-  return boxMeans(memMgr, rows, image, {src, width, height, bytesOf(stride)}, dst, radius);
+  return codeOf(boxMeans(memMgr, rows, image, {src, width, height, bytesOf(stride)}, dst, radius));
 }
 
 uint32_t BlockMeanVar(MMemMgr memMgr, const float* src, int32_t height, int32_t width,
@@ -199,5 +200,5 @@ uint32_t BlockMeanVar(MMemMgr memMgr, const float* src, int32_t height, int32_t 
   }
   if (height < 1 || width < 1) return TLUX_OK;
   const Plane<const float> plane = {src, width, height, bytesOf(stride)};
-  return meanAndVariance(memMgr, plane, meanOut, varOut, radius);
+  return codeOf(meanAndVariance(memMgr, plane, meanOut, varOut, radius));
 }

@@ -4,6 +4,7 @@
 
 #include "base/bands.hpp"
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "tlux/platform.h"
 
 namespace tlux::detail {
@@ -20,7 +21,7 @@ struct SmoothedBand {
 };
 
 // Smooths a band within itself; see BlockMeanVarIntMTBorder(). The destination is packed.
-std::uint32_t smoothBand(MMemMgr manager, SmoothedBand band, Plane<const std::int32_t> source,
-                         std::int32_t* destination, std::int32_t radius);
+Result smoothBand(MMemMgr manager, SmoothedBand band, Plane<const std::int32_t> source,
+                  std::int32_t* destination, std::int32_t radius);
 
 } // namespace tlux::detail

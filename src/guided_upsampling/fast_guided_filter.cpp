@@ -58,8 +58,8 @@ uint32_t FastGuideFilterMT(MMemMgr memMgr, const uint8_t* input, const uint8_t* 
   const StoreRows store = {lowW, {fullGuide, fullPitch}, {fullOut, fullPitch}};
   const std::int64_t bytes =
       std::max(kWorkerBytesPerPitch * fullPitch, workerPoolBytes(lowW, radius));
-  return filterOnThreads(memMgr, frame, bytes,
-                         [&store](const Strip& strip) { filterStrip(strip, store); });
+  return codeOf(filterOnThreads(memMgr, frame, bytes,
+                                [&store](const Strip& strip) { filterStrip(strip, store); }));
 }
 
 void FastGuideFilterSingleThread(const TLUX_GUIDE_CONTEXT* context) noexcept {

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "guided_upsampling/filter_block.hpp"
 #include "guided_upsampling/strips.hpp"
 #include "platform/scratch.hpp"
@@ -16,14 +17,14 @@ namespace tlux::detail {
 
 // Calls work(strip) for all strips of the first `bandCount` bands of a frame.
 template <class Work>
-std::uint32_t filterInStrips(MMemMgr manager, const GuidedFrame& frame, std::int64_t workerBytes,
-                             Team& team, int bandCount, Work work) {
+Result filterInStrips(MMemMgr manager, const GuidedFrame& frame, std::int64_t workerBytes,
+                      Team& team, int bandCount, Work work) {
   static_assert(WorkerTeam::kSize == kBandCount, "a pool serves a band, then a slot");
-  if (frame.width() == 0 || frame.height() == 0) return TLUX_OK;
-  if (frame.width() < 0 || frame.height() < 0) return TLUX_ERR_NO_MEMORY;
+  if (frame.width() == 0 || frame.height() == 0) return Result::kOk;
+  if (frame.width() < 0 || frame.height() < 0) return Result::kNoMemory;
   const FilterBlock layout(frame.width(), frame.height(), workerBytes);
   const Scratch<std::uint8_t> block(manager, layout.bytes());
-  if (!block) return TLUX_ERR_NO_MEMORY;
+  if (!block) return Result::kNoMemory;
 
   const std::array<MMemMgr, kBandCount> pools = layout.pools(block.get());
   FilteredBands filtered = splitIntoBands(frame, layout.maps(block.get()), pools);
@@ -33,19 +34,19 @@ std::uint32_t filterInStrips(MMemMgr manager, const GuidedFrame& frame, std::int
     filtered.coefficients[i] = computeCoefficients(filtered.bands[i]);
   });
   forEachStrip(&team, filtered, pools, work);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 // The same with threads for this call alone. Result codes as FastGuideFilterMT(): when a thread
 // cannot be started, as many bands are done as others were.
 template <class Work>
-std::uint32_t filterOnThreads(MMemMgr manager, const GuidedFrame& frame, std::int64_t workerBytes,
-                              Work work) {
+Result filterOnThreads(MMemMgr manager, const GuidedFrame& frame, std::int64_t workerBytes,
+                       Work work) {
   WorkerTeam team;
   const int bandCount = team.isComplete() ? kBandCount : team.started();
-  const std::uint32_t result = filterInStrips(manager, frame, workerBytes, team, bandCount, work);
+  const Result result = filterInStrips(manager, frame, workerBytes, team, bandCount, work);
   const bool isEmpty = frame.width() == 0 || frame.height() == 0;
-  return result == TLUX_OK && !isEmpty && !team.isComplete() ? TLUX_ERR_THREAD : result;
+  return result == Result::kOk && !isEmpty && !team.isComplete() ? Result::kNoThread : result;
 }
 
 } // namespace tlux::detail

@@ -6,6 +6,7 @@
 #include <cstddef>
 
 #include "base/multiversion.hpp"
+#include "base/result.hpp"
 #include "guided_upsampling/guide_sums.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/fast_guided_filter.h"
@@ -148,11 +149,11 @@ std::int64_t guideBlockScratchBytes(std::int32_t width, std::int32_t radius) {
   return ByteSums::scratchCount(width, radius) * std::int64_t{sizeof(std::uint32_t)};
 }
 
-std::uint32_t guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
-                         Plane<const std::uint8_t> guide, std::int32_t* a, std::int32_t* b,
-                         std::int32_t radius, std::int32_t eps) {
+Result guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
+                  Plane<const std::uint8_t> guide, std::int32_t* a, std::int32_t* b,
+                  std::int32_t radius, std::int32_t eps) {
   const Scratch<std::uint32_t> scratch(manager, ByteSums::scratchCount(input.width, radius));
-  if (!scratch) return TLUX_ERR_NO_MEMORY;
+  if (!scratch) return Result::kNoMemory;
   ByteSums windows(scratch.get(), input.width, radius, {input, guide});
   // No mean square is then below the square of the mean.
   const bool isSolvable = eps > 0 && radius <= kLargestPlainRadius;
@@ -164,15 +165,15 @@ std::uint32_t guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> i
       radius <= kLargestPlainRadius && std::has_single_bit(static_cast<std::uint32_t>(area))
           ? solve(UnsignedShiftedMean(area))
           : withMeanFor(radius, solve);
-  return solved ? TLUX_OK : TLUX_GUIDE_UNSOLVABLE;
+  return solved ? Result::kOk : Result::kUnsolvable;
 }
 
-std::uint32_t guideBlock(MMemMgr manager, Plane<const float> input, Plane<const float> guide,
-                         float* a, float* b, std::int32_t radius, float eps) {
+Result guideBlock(MMemMgr manager, Plane<const float> input, Plane<const float> guide, float* a,
+                  float* b, std::int32_t radius, float eps) {
   using Sums = GuideSums<float, double>; // products of floats are exact in double
   const std::int32_t width = input.width;
   const Scratch<double> scratch(manager, Sums::scratchCount(width, radius));
-  if (!scratch) return TLUX_ERR_NO_MEMORY;
+  if (!scratch) return Result::kNoMemory;
 
   const double area = windowArea(radius);
   Sums windows(scratch.get(), width, radius, {input, guide});
@@ -192,7 +193,7 @@ std::uint32_t guideBlock(MMemMgr manager, Plane<const float> input, Plane<const 
         }
         return true;
       });
-  return solved ? TLUX_OK : TLUX_GUIDE_UNSOLVABLE;
+  return solved ? Result::kOk : Result::kUnsolvable;
 }
 
 } // namespace tlux::detail
@@ -208,8 +209,8 @@ uint32_t GuideBlockIntMT(MMemMgr memMgr, int32_t startRow, int32_t bandRows, con
   }
   if (lowH < 1 || lowW < 1 || bandRows < 1 || startRow >= lowH) return TLUX_OK;
   const Band rows = {startRow, bandRows < lowH - startRow ? startRow + bandRows : lowH};
-  return guideBlock(memMgr, rows, {input, lowW, lowH, lowPitch}, {guide, lowW, lowH, lowPitch},
-                    aOut, bOut, radius, eps);
+  return codeOf(guideBlock(memMgr, rows, {input, lowW, lowH, lowPitch},
+                           {guide, lowW, lowH, lowPitch}, aOut, bOut, radius, eps));
 }
 
 uint32_t GuideBlock(MMemMgr memMgr, const float* p, const float* I, int32_t height, int32_t width,
@@ -220,6 +221,6 @@ uint32_t GuideBlock(MMemMgr memMgr, const float* p, const float* I, int32_t heig
   }
   if (height < 1 || width < 1) return TLUX_OK;
   const auto pitch = static_cast<std::ptrdiff_t>(stride) * std::ptrdiff_t{sizeof(float)};
-  return guideBlock(memMgr, {p, width, height, pitch}, {I, width, height, pitch}, aOut, bOut,
-                    radius, eps);
+  return codeOf(guideBlock(memMgr, {p, width, height, pitch}, {I, width, height, pitch}, aOut, bOut,
+                           radius, eps));
 }

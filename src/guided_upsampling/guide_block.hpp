@@ -4,6 +4,7 @@
 
 #include "base/bands.hpp"
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "tlux/platform.h"
 
 namespace tlux::detail {
@@ -13,12 +14,12 @@ std::int64_t guideBlockScratchBytes(std::int32_t width, std::int32_t radius);
 
 // Linear coefficients of the guided filter for rows of a plane; see GuideBlockIntMT(). The maps are
 // packed.
-std::uint32_t guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
-                         Plane<const std::uint8_t> guide, std::int32_t* a, std::int32_t* b,
-                         std::int32_t radius, std::int32_t eps);
+Result guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
+                  Plane<const std::uint8_t> guide, std::int32_t* a, std::int32_t* b,
+                  std::int32_t radius, std::int32_t eps);
 
 // The same of a whole plane in floating point; see GuideBlock().
-std::uint32_t guideBlock(MMemMgr manager, Plane<const float> input, Plane<const float> guide,
-                         float* a, float* b, std::int32_t radius, float eps);
+Result guideBlock(MMemMgr manager, Plane<const float> input, Plane<const float> guide, float* a,
+                  float* b, std::int32_t radius, float eps);
 
 } // namespace tlux::detail

@@ -2,6 +2,7 @@
 #include <cstddef>
 
 #include "base/fixed_point.hpp"
+#include "base/result.hpp"
 #include "guided_upsampling/guide_block.hpp"
 #include "guided_upsampling/upsample_line.hpp"
 #include "guided_upsampling/window_sums.hpp"
@@ -84,11 +85,11 @@ void applyMaps(EnlargedMap a, EnlargedMap b, const TLUX_IMAGE& guide, const TLUX
   }
 }
 
-std::uint32_t filterFloat(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_IMAGE& guide,
-                          const TLUX_IMAGE& out, std::int32_t radius, float eps) {
+Result filterFloat(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_IMAGE& guide,
+                   const TLUX_IMAGE& out, std::int32_t radius, float eps) {
   const std::int32_t width = out.width / 16 * 2;
   const std::int32_t height = out.height / 16 * 2;
-  if (width < 1 || height < 1) return TLUX_OK;
+  if (width < 1 || height < 1) return Result::kOk;
 
   const std::int64_t samples = std::int64_t{width} * height;
   const ScratchImage small(manager, width, height, TLUX_FMT_YCBCR444_P);
@@ -96,11 +97,11 @@ std::uint32_t filterFloat(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
   const Scratch<float> a(manager, samples);
   const Scratch<float> b(manager, samples);
   const Scratch<float> lines(manager, 2 * std::int64_t{width});
-  if (small.get() == nullptr || !luma || !a || !b || !lines) return TLUX_ERR_NO_MEMORY;
+  if (small.get() == nullptr || !luma || !a || !b || !lines) return Result::kNoMemory;
 
   const TLUX_CROP_RECT covered = {0, 0, out.width - 1, out.height - 1};
-  std::uint32_t result = TLUX_ScaleCropImage(&source, small.get(), &covered, kUpsampling);
-  if (result != TLUX_OK) return result;
+  Result result = resultOf(TLUX_ScaleCropImage(&source, small.get(), &covered, kUpsampling));
+  if (result != Result::kOk) return result;
   for (std::ptrdiff_t y = 0; y < height; ++y) {
     for (std::ptrdiff_t x = 0; x < width; ++x) {
       luma[y * width + x] =
@@ -109,10 +110,10 @@ std::uint32_t filterFloat(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_
   }
   const auto plane = [=](const float* samplesOf) { return packedPlane(samplesOf, width, height); };
   result = guideBlock(manager, plane(luma.get()), plane(luma.get()), a.get(), b.get(), radius, eps);
-  if (result != TLUX_OK) return result;
+  if (result != Result::kOk) return result;
   applyMaps({plane(a.get()), lines.get()}, {plane(b.get()), lines.get() + width}, guide, out,
             std::ptrdiff_t{kUpsampling} * width, std::ptrdiff_t{kUpsampling} * height);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -128,5 +129,5 @@ uint32_t FastGuidedFilter(MMemMgr memMgr, const TLUX_IMAGE* src, const TLUX_IMAG
     return TLUX_ERR_INVALID_PARAM;
   }
   if (!hasPlanarLuma(src->format)) return TLUX_ERR_UNSUPPORTED;
-  return filterFloat(memMgr, *src, *guide, *dst, radius, eps);
+  return codeOf(filterFloat(memMgr, *src, *guide, *dst, radius, eps));
 }

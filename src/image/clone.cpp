@@ -1,4 +1,5 @@
 #include "image/clone.hpp"
+#include "base/result.hpp"
 
 #include <limits>
 
@@ -18,23 +19,23 @@ void clearUncopied(const TLUX_IMAGE& image, const Format& format) {
 
 } // namespace
 
-std::uint32_t cloneImage(TLUX_IMAGE** out, const TLUX_IMAGE& source, const TLUX_RECT* rect,
-                         MMemMgr manager) {
+Result cloneImage(TLUX_IMAGE** out, const TLUX_IMAGE& source, const TLUX_RECT* rect,
+                  MMemMgr manager) {
   *out = nullptr;
   const Format* format = findFormat(source.format);
-  if (format == nullptr) return TLUX_ERR_UNSUPPORTED;
+  if (format == nullptr) return Result::kUnsupported;
   const Rect part = rectOrWhole(rect, source);
   constexpr std::int64_t kMaxSize = std::numeric_limits<std::int32_t>::max();
   if (part.width() < 0 || part.width() > kMaxSize || part.height() < 0 ||
       part.height() > kMaxSize) {
-    return TLUX_ERR_NO_MEMORY;
+    return Result::kNoMemory;
   }
-  const std::uint32_t result =
-      TLUX_CreateImage_IMK(out, static_cast<std::int32_t>(part.width()),
-                           static_cast<std::int32_t>(part.height()), source.format, manager);
-  if (result != TLUX_OK) return result;
+  const Result created = resultOf(TLUX_CreateImage_IMK(out, static_cast<std::int32_t>(part.width()),
+                                                       static_cast<std::int32_t>(part.height()),
+                                                       source.format, manager));
+  if (created != Result::kOk) return created;
   clearUncopied(**out, *format);
-  return TLUX_CopyImageROI_IMK(*out, nullptr, &source, rect);
+  return resultOf(TLUX_CopyImageROI_IMK(*out, nullptr, &source, rect));
 }
 
 } // namespace tlux::detail
@@ -43,11 +44,11 @@ using namespace tlux::detail;
 
 uint32_t TLUX_CloneImage_IMK(TLUX_IMAGE** out, const TLUX_IMAGE* source, MMemMgr manager) noexcept {
   if (out == nullptr || source == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return cloneImage(out, *source, nullptr, manager);
+  return codeOf(cloneImage(out, *source, nullptr, manager));
 }
 
 uint32_t TLUX_CloneImageROI_IMK(TLUX_IMAGE** out, const TLUX_IMAGE* source, const TLUX_RECT* rect,
                                 MMemMgr manager) noexcept {
   if (out == nullptr || source == nullptr || rect == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return cloneImage(out, *source, rect, manager);
+  return codeOf(cloneImage(out, *source, rect, manager));
 }

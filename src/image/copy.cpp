@@ -1,5 +1,6 @@
 #include "tlux/copy.h"
 
+#include "base/result.hpp"
 #include "image/copy.hpp"
 #include "tlux/platform.h"
 
@@ -38,13 +39,13 @@ bool resolveRects(const TLUX_IMAGE* target, const TLUX_RECT* targetRect, const T
 
 CopyRules copyRulesOf(std::uint32_t code) {
   const Format* format = findFormat(code);
-  if (format != nullptr && format->copiedBytes != 0) return {format, TLUX_OK};
+  if (format != nullptr && format->copiedBytes != 0) return {format, Result::kOk};
   // An unknown planar or semi-planar code still starts with a luma plane, which is copied before
   // the code is reported.
   constexpr std::uint32_t kPlanar = 0x6;
   constexpr std::uint32_t kSemiPlanar = 0x8;
   const bool hasLuma = code >> 8 == kPlanar || code >> 8 == kSemiPlanar;
-  return {hasLuma ? findFormat(TLUX_FMT_GRAY) : nullptr, TLUX_ERR_UNSUPPORTED};
+  return {hasLuma ? findFormat(TLUX_FMT_GRAY) : nullptr, Result::kUnsupported};
 }
 
 PlaneSpan pixelSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
@@ -81,7 +82,7 @@ void copySpan(const TLUX_IMAGE& target, const TLUX_IMAGE& source, int plane,
   }
 }
 
-std::uint32_t copyRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopyRects& rects) {
+Result copyRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopyRects& rects) {
   const auto [format, outcome] = copyRulesOf(source.format);
   if (format == nullptr) return outcome;
 
@@ -89,7 +90,7 @@ std::uint32_t copyRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const
   for (int plane = 1; plane < format->planes; ++plane) {
     spans[plane] = chromaSpan(*format, target, source, rects, plane);
   }
-  if (!havePlanes(target, source, spans)) return TLUX_ERR_INVALID_PARAM;
+  if (!havePlanes(target, source, spans)) return Result::kInvalidParam;
   for (int plane = 0; plane < format->planes; ++plane) {
     copySpan(target, source, plane, spans[plane]);
   }
@@ -106,7 +107,7 @@ uint32_t TLUX_CopyImageROI_IMK(TLUX_IMAGE* target, const TLUX_RECT* targetRect,
   if (!resolveRects(target, targetRect, source, sourceRect, rects)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return copyRect(*target, *source, rects);
+  return codeOf(copyRect(*target, *source, rects));
 }
 
 uint32_t TLUX_CopyImage_IMK(TLUX_IMAGE* target, const TLUX_IMAGE* source) noexcept {

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "image/format.hpp"
 #include "image/rect.hpp"
 
@@ -22,8 +23,8 @@ struct CopyRects {
 
 // What a copy does with a format code.
 struct CopyRules {
-  const Format* format;  // null when nothing is copied
-  std::uint32_t outcome; // of a copy that went well
+  const Format* format; // null when nothing is copied
+  Result outcome;       // of a copy that went well
 };
 CopyRules copyRulesOf(std::uint32_t code);
 
@@ -50,6 +51,6 @@ bool havePlanes(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopySp
 void copySpan(const TLUX_IMAGE& target, const TLUX_IMAGE& source, int plane, const PlaneSpan& span);
 
 // Copies a rectangle of an image onto another of the same format.
-std::uint32_t copyRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopyRects& rects);
+Result copyRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopyRects& rects);
 
 } // namespace tlux::detail

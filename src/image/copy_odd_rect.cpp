@@ -1,3 +1,4 @@
+#include "base/result.hpp"
 #include "image/copy.hpp"
 #include "tlux/copy.h"
 
@@ -116,20 +117,20 @@ PlaneSpan chromaSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_
           y.from * source.pitch[plane] + x.from};
 }
 
-std::uint32_t copyPacked(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
-                         const CopyRects& rects, const PlaneSpan& span) {
-  if (format.lumaAt == kNowhere) return TLUX_ERR_UNSUPPORTED;
+Result copyPacked(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                  const CopyRects& rects, const PlaneSpan& span) {
+  if (format.lumaAt == kNowhere) return Result::kUnsupported;
   const int chroma = 1 - format.lumaAt; // byte of a pixel
   const Pairing pairing = pairingOf(rects);
   if (pairing == Pairing::kAligned) {
     copySpan(target, source, 0, span);
-    return TLUX_OK;
+    return Result::kOk;
   }
   constexpr RowFunction kExchange[] = {exchangePackedPairs<0>, exchangePackedPairs<1>};
   constexpr RowFunction kShift[] = {shiftPackedPairs<0>, shiftPackedPairs<1>};
   const auto* functions = pairing == Pairing::kExchanged ? kExchange : kShift;
   copySpanBy(functions[chroma], target, source, 0, span, 2 * rects.from.left, rects.to.width());
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 void copyInterleavedChroma(const TLUX_IMAGE& target, const TLUX_IMAGE& source,
@@ -143,8 +144,7 @@ void copyInterleavedChroma(const TLUX_IMAGE& target, const TLUX_IMAGE& source,
   copySpan(target, source, 1, span);
 }
 
-std::uint32_t copyOddRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source,
-                          const CopyRects& rects) {
+Result copyOddRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopyRects& rects) {
   const auto [format, outcome] = copyRulesOf(source.format);
   if (format == nullptr) return outcome;
 
@@ -152,7 +152,7 @@ std::uint32_t copyOddRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source,
   for (int plane = 1; plane < format->planes; ++plane) {
     spans[plane] = chromaSpan(*format, target, source, rects, plane);
   }
-  if (!havePlanes(target, source, spans)) return TLUX_ERR_INVALID_PARAM;
+  if (!havePlanes(target, source, spans)) return Result::kInvalidParam;
 
   if (format->isPacked422()) return copyPacked(*format, target, source, rects, spans[0]);
   copySpan(target, source, 0, spans[0]);
@@ -175,5 +175,5 @@ uint32_t TLUX_CopyImageROIOddRect_IMK(TLUX_IMAGE* target, const TLUX_RECT* targe
   if (!resolveRects(target, targetRect, source, sourceRect, rects)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return copyOddRect(*target, *source, rects);
+  return codeOf(copyOddRect(*target, *source, rects));
 }

@@ -1,3 +1,4 @@
+#include "base/result.hpp"
 #include "image/format.hpp"
 #include "platform/scratch.hpp"
 
@@ -16,24 +17,24 @@ bool allocatePlanes(TLUX_IMAGE& image, const std::array<PlaneSize, 3>& sizes, MM
   return true;
 }
 
-std::uint32_t createImage(TLUX_IMAGE** out, std::int32_t width, std::int32_t height,
-                          std::uint32_t code, MMemMgr manager) {
+Result createImage(TLUX_IMAGE** out, std::int32_t width, std::int32_t height, std::uint32_t code,
+                   MMemMgr manager) {
   *out = nullptr;
   auto* image = static_cast<TLUX_IMAGE*>(allocateBytes(manager, sizeof(TLUX_IMAGE)));
-  if (image == nullptr) return TLUX_ERR_NO_MEMORY;
+  if (image == nullptr) return Result::kNoMemory;
   *image = {};
 
   const Format* format = findFormat(code);
-  if (format == nullptr) return TLUX_ERR_UNSUPPORTED; // the record stays with the manager
+  if (format == nullptr) return Result::kUnsupported; // the record stays with the manager
   const bool tooSmall = width < 0 || height < 0;
   const auto sizes = planeSizes(*format, width, height);
   if (tooSmall || !setLayout(*image, *format, sizes, width, height) ||
       !allocatePlanes(*image, sizes, manager)) {
     MMemFree(manager, image);
-    return TLUX_ERR_NO_MEMORY;
+    return Result::kNoMemory;
   }
   *out = image;
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -44,7 +45,7 @@ using namespace tlux::detail;
 uint32_t TLUX_CreateImage_IMK(TLUX_IMAGE** out, int32_t width, int32_t height, uint32_t format,
                               MMemMgr manager) noexcept {
   if (out == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return createImage(out, width, height, format, manager);
+  return codeOf(createImage(out, width, height, format, manager));
 }
 
 uint32_t TLUX_SetImage_IMK(TLUX_IMAGE* image, int32_t width, int32_t height, uint32_t format,

@@ -1,5 +1,6 @@
 #include "tlux/image_list.h"
 
+#include "base/result.hpp"
 #include "image/clone.hpp"
 #include "image/rect.hpp"
 #include "platform/scratch.hpp"
@@ -14,15 +15,15 @@ void releaseNode(TLUX_IMAGE_NODE* node, MMemMgr manager) {
 }
 
 // Copies the frame (or its rectangle) and the byte map, which is as large as the whole frame.
-std::uint32_t fillNode(TLUX_IMAGE_NODE& node, const TLUX_IMAGE& frame, const TLUX_RECT* rect,
-                       const std::uint8_t* map, MMemMgr manager) {
-  const std::uint32_t result = cloneImage(&node.image, frame, rect, manager);
-  if (result != TLUX_OK || map == nullptr) return result;
+Result fillNode(TLUX_IMAGE_NODE& node, const TLUX_IMAGE& frame, const TLUX_RECT* rect,
+                const std::uint8_t* map, MMemMgr manager) {
+  const Result result = cloneImage(&node.image, frame, rect, manager);
+  if (result != Result::kOk || map == nullptr) return result;
   const std::int64_t mapBytes = std::int64_t{frame.width} * frame.height;
   node.aux = static_cast<std::uint8_t*>(allocateBytes(manager, mapBytes));
-  if (node.aux == nullptr) return TLUX_ERR_NO_MEMORY;
+  if (node.aux == nullptr) return Result::kNoMemory;
   MMemCpy(node.aux, map, static_cast<std::uint64_t>(mapBytes));
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 void append(TLUX_IMAGE_LIST& list, TLUX_IMAGE_NODE* node) {
@@ -42,20 +43,20 @@ struct Tags {
 };
 
 // Appends a copy of the frame; the list is unchanged when it cannot be made.
-std::uint32_t insert(TLUX_IMAGE_LIST& list, const TLUX_IMAGE& frame, const TLUX_RECT* rect,
-                     const std::uint8_t* map, Tags tags, MMemMgr manager) {
+Result insert(TLUX_IMAGE_LIST& list, const TLUX_IMAGE& frame, const TLUX_RECT* rect,
+              const std::uint8_t* map, Tags tags, MMemMgr manager) {
   auto* node = static_cast<TLUX_IMAGE_NODE*>(allocateBytes(manager, sizeof(TLUX_IMAGE_NODE)));
-  if (node == nullptr) return TLUX_ERR_NO_MEMORY;
+  if (node == nullptr) return Result::kNoMemory;
   *node = {};
   node->tag1 = tags.first;
   node->tag2 = tags.second;
-  const std::uint32_t result = fillNode(*node, frame, rect, map, manager);
-  if (result != TLUX_OK) {
+  const Result result = fillNode(*node, frame, rect, map, manager);
+  if (result != Result::kOk) {
     releaseNode(node, manager);
     return result;
   }
   append(list, node);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 // The node under the cursor, or null at the end; hands out its image and tags.
@@ -79,7 +80,7 @@ uint32_t TLUX_InsertImageToLink_IMK(TLUX_IMAGE_LIST* list, const TLUX_IMAGE* ima
                                     const uint8_t* map, uint32_t tag1, uint32_t tag2,
                                     MMemMgr manager) noexcept {
   if (list == nullptr || image == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return insert(*list, *image, nullptr, map, {tag1, tag2}, manager);
+  return codeOf(insert(*list, *image, nullptr, map, {tag1, tag2}, manager));
 }
 
 uint32_t TLUX_InsertImageToLinkROI_IMK(TLUX_IMAGE_LIST* list, const TLUX_IMAGE* image,
@@ -87,9 +88,9 @@ uint32_t TLUX_InsertImageToLinkROI_IMK(TLUX_IMAGE_LIST* list, const TLUX_IMAGE* 
                                        uint32_t tag2, MMemMgr manager) noexcept {
   if (list == nullptr || image == nullptr || rect == nullptr) return TLUX_ERR_INVALID_PARAM;
   const bool wasEmpty = list->first == nullptr;
-  const uint32_t result = insert(*list, *image, rect, map, {tag1, tag2}, manager);
-  if (result == TLUX_OK && wasEmpty) list->current = list->first;
-  return result;
+  const Result result = insert(*list, *image, rect, map, {tag1, tag2}, manager);
+  if (result == Result::kOk && wasEmpty) list->current = list->first;
+  return codeOf(result);
 }
 
 void SetCurrentImageToFirstOne_IMK(TLUX_IMAGE_LIST* list) noexcept {

@@ -1,5 +1,6 @@
 #include <limits>
 
+#include "base/result.hpp"
 #include "reduce/reduce.hpp"
 #include "reduce/sub_grid.hpp"
 
@@ -65,22 +66,22 @@ TLUX_CROP_RECT rectOf(const Crop& crop) {
           static_cast<std::int32_t>(crop.top + crop.height - 1)};
 }
 
-std::uint32_t scaleCrop(const TLUX_IMAGE* source, TLUX_IMAGE* destination,
-                        const TLUX_CROP_RECT* rect, std::int32_t factor) {
-  if (factor < 1) return TLUX_ERR_INVALID_PARAM;
-  if (factor > kMaxDispatchedFactor) return TLUX_OK;
-  if (source == nullptr || destination == nullptr) return TLUX_ERR_INVALID_PARAM;
+Result scaleCrop(const TLUX_IMAGE* source, TLUX_IMAGE* destination, const TLUX_CROP_RECT* rect,
+                 std::int32_t factor) {
+  if (factor < 1) return Result::kInvalidParam;
+  if (factor > kMaxDispatchedFactor) return Result::kOk;
+  if (source == nullptr || destination == nullptr) return Result::kInvalidParam;
   const Member member = findMember(source->format, factor);
-  if (member == nullptr) return TLUX_OK;
+  if (member == nullptr) return Result::kOk;
   const Crop whole{0, 0, source->width, source->height};
   const Crop crop = roundedToBlocks(rect == nullptr ? whole : cropOf(*rect), factor);
-  if (crop.isEmpty()) return TLUX_OK; // also of an image too narrow to have chroma planes
+  if (crop.isEmpty()) return Result::kOk; // also of an image too narrow to have chroma planes
   if (!hasPlanes(*source, layoutOf(source->format).planes()) || !hasPlanes(*destination, 3)) {
-    return TLUX_ERR_INVALID_PARAM;
+    return Result::kInvalidParam;
   }
   const TLUX_CROP_RECT rounded = rectOf(crop);
   member(source, destination, &rounded);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -90,7 +91,7 @@ using namespace tlux::detail;
 
 uint32_t TLUX_ScaleCropImage(const TLUX_IMAGE* source, TLUX_IMAGE* destination,
                              const TLUX_CROP_RECT* crop, int32_t factor) noexcept {
-  return scaleCrop(source, destination, crop, factor);
+  return codeOf(scaleCrop(source, destination, crop, factor));
 }
 
 #define TLUX_RESAMPLE_DEFINE(FUNCTION, LAYOUT, N)                  \

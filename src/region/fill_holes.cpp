@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "region/mask_plane.hpp"
 #include "region/packed_mask.hpp"
 #include "region/run_table.hpp"
@@ -29,20 +30,20 @@ std::uint32_t fillClosed(const RunTable& table, const bool* isOpen,
   return filled;
 }
 
-std::uint32_t fillHoles(MMemMgr manager, const Plane<std::uint8_t>& mask, Connectivity connectivity,
-                        std::uint32_t* filled) {
+Result fillHoles(MMemMgr manager, const Plane<std::uint8_t>& mask, Connectivity connectivity,
+                 std::uint32_t* filled) {
   const PackedMask packed(manager, mask, Pixels::kClear);
-  if (!packed) return TLUX_ERR_NO_MEMORY;
+  if (!packed) return Result::kNoMemory;
   RunTable table(manager, packed);
-  if (!table) return TLUX_ERR_NO_MEMORY;
+  if (!table) return Result::kNoMemory;
   const std::int64_t regions = table.join(dual(connectivity));
   const Scratch<bool> isOpen(manager, regions + 1);
-  if (!isOpen) return TLUX_ERR_NO_MEMORY;
+  if (!isOpen) return Result::kNoMemory;
   std::fill_n(isOpen.get(), regions + 1, false);
   findOpen(table, mask, isOpen.get());
   const std::uint32_t pixels = fillClosed(table, isOpen.get(), mask);
   if (filled != nullptr) *filled = pixels;
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -55,5 +56,5 @@ uint32_t TLUX_TRegionLabel_FillHoles(MMemMgr manager, uint8_t* mask, int32_t pit
                                      uint32_t* filled) noexcept {
   const auto plane = describePlane(mask, pitch, width, height);
   if (!isValid(plane) || !isConnectivity(connectivity)) return TLUX_ERR_INVALID_PARAM;
-  return fillHoles(manager, plane, static_cast<Connectivity>(connectivity), filled);
+  return codeOf(fillHoles(manager, plane, static_cast<Connectivity>(connectivity), filled));
 }

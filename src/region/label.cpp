@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "region/mask_plane.hpp"
 #include "region/packed_mask.hpp"
 #include "region/run_table.hpp"
@@ -36,19 +37,19 @@ void paintRow(const RunTable& table, std::int32_t y, std::uint32_t* row, std::ui
   std::fill(row + x, row + width, 0);
 }
 
-std::uint32_t labelRegions(MMemMgr manager, const Plane<const std::uint8_t>& mask,
-                           const Plane<std::uint32_t>& labels, std::uint32_t* count,
-                           Connectivity connectivity) {
-  if (!isValid(mask) || !isValid(labels) || count == nullptr) return TLUX_ERR_INVALID_PARAM;
+Result labelRegions(MMemMgr manager, const Plane<const std::uint8_t>& mask,
+                    const Plane<std::uint32_t>& labels, std::uint32_t* count,
+                    Connectivity connectivity) {
+  if (!isValid(mask) || !isValid(labels) || count == nullptr) return Result::kInvalidParam;
   const PackedMask packed(manager, mask, Pixels::kSet);
-  if (!packed) return TLUX_ERR_NO_MEMORY;
+  if (!packed) return Result::kNoMemory;
   RunTable table(manager, packed);
-  if (!table) return TLUX_ERR_NO_MEMORY;
+  if (!table) return Result::kNoMemory;
   *count = table.join(connectivity);
   for (std::int32_t y = 0; y < labels.height; ++y) {
     paintRow(table, y, labels.row(y), static_cast<std::uint32_t>(labels.width));
   }
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -59,14 +60,15 @@ using namespace tlux::detail;
 uint32_t TRegionLabel_RegionLabel4(MMemMgr manager, const uint8_t* mask, int32_t pitch,
                                    uint32_t width, uint32_t height, uint32_t* labels,
                                    int32_t labelPitch, uint32_t* count) noexcept {
-  return labelRegions(manager, describePlane(mask, pitch, width, height),
-                      describePlane(labels, labelPitch, width, height), count, Connectivity::kFour);
+  return codeOf(labelRegions(manager, describePlane(mask, pitch, width, height),
+                             describePlane(labels, labelPitch, width, height), count,
+                             Connectivity::kFour));
 }
 
 uint32_t TRegionLabel_RegionLabel8(MMemMgr manager, const uint8_t* mask, int32_t pitch,
                                    uint32_t width, uint32_t height, uint32_t* labels,
                                    int32_t labelPitch, uint32_t* count) noexcept {
-  return labelRegions(manager, describePlane(mask, pitch, width, height),
-                      describePlane(labels, labelPitch, width, height), count,
-                      Connectivity::kEight);
+  return codeOf(labelRegions(manager, describePlane(mask, pitch, width, height),
+                             describePlane(labels, labelPitch, width, height), count,
+                             Connectivity::kEight));
 }

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "region/mask_plane.hpp"
 #include "region/packed_mask.hpp"
 #include "region/run_table.hpp"
@@ -20,22 +21,21 @@ std::uint32_t clearSmall(const RunTable& table, const std::uint32_t* areas,
   return cleared;
 }
 
-std::uint32_t removeSmall(MMemMgr manager, const Plane<std::uint8_t>& mask,
-                          Connectivity connectivity, std::uint32_t minimumArea,
-                          std::uint32_t* removed) {
+Result removeSmall(MMemMgr manager, const Plane<std::uint8_t>& mask, Connectivity connectivity,
+                   std::uint32_t minimumArea, std::uint32_t* removed) {
   const PackedMask packed(manager, mask, Pixels::kSet);
-  if (!packed) return TLUX_ERR_NO_MEMORY;
+  if (!packed) return Result::kNoMemory;
   RunTable table(manager, packed);
-  if (!table) return TLUX_ERR_NO_MEMORY;
+  if (!table) return Result::kNoMemory;
   const std::int64_t regions = table.join(connectivity);
   const Scratch<std::uint32_t> areas(manager, regions + 1);
-  if (!areas) return TLUX_ERR_NO_MEMORY;
+  if (!areas) return Result::kNoMemory;
   std::fill_n(areas.get(), regions + 1, 0);
   table.forEach(
       [&](std::int32_t, const Run& run, std::uint32_t region) { areas[region] += run.length(); });
   const std::uint32_t cleared = clearSmall(table, areas.get(), minimumArea, mask);
   if (removed != nullptr) *removed = cleared;
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -48,5 +48,6 @@ uint32_t TLUX_TRegionLabel_RemoveSmall(MMemMgr manager, uint8_t* mask, int32_t p
                                        uint32_t minimumArea, uint32_t* removed) noexcept {
   const auto plane = describePlane(mask, pitch, width, height);
   if (!isValid(plane) || !isConnectivity(connectivity)) return TLUX_ERR_INVALID_PARAM;
-  return removeSmall(manager, plane, static_cast<Connectivity>(connectivity), minimumArea, removed);
+  return codeOf(
+      removeSmall(manager, plane, static_cast<Connectivity>(connectivity), minimumArea, removed));
 }

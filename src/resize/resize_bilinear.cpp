@@ -1,3 +1,4 @@
+
 #include "resize/bilinear.hpp"
 #include "resize/resize_image.hpp"
 #include "resize/resize_plane.hpp"
@@ -7,7 +8,7 @@ using namespace tlux::detail;
 
 uint32_t asfImageResize_BL(const TLUX_IMAGE* source, TLUX_IMAGE* target) noexcept {
   const int32_t rows = target == nullptr ? 0 : target->height;
-  return resizeImage<CentreAligned>(source, target, {0, rows});
+  return codeOf(resizeImage<CentreAligned>(source, target, {0, rows}));
 }
 
 uint32_t asfImageResize_BL_Piece(const TLUX_IMAGE* source, TLUX_IMAGE* target, int32_t firstRow,
@@ -15,12 +16,12 @@ uint32_t asfImageResize_BL_Piece(const TLUX_IMAGE* source, TLUX_IMAGE* target, i
   if (target == nullptr || firstRow < 0 || endRow < firstRow || endRow > target->height) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return resizeImage<CentreAligned>(source, target, {firstRow, endRow});
+  return codeOf(resizeImage<CentreAligned>(source, target, {firstRow, endRow}));
 }
 
 uint32_t asfImageResize_BL_C1(const uint8_t* source, int32_t sourceWidth, int32_t sourceHeight,
                               int32_t sourceStride, uint8_t* target, int32_t targetWidth,
                               int32_t targetHeight, int32_t targetStride) noexcept {
-  return resizePlane<CentreAligned>({source, sourceWidth, sourceHeight, sourceStride},
-                                    {target, targetWidth, targetHeight, targetStride});
+  return codeOf(resizePlane<CentreAligned>({source, sourceWidth, sourceHeight, sourceStride},
+                                           {target, targetWidth, targetHeight, targetStride}));
 }

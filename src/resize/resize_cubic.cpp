@@ -85,8 +85,8 @@ uint32_t Resize_Bicubic_8u_C1(const uint8_t* source, int32_t sourceWidth, int32_
                               int32_t targetHeight, int32_t targetStride,
                               const int16_t* table) noexcept {
   if (table == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return resizePlane<Cubic>({source, sourceWidth, sourceHeight, sourceStride},
-                            {target, targetWidth, targetHeight, targetStride}, table);
+  return codeOf(resizePlane<Cubic>({source, sourceWidth, sourceHeight, sourceStride},
+                                   {target, targetWidth, targetHeight, targetStride}, table));
 }
 
 uint32_t ImageResize_Cubic_C1(const uint8_t* source, int32_t sourceWidth, int32_t sourceHeight,

@@ -1,4 +1,5 @@
 #include "resize/resize_image.hpp"
+#include "base/result.hpp"
 
 #include "tlux/platform.h"
 
@@ -13,12 +14,12 @@ RowRange componentRowsOf(const ComponentPlane& plane, const Component& component
   return {rowAt(range.first), rowAt(range.end)};
 }
 
-std::uint32_t checkResize(const TLUX_IMAGE& source, const TLUX_IMAGE& target) {
-  if (source.format != target.format) return TLUX_ERR_INVALID_PARAM;
+Result checkResize(const TLUX_IMAGE& source, const TLUX_IMAGE& target) {
+  if (source.format != target.format) return Result::kInvalidParam;
   const Format* format = findFormat(source.format);
-  if (format == nullptr || componentsOf(*format).count == 0) return TLUX_ERR_UNSUPPORTED;
+  if (format == nullptr || componentsOf(*format).count == 0) return Result::kUnsupported;
   const bool areComplete = isComplete(source, *format) && isComplete(target, *format);
-  return areComplete ? TLUX_OK : TLUX_ERR_INVALID_PARAM;
+  return areComplete ? Result::kOk : Result::kInvalidParam;
 }
 
 void copyRows(const TLUX_IMAGE& source, const TLUX_IMAGE& target, const RowRange& range) {

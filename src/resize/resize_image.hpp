@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/result.hpp"
 #include "image/component.hpp"
 #include "resize/interpolate.hpp"
 
@@ -19,7 +20,7 @@ RowRange componentRowsOf(const ComponentPlane& plane, const Component& component
                          const RowRange& range);
 
 // What can be resized: two images of one format, which has components.
-std::uint32_t checkResize(const TLUX_IMAGE& source, const TLUX_IMAGE& target);
+Result checkResize(const TLUX_IMAGE& source, const TLUX_IMAGE& target);
 
 void copyRows(const TLUX_IMAGE& source, const TLUX_IMAGE& target, const RowRange& range);
 // For chroma of which the source has no sample.
@@ -56,14 +57,13 @@ void forEachComponent(const TLUX_IMAGE& source, const TLUX_IMAGE& target, const 
 
 // Resizes the rows of `range` of the target.
 template <class Policy>
-std::uint32_t resizeImage(const TLUX_IMAGE* source, const TLUX_IMAGE* target,
-                          const RowRange& range) {
-  if (source == nullptr || target == nullptr) return TLUX_ERR_INVALID_PARAM;
-  const std::uint32_t outcome = checkResize(*source, *target);
-  if (outcome != TLUX_OK) return outcome;
+Result resizeImage(const TLUX_IMAGE* source, const TLUX_IMAGE* target, const RowRange& range) {
+  if (source == nullptr || target == nullptr) return Result::kInvalidParam;
+  const Result outcome = checkResize(*source, *target);
+  if (outcome != Result::kOk) return outcome;
   if (source->width == target->width && source->height == target->height) {
     copyRows(*source, *target, range);
-    return TLUX_OK;
+    return Result::kOk;
   }
   forEachComponent(*source, *target, range,
                    [](const ComponentPlane& from, const ComponentPlane& to,
@@ -74,7 +74,7 @@ std::uint32_t resizeImage(const TLUX_IMAGE* source, const TLUX_IMAGE* target,
                                                   {{from.height, to.height}, from.height}, from, to,
                                                   component, rows);
                    });
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace tlux::detail

@@ -36,5 +36,5 @@ using namespace tlux::detail;
 
 uint32_t asfImageResize_NN(const TLUX_IMAGE* source, TLUX_IMAGE* target) noexcept {
   const int32_t rows = target == nullptr ? 0 : target->height;
-  return resizeImage<Nearest>(source, target, {0, rows});
+  return codeOf(resizeImage<Nearest>(source, target, {0, rows}));
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "resize/interpolate.hpp"
 #include "tlux/base.h"
 
@@ -13,15 +14,15 @@ bool isResizable(const Plane<T>& plane) {
 
 // Resizes one plane. The policy of an axis is made from its input and output size and `settings`.
 template <class Policy, class... Settings>
-std::uint32_t resizePlane(const Plane<const std::uint8_t>& source,
-                          const Plane<std::uint8_t>& target, const Settings&... settings) {
-  if (!isResizable(source) || !isResizable(target)) return TLUX_ERR_INVALID_PARAM;
+Result resizePlane(const Plane<const std::uint8_t>& source, const Plane<std::uint8_t>& target,
+                   const Settings&... settings) {
+  if (!isResizable(source) || !isResizable(target)) return Result::kInvalidParam;
   const Axis<Policy> x{{source.width, target.width, settings...}, source.width};
   const Axis<Policy> y{{source.height, target.height, settings...}, source.height};
   interpolate(
       x, y, {}, {target.width, 0, target.height}, [&](std::int64_t row) { return source.row(row); },
       [&](std::int64_t row) { return target.row(row); });
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace tlux::detail

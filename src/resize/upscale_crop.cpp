@@ -1,6 +1,7 @@
 #include <limits>
 
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "guided_upsampling/upsample_line.hpp"
 #include "resize/resize_image.hpp"
 #include "resize/resize_plane.hpp"
@@ -58,25 +59,25 @@ struct Corner {
   std::int32_t top;
 };
 
-std::uint32_t upscaleCrop(const Plane<const std::uint8_t>& low, const Corner& corner,
-                          const Plane<std::uint8_t>& target) {
-  if (!isResizable(low) || !isResizable(target)) return TLUX_ERR_INVALID_PARAM;
-  if (!isInEnlarged(corner.left, target.width, low.width)) return TLUX_ERR_INVALID_PARAM;
-  if (!isInEnlarged(corner.top, target.height, low.height)) return TLUX_ERR_INVALID_PARAM;
+Result upscaleCrop(const Plane<const std::uint8_t>& low, const Corner& corner,
+                   const Plane<std::uint8_t>& target) {
+  if (!isResizable(low) || !isResizable(target)) return Result::kInvalidParam;
+  if (!isInEnlarged(corner.left, target.width, low.width)) return Result::kInvalidParam;
+  if (!isInEnlarged(corner.top, target.height, low.height)) return Result::kInvalidParam;
   const Axis<EighthSteps> x{EighthSteps(corner.left), low.width};
   const Axis<EighthSteps> y{EighthSteps(corner.top), low.height};
   interpolate(
       x, y, {}, {target.width, 0, target.height}, [&](std::int64_t row) { return low.row(row); },
       [&](std::int64_t row) { return target.row(row); });
-  return TLUX_OK;
+  return Result::kOk;
 }
 
-std::uint32_t upscaleCrop(const TLUX_IMAGE* low, const Corner& corner, const TLUX_IMAGE* target) {
-  if (low == nullptr || target == nullptr) return TLUX_ERR_INVALID_PARAM;
-  const std::uint32_t outcome = checkResize(*low, *target);
-  if (outcome != TLUX_OK) return outcome;
-  if (!isInEnlarged(corner.left, target->width, low->width)) return TLUX_ERR_INVALID_PARAM;
-  if (!isInEnlarged(corner.top, target->height, low->height)) return TLUX_ERR_INVALID_PARAM;
+Result upscaleCrop(const TLUX_IMAGE* low, const Corner& corner, const TLUX_IMAGE* target) {
+  if (low == nullptr || target == nullptr) return Result::kInvalidParam;
+  const Result outcome = checkResize(*low, *target);
+  if (outcome != Result::kOk) return outcome;
+  if (!isInEnlarged(corner.left, target->width, low->width)) return Result::kInvalidParam;
+  if (!isInEnlarged(corner.top, target->height, low->height)) return Result::kInvalidParam;
   forEachComponent(*low, *target, {0, target->height},
                    [&](const ComponentPlane& from, const ComponentPlane& to,
                        const Component& component, const RowRange& rows) {
@@ -85,7 +86,7 @@ std::uint32_t upscaleCrop(const TLUX_IMAGE* low, const Corner& corner, const TLU
                      interpolateComponent<EighthSteps>({columns, from.width}, {lines, from.height},
                                                        from, to, component, rows);
                    });
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -111,11 +112,11 @@ uint32_t TLUX_UpscaleCalLine8s(const uint8_t* upper, const uint8_t* lower, int32
 uint32_t UpcaleCropGray(const uint8_t* low, int32_t lowWidth, int32_t lowHeight, int32_t lowStride,
                         int32_t left, int32_t top, uint8_t* target, int32_t targetWidth,
                         int32_t targetHeight, int32_t targetStride) noexcept {
-  return upscaleCrop({low, lowWidth, lowHeight, lowStride}, {left, top},
-                     {target, targetWidth, targetHeight, targetStride});
+  return codeOf(upscaleCrop({low, lowWidth, lowHeight, lowStride}, {left, top},
+                            {target, targetWidth, targetHeight, targetStride}));
 }
 
 uint32_t UpcaleCropImage(const TLUX_IMAGE* low, int32_t left, int32_t top,
                          TLUX_IMAGE* target) noexcept {
-  return upscaleCrop(low, {left, top}, target);
+  return codeOf(upscaleCrop(low, {left, top}, target));
 }

@@ -1,3 +1,4 @@
+#include "base/result.hpp"
 #include "platform/scratch.hpp"
 #include "score/retinex.hpp"
 #include "tlux/retinex.h"
@@ -37,31 +38,31 @@ std::int64_t pixelsOf(const TLUX_TONEMAP_CONTEXT& context) {
   return std::int64_t{context.width} * context.height;
 }
 
-std::uint32_t scoreLuma(MMemMgr manager, TLUX_TONEMAP_CONTEXT& context) {
+Result scoreLuma(MMemMgr manager, TLUX_TONEMAP_CONTEXT& context) {
   ScorePlanePair planes(manager, pixelsOf(context));
-  if (!planes) return TLUX_ERR_NO_MEMORY;
+  if (!planes) return Result::kNoMemory;
   const std::uint16_t* table = context.codeToLinear;
   toLinear(context, context.width, planes.linear.get(),
            [table](std::uint8_t code) { return (table[code] + 2) >> 2; });
   const RetinexFrame frame{planes.linear.get(), planes.scores.get(), context.width, context.height};
-  const std::uint32_t result = scoreFrame(manager, nullptr, frame);
-  if (result != TLUX_OK) return result;
+  const Result result = scoreFrame(manager, nullptr, frame);
+  if (result != Result::kOk) return result;
   context.logLuma = planes.linear.release();
   context.gains = planes.scores.release();
-  return TLUX_OK;
+  return Result::kOk;
 }
 
-std::uint32_t scoreMosaic(MMemMgr manager, TLUX_TONEMAP_CONTEXT& context) {
+Result scoreMosaic(MMemMgr manager, TLUX_TONEMAP_CONTEXT& context) {
   ScorePlanePair planes(manager, pixelsOf(context));
-  if (!planes) return TLUX_ERR_NO_MEMORY;
+  if (!planes) return Result::kNoMemory;
   toLinear(context, context.source->pitch[0], planes.linear.get(),
            [](std::uint8_t sample) { return sample << 4; });
   const RetinexFrame frame{planes.linear.get(), planes.scores.get(), context.width, context.height};
-  if (scoreFrame(manager, nullptr, frame) != TLUX_OK) {
+  if (scoreFrame(manager, nullptr, frame) != Result::kOk) {
     MMemSet(planes.scores.get(), 0, sizeof(std::uint16_t) * pixelsOf(context));
   }
   context.gains = planes.scores.release();
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -74,7 +75,7 @@ uint32_t GenerateTonemapping(MMemMgr manager, TLUX_TONEMAP_CONTEXT* context) noe
   const TLUX_IMAGE& image = *context->source;
   const int64_t bytes = int64_t{image.pitch[0]} * image.height;
   if (image.pitch[0] < 0 || pixelsOf(*context) > bytes) return TLUX_ERR_INVALID_PARAM;
-  return scoreLuma(manager, *context);
+  return codeOf(scoreLuma(manager, *context));
 }
 
 uint32_t TLUX_GenerateTonemappingBayer(MMemMgr manager, TLUX_TONEMAP_CONTEXT* context) noexcept {
@@ -83,5 +84,5 @@ uint32_t TLUX_GenerateTonemappingBayer(MMemMgr manager, TLUX_TONEMAP_CONTEXT* co
   if (context->width > image.pitch[0] || context->height > image.height) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return scoreMosaic(manager, *context);
+  return codeOf(scoreMosaic(manager, *context));
 }

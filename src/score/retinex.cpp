@@ -7,6 +7,7 @@
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
 #include "score/log_table.hpp"
@@ -60,8 +61,8 @@ std::int32_t toDeviation(const Samples& plane, Team* team) {
 
 // `memory` holds workSamples(), the frame log luminance, counted from `anchor`. `steadiness` null:
 // the frame is by itself.
-std::uint32_t scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexFrame& frame,
-                           std::int32_t anchor, Steadiness* steadiness, Team* team) {
+Result scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexFrame& frame,
+                    std::int32_t anchor, Steadiness* steadiness, Team* team) {
   const std::int64_t pixels = std::int64_t{frame.width} * frame.height;
   const auto planeAt = [&](auto* data) { return packedPlane(data, frame.width, frame.height); };
   const Samples logLuma = planeAt(frame.logLuma);
@@ -73,37 +74,36 @@ std::uint32_t scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexF
   shiftSamples(logLuma, anchor);
   const PyramidOutcome smoothing = smoothPyramid(manager, logLuma, base, scratch, nullptr, team,
                                                  isSteady ? &steadiness->base() : nullptr);
-  if (smoothing == PyramidOutcome::kNoMemory) return TLUX_ERR_NO_MEMORY;
+  if (smoothing == PyramidOutcome::kNoMemory) return Result::kNoMemory;
   // A frame without a pyramid is its own base: no detail.
   if (smoothing != PyramidOutcome::kDone) std::copy_n(logLuma.data, pixels, base.data);
 
   detailEnergy(logLuma.data, base.data, pixels, energy.data);
   if (smoothPyramid(manager, energy, energy, scratch, nullptr, team,
                     isSteady ? &steadiness->energy() : nullptr) == PyramidOutcome::kNoMemory) {
-    return TLUX_ERR_NO_MEMORY;
+    return Result::kNoMemory;
   }
   const std::int32_t deviation = toDeviation(energy, team);
   auto contrast = saturatingTrunc<std::int32_t>(std::sqrt(deviation / 1024.0) * 1024);
   if (steadiness != nullptr) contrast = steadiness->followContrast(contrast);
   computeScore({logLuma, base, energy}, kReciprocalTable.data(), contrast, planeAt(frame.scores),
                team);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 // Calls score(memory) with the working memory for a frame that is not empty.
 template <class Score>
-std::uint32_t withMemory(MMemMgr manager, void* workBuffer, const RetinexFrame& frame,
-                         Score score) {
-  if (frame.width < 0 || frame.height < 0) return TLUX_ERR_NO_MEMORY;
-  if (frame.width == 0 || frame.height == 0) return TLUX_OK;
+Result withMemory(MMemMgr manager, void* workBuffer, const RetinexFrame& frame, Score score) {
+  if (frame.width < 0 || frame.height < 0) return Result::kNoMemory;
+  if (frame.width == 0 || frame.height == 0) return Result::kOk;
   const std::int64_t pixels = std::int64_t{frame.width} * frame.height;
-  if (pixels > std::numeric_limits<std::int64_t>::max() / 8) return TLUX_ERR_NO_MEMORY;
+  if (pixels > std::numeric_limits<std::int64_t>::max() / 8) return Result::kNoMemory;
 
   const std::int64_t samples = workSamples(pixels);
   const bool fitsGiven = 2 * samples <= 5 * pixels;
   if (workBuffer != nullptr && fitsGiven) return score(static_cast<std::int16_t*>(workBuffer));
   const Scratch<std::int16_t> own(manager, samples);
-  return own ? score(own.get()) : TLUX_ERR_NO_MEMORY;
+  return own ? score(own.get()) : Result::kNoMemory;
 }
 
 } // namespace
@@ -113,7 +113,7 @@ std::int32_t anchorOf(std::int32_t mean) {
   return mean + saturatingTrunc<std::int32_t>((kGreyLog - mean) * 0.5 + 512.0);
 }
 
-std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& frame) {
+Result scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& frame) {
   return withMemory(manager, workBuffer, frame, [&](std::int16_t* memory) {
     const Samples plane = packedPlane(frame.logLuma, frame.width, frame.height);
     const std::int32_t mean = convertSamples(plane, plane, logLumaOf);
@@ -121,15 +121,14 @@ std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& 
   });
 }
 
-std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean,
-                            Team* team) {
+Result scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean, Team* team) {
   return withMemory(manager, nullptr, frame, [&](std::int16_t* memory) {
     return scoreFrameIn(memory, manager, frame, anchorOf(mean), nullptr, team);
   });
 }
 
-std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, Steadiness& steadiness,
-                            Team* team) {
+Result scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, Steadiness& steadiness,
+                     Team* team) {
   return withMemory(manager, nullptr, frame, [&](std::int16_t* memory) {
     return scoreFrameIn(memory, manager, frame, steadiness.anchor(), &steadiness, team);
   });
@@ -155,5 +154,5 @@ using namespace tlux::detail;
 uint32_t AME_GenerateRetinexLogGain(MMemMgr manager, void* workBuf, int16_t* logLuma, int32_t width,
                                     int32_t height, uint16_t* scoreOut) noexcept {
   if (logLuma == nullptr || scoreOut == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return scoreFrame(manager, workBuf, {logLuma, scoreOut, width, height});
+  return codeOf(scoreFrame(manager, workBuf, {logLuma, scoreOut, width, height}));
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "platform/team.hpp"
 #include "score/steadiness.hpp"
 #include "tlux/base.h"
@@ -18,16 +19,15 @@ struct RetinexFrame {
 };
 
 // `workBuffer` holds 5 bytes a pixel; null: everything is allocated. Returns a result code.
-std::uint32_t scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& frame);
+Result scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& frame);
 
 // The same of a frame that holds log luminance, of this mean, with a team to share the work or
 // null.
-std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean,
-                            Team* team);
+Result scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean, Team* team);
 
 // The same of a frame that follows others, whose mean was entered.
-std::uint32_t scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, Steadiness& steadiness,
-                            Team* team);
+Result scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, Steadiness& steadiness,
+                     Team* team);
 
 // What log luminance of that mean is counted from.
 std::int32_t anchorOf(std::int32_t mean);

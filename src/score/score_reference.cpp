@@ -1,4 +1,5 @@
 #include "score/score_reference.hpp"
+#include "base/result.hpp"
 
 #include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
@@ -17,7 +18,7 @@ bool scoreReference(MMemMgr manager, Team& team, Plane<const std::uint8_t> refer
       reference, packedPlane(logLuma.get(), reference.width, reference.height),
       [&table](std::uint8_t code) { return table[code]; }, helpers);
   const RetinexFrame frame = {logLuma.get(), scores, reference.width, reference.height};
-  return scoreLogFrame(manager, frame, mean, helpers) == TLUX_OK;
+  return scoreLogFrame(manager, frame, mean, helpers) == Result::kOk;
 }
 
 std::int64_t scoreReferencePoolBytes(std::int32_t width, std::int32_t height) {

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "base/result.hpp"
 #include "platform/scratch.hpp"
 #include "tlux/selection.h"
 
@@ -150,14 +151,14 @@ class SelectSmoother {
   Scratch<std::uint32_t> sums_;
 };
 
-std::uint32_t smoothSelection(MMemMgr manager, const std::uint8_t* source,
-                              std::uint8_t* destination, std::int64_t width, std::int64_t height) {
-  if (source == nullptr || destination == nullptr) return TLUX_ERR_INVALID_PARAM;
-  if (width < 1 || height < 1) return TLUX_OK;
+Result smoothSelection(MMemMgr manager, const std::uint8_t* source, std::uint8_t* destination,
+                       std::int64_t width, std::int64_t height) {
+  if (source == nullptr || destination == nullptr) return Result::kInvalidParam;
+  if (width < 1 || height < 1) return Result::kOk;
   SelectSmoother smoother(manager, width, height);
-  if (!smoother) return TLUX_ERR_NO_MEMORY;
+  if (!smoother) return Result::kNoMemory;
   smoother.run(source, destination);
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 } // namespace
@@ -167,10 +168,10 @@ using namespace tlux::detail;
 
 uint32_t AME_SmoothSelect(MMemMgr manager, const uint8_t* source, uint8_t* destination,
                           int64_t width, int64_t height) noexcept {
-  return smoothSelection(manager, source, destination, width, height);
+  return codeOf(smoothSelection(manager, source, destination, width, height));
 }
 
 uint32_t AME_SmoothMidSelect(MMemMgr manager, const uint8_t* source, uint8_t* destination,
                              int64_t width, int64_t height) noexcept {
-  return smoothSelection(manager, source, destination, width, height);
+  return codeOf(smoothSelection(manager, source, destination, width, height));
 }

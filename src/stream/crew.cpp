@@ -1,4 +1,5 @@
 #include "stream/crew.hpp"
+#include "base/result.hpp"
 
 #include <algorithm>
 #include <atomic>

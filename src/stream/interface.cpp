@@ -1,3 +1,4 @@
+
 #include <new>
 #include <utility>
 
@@ -46,7 +47,7 @@ uint32_t TLUX_ChangeStream(TLUX_STREAM* stream, const TLUX_STREAM_OPTIONS* optio
 uint32_t TLUX_RunStream(TLUX_STREAM* stream, const TLUX_IMAGE* source, const TLUX_IMAGE* output,
                         uint32_t strength) noexcept {
   if (stream == nullptr || source == nullptr || output == nullptr) return TLUX_ERR_INVALID_PARAM;
-  return stream->run(*source, *output, strength);
+  return codeOf(stream->run(*source, *output, strength));
 }
 
 void TLUX_ResetStream(TLUX_STREAM* stream) noexcept {

@@ -1,4 +1,5 @@
 #include "stream/stream.hpp"
+#include "base/result.hpp"
 
 #include <algorithm>
 
@@ -35,14 +36,14 @@ void TLUX_STREAM::reset() {
   steadiness_.reset();
 }
 
-std::uint32_t TLUX_STREAM::run(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
-                               std::uint32_t strength) {
-  if (!isStreamPair(source, output)) return TLUX_ERR_INVALID_PARAM;
+Result TLUX_STREAM::run(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                        std::uint32_t strength) {
+  if (!isStreamPair(source, output)) return Result::kInvalidParam;
   const StreamFrame frame = {source, output, options_.range == TLUX_RANGE_LIMITED,
                              static_cast<int>(options_.colour), options_.fineWindows != 0};
-  const std::uint32_t result = optimize(frame, strength);
-  hasReport_ = result == TLUX_OK;
-  if (result != TLUX_OK) {
+  const Result result = optimize(frame, strength);
+  hasReport_ = result == Result::kOk;
+  if (result != Result::kOk) {
     copyStreamFrame(frame);
     return result;
   }
@@ -51,26 +52,26 @@ std::uint32_t TLUX_STREAM::run(const TLUX_IMAGE& source, const TLUX_IMAGE& outpu
   return result;
 }
 
-std::uint32_t TLUX_STREAM::optimize(const StreamFrame& frame, std::uint32_t strength) {
+Result TLUX_STREAM::optimize(const StreamFrame& frame, std::uint32_t strength) {
   const TLUX_IMAGE& source = frame.source;
   const FrameLayout layout(source.width, source.height, static_cast<std::uint32_t>(crew_.size()));
-  if (!memory_.reserve(layout)) return TLUX_ERR_NO_MEMORY;
-  if (!crew_.start()) return TLUX_ERR_THREAD;
+  if (!memory_.reserve(layout)) return Result::kNoMemory;
+  if (!crew_.start()) return Result::kNoThread;
 
   fillStreamReference(crew_.team(), lumaOf(source), options_.range, memory_.reference());
   Steadiness steadiness = steadiness_; // kept when the frame is done
-  if (!scoreReference(steadiness)) return TLUX_ERR_NO_MEMORY;
+  if (!scoreReference(steadiness)) return Result::kNoMemory;
   updateGainTable(strength);
   mapReference();
-  if (crew_.takeFailure()) return TLUX_ERR_THREAD;
+  if (crew_.takeFailure()) return Result::kNoThread;
   // The filter smooths fine noise even where no tone changes: a video is then better left alone.
   if (strength == 0 && frame.isVideoRange) {
     copyStreamFrame(frame);
   } else if (!renderStreamFrame(crew_, memory_, frame)) {
-    return TLUX_ERR_THREAD;
+    return Result::kNoThread;
   }
   steadiness_ = steadiness;
-  return TLUX_OK;
+  return Result::kOk;
 }
 
 bool TLUX_STREAM::scoreReference(Steadiness& steadiness) {
@@ -85,7 +86,7 @@ bool TLUX_STREAM::scoreReference(Steadiness& steadiness) {
   const RetinexFrame frame = {logLuma, memory_.scores(), reference.width, reference.height};
   steadiness.setFrames(options_.steady);
   steadiness.enter(reference.width, reference.height, mean);
-  return scoreLogFrame(memory_.scorePool(), frame, steadiness, team) == TLUX_OK;
+  return scoreLogFrame(memory_.scorePool(), frame, steadiness, team) == Result::kOk;
 }
 
 void TLUX_STREAM::updateGainTable(std::uint32_t strength) {

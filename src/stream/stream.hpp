@@ -3,6 +3,7 @@
 #include <array>
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "gain/gain_table.hpp"
 #include "score/steadiness.hpp"
 #include "stream/crew.hpp"
@@ -17,12 +18,13 @@ struct TLUX_STREAM {
 
   MMemMgr manager() const { return manager_; }
   bool change(const TLUX_STREAM_OPTIONS& options);
-  std::uint32_t run(const TLUX_IMAGE& source, const TLUX_IMAGE& output, std::uint32_t strength);
+  tlux::detail::Result run(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
+                           std::uint32_t strength);
   void reset();
   bool report(TLUX_STREAM_REPORT& report) const;
 
  private:
-  std::uint32_t optimize(const tlux::detail::StreamFrame& frame, std::uint32_t strength);
+  tlux::detail::Result optimize(const tlux::detail::StreamFrame& frame, std::uint32_t strength);
   bool scoreReference(tlux::detail::Steadiness& steadiness);
   void mapReference();
   void updateGainTable(std::uint32_t strength);

@@ -1,4 +1,5 @@
 #include "tone/render.hpp"
+#include "base/result.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -92,9 +93,9 @@ void copyChroma(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
 
 } // namespace
 
-std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
-                          const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest,
-                          const TLUX_IMAGE* referenceFrame) {
+Result renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
+                   const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest,
+                   const TLUX_IMAGE* referenceFrame) {
   // A reference frame has even sides: the bands hold all of its rows.
   const auto fillReference = [&](Band rows) {
     if (referenceFrame == nullptr) return;
@@ -117,10 +118,10 @@ std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReferen
   };
 
   const std::int64_t bytes = workerPoolBytes(frame.width(), frame.radius);
-  const std::uint32_t result =
-      team.isComplete() ? filterInStrips(manager, frame, bytes, team, kBandCount, makeStrip)
-                        : TLUX_ERR_THREAD;
-  if (result != TLUX_OK) {
+  const Result result = team.isComplete()
+                            ? filterInStrips(manager, frame, bytes, team, kBandCount, makeStrip)
+                            : Result::kNoThread;
+  if (result != Result::kOk) {
     fillReference({0, frame.height()});
     chroma.scaleRows(0, chroma.rows());
     return result;

@@ -3,6 +3,7 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "platform/worker_team.hpp"
 #include "tlux/image.h"
 
@@ -23,9 +24,9 @@ enum class Rest {
 // Carries the mapped reference to the luma of the output along the edges of the source, and lets
 // its chroma follow. After a failure nothing was filtered, but the chroma rule has run. Of
 // `referenceFrame`, where it is not null, the chroma is made.
-std::uint32_t renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
-                          const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest,
-                          const TLUX_IMAGE* referenceFrame);
+Result renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
+                   const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest,
+                   const TLUX_IMAGE* referenceFrame);
 
 // What renderFrame() takes out of a pool for a reference of this size.
 std::int64_t renderPoolBytes(std::int32_t width, std::int32_t height);

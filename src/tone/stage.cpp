@@ -1,4 +1,5 @@
 #include "tone/stage.hpp"
+#include "base/result.hpp"
 
 #include <algorithm>
 #include <cstddef>
@@ -94,9 +95,9 @@ int participantsFor(const TLUX_IMAGE& source) {
   return isSmall ? 1 : usefulParticipants();
 }
 
-std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
-                           const TLUX_IMAGE& source, const TLUX_IMAGE& output,
-                           std::uint32_t strength, Rest rest, ReferenceChroma chroma) {
+Result toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
+                    const TLUX_IMAGE& source, const TLUX_IMAGE& output, std::uint32_t strength,
+                    Rest rest, ReferenceChroma chroma) {
   const TLUX_IMAGE* const wanted =
       chroma == ReferenceChroma::kWanted ? referenceOf(engine) : nullptr;
   const Plane<const std::uint8_t> reference = lumaOf(*referenceOf(engine));
@@ -108,7 +109,7 @@ std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engin
     if (wanted != nullptr) {
       fillReferenceRows(source, *wanted, {0, wanted->height}, Components::kChroma);
     }
-    return TLUX_ERR_NO_MEMORY;
+    return Result::kNoMemory;
   }
   const Plane<std::uint8_t> mapped{mappedLuma.get(), reference.width, reference.height,
                                    reference.pitch};
@@ -136,6 +137,6 @@ uint32_t TLUX_Tonemapping(MMemMgr manager, TLUX_ENGINE* engine, const TLUX_IMAGE
     return TLUX_ERR_INVALID_PARAM;
   }
   WorkerTeam team(participantsFor(*source));
-  return toneMapFrame(manager, team, *engine, *source, *output, *strength, Rest::kKept,
-                      ReferenceChroma::kMade);
+  return codeOf(toneMapFrame(manager, team, *engine, *source, *output, *strength, Rest::kKept,
+                             ReferenceChroma::kMade));
 }

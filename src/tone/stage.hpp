@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "tlux/engine.h"
 #include "tone/reference_rows.hpp"
 #include "tone/render.hpp"
@@ -33,9 +34,9 @@ enum class ReferenceChroma {
 
 // The stage behind TLUX_Tonemapping(), for arguments that fit each other. Of the reference frame it
 // reads the luma alone; where the chroma is still to be made, it is made whatever the result.
-std::uint32_t toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
-                           const TLUX_IMAGE& source, const TLUX_IMAGE& output,
-                           std::uint32_t strength, Rest rest, ReferenceChroma chroma);
+Result toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
+                    const TLUX_IMAGE& source, const TLUX_IMAGE& output, std::uint32_t strength,
+                    Rest rest, ReferenceChroma chroma);
 
 // What toneMapFrame() takes out of a pool for a reference frame of this size, what it leaves in the
 // engine included.

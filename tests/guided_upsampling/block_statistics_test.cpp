@@ -172,7 +172,7 @@ TEST(BlockMean, ABandOfAWorkerKeepsToItsRows) {
     for (int radius = 1; radius <= 7; ++radius) {
       std::vector<std::int32_t> smooth(map.size(), kUntouched);
       const SmoothedBand band{kFirst, rows, {kFirst, kFirst + rows}};
-      ASSERT_EQ(smoothBand(nullptr, band, source, smooth.data(), radius), TLUX_OK);
+      ASSERT_EQ(smoothBand(nullptr, band, source, smooth.data(), radius), Result::kOk);
       forEachPixel(kWidth, kHeight, [&](int x, int y) {
         const bool isOwn = y >= kFirst && y < kFirst + rows;
         ASSERT_EQ(smooth[y * kWidth + x],
