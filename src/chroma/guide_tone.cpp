@@ -63,8 +63,9 @@ Result toneInBands(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_IMAGE& 
                           {output.plane[0], output.pitch[0]},
                           {output.plane[1], output.pitch[1]}}};
   const std::int64_t bytes = workerPoolBytes(frame.width(), frame.radius);
-  return filterOnThreads(manager, frame, bytes,
-                         [&tone](const Strip& strip) { filterStrip(strip, tone); });
+  return filterOnThreads(manager, frame, bytes, [&tone](const Strip& strip) {
+    static_cast<void>(filterStrip(strip, tone)); // rows that cannot be made stay as they are
+  });
 }
 
 } // namespace
@@ -79,7 +80,8 @@ void SingleThreadGuideTone(const TLUX_GUIDE_TONE_CONTEXT* context) noexcept {
                              {context->uvIn, context->uvInPitch},
                              {filter.fullOut, filter.fullPitch},
                              {context->uvOut, context->uvOutPitch}};
-  filterBand(bandOf(filter), ToneRows{filter.lowWidth, planes});
+  // Rows that cannot be made stay as they are.
+  static_cast<void>(filterBand(bandOf(filter), ToneRows{filter.lowWidth, planes}));
 }
 
 uint32_t MultiThreadGuideTone(MMemMgr memMgr, const TLUX_IMAGE* source, TLUX_IMAGE* output,

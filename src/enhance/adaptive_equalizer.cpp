@@ -213,11 +213,11 @@ void blendTile(const Plane<const std::uint8_t>& in, const Plane<std::uint8_t>& o
 
 } // namespace
 
-bool equalizeByTiles(MMemMgr manager, const Plane<const std::uint8_t>& in,
-                     const Plane<std::uint8_t>& out) {
+Result equalizeByTiles(MMemMgr manager, const Plane<const std::uint8_t>& in,
+                       const Plane<std::uint8_t>& out) {
   const TileGrid grid(in);
   const TableRing ring(manager, grid);
-  if (!ring) return false;
+  if (!ring) return Result::kNoMemory;
 
   LevelOfCount levels;
   std::int64_t built = 0;
@@ -232,7 +232,7 @@ bool equalizeByTiles(MMemMgr manager, const Plane<const std::uint8_t>& in,
       blendTile(in, out, grid.at(i), ring.tablesAround(i));
     }
   }
-  return true;
+  return Result::kOk;
 }
 
 } // namespace tlux::detail

@@ -47,7 +47,7 @@ void copyRowPadding(const Plane<const std::uint8_t>& in, const Plane<std::uint8_
 void equalizeFrame(MMemMgr manager, const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
   const Plane<const std::uint8_t> in = lumaOf(source);
   const Plane<std::uint8_t> out{output.plane[0], in.width, in.height, in.pitch};
-  if (!equalizeByTiles(manager, in, out)) return;
+  if (equalizeByTiles(manager, in, out) != Result::kOk) return;
   copyRowPadding(in, out);
   scaleChromaByLumaRatio(source, output);
 }

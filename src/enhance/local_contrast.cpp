@@ -54,7 +54,7 @@ Result enhance(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::uint8_t
   const auto visit = [&](std::int32_t y, const MomentRow<Moments>& row) {
     writeRow(row, out.row(y));
   };
-  return forMomentsOfRows<Moments>(manager, in, radius, visit) ? Result::kOk : Result::kNoMemory;
+  return forMomentsOfRows<Moments>(manager, in, radius, visit);
 }
 
 } // namespace

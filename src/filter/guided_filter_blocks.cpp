@@ -26,7 +26,7 @@ struct Span {
   std::int32_t haloSize() const { return haloEnd - haloBegin; }
 };
 
-bool shareRows(const img* a, const img* b) {
+bool haveCommonRow(const img* a, const img* b) {
   for (std::int32_t y = 0; y < a->height; ++y) {
     if (a->rows[y] == b->rows[y]) return true;
   }
@@ -35,8 +35,8 @@ bool shareRows(const img* a, const img* b) {
 
 void guidedFilterInBlocks(MMemMgr manager, const img* guide, const img* input, img* output,
                           std::int32_t radius) {
-  if (!areGuidedImages(guide, kChannels, input, output, radius) || shareRows(output, guide) ||
-      shareRows(output, input)) {
+  if (!areGuidedImages(guide, kChannels, input, output, radius) || haveCommonRow(output, guide) ||
+      haveCommonRow(output, input)) {
     return;
   }
   const std::int32_t width = guide->width;

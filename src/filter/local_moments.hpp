@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "filter/row_differences.hpp"
 #include "filter/window_means.hpp"
 #include "platform/scratch.hpp"
@@ -26,10 +27,10 @@ struct MomentRow {
 // Calls visit(y, MomentRow) for the rows of a plane, from the top: the mean of the samples (and of
 // their squares, for two moments) in the windows of the given radius, cut off at the edges. A row
 // of the plane is read once, before it or any row below it is visited, so the visitor may overwrite
-// the row it is given. Returns false without a visit when there is no memory.
+// the row it is given. Without memory there is no visit.
 template <int Moments, class Visit>
-bool forMomentsOfRows(MMemMgr manager, Plane<const std::uint8_t> plane, std::int32_t radius,
-                      Visit visit) {
+Result forMomentsOfRows(MMemMgr manager, Plane<const std::uint8_t> plane, std::int32_t radius,
+                        Visit visit) {
   using Means = WindowMeans<Moments, double>;
   const Windows windows(plane.width, plane.height, radius);
   const std::int32_t width = plane.width;
@@ -37,7 +38,7 @@ bool forMomentsOfRows(MMemMgr manager, Plane<const std::uint8_t> plane, std::int
   const std::int32_t keptRows = std::min(2 * windows.radiusY + 2, plane.height);
   const Scratch<double> sums(manager, Means::doublesNeeded(windows));
   const Scratch<std::uint8_t> kept(manager, (std::int64_t{keptRows} + 1) * width);
-  if (!sums || !kept) return false;
+  if (!sums || !kept) return Result::kNoMemory;
 
   std::uint8_t* zeros = kept.get() + std::int64_t{keptRows} * width;
   std::fill_n(zeros, width, std::uint8_t{0});
@@ -65,7 +66,7 @@ bool forMomentsOfRows(MMemMgr manager, Plane<const std::uint8_t> plane, std::int
           MomentRow<Moments>{keptRow(y), means.means(0), Moments > 1 ? means.means(1) : nullptr});
     means.advance(differences);
   }
-  return true;
+  return Result::kOk;
 }
 
 } // namespace tlux::detail

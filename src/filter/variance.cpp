@@ -32,5 +32,5 @@ uint32_t TLUX_CalculateVairance(MMemMgr manager, const uint8_t* input, int32_t i
   const auto writeRow = [&](int32_t y, const MomentRow<2>& row) {
     roundVariances(row.means, row.meanSquares, width, out.row(y));
   };
-  return forMomentsOfRows<2>(manager, in, radius, writeRow) ? TLUX_OK : TLUX_ERR_NO_MEMORY;
+  return codeOf(forMomentsOfRows<2>(manager, in, radius, writeRow));
 }

@@ -58,13 +58,16 @@ uint32_t FastGuideFilterMT(MMemMgr memMgr, const uint8_t* input, const uint8_t* 
   const StoreRows store = {lowW, {fullGuide, fullPitch}, {fullOut, fullPitch}};
   const std::int64_t bytes =
       std::max(kWorkerBytesPerPitch * fullPitch, workerPoolBytes(lowW, radius));
-  return codeOf(filterOnThreads(memMgr, frame, bytes,
-                                [&store](const Strip& strip) { filterStrip(strip, store); }));
+  return codeOf(filterOnThreads(memMgr, frame, bytes, [&store](const Strip& strip) {
+    static_cast<void>(filterStrip(strip, store)); // rows that cannot be made stay as they are
+  }));
 }
 
 void FastGuideFilterSingleThread(const TLUX_GUIDE_CONTEXT* context) noexcept {
   if (context == nullptr) return;
-  filterBand(bandOf(*context), StoreRows{context->lowWidth,
-                                         {context->fullGuide, context->fullPitch},
-                                         {context->fullOut, context->fullPitch}});
+  const StoreRows store = {context->lowWidth,
+                           {context->fullGuide, context->fullPitch},
+                           {context->fullOut, context->fullPitch}};
+  // Rows that cannot be made stay as they are.
+  static_cast<void>(filterBand(bandOf(*context), store));
 }

@@ -114,24 +114,24 @@ std::int64_t fineFitScratchBytes(std::int32_t width) {
          std::int64_t{sizeof(std::uint32_t)};
 }
 
-bool fitFinely(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
-               Plane<const std::uint8_t> guide, std::int32_t eps, std::int32_t* a,
-               std::int32_t* b) {
+Result fitFinely(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
+                 Plane<const std::uint8_t> guide, std::int32_t eps, std::int32_t* a,
+                 std::int32_t* b) {
   const Scratch<std::uint32_t> scratch(manager, FineSums::scratchCount(input.width, kFineRadius));
-  if (!scratch) return false;
+  if (!scratch) return Result::kNoMemory;
   FineSums windows(scratch.get(), input.width, kFineRadius, {input, guide});
   solveFineRows(windows, rows, {0, input.height}, {a, b, input.width, eps * kArea * kArea});
-  return true;
+  return Result::kOk;
 }
 
-bool smoothFinely(MMemMgr manager, Band rows, Plane<const std::int32_t> a,
-                  Plane<const std::int32_t> b, std::int32_t* smoothA, std::int32_t* smoothB) {
+Result smoothFinely(MMemMgr manager, Band rows, Plane<const std::int32_t> a,
+                    Plane<const std::int32_t> b, std::int32_t* smoothA, std::int32_t* smoothB) {
   const Scratch<std::uint32_t> scratch(manager,
                                        CoefficientSums::scratchCount(a.width, kFineRadius));
-  if (!scratch) return false;
+  if (!scratch) return Result::kNoMemory;
   CoefficientSums windows(scratch.get(), a.width, kFineRadius, {a, b});
   smoothFineRows(windows, rows, {0, a.height}, a.width, smoothA, smoothB);
-  return true;
+  return Result::kOk;
 }
 
 } // namespace tlux::detail

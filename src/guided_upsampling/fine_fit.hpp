@@ -4,6 +4,7 @@
 
 #include "base/bands.hpp"
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "tlux/platform.h"
 
 // The fit of the guided filter with exact window sums. Means cut down to whole codes before they
@@ -20,14 +21,13 @@ std::int64_t fineFitScratchBytes(std::int32_t width);
 // Coefficients of rows of a plane, packed maps: a in Q10, b in Q8. Within ±15 and ±4080: no slope
 // is steeper than the deviation of the input, at most 127.5, over twice the root of a
 // regularisation of at least 20.
-[[nodiscard]] bool fitFinely(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
-                             Plane<const std::uint8_t> guide, std::int32_t eps, std::int32_t* a,
-                             std::int32_t* b);
+Result fitFinely(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
+                 Plane<const std::uint8_t> guide, std::int32_t eps, std::int32_t* a,
+                 std::int32_t* b);
 
 // Means of the coefficients over the windows around rows, all of which must be there: rounded, a
 // and b in Q10. b is larger by what makes cutting the results down to whole codes a rounding.
-[[nodiscard]] bool smoothFinely(MMemMgr manager, Band rows, Plane<const std::int32_t> a,
-                                Plane<const std::int32_t> b, std::int32_t* smoothA,
-                                std::int32_t* smoothB);
+Result smoothFinely(MMemMgr manager, Band rows, Plane<const std::int32_t> a,
+                    Plane<const std::int32_t> b, std::int32_t* smoothA, std::int32_t* smoothB);
 
 } // namespace tlux::detail

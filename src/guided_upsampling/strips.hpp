@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <span>
 
+#include "base/result.hpp"
 #include "guided_upsampling/band_coefficients.hpp"
 #include "guided_upsampling/row_groups.hpp"
 #include "platform/scratch.hpp"
@@ -25,13 +26,13 @@ struct Strip {
 inline constexpr std::int32_t kStripRows = 4;
 
 template <class Groups, class EmitGroup>
-bool upsampleStrip(const Strip& strip, EmitGroup emitGroup) {
+Result upsampleStrip(const Strip& strip, EmitGroup emitGroup) {
   const GuidedBand& band = *strip.band;
   const Band rows = strip.rows;
   const std::int32_t width = band.frame.width();
   const std::int32_t last = band.rows().end - 1;
   const Scratch<typename Groups::Sample> scratch(strip.manager, Groups::scratchSamples(width));
-  if (!scratch) return false;
+  if (!scratch) return Result::kNoMemory;
 
   Groups groups({band.maps.smoothA, band.maps.smoothB, width}, scratch.get());
   groups.start(rows.first);
@@ -39,23 +40,24 @@ bool upsampleStrip(const Strip& strip, EmitGroup emitGroup) {
     groups.advance(std::min(y + 1, last)); // bands are not blended
     emitGroup(std::int64_t{kUpsampling} * y, groups);
   }
-  return true;
+  return Result::kOk;
 }
 
 // Calls emitGroup(y, groups) for the rows y to y + 7 of each group of a strip; see row_groups.hpp.
-// False, and nothing is emitted, when memory is short or the band has no coefficients.
+// After a failure, want of memory or of coefficients, nothing was emitted.
 template <class EmitGroup>
-bool filterStrip(const Strip& strip, EmitGroup emitGroup) {
-  if (strip.rows.first >= strip.rows.end || strip.coefficients == Coefficients::kNone) return false;
+Result filterStrip(const Strip& strip, EmitGroup emitGroup) {
+  if (strip.rows.first >= strip.rows.end) return Result::kOk;
+  if (strip.coefficients == Coefficients::kNone) return Result::kUnsolvable;
   return strip.coefficients == Coefficients::kShort ? upsampleStrip<ShortGroups>(strip, emitGroup)
                                                     : upsampleStrip<LongGroups>(strip, emitGroup);
 }
 
 // The same for a whole band, whose coefficients are computed first.
 template <class EmitGroup>
-bool filterBand(const GuidedBand& band, EmitGroup emitGroup) {
+Result filterBand(const GuidedBand& band, EmitGroup emitGroup) {
   const Band rows = band.rows();
-  if (rows.first >= rows.end) return false;
+  if (rows.first >= rows.end) return Result::kOk;
   return filterStrip({&band, rows, computeCoefficients(band), band.manager}, emitGroup);
 }
 

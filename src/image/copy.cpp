@@ -29,12 +29,16 @@ PlaneSpan chromaSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_
 
 } // namespace
 
-bool resolveRects(const TLUX_IMAGE* target, const TLUX_RECT* targetRect, const TLUX_IMAGE* source,
-                  const TLUX_RECT* sourceRect, CopyRects& rects) {
-  if (target == nullptr || source == nullptr || target->format != source->format) return false;
+Result resolveRects(const TLUX_IMAGE* target, const TLUX_RECT* targetRect, const TLUX_IMAGE* source,
+                    const TLUX_RECT* sourceRect, CopyRects& rects) {
+  if (target == nullptr || source == nullptr || target->format != source->format) {
+    return Result::kInvalidParam;
+  }
   rects = {rectOrWhole(targetRect, *target), rectOrWhole(sourceRect, *source)};
-  return isRectInImage(rects.to, *target) && isRectInImage(rects.from, *source) &&
-         rects.to.width() == rects.from.width() && rects.to.height() == rects.from.height();
+  const bool areAlike =
+      rects.to.width() == rects.from.width() && rects.to.height() == rects.from.height();
+  const bool areInside = isRectInImage(rects.to, *target) && isRectInImage(rects.from, *source);
+  return areInside && areAlike ? Result::kOk : Result::kInvalidParam;
 }
 
 CopyRules copyRulesOf(std::uint32_t code) {
@@ -104,10 +108,8 @@ using namespace tlux::detail;
 uint32_t TLUX_CopyImageROI_IMK(TLUX_IMAGE* target, const TLUX_RECT* targetRect,
                                const TLUX_IMAGE* source, const TLUX_RECT* sourceRect) noexcept {
   CopyRects rects;
-  if (!resolveRects(target, targetRect, source, sourceRect, rects)) {
-    return TLUX_ERR_INVALID_PARAM;
-  }
-  return codeOf(copyRect(*target, *source, rects));
+  const Result resolved = resolveRects(target, targetRect, source, sourceRect, rects);
+  return codeOf(resolved != Result::kOk ? resolved : copyRect(*target, *source, rects));
 }
 
 uint32_t TLUX_CopyImage_IMK(TLUX_IMAGE* target, const TLUX_IMAGE* source) noexcept {

@@ -15,11 +15,10 @@ struct CopyRects {
   Rect from;
 };
 
-// Null rectangles stand for the whole image. False when an image is null, the formats or the sizes
-// of the rectangles differ, or a rectangle does not pass isRectInImage().
-[[nodiscard]] bool resolveRects(const TLUX_IMAGE* target, const TLUX_RECT* targetRect,
-                                const TLUX_IMAGE* source, const TLUX_RECT* sourceRect,
-                                CopyRects& rects);
+// Null rectangles stand for the whole image. Invalid when an image is null, the formats or the
+// sizes of the rectangles differ, or a rectangle does not pass isRectInImage().
+Result resolveRects(const TLUX_IMAGE* target, const TLUX_RECT* targetRect, const TLUX_IMAGE* source,
+                    const TLUX_RECT* sourceRect, CopyRects& rects);
 
 // What a copy does with a format code.
 struct CopyRules {

@@ -172,8 +172,6 @@ uint32_t TLUX_CopyImageROIOddRect_IMK(TLUX_IMAGE* target, const TLUX_RECT* targe
                                       const TLUX_IMAGE* source,
                                       const TLUX_RECT* sourceRect) noexcept {
   CopyRects rects;
-  if (!resolveRects(target, targetRect, source, sourceRect, rects)) {
-    return TLUX_ERR_INVALID_PARAM;
-  }
-  return codeOf(copyOddRect(*target, *source, rects));
+  const Result resolved = resolveRects(target, targetRect, source, sourceRect, rects);
+  return codeOf(resolved != Result::kOk ? resolved : copyOddRect(*target, *source, rects));
 }

@@ -7,14 +7,14 @@ uint32_t gi32PixelArrangement = 0x16161616;
 namespace tlux::detail {
 namespace {
 
-bool allocatePlanes(TLUX_IMAGE& image, const std::array<PlaneSize, 3>& sizes, MMemMgr manager) {
+Result allocatePlanes(TLUX_IMAGE& image, const std::array<PlaneSize, 3>& sizes, MMemMgr manager) {
   auto* block = static_cast<std::uint8_t*>(allocateBytes(manager, totalBytes(sizes)));
-  if (block == nullptr) return false;
+  if (block == nullptr) return Result::kNoMemory;
   image.plane[0] = block;
   for (std::size_t i = 1; i < sizes.size() && image.pitch[i] != 0; ++i) {
     image.plane[i] = image.plane[i - 1] + sizes[i - 1].bytes();
   }
-  return true;
+  return Result::kOk;
 }
 
 Result createImage(TLUX_IMAGE** out, std::int32_t width, std::int32_t height, std::uint32_t code,
@@ -28,8 +28,8 @@ Result createImage(TLUX_IMAGE** out, std::int32_t width, std::int32_t height, st
   if (format == nullptr) return Result::kUnsupported; // the record stays with the manager
   const bool tooSmall = width < 0 || height < 0;
   const auto sizes = planeSizes(*format, width, height);
-  if (tooSmall || !setLayout(*image, *format, sizes, width, height) ||
-      !allocatePlanes(*image, sizes, manager)) {
+  if (tooSmall || setLayout(*image, *format, sizes, width, height) != Result::kOk ||
+      allocatePlanes(*image, sizes, manager) != Result::kOk) {
     MMemFree(manager, image);
     return Result::kNoMemory;
   }

@@ -16,7 +16,8 @@ Result cropImage(TLUX_IMAGE& image, const Rect& rect) {
   const auto newSizes = planeSizes(*format, width, height);
   const auto oldSizes = planeSizes(*format, image.width, image.height);
   TLUX_IMAGE cropped{};
-  if (!setLayout(cropped, *format, newSizes, width, height)) return Result::kInvalidParam;
+  const Result fits = setLayout(cropped, *format, newSizes, width, height);
+  if (fits != Result::kOk) return fits;
   for (int plane = 0; plane < format->planes; ++plane) {
     cropped.plane[plane] = image.plane[plane];
     const std::int64_t oldBytes = image.pitch[plane] * oldSizes[plane].rows;

@@ -40,16 +40,18 @@ std::int64_t totalBytes(const std::array<PlaneSize, 3>& sizes) {
   return total;
 }
 
-bool setLayout(TLUX_IMAGE& image, const Format& format, const std::array<PlaneSize, 3>& sizes,
-               std::int32_t width, std::int32_t height) {
+Result setLayout(TLUX_IMAGE& image, const Format& format, const std::array<PlaneSize, 3>& sizes,
+                 std::int32_t width, std::int32_t height) {
   image.format = format.code;
   image.width = width;
   image.height = height;
   for (std::size_t i = 0; i < sizes.size(); ++i) {
-    if (sizes[i].pitch > std::numeric_limits<std::int32_t>::max()) return false;
+    if (sizes[i].pitch > std::numeric_limits<std::int32_t>::max()) {
+      return Result::kInvalidParam;
+    }
     image.pitch[i] = static_cast<std::int32_t>(sizes[i].pitch);
   }
-  return true;
+  return Result::kOk;
 }
 
 int planeCountOf(std::uint32_t code) {

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "tlux/image.h"
 
 namespace tlux::detail {
@@ -103,9 +104,9 @@ std::array<PlaneSize, 3> planeSizes(const Format& format, std::int32_t width, st
 // Bytes of all planes, one behind the other; negative when 64 bits do not hold them.
 std::int64_t totalBytes(const std::array<PlaneSize, 3>& sizes);
 
-// Sets format, size and pitches of a zeroed record; false when a pitch does not fit the record.
-bool setLayout(TLUX_IMAGE& image, const Format& format, const std::array<PlaneSize, 3>& sizes,
-               std::int32_t width, std::int32_t height);
+// Sets format, size and pitches of a zeroed record; invalid when a pitch does not fit the record.
+Result setLayout(TLUX_IMAGE& image, const Format& format, const std::array<PlaneSize, 3>& sizes,
+                 std::int32_t width, std::int32_t height);
 
 // Planes that a record over foreign memory has. Raw frames are not known here, and like unknown
 // codes count as one plane.

@@ -3,16 +3,17 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "platform/team.hpp"
 #include "tlux/platform.h"
 
 namespace tlux::detail {
 
 // Writes the Retinex score of every luma code of the reference frame: packed rows of the 16-bit
-// patterns that index a gain table. `degamma` takes codes to linear light (12 bit). False when the
-// working memory cannot be allocated; the scores are then as they were.
-[[nodiscard]] bool scoreReference(MMemMgr manager, Team& team, Plane<const std::uint8_t> reference,
-                                  const std::uint16_t* degamma, std::uint16_t* scores);
+// patterns that index a gain table. `degamma` takes codes to linear light (12 bit). When
+// the working memory cannot be allocated, the scores stay as they were.
+Result scoreReference(MMemMgr manager, Team& team, Plane<const std::uint8_t> reference,
+                      const std::uint16_t* degamma, std::uint16_t* scores);
 
 // What scoreReference() takes out of a pool.
 std::int64_t scoreReferencePoolBytes(std::int32_t width, std::int32_t height);

@@ -47,12 +47,12 @@ Crew::Crew(const TLUX_STREAM_OPTIONS& options) : size_(static_cast<int>(workersO
   if (options.parallelFor != nullptr) callers_.emplace(options);
 }
 
-bool Crew::start() {
-  if (callers_ || size_ == 1) return true;
+Result Crew::start() {
+  if (callers_ || size_ == 1) return Result::kOk;
   if (!threads_) threads_.emplace(size_);
-  if (threads_->isComplete()) return true;
+  if (threads_->isComplete()) return Result::kOk;
   threads_.reset();
-  return false;
+  return Result::kNoThread;
 }
 
 Team* Crew::team() {

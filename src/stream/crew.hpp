@@ -2,6 +2,7 @@
 
 #include <optional>
 
+#include "base/result.hpp"
 #include "platform/team.hpp"
 #include "platform/worker_team.hpp"
 #include "tlux/stream.h"
@@ -33,8 +34,8 @@ class Crew {
 
   int size() const { return size_; }
 
-  // Makes sure of the stream's own threads. False when they cannot be started.
-  [[nodiscard]] bool start();
+  // Makes sure of the stream's own threads. Fails when they cannot be started.
+  Result start();
 
   // Null: the calling thread alone.
   Team* team();

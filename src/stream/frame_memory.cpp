@@ -48,14 +48,14 @@ FrameLayout::FrameLayout(std::int32_t width, std::int32_t height, std::uint32_t 
   bytes_ = std::max(scoring, end);
 }
 
-bool FrameMemory::reserve(const FrameLayout& layout) {
+Result FrameMemory::reserve(const FrameLayout& layout) {
   layout_ = layout;
   const std::int64_t needed = layout.bytes();
-  if (needed <= size_) return true;
+  if (needed <= size_) return Result::kOk;
   MMemFree(manager_, std::exchange(block_, nullptr));
   block_ = static_cast<std::byte*>(allocateBytes(manager_, needed));
   size_ = block_ != nullptr ? needed : 0;
-  return block_ != nullptr;
+  return block_ != nullptr ? Result::kOk : Result::kNoMemory;
 }
 
 MMemMgr FrameMemory::scorePool() const {

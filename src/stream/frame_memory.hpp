@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
+#include "base/result.hpp"
 #include "guided_upsampling/guided_frame.hpp"
 #include "tlux/platform.h"
 
@@ -44,8 +45,8 @@ class FrameMemory {
   FrameMemory& operator=(const FrameMemory&) = delete;
   ~FrameMemory() { MMemFree(manager_, block_); }
 
-  // Makes room for a frame. False when there is no memory; what earlier frames left is then gone.
-  [[nodiscard]] bool reserve(const FrameLayout& layout);
+  // Makes room for a frame. Without memory, what earlier frames left is gone.
+  Result reserve(const FrameLayout& layout);
 
   const FrameLayout& layout() const { return layout_; }
   Plane<std::uint8_t> reference() const { return plane<std::uint8_t>(0); }

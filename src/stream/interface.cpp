@@ -31,7 +31,8 @@ uint32_t TLUX_OpenStream(MMemMgr manager, const TLUX_STREAM_OPTIONS* options,
   if (out == nullptr) return TLUX_ERR_INVALID_PARAM;
   *out = nullptr;
   TLUX_STREAM_OPTIONS chosen;
-  if (!readOptions(options, chosen)) return TLUX_ERR_INVALID_PARAM;
+  const Result read = readOptions(options, chosen);
+  if (read != Result::kOk) return codeOf(read);
   void* memory = allocateBytes(manager, sizeof(TLUX_STREAM));
   if (memory == nullptr) return TLUX_ERR_NO_MEMORY;
   *out = new (memory) TLUX_STREAM(manager, chosen);
@@ -40,8 +41,9 @@ uint32_t TLUX_OpenStream(MMemMgr manager, const TLUX_STREAM_OPTIONS* options,
 
 uint32_t TLUX_ChangeStream(TLUX_STREAM* stream, const TLUX_STREAM_OPTIONS* options) noexcept {
   TLUX_STREAM_OPTIONS chosen;
-  const bool isKnown = stream != nullptr && options != nullptr && readOptions(options, chosen);
-  return isKnown && stream->change(chosen) ? TLUX_OK : TLUX_ERR_INVALID_PARAM;
+  if (stream == nullptr || options == nullptr) return TLUX_ERR_INVALID_PARAM;
+  const Result read = readOptions(options, chosen);
+  return codeOf(read != Result::kOk ? read : stream->change(chosen));
 }
 
 uint32_t TLUX_RunStream(TLUX_STREAM* stream, const TLUX_IMAGE* source, const TLUX_IMAGE* output,
@@ -55,17 +57,17 @@ void TLUX_ResetStream(TLUX_STREAM* stream) noexcept {
 }
 
 uint32_t TLUX_ReadStreamReport(const TLUX_STREAM* stream, TLUX_STREAM_REPORT* report) noexcept {
-  if (stream == nullptr || report == nullptr || report->size != sizeof *report ||
-      !stream->report(*report)) {
+  if (stream == nullptr || report == nullptr || report->size != sizeof *report) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  return TLUX_OK;
+  return codeOf(stream->report(*report));
 }
 
 uint64_t TLUX_GetStreamPoolSize(const TLUX_STREAM_OPTIONS* options, int32_t width,
                                 int32_t height) noexcept {
   TLUX_STREAM_OPTIONS chosen;
-  if (!readOptions(options, chosen) || !isEvenSide(width) || !isEvenSide(height)) return 0;
+  const bool isRead = readOptions(options, chosen) == Result::kOk;
+  if (!isRead || !isEvenSide(width) || !isEvenSide(height)) return 0;
   const std::int64_t bytes = streamPoolBytes(chosen, width, height);
   return bytes < kNoPool ? static_cast<uint64_t>(bytes) : 0;
 }

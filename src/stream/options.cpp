@@ -60,14 +60,14 @@ TLUX_STREAM_OPTIONS optionsFor(std::uint32_t tones) {
   return options;
 }
 
-bool readOptions(const TLUX_STREAM_OPTIONS* given, TLUX_STREAM_OPTIONS& options) {
+Result readOptions(const TLUX_STREAM_OPTIONS* given, TLUX_STREAM_OPTIONS& options) {
   if (given == nullptr) {
     options = optionsFor(TLUX_TONES_NATURAL);
-    return true;
+    return Result::kOk;
   }
-  if (given->size != sizeof *given) return false;
+  if (given->size != sizeof *given) return Result::kInvalidParam;
   options = *given;
-  return areInRange(options);
+  return areInRange(options) ? Result::kOk : Result::kInvalidParam;
 }
 
 bool canChange(const TLUX_STREAM_OPTIONS& from, const TLUX_STREAM_OPTIONS& to) {

@@ -100,7 +100,7 @@ class FrameFilter {
   void writeRows() {
     forEachStrip(crew_.team(), filtered_, pools_, [this](const Strip& strip) {
       const TileWriter writer(frame_);
-      if (!filterStrip(strip, writer)) copyStrip(strip.rows);
+      if (filterStrip(strip, writer) != Result::kOk) copyStrip(strip.rows);
     });
   }
 
@@ -132,14 +132,13 @@ class FrameFilter {
     std::atomic<bool> isDone{true};
     shareRows(crew_.team(), a.height, partRows, [&](Band rows, int slot) {
       const MMemMgr pool = pools_[static_cast<std::size_t>(slot)];
-      if (!fitFinely(pool, rows, memory_.mapped(), memory_.reference(), kToneRegularisation, a.data,
-                     b.data)) {
-        isDone = false;
-      }
+      const Result fitted = fitFinely(pool, rows, memory_.mapped(), memory_.reference(),
+                                      kToneRegularisation, a.data, b.data);
+      if (fitted != Result::kOk) isDone = false;
     });
     shareRows(crew_.team(), a.height, partRows, [&](Band rows, int slot) {
       const MMemMgr pool = pools_[static_cast<std::size_t>(slot)];
-      if (!isDone || !smoothFinely(pool, rows, a, b, maps.smoothA, maps.smoothB)) {
+      if (!isDone || smoothFinely(pool, rows, a, b, maps.smoothA, maps.smoothB) != Result::kOk) {
         isDone = false;
       } else {
         finish(rows);
@@ -178,13 +177,13 @@ class FrameFilter {
 
 } // namespace
 
-bool renderStreamFrame(Crew& crew, const FrameMemory& memory, const StreamFrame& frame) {
+Result renderStreamFrame(Crew& crew, const FrameMemory& memory, const StreamFrame& frame) {
   FrameFilter filter(crew, memory, frame);
   filter.computeAllCoefficients();
-  if (crew.takeFailure()) return false;
+  if (crew.takeFailure()) return Result::kNoThread;
   filter.writeRows();
   crew.takeFailure(); // what it left over was done: once rows are written there is no way back
-  return true;
+  return Result::kOk;
 }
 
 void copyStreamFrame(const StreamFrame& frame) {

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "base/result.hpp"
 #include "stream/crew.hpp"
 #include "stream/frame_memory.hpp"
 #include "tlux/image.h"
@@ -20,8 +21,8 @@ struct StreamFrame {
 };
 
 // Carries the mapped reference to the luma of the output along the edges of the source, and lets
-// its chroma follow. False, with nothing written, when the caller's parallel for fails.
-bool renderStreamFrame(Crew& crew, const FrameMemory& memory, const StreamFrame& frame);
+// its chroma follow. Fails, with nothing written, when the caller's parallel for fails.
+Result renderStreamFrame(Crew& crew, const FrameMemory& memory, const StreamFrame& frame);
 
 // The source as it is.
 void copyStreamFrame(const StreamFrame& frame);

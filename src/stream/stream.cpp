@@ -26,10 +26,10 @@ constexpr std::int32_t kMappedRows = 16;
 TLUX_STREAM::TLUX_STREAM(MMemMgr manager, const TLUX_STREAM_OPTIONS& options)
     : manager_(manager), options_(options), crew_(options), memory_(manager) {}
 
-bool TLUX_STREAM::change(const TLUX_STREAM_OPTIONS& options) {
-  if (!canChange(options_, options)) return false;
+Result TLUX_STREAM::change(const TLUX_STREAM_OPTIONS& options) {
+  if (!canChange(options_, options)) return Result::kInvalidParam;
   options_ = options;
-  return true;
+  return Result::kOk;
 }
 
 void TLUX_STREAM::reset() {
@@ -55,26 +55,28 @@ Result TLUX_STREAM::run(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
 Result TLUX_STREAM::optimize(const StreamFrame& frame, std::uint32_t strength) {
   const TLUX_IMAGE& source = frame.source;
   const FrameLayout layout(source.width, source.height, static_cast<std::uint32_t>(crew_.size()));
-  if (!memory_.reserve(layout)) return Result::kNoMemory;
-  if (!crew_.start()) return Result::kNoThread;
+  Result result = memory_.reserve(layout);
+  if (result == Result::kOk) result = crew_.start();
+  if (result != Result::kOk) return result;
 
   fillStreamReference(crew_.team(), lumaOf(source), options_.range, memory_.reference());
   Steadiness steadiness = steadiness_; // kept when the frame is done
-  if (!scoreReference(steadiness)) return Result::kNoMemory;
+  result = scoreReference(steadiness);
+  if (result != Result::kOk) return result;
   updateGainTable(strength);
   mapReference();
   if (crew_.takeFailure()) return Result::kNoThread;
   // The filter smooths fine noise even where no tone changes: a video is then better left alone.
   if (strength == 0 && frame.isVideoRange) {
     copyStreamFrame(frame);
-  } else if (!renderStreamFrame(crew_, memory_, frame)) {
-    return Result::kNoThread;
+  } else {
+    result = renderStreamFrame(crew_, memory_, frame);
   }
-  steadiness_ = steadiness;
-  return Result::kOk;
+  if (result == Result::kOk) steadiness_ = steadiness;
+  return result;
 }
 
-bool TLUX_STREAM::scoreReference(Steadiness& steadiness) {
+Result TLUX_STREAM::scoreReference(Steadiness& steadiness) {
   const Plane<std::uint8_t> reference = memory_.reference();
   Team* team = crew_.team();
   if (team != nullptr) team = teamFor(*team, memory_.layout().pixels());
@@ -86,7 +88,7 @@ bool TLUX_STREAM::scoreReference(Steadiness& steadiness) {
   const RetinexFrame frame = {logLuma, memory_.scores(), reference.width, reference.height};
   steadiness.setFrames(options_.steady);
   steadiness.enter(reference.width, reference.height, mean);
-  return scoreLogFrame(memory_.scorePool(), frame, steadiness, team) == Result::kOk;
+  return scoreLogFrame(memory_.scorePool(), frame, steadiness, team);
 }
 
 void TLUX_STREAM::updateGainTable(std::uint32_t strength) {
@@ -114,8 +116,8 @@ void TLUX_STREAM::fillGains() const {
                  [this](std::uint16_t score) { return gainTable_[score]; });
 }
 
-bool TLUX_STREAM::report(TLUX_STREAM_REPORT& report) const {
-  if (!hasReport_) return false;
+Result TLUX_STREAM::report(TLUX_STREAM_REPORT& report) const {
+  if (!hasReport_) return Result::kInvalidParam;
   fillGains();
   const Plane<std::uint8_t> reference = memory_.reference();
   report.width = reference.width;
@@ -128,7 +130,7 @@ bool TLUX_STREAM::report(TLUX_STREAM_REPORT& report) const {
   report.anchor = steadiness_.anchor();
   report.isCut = steadiness_.isCut() ? 1 : 0;
   report.reserved = 0;
-  return true;
+  return Result::kOk;
 }
 
 namespace tlux::detail {

@@ -17,15 +17,15 @@ struct TLUX_STREAM {
   TLUX_STREAM(MMemMgr manager, const TLUX_STREAM_OPTIONS& options);
 
   MMemMgr manager() const { return manager_; }
-  bool change(const TLUX_STREAM_OPTIONS& options);
+  tlux::detail::Result change(const TLUX_STREAM_OPTIONS& options);
   tlux::detail::Result run(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                            std::uint32_t strength);
   void reset();
-  bool report(TLUX_STREAM_REPORT& report) const;
+  tlux::detail::Result report(TLUX_STREAM_REPORT& report) const;
 
  private:
   tlux::detail::Result optimize(const tlux::detail::StreamFrame& frame, std::uint32_t strength);
-  bool scoreReference(tlux::detail::Steadiness& steadiness);
+  tlux::detail::Result scoreReference(tlux::detail::Steadiness& steadiness);
   void mapReference();
   void updateGainTable(std::uint32_t strength);
   void fillGains() const;

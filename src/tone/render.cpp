@@ -113,7 +113,7 @@ Result renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& ref
 
   const auto makeStrip = [&](const Strip& strip) {
     fillReference(strip.rows); // before the output's chroma, which may take the source's place
-    if (filterStrip(strip, renderer)) return;
+    if (filterStrip(strip, renderer) == Result::kOk) return;
     renderer.copyRows(kUpsampling * strip.rows.first, kUpsampling * strip.rows.end);
   };
 

@@ -27,33 +27,33 @@ void releaseScores(MMemMgr manager, TLUX_ENGINE& engine) {
   engine.logGainHeight = 0;
 }
 
-bool allocateScores(MMemMgr manager, TLUX_ENGINE& engine) {
+Result allocateScores(MMemMgr manager, TLUX_ENGINE& engine) {
   releaseScores(manager, engine);
   Scratch<std::uint16_t> scores(manager, std::int64_t{engine.refWidth} * engine.refHeight);
-  if (!scores) return false;
+  if (!scores) return Result::kNoMemory;
   engine.logGainMap = scores.release();
   engine.logGainWidth = engine.refWidth;
   engine.logGainHeight = engine.refHeight;
-  return true;
+  return Result::kOk;
 }
 
-// False when the engine has no scores of this size. Those of an earlier frame will do: better a
+// Fails when the engine has no scores of this size. Those of an earlier frame will do: better a
 // picture whose tones lag behind than none.
-bool updateScores(MMemMgr manager, Team& team, TLUX_ENGINE& engine) {
+Result updateScores(MMemMgr manager, Team& team, TLUX_ENGINE& engine) {
   const bool hasScores = engine.logGainMap != nullptr && engine.logGainWidth == engine.refWidth &&
                          engine.logGainHeight == engine.refHeight;
-  if (!hasScores && !allocateScores(manager, engine)) return false;
-  if (scoreReference(manager, team, lumaOf(*referenceOf(engine)), engine.degammaTable,
-                     engine.logGainMap)) {
-    return true;
-  }
-  if (!hasScores) releaseScores(manager, engine);
-  return hasScores;
+  const Result allocated = hasScores ? Result::kOk : allocateScores(manager, engine);
+  if (allocated != Result::kOk) return allocated;
+  const Result scored = scoreReference(manager, team, lumaOf(*referenceOf(engine)),
+                                       engine.degammaTable, engine.logGainMap);
+  if (hasScores) return Result::kOk;
+  if (scored != Result::kOk) releaseScores(manager, engine);
+  return scored;
 }
 
-bool updateGainTable(MMemMgr manager, TLUX_ENGINE& engine, std::uint32_t strength) {
-  if (engine.gainLut != nullptr && engine.gainLutStrength == strength) return true;
-  return TLUX_TonemapGainLUT(manager, &engine, strength) == TLUX_OK;
+Result updateGainTable(MMemMgr manager, TLUX_ENGINE& engine, std::uint32_t strength) {
+  if (engine.gainLut != nullptr && engine.gainLutStrength == strength) return Result::kOk;
+  return resultOf(TLUX_TonemapGainLUT(manager, &engine, strength));
 }
 
 void mapOnTeam(Team& team, const TLUX_ENGINE& engine, Plane<const std::uint8_t> reference,
@@ -101,8 +101,8 @@ Result toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
   const TLUX_IMAGE* const wanted =
       chroma == ReferenceChroma::kWanted ? referenceOf(engine) : nullptr;
   const Plane<const std::uint8_t> reference = lumaOf(*referenceOf(engine));
-  const bool isScored =
-      updateScores(manager, team, engine) && updateGainTable(manager, engine, strength);
+  const bool isScored = updateScores(manager, team, engine) == Result::kOk &&
+                        updateGainTable(manager, engine, strength) == Result::kOk;
   const Scratch<std::uint8_t> mappedLuma(
       manager, isScored ? std::int64_t{reference.height} * reference.pitch : 0);
   if (!isScored || !mappedLuma) {

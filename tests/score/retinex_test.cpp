@@ -75,8 +75,9 @@ TEST(RetinexScore, OfCodesMatchesTheFormulaWhoeverDoesIt) {
       }
     }
     Scores actual(linear.samples.size(), 0xBEEF);
-    ASSERT_TRUE(scoreReference(nullptr, team, {codes.data(), width, height, pitch},
-                               TLUX_Degamma_Table, actual.data()));
+    ASSERT_EQ(scoreReference(nullptr, team, {codes.data(), width, height, pitch},
+                             TLUX_Degamma_Table, actual.data()),
+              Result::kOk);
     EXPECT_EQ(actual, reference::retinexScore(linear.samples, width, height));
   }
 }

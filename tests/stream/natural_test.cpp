@@ -44,10 +44,10 @@ TEST(FineFit, EqualsItsFormulaInDoublePrecision) {
       const Plane<const std::uint8_t> in = packedPlane(input.data(), width, height);
       const Plane<const std::uint8_t> of = packedPlane(guide.data(), width, height);
       const Band all = {0, height};
-      ASSERT_TRUE(fitFinely(nullptr, all, in, of, kEps, a.data(), b.data()));
-      ASSERT_TRUE(smoothFinely(nullptr, all, packedPlane(a.data(), width, height),
-                               packedPlane(b.data(), width, height), smoothA.data(),
-                               smoothB.data()));
+      ASSERT_EQ(fitFinely(nullptr, all, in, of, kEps, a.data(), b.data()), Result::kOk);
+      ASSERT_EQ(smoothFinely(nullptr, all, packedPlane(a.data(), width, height),
+                             packedPlane(b.data(), width, height), smoothA.data(), smoothB.data()),
+                Result::kOk);
       std::vector<double> slope(pixels), offset(pixels);
       forEachPixel(width, height, [&](int x, int y) {
         const auto mean = [&](auto of2) {
