@@ -46,7 +46,7 @@ struct Stage {
   }
   void map() {
     tlux::detail::mapReference(reference, engine->logGainMap,
-                               {engine->degammaTable, engine->gammaTable, engine->gainLut},
+                               {{engine->degammaTable, engine->gammaTable}, engine->gainLut},
                                {mapped.data(), reference.width, reference.height, reference.pitch});
   }
   void filter() {

@@ -101,7 +101,7 @@ void TLUX_STREAM::updateGainTable(std::uint32_t strength) {
 void TLUX_STREAM::mapReference() {
   const Plane<std::uint8_t> reference = memory_.reference();
   const Plane<std::uint8_t> mapped = memory_.mapped();
-  const ToneTables tables = {TLUX_Degamma_Table, TLUX_Gamma_Table8, gainTable_.data()};
+  const ToneTables tables = {{TLUX_Degamma_Table, TLUX_Gamma_Table8}, gainTable_.data()};
   shareRows(crew_.team(), reference.height, kMappedRows, [&](Band part, int /*slot*/) {
     const std::int32_t rows = part.end - part.first;
     tlux::detail::mapReference({reference.row(part.first), reference.width, rows, reference.pitch},

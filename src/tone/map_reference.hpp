@@ -3,14 +3,14 @@
 #include <cstdint>
 
 #include "base/plane.hpp"
+#include "gain/linear_gain.hpp"
 
 namespace tlux::detail {
 
 // The tables a mapping goes through.
 struct ToneTables {
-  const std::uint16_t* degamma; // 256 codes to linear light, 12 bit
-  const std::uint8_t* gamma;    // 4096 levels of linear light to codes
-  const std::uint16_t* gain;    // 65536 gains in Q10, indexed by a score's 16-bit pattern
+  TransferCurves curves;
+  const std::uint16_t* gain; // 65536 gains in Q10, indexed by a score's 16-bit pattern
 };
 
 // Maps luma codes in linear light, each by the gain of its score. Scores are packed rows.

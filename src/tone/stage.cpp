@@ -58,7 +58,7 @@ Result updateGainTable(MMemMgr manager, TLUX_ENGINE& engine, std::uint32_t stren
 
 void mapOnTeam(Team& team, const TLUX_ENGINE& engine, Plane<const std::uint8_t> reference,
                Plane<std::uint8_t> mapped) {
-  const ToneTables tables = {engine.degammaTable, engine.gammaTable, engine.gainLut};
+  const ToneTables tables = {{engine.degammaTable, engine.gammaTable}, engine.gainLut};
   shareRows(&team, reference.height, kMappedRows, [&](Band part, int /*slot*/) {
     const std::int32_t rows = part.end - part.first;
     mapReference({reference.row(part.first), reference.width, rows, reference.pitch},

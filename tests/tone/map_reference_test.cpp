@@ -22,7 +22,7 @@ TEST(MapReference, IsExactForEveryCodeAndGain) {
   constexpr int kGains = 65536;
   std::vector<std::uint16_t> gains(kGains);
   std::iota(gains.begin(), gains.end(), 0);
-  const ToneTables tables{TLUX_Degamma_Table, TLUX_Gamma_Table8, gains.data()};
+  const ToneTables tables{{TLUX_Degamma_Table, TLUX_Gamma_Table8}, gains.data()};
   std::vector<std::uint8_t> mapped(kGains);
   for (int code = 0; code < 256; ++code) {
     const std::vector<std::uint8_t> row(kGains, static_cast<std::uint8_t>(code));
@@ -45,7 +45,7 @@ TEST(MapReference, WalksRowsByTheirPitchAndScoresPacked) {
     TestImage mapped(width, kHeight, 1, 8, 9);
     const auto scores = random.values<std::uint16_t>(static_cast<std::size_t>(width * kHeight));
     mapReference({reference->data, width, kHeight, reference->stride}, scores.data(),
-                 {TLUX_Degamma_Table, TLUX_Gamma_Table8, gains.data()},
+                 {{TLUX_Degamma_Table, TLUX_Gamma_Table8}, gains.data()},
                  {mapped->data, width, kHeight, mapped->stride});
     EXPECT_TRUE(mapped.isIntact());
     reference::forEachPixel(width, kHeight, [&](int x, int y) {

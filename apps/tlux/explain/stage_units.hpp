@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <iterator>
 
 #include "tlux.h"
 
@@ -17,8 +16,6 @@ inline constexpr int16_t kLargestScore = 32767;
 
 /** Entries of a gain table, one for each 16-bit pattern of a score. */
 inline constexpr size_t kScores = 65536;
-
-inline constexpr int64_t kMaxLinear = std::size(TLUX_Gamma_Table8) - 1;
 
 constexpr double factorOf(uint16_t gain) {
   return static_cast<double>(gain) / kUnityGain;

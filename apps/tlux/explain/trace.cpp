@@ -1,8 +1,5 @@
 #include "explain/trace.hpp"
 
-#include <algorithm>
-#include <array>
-
 #include "base/library_result.hpp"
 #include "explain/stage_units.hpp"
 #include "media/semi_planar.hpp"
@@ -20,13 +17,16 @@ FramePtr copyOf(const AVFrame& frame) {
   return copy;
 }
 
-/** Lifted in linear light; or, below unity, the inverted code by the reciprocal gain. */
-uint8_t mapCode(uint8_t code, int32_t gain) {
-  const bool lifts = gain >= kUnityGain;
-  const int64_t factor = lifts ? gain : kUnityGain * kUnityGain / std::max(gain, 1);
-  const uint8_t inversion = lifts ? 0 : 255;
-  const int64_t linear = factor * TLUX_Degamma_Table[code ^ inversion] / kUnityGain;
-  return TLUX_Gamma_Table8[std::min(linear, kMaxLinear)] ^ inversion;
+/** The codes, each after its gain. */
+std::vector<uint8_t> mapCodes(std::vector<uint8_t> codes, std::vector<uint16_t> gains) {
+  constexpr int32_t kOddRow = 1; // one that no chroma goes with
+  const size_t pixels = codes.size();
+  codes.resize((pixels + 3) / 4 * 4); // as far as the library works
+  gains.resize(codes.size());
+  AME_NV21NV12_LineTone(kOddRow, codes.data(), nullptr, static_cast<int32_t>(pixels), gains.data(),
+                        TLUX_Degamma_Table, TLUX_Gamma_Table8);
+  codes.resize(pixels);
+  return codes;
 }
 
 /** The gain of every score at a strength. */
@@ -49,9 +49,7 @@ void takeOver(const TLUX_STREAM_REPORT& report, Trace& trace) {
   }
   trace.scores.assign(report.scores, report.scores + pixels);
   trace.gains.assign(report.gains, report.gains + pixels);
-  trace.mapped.resize(trace.reference.size());
-  std::transform(trace.reference.begin(), trace.reference.end(), trace.gains.begin(),
-                 trace.mapped.begin(), mapCode);
+  trace.mapped = mapCodes(trace.reference, trace.gains);
 }
 
 } // namespace
