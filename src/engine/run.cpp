@@ -20,9 +20,10 @@ Result toneMap(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine, const TLU
                TLUX_IMAGE& output, std::uint32_t strength) {
   // An output of another kind stays as it is where the stage writes nothing.
   const Rest rest = TLUX_IsImageEqual_IMK(&source, &output) != 0 ? Rest::kCopied : Rest::kKept;
-  fillReferenceLuma(team, source, *referenceOf(engine));
+  const TLUX_IMAGE& reference = *referenceOf(engine);
+  fillReferenceLuma(team, source, reference);
   const Result mapped =
-      toneMapFrame(manager, team, engine, source, output, strength, rest, ReferenceChroma::kWanted);
+      toneMapFrame(manager, team, engine, source, output, strength, rest, &reference);
   if (mapped != Result::kOk) TLUX_CopyImage_IMK(&output, &source);
   return mapped;
 }

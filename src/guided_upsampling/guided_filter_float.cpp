@@ -8,6 +8,7 @@
 #include "guided_upsampling/window_sums.hpp"
 #include "image/format.hpp"
 #include "platform/scratch.hpp"
+#include "reduce/reduce.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/resample.h"
 
@@ -62,9 +63,9 @@ class ScratchImage {
   TLUX_IMAGE* image_ = nullptr;
 };
 
-bool hasPlanarLuma(std::uint32_t format) {
-  return isSemiPlanar420(format) || format == TLUX_FMT_YCBCR422_YPUV ||
-         format == TLUX_FMT_YCBCR420_P || format == TLUX_FMT_YCBCR422_P;
+// Of the formats that can be reduced, those with a plane of luma.
+bool isFilterableFormat(std::uint32_t code) {
+  return planeCountOf(code) > 1 && isReducible(code, kUpsampling);
 }
 
 bool holdsLuma(const TLUX_IMAGE& image, std::int32_t width, std::int32_t height) {
@@ -128,6 +129,6 @@ uint32_t FastGuidedFilter(MMemMgr memMgr, const TLUX_IMAGE* src, const TLUX_IMAG
       !holdsLuma(*dst, dst->width, dst->height)) {
     return TLUX_ERR_INVALID_PARAM;
   }
-  if (!hasPlanarLuma(src->format)) return TLUX_ERR_UNSUPPORTED;
+  if (!isFilterableFormat(src->format)) return TLUX_ERR_UNSUPPORTED;
   return codeOf(filterFloat(memMgr, *src, *guide, *dst, radius, eps));
 }

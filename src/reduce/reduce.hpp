@@ -5,6 +5,9 @@
 
 namespace tlux::detail {
 
+// Whether TLUX_ScaleCropImage() has a member for a format code and a factor.
+bool isReducible(std::uint32_t code, std::int32_t factor);
+
 // Reduces the whole blocks of a rectangle that is not empty; all planes are there.
 
 // What of the destination is made.

@@ -85,6 +85,11 @@ Result scaleCrop(const TLUX_IMAGE* source, TLUX_IMAGE* destination, const TLUX_C
 }
 
 } // namespace
+
+bool isReducible(std::uint32_t code, std::int32_t factor) {
+  return findMember(code, factor) != nullptr;
+}
+
 } // namespace tlux::detail
 
 using namespace tlux::detail;

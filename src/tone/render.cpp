@@ -95,18 +95,18 @@ void copyChroma(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
 
 Result renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
                    const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest,
-                   const TLUX_IMAGE* referenceFrame) {
+                   const TLUX_IMAGE* unfinishedReference) {
   // A reference frame has even sides: the bands hold all of its rows.
   const auto fillReference = [&](Band rows) {
-    if (referenceFrame == nullptr) return;
-    fillReferenceRows(source, *referenceFrame, rows, Components::kChroma);
+    if (unfinishedReference == nullptr) return;
+    fillReferenceRows(source, *unfinishedReference, rows, Components::kChroma);
   };
   const GuidedFrame frame = {reference.mapped, reference.luma, kToneRadius, kToneRegularisation};
   const RowRenderer renderer(source, output, std::int64_t{kUpsampling} * frame.width(), rest);
   const ChromaWalk& chroma = renderer.chroma();
   if (!renderer.chromaFollows()) {
     fillReference({0, frame.height()});
-    referenceFrame = nullptr;
+    unfinishedReference = nullptr;
     // Rows that the rule reaches in part only.
     if (rest == Rest::kCopied) copyChroma(source, output);
   }

@@ -22,11 +22,12 @@ enum class Rest {
 };
 
 // Carries the mapped reference to the luma of the output along the edges of the source, and lets
-// its chroma follow. After a failure nothing was filtered, but the chroma rule has run. Of
-// `referenceFrame`, where it is not null, the chroma is made.
+// its chroma follow. After a failure nothing was filtered, but the chroma rule has run.
+// `unfinishedReference`: the reference frame where it has no chroma yet, which is then made when
+// the rows of the source are read anyway; otherwise null.
 Result renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
                    const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest,
-                   const TLUX_IMAGE* referenceFrame);
+                   const TLUX_IMAGE* unfinishedReference);
 
 // What renderFrame() takes out of a pool for a reference of this size.
 std::int64_t renderPoolBytes(std::int32_t width, std::int32_t height);

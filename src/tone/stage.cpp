@@ -97,24 +97,22 @@ int participantsFor(const TLUX_IMAGE& source) {
 
 Result toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                     const TLUX_IMAGE& source, const TLUX_IMAGE& output, std::uint32_t strength,
-                    Rest rest, ReferenceChroma chroma) {
-  const TLUX_IMAGE* const wanted =
-      chroma == ReferenceChroma::kWanted ? referenceOf(engine) : nullptr;
+                    Rest rest, const TLUX_IMAGE* unfinishedReference) {
   const Plane<const std::uint8_t> reference = lumaOf(*referenceOf(engine));
   const bool isScored = updateScores(manager, team, engine) == Result::kOk &&
                         updateGainTable(manager, engine, strength) == Result::kOk;
   const Scratch<std::uint8_t> mappedLuma(
       manager, isScored ? std::int64_t{reference.height} * reference.pitch : 0);
   if (!isScored || !mappedLuma) {
-    if (wanted != nullptr) {
-      fillReferenceRows(source, *wanted, {0, wanted->height}, Components::kChroma);
+    if (unfinishedReference != nullptr) {
+      fillReferenceRows(source, *unfinishedReference, {0, reference.height}, Components::kChroma);
     }
     return Result::kNoMemory;
   }
   const Plane<std::uint8_t> mapped{mappedLuma.get(), reference.width, reference.height,
                                    reference.pitch};
   mapOnTeam(team, engine, reference, mapped);
-  return renderFrame(manager, team, {reference, mapped}, source, output, rest, wanted);
+  return renderFrame(manager, team, {reference, mapped}, source, output, rest, unfinishedReference);
 }
 
 std::int64_t toneMapPoolBytes(std::int32_t width, std::int32_t height,
@@ -137,6 +135,6 @@ uint32_t TLUX_Tonemapping(MMemMgr manager, TLUX_ENGINE* engine, const TLUX_IMAGE
     return TLUX_ERR_INVALID_PARAM;
   }
   WorkerTeam team(participantsFor(*source));
-  return codeOf(toneMapFrame(manager, team, *engine, *source, *output, *strength, Rest::kKept,
-                             ReferenceChroma::kMade));
+  return codeOf(
+      toneMapFrame(manager, team, *engine, *source, *output, *strength, Rest::kKept, nullptr));
 }

@@ -26,17 +26,12 @@ bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output);
 // How many shall work on a frame: starting a thread for a small one takes longer than the frame.
 int participantsFor(const TLUX_IMAGE& source);
 
-// The chroma of the reference frame.
-enum class ReferenceChroma {
-  kMade,
-  kWanted, // to be made from the rows of the source when they are read anyway
-};
-
 // The stage behind TLUX_Tonemapping(), for arguments that fit each other. Of the reference frame it
-// reads the luma alone; where the chroma is still to be made, it is made whatever the result.
+// reads the luma alone; `unfinishedReference` is as in renderFrame(), and finished whatever the
+// result.
 Result toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                     const TLUX_IMAGE& source, const TLUX_IMAGE& output, std::uint32_t strength,
-                    Rest rest, ReferenceChroma chroma);
+                    Rest rest, const TLUX_IMAGE* unfinishedReference);
 
 // What toneMapFrame() takes out of a pool for a reference frame of this size, what it leaves in the
 // engine included.
