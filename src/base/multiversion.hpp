@@ -1,4 +1,3 @@
-
 #pragma once
 
 // How compilers are steered, where their own choice costs speed. None of it changes a result.

@@ -1,4 +1,3 @@
-
 #include <utility>
 
 #include "platform/scratch.hpp"

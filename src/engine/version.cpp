@@ -1,4 +1,3 @@
-
 #include "tlux/engine.h"
 
 namespace {

@@ -1,4 +1,3 @@
-
 // The guided filter with windows of (2r + 1) × (2r + 1), cut at the edges.
 #include "filter/guided_planes.hpp"
 

@@ -1,3 +1,4 @@
+// The guided filter with windows of (2r + 1) × (2r + 1), cut at the edges: row differences.
 #pragma once
 
 #include <cstdint>

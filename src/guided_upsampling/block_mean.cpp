@@ -1,3 +1,4 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): smoothing of coefficients.
 #include "guided_upsampling/block_mean.hpp"
 
 #include <algorithm>
@@ -47,20 +48,17 @@ struct FloatRows {
 using FloatSums = WindowSums<double, 2, FloatRows>;
 
 template <class Mean>
-[[gnu::always_inline]] inline void writeAllMeans(MapSums& windows, Band rows, Band clampRows,
-                                                 Mean mean, std::ptrdiff_t width,
-                                                 std::int32_t* destination) {
-  windows.slide(
-      rows, clampRows,
-      [&](std::int32_t y, const std::array<std::uint32_t*, 1>& sums)
-          __attribute__((always_inline)) {
-            const std::uint32_t* __restrict sum = sums[0];
-            std::int32_t* __restrict row = destination + y * width;
-            for (std::ptrdiff_t x = 0; x < width; ++x) {
-              row[x] = mean(static_cast<std::int32_t>(sum[x]));
-            }
-            return true;
-          });
+TLUX_INLINED void writeAllMeans(MapSums& windows, Band rows, Band clampRows, Mean mean,
+                                std::ptrdiff_t width, std::int32_t* destination) {
+  windows.slide(rows, clampRows,
+                [&](std::int32_t y, const std::array<std::uint32_t*, 1>& sums) TLUX_INLINED_LAMBDA {
+                  const std::uint32_t* __restrict sum = sums[0];
+                  std::int32_t* __restrict row = destination + y * width;
+                  for (std::ptrdiff_t x = 0; x < width; ++x) {
+                    row[x] = mean(static_cast<std::int32_t>(sum[x]));
+                  }
+                  return true;
+                });
 }
 
 TLUX_MULTIVERSION void writeMapMeans(MapSums& windows, Band rows, Band clampRows, ShiftedMean mean,

@@ -1,3 +1,4 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): rows of luma in 32 bits.
 #include "guided_upsampling/coefficient_lines.hpp"
 
 #include <algorithm>
@@ -14,9 +15,8 @@ namespace {
 constexpr std::ptrdiff_t kBlock = 256;
 
 template <int kPhase>
-[[gnu::always_inline]] inline void applyPhase(const CoefficientLines& lines, std::ptrdiff_t begin,
-                                              std::ptrdiff_t width, const std::uint8_t* guide,
-                                              std::uint8_t* out) {
+TLUX_INLINED void applyPhase(const CoefficientLines& lines, std::ptrdiff_t begin,
+                             std::ptrdiff_t width, const std::uint8_t* guide, std::uint8_t* out) {
   const std::int32_t* __restrict upperA = lines.upperA + begin;
   const std::int32_t* __restrict lowerA = lines.lowerA + begin;
   const std::int32_t* __restrict upperB = lines.upperB + begin;
@@ -35,9 +35,9 @@ template <int kPhase>
 }
 
 template <int kPhase>
-[[gnu::always_inline]] inline void applyFromPhase(int phase, const CoefficientLines& lines,
-                                                  std::ptrdiff_t first, std::ptrdiff_t count,
-                                                  const std::uint8_t* guide, std::uint8_t* out) {
+TLUX_INLINED void applyFromPhase(int phase, const CoefficientLines& lines, std::ptrdiff_t first,
+                                 std::ptrdiff_t count, const std::uint8_t* guide,
+                                 std::uint8_t* out) {
   if (phase == kPhase) {
     applyPhase<kPhase>(lines, first, count, guide, out);
   } else if constexpr (kPhase + 1 < kUpsampling) {

@@ -1,3 +1,4 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): unrounded coefficients.
 #include "guided_upsampling/fine_fit.hpp"
 
 #include <algorithm>
@@ -33,8 +34,8 @@ std::int32_t roundedTo(double value) {
 
 // Sums of at most 1024 · 255² and their products with 1024 and each other are whole numbers below
 // 2^53: doubles hold them exactly.
-[[gnu::always_inline]] inline void solveFinely(const std::array<std::uint32_t*, 4>& sums,
-                                               const FineMaps& out, std::ptrdiff_t row) {
+TLUX_INLINED void solveFinely(const std::array<std::uint32_t*, 4>& sums, const FineMaps& out,
+                              std::ptrdiff_t row) {
   const std::uint32_t* __restrict guide = sums[0];
   const std::uint32_t* __restrict input = sums[1];
   const std::uint32_t* __restrict guideSquare = sums[2];
@@ -57,13 +58,11 @@ std::int32_t roundedTo(double value) {
 
 TLUX_MULTIVERSION void solveFineRows(FineSums& windows, Band rows, Band image,
                                      const FineMaps& out) {
-  windows.slide(
-      rows, image,
-      [&](std::int32_t y, const std::array<std::uint32_t*, 4>& sums)
-          __attribute__((always_inline)) {
-            solveFinely(sums, out, y * out.width);
-            return true;
-          });
+  windows.slide(rows, image,
+                [&](std::int32_t y, const std::array<std::uint32_t*, 4>& sums) TLUX_INLINED_LAMBDA {
+                  solveFinely(sums, out, y * out.width);
+                  return true;
+                });
 }
 
 struct FittedRow {
@@ -85,9 +84,8 @@ struct FittedRows {
 using CoefficientSums = WindowSums<std::uint32_t, 2, FittedRows>;
 
 template <int kShift>
-[[gnu::always_inline]] inline void writeRounded(const std::uint32_t* __restrict sums,
-                                                std::ptrdiff_t width, std::int32_t more,
-                                                std::int32_t* __restrict out) {
+TLUX_INLINED void writeRounded(const std::uint32_t* __restrict sums, std::ptrdiff_t width,
+                               std::int32_t more, std::int32_t* __restrict out) {
   for (std::ptrdiff_t x = 0; x < width; ++x) {
     out[x] = ((static_cast<std::int32_t>(sums[x]) + (1 << (kShift - 1))) >> kShift) + more;
   }
@@ -96,14 +94,12 @@ template <int kShift>
 TLUX_MULTIVERSION void smoothFineRows(CoefficientSums& windows, Band rows, Band image,
                                       std::ptrdiff_t width, std::int32_t* smoothA,
                                       std::int32_t* smoothB) {
-  windows.slide(
-      rows, image,
-      [&](std::int32_t y, const std::array<std::uint32_t*, 2>& sums)
-          __attribute__((always_inline)) {
-            writeRounded<kShiftA>(sums[0], width, 0, smoothA + y * width);
-            writeRounded<kShiftB>(sums[1], width, kRounding, smoothB + y * width);
-            return true;
-          });
+  windows.slide(rows, image,
+                [&](std::int32_t y, const std::array<std::uint32_t*, 2>& sums) TLUX_INLINED_LAMBDA {
+                  writeRounded<kShiftA>(sums[0], width, 0, smoothA + y * width);
+                  writeRounded<kShiftB>(sums[1], width, kRounding, smoothB + y * width);
+                  return true;
+                });
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): coefficients of a block.
 #include "guided_upsampling/guide_block.hpp"
 
 #include <algorithm>
@@ -28,8 +29,8 @@ struct Moments {
 
 // The sums are read as signed, the rest wraps.
 template <class Mean>
-[[gnu::always_inline]] inline Moments momentsOf(Mean mean, std::uint32_t guide, std::uint32_t input,
-                                                std::uint32_t guideSquare, std::uint32_t product) {
+TLUX_INLINED Moments momentsOf(Mean mean, std::uint32_t guide, std::uint32_t input,
+                               std::uint32_t guideSquare, std::uint32_t product) {
   const auto meanOf = [mean](std::uint32_t sum) {
     return static_cast<std::uint32_t>(mean(static_cast<std::int32_t>(sum)));
   };
@@ -57,10 +58,9 @@ constexpr std::int32_t kLargestDenominator = (1 << 24) - 1;
 // dividend below 2^24, over the divisor d, so below 1/d; a quotient that is no integer is at least
 // 1/d away from the next. False where an operand is larger: the row is left to solveRow().
 template <class Mean>
-[[gnu::always_inline]] inline bool solveShortRow(const SumRows& sums, Mean mean, std::uint32_t eps,
-                                                 std::int32_t* __restrict aRow,
-                                                 std::int32_t* __restrict bRow,
-                                                 std::ptrdiff_t count) {
+TLUX_INLINED bool solveShortRow(const SumRows& sums, Mean mean, std::uint32_t eps,
+                                std::int32_t* __restrict aRow, std::int32_t* __restrict bRow,
+                                std::ptrdiff_t count) {
   const std::uint32_t* __restrict guide = sums[0];
   const std::uint32_t* __restrict input = sums[1];
   const std::uint32_t* __restrict guideSquare = sums[2];
@@ -87,11 +87,9 @@ template <class Mean>
 // below 2^-53 of a quotient under 2^31, and a quotient that is no integer is at least 1 / 2^31 away
 // from the next. −2^31 / −1 saturates.
 template <class Mean>
-[[gnu::always_inline]] inline std::ptrdiff_t solveRow(const SumRows& sums, Mean mean,
-                                                      std::uint32_t eps,
-                                                      std::int32_t* __restrict aRow,
-                                                      std::int32_t* __restrict bRow,
-                                                      std::ptrdiff_t count) {
+TLUX_INLINED std::ptrdiff_t solveRow(const SumRows& sums, Mean mean, std::uint32_t eps,
+                                     std::int32_t* __restrict aRow, std::int32_t* __restrict bRow,
+                                     std::ptrdiff_t count) {
   for (std::ptrdiff_t x = 0; x < count; ++x) {
     const Moments m = momentsOf(mean, sums[0][x], sums[1][x], sums[2][x], sums[3][x]);
     if (isUnsolvable(m.variance, eps)) return x;
@@ -117,15 +115,14 @@ struct SolvedMaps {
 };
 
 template <class Mean>
-[[gnu::always_inline]] inline bool solveAllRows(ByteSums& windows, Band rows, Band image, Mean mean,
-                                                const SolvedMaps& out) {
-  return windows.slide(
-      rows, image, [&](std::int32_t y, const SumRows& sums) __attribute__((always_inline)) {
-        std::int32_t* const a = out.a + y * out.width;
-        std::int32_t* const b = out.b + y * out.width;
-        return (out.isSolvable && solveShortRow(sums, mean, out.eps, a, b, out.width)) ||
-               solveRow(sums, mean, out.eps, a, b, out.width) == out.width;
-      });
+TLUX_INLINED bool solveAllRows(ByteSums& windows, Band rows, Band image, Mean mean,
+                               const SolvedMaps& out) {
+  return windows.slide(rows, image, [&](std::int32_t y, const SumRows& sums) TLUX_INLINED_LAMBDA {
+    std::int32_t* const a = out.a + y * out.width;
+    std::int32_t* const b = out.b + y * out.width;
+    return (out.isSolvable && solveShortRow(sums, mean, out.eps, a, b, out.width)) ||
+           solveRow(sums, mean, out.eps, a, b, out.width) == out.width;
+  });
 }
 
 TLUX_MULTIVERSION bool solveRows(ByteSums& windows, Band rows, Band image, ShiftedMean mean,

@@ -1,3 +1,4 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): coefficients of a block.
 #pragma once
 
 #include <cstdint>

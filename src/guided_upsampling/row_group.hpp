@@ -1,3 +1,4 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): rows of luma in 16 bits.
 #pragma once
 
 #include <cstddef>

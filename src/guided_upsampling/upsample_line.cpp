@@ -1,3 +1,4 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): interpolation of coefficients.
 #include "guided_upsampling/upsample_line.hpp"
 
 #include <algorithm>
@@ -11,9 +12,9 @@ namespace tlux::detail {
 namespace {
 
 template <int... kPhases>
-[[gnu::always_inline]] inline void upsamplePairs(
-    const std::int32_t* __restrict lowRow, std::int32_t* __restrict line, std::ptrdiff_t pairs,
-    std::integer_sequence<int, kPhases...> /*phases*/) {
+TLUX_INLINED void upsamplePairs(const std::int32_t* __restrict lowRow,
+                                std::int32_t* __restrict line, std::ptrdiff_t pairs,
+                                std::integer_sequence<int, kPhases...> /*phases*/) {
   for (std::ptrdiff_t x = 0; x < pairs; ++x) {
     ((line[kUpsampling * x + kPhases] = mixEighths<kPhases>(lowRow[x], lowRow[x + 1])), ...);
   }

@@ -11,8 +11,8 @@ std::uint8_t absoluteDifference(std::uint8_t a, std::uint8_t b) {
 }
 
 template <class... Rows>
-[[gnu::always_inline]] inline void differ(std::uint8_t* out, std::int32_t width,
-                                          const std::uint8_t* a, const Rows*... others) {
+TLUX_INLINED void differ(std::uint8_t* out, std::int32_t width, const std::uint8_t* a,
+                         const Rows*... others) {
   for (std::int32_t x = 0; x < width; ++x) {
     std::uint8_t largest = 0;
     ((largest = std::max(largest, absoluteDifference(a[x], others[x]))), ...);

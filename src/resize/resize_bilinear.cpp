@@ -1,4 +1,3 @@
-
 #include "resize/bilinear.hpp"
 #include "resize/resize_image.hpp"
 #include "resize/resize_plane.hpp"
