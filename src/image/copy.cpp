@@ -7,8 +7,16 @@
 namespace tlux::detail {
 namespace {
 
-PlaneSpan chromaSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
-                     const CopyRects& rects, int plane) {
+PlaneSpan pixelSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                    const CopyRects& rects) {
+  const std::int64_t pixelBytes = format.pixelBytes;
+  return {rects.to.width() * format.copiedBytes, rects.to.height(),
+          rects.to.top * target.pitch[0] + rects.to.left * pixelBytes,
+          rects.from.top * source.pitch[0] + rects.from.left * pixelBytes};
+}
+
+PlaneSpan chromaSpanOf(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                       const CopyRects& rects, int plane) {
   const int shiftX = format.planes == 2 ? 0 : format.chromaShiftX; // a Cb Cr pair is two bytes wide
   const int shiftY = format.chromaShiftY;
   const std::int64_t targetPitch = target.pitch[plane];
@@ -52,12 +60,13 @@ CopyRules copyRulesOf(std::uint32_t code) {
   return {hasLuma ? findFormat(TLUX_FMT_GRAY) : nullptr, Result::kUnsupported};
 }
 
-PlaneSpan pixelSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
-                    const CopyRects& rects) {
-  const std::int64_t pixelBytes = format.pixelBytes;
-  return {rects.to.width() * format.copiedBytes, rects.to.height(),
-          rects.to.top * target.pitch[0] + rects.to.left * pixelBytes,
-          rects.from.top * source.pitch[0] + rects.from.left * pixelBytes};
+CopySpans spansOf(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                  const CopyRects& rects, ChromaSpan chromaSpan) {
+  CopySpans spans{pixelSpan(format, target, source, rects)};
+  for (int plane = 1; plane < format.planes; ++plane) {
+    spans[plane] = chromaSpan(format, target, source, rects, plane);
+  }
+  return spans;
 }
 
 bool havePlanes(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopySpans& spans) {
@@ -90,10 +99,7 @@ Result copyRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopyRe
   const auto [format, outcome] = copyRulesOf(source.format);
   if (format == nullptr) return outcome;
 
-  CopySpans spans{pixelSpan(*format, target, source, rects)};
-  for (int plane = 1; plane < format->planes; ++plane) {
-    spans[plane] = chromaSpan(*format, target, source, rects, plane);
-  }
+  const CopySpans spans = spansOf(*format, target, source, rects, chromaSpanOf);
   if (!havePlanes(target, source, spans)) return Result::kInvalidParam;
   for (int plane = 0; plane < format->planes; ++plane) {
     copySpan(target, source, plane, spans[plane]);

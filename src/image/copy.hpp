@@ -39,9 +39,13 @@ struct PlaneSpan {
 
 using CopySpans = std::array<PlaneSpan, 3>;
 
-// The span of plane 0.
-PlaneSpan pixelSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
-                    const CopyRects& rects);
+// Gives the span of plane 1 or 2.
+using ChromaSpan = PlaneSpan (*)(const Format& format, const TLUX_IMAGE& target,
+                                 const TLUX_IMAGE& source, const CopyRects& rects, int plane);
+
+// The spans of the planes that the format has.
+CopySpans spansOf(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                  const CopyRects& rects, ChromaSpan chromaSpan);
 
 // Whether both images have every plane of which something is to be moved.
 bool havePlanes(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopySpans& spans);

@@ -108,8 +108,8 @@ AxisSpan chromaAxis(std::int64_t to, std::int64_t end, std::int64_t from, int sh
   return {raised / 2, from / 2, (end - raised) / 2};
 }
 
-PlaneSpan chromaSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
-                     const CopyRects& rects, int plane) {
+PlaneSpan raisedChromaSpan(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
+                           const CopyRects& rects, int plane) {
   const int shiftX = format.planes == 2 ? 0 : format.chromaShiftX;
   const auto x = chromaAxis(rects.to.left, rects.to.right, rects.from.left, shiftX);
   const auto y = chromaAxis(rects.to.top, rects.to.bottom, rects.from.top, format.chromaShiftY);
@@ -148,10 +148,7 @@ Result copyOddRect(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const Cop
   const auto [format, outcome] = copyRulesOf(source.format);
   if (format == nullptr) return outcome;
 
-  CopySpans spans{pixelSpan(*format, target, source, rects)};
-  for (int plane = 1; plane < format->planes; ++plane) {
-    spans[plane] = chromaSpan(*format, target, source, rects, plane);
-  }
+  const CopySpans spans = spansOf(*format, target, source, rects, raisedChromaSpan);
   if (!havePlanes(target, source, spans)) return Result::kInvalidParam;
 
   if (format->isPacked422()) return copyPacked(*format, target, source, rects, spans[0]);
