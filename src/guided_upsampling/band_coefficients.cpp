@@ -23,7 +23,7 @@ TLUX_MULTIVERSION bool isWithin(const std::int32_t* values, std::ptrdiff_t count
   return lowest >= -magnitude && highest <= magnitude;
 }
 
-bool fitShortGroups(const GuidedBand& band) {
+bool isShort(const GuidedBand& band) {
   const Band rows = band.rows();
   const std::ptrdiff_t width = band.frame.width();
   const std::ptrdiff_t first = rows.first * width;
@@ -49,7 +49,7 @@ Coefficients computeCoefficients(const GuidedBand& band) {
       smooth(maps.rawB, maps.smoothB) != Result::kOk) {
     return Coefficients::kNone;
   }
-  return fitShortGroups(band) ? smallCoefficients(frame.width()) : Coefficients::kLong;
+  return isShort(band) ? smallCoefficients(frame.width()) : Coefficients::kLong;
 }
 
 FilteredBands splitIntoBands(const GuidedFrame& frame, const CoefficientPlanes& maps,
