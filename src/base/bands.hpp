@@ -4,8 +4,8 @@
 
 namespace tlux::detail {
 
-// Threaded operations split their rows into four bands. The split is part of what they compute:
-// some kernels treat the edges of a band differently from its inside.
+// Threaded operations split their rows into four bands. The split is part of the result: some
+// kernels treat the edges of a band differently from its inside.
 inline constexpr int kBandCount = 4;
 
 struct Band {

@@ -4,8 +4,8 @@
 #include <limits>
 #include <type_traits>
 
-// Integer helpers of the fixed-point kernels. Products that may leave 32 bits wrap here, in
-// unsigned arithmetic, so that every other overflow stays a fault that the sanitizers report.
+// Integer helpers of the fixed-point kernels. Products that may overflow 32 bits wrap here, in
+// unsigned arithmetic, so sanitizers still report every other overflow.
 namespace tlux::detail {
 
 constexpr std::int32_t wrappingAdd(std::int32_t a, std::int32_t b) {
@@ -28,8 +28,8 @@ constexpr std::uint8_t clampToByte(std::int32_t value) {
   return static_cast<std::uint8_t>(clampTo(value, 0, 255));
 }
 
-// Truncates toward zero and saturates; not-a-number gives 0. The one way from floating point to
-// integers in this library, since a bare cast is undefined out of range and differs by processor.
+// Truncates toward zero and saturates; not-a-number gives 0. The library's only conversion from
+// floating point to integers: a bare cast is undefined out of range and varies by processor.
 template <class Integer>
 constexpr Integer saturatingTrunc(double value) {
   static_assert(std::is_integral_v<Integer> && sizeof(Integer) <= 4);

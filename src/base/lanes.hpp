@@ -4,18 +4,18 @@
 #include <cstdint>
 #include <cstring>
 
-// The vocabulary of the kernels whose time is the run's: vectors of bytes and of 16-bit numbers,
-// with the arithmetic of the compiler's own vector types (+ - * << >> & and comparisons, which give
-// masks), and the few operations that those lack, one header for each instruction set. A file that
-// is written in it is compiled once for each; see tlux_add_kernels() in cmake/TluxTargets.cmake and
-// platform/simd_level.hpp, which chooses.
+// The vocabulary of the most time-critical kernels: vectors of bytes and of 16-bit numbers, with
+// the arithmetic of the compiler's own vector types (+ - * << >> & and comparisons, which give
+// masks), plus the few operations those lack, one header per instruction set. A file written in it
+// is compiled once for each; see tlux_add_kernels() in cmake/TluxTargets.cmake, and
+// platform/simd_level.hpp, which picks one at run time.
 //
-// Everything here is of this translation unit alone, for which the anonymous namespace is:
-// functions of one name, compiled for different processors, must not be taken for one and the same.
+// Everything here is in an anonymous namespace, because the same function compiled for different
+// processors must not be merged by the linker.
 //
-// Columns do not stay in order: widen() and narrow() take apart and put together within 128 bits,
-// as most instruction sets do. What is combined with widened bytes must come from spread() or
-// twice(), which know the order.
+// Columns do not stay in order: widen() and narrow() split and join within 128 bits, as most
+// instruction sets do. Anything combined with widened bytes must come from spread() or twice(),
+// which use the same order.
 #if defined(TLUX_PLAIN_LANES)
 #include "base/lanes_plain.hpp"
 #elif defined(__AVX512BW__)

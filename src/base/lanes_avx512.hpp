@@ -47,7 +47,7 @@ namespace {
 [[gnu::always_inline]] inline Halves spread(const std::int16_t* cells) {
   __m128i eight;
   std::memcpy(&eight, cells, sizeof eight);
-  // Masked, since GCC warns of what the plain form leaves undefined inside.
+  // Masked, since GCC warns about the undefined value inside the plain form.
   const __m512i lanes = _mm512_maskz_broadcast_i32x4(0xFFFF, eight);
   const __m512i low = _mm512_set_epi64(0x0D0C0D0C0D0C0D0C, 0x0D0C0D0C0D0C0D0C, 0x0908090809080908,
                                        0x0908090809080908, 0x0504050405040504, 0x0504050405040504,

@@ -8,7 +8,7 @@ inline constexpr int kColumns = 16;
 
 #include "base/lanes_vectors.hpp"
 
-// For processors that have no header of their own, and the explanation of what the others do. See
+// For processors without a header of their own; also documents what each operation does. See
 // lanes.hpp.
 namespace tlux::detail {
 namespace {
@@ -49,8 +49,8 @@ inline constexpr int kShorts = kColumns / 2; // in a vector
   return bits != 0;
 }
 
-// Bytes as 16-bit numbers, and back with clamping to 0 … 255. Within each 16 columns the low half
-// takes the first eight.
+// Bytes as 16-bit numbers, and back with clamping to 0 … 255. The low half holds the first eight of
+// each 16 columns.
 [[gnu::always_inline]] inline Halves widen(Bytes v) {
   Halves out = {};
   for (int i = 0; i < kShorts; ++i) {
@@ -71,7 +71,7 @@ inline constexpr int kShorts = kColumns / 2; // in a vector
   return out;
 }
 
-// Each of kColumns / 8 numbers for its eight columns, in the order of widen().
+// Each of kColumns / 8 numbers repeated for its eight columns, in the order of widen().
 [[gnu::always_inline]] inline Halves spread(const std::int16_t* cells) {
   return {Shorts{} + cells[0], Shorts{} + cells[1]};
 }
@@ -85,7 +85,7 @@ inline constexpr int kShorts = kColumns / 2; // in a vector
   return out;
 }
 
-// Each number for both columns of its pair, in the order of widen().
+// Each number repeated for both columns of its pair, in the order of widen().
 [[gnu::always_inline]] inline Halves twice(Shorts v) {
   Halves out = {};
   for (int i = 0; i < kShorts; ++i) {
@@ -99,9 +99,9 @@ inline constexpr int kShorts = kColumns / 2; // in a vector
 // 1 … 510.
 //
 // The float quotient truncates to the exact one: dividend a <= 510 · 1024 and divisor s are exact,
-// the quotient's rounding error is at most a/s · 2^-24 < 1/s, and a/s is at least 1/s below the
-// next integer unless it is one. Scaling both by powers of two, as other headers do, changes none
-// of this.
+// the rounding error of the quotient is at most a/s · 2^-24 < 1/s, and unless a/s is an integer it
+// is at least 1/s below the next one. Scaling both by powers of two, as other headers do, changes
+// none of this.
 [[gnu::always_inline]] inline Shorts quotientsQ10(Shorts dividends, Shorts divisors) {
   Shorts out = {};
   for (int i = 0; i < kShorts; ++i) {

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <cstring>
 
-// Vectors of kColumns bytes, for the headers that say how many those are.
+// Vectors of kColumns bytes; the including header defines kColumns.
 namespace tlux::detail {
 namespace {
 
@@ -15,7 +15,7 @@ using UnsignedShorts [[gnu::vector_size(kColumns)]] = std::uint16_t;
 using Ints [[gnu::vector_size(kColumns)]] = std::int32_t;
 using Floats [[gnu::vector_size(kColumns)]] = float;
 
-// What the bytes of a vector become: columns 0 to 7 of each 16 in one, 8 to 15 in the other.
+// A vector of bytes widened: columns 0 to 7 of each 16 in one half, 8 to 15 in the other.
 struct Halves {
   Shorts low;
   Shorts high;

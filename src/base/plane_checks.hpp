@@ -4,7 +4,7 @@
 
 #include "base/plane.hpp"
 
-// What exported functions ask of the planes they are given.
+// What exported functions require of the planes they are given.
 namespace tlux::detail {
 
 inline bool isEmpty(std::int32_t width, std::int32_t height) {
@@ -17,7 +17,7 @@ inline bool isFilterableSize(std::int32_t width, std::int32_t height) {
   return width > 0 && height > 0 && std::int64_t{width} * height <= kMostPixels;
 }
 
-// Whether a plane is one of `samples` samples a pixel that can be filtered; an empty one is.
+// Whether a plane of `samples` samples a pixel can be filtered; an empty one can.
 template <class T>
 bool isPlane(Plane<T> plane, int samples = 1) {
   const std::int64_t rowBytes =

@@ -7,9 +7,9 @@
 
 namespace tlux::detail {
 
-// A run of pixels, their first three channels taken apart. The arithmetic on them vectorises
-// whatever the channel count, and finishing with a run before its results are stored lets a row be
-// its own output.
+// A run of pixels with their first three channels separated. The arithmetic vectorises for any
+// channel count, and since a run is finished before its results are stored, a row may be its own
+// output.
 struct BgrChunk {
   static constexpr std::int32_t kSize = 256;
 
@@ -44,9 +44,9 @@ struct BgrChunk {
   }
 };
 
-// Calls work(chunk, x) for one run of pixels of a row after the other, x being its first pixel.
-// Inlined, so that a multiversioned caller has all of it in its versions: three channels come apart
-// several times faster by the byte shuffles of AVX2.
+// Calls work(chunk, x) for each run of pixels of a row, x being its first pixel. Inlined so that it
+// is part of each version of a multiversioned caller: AVX2 byte shuffles separate three channels
+// several times faster.
 template <class Work>
 TLUX_INLINED void forEachBgrChunk(const std::uint8_t* row, std::int32_t channels,
                                   std::int32_t width, Work work) {

@@ -10,7 +10,7 @@
 namespace tlux::detail {
 namespace {
 
-// Formats of which a copy leaves bytes out would show what the memory held before.
+// Some formats have bytes that a copy skips, which would expose old memory contents.
 void clearUncopied(const TLUX_IMAGE& image, const Format& format) {
   if (format.copiedBytes == format.pixelBytes) return;
   const auto bytes = planeSizes(format, image.width, image.height)[0].bytes();

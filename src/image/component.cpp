@@ -3,7 +3,7 @@
 namespace tlux::detail {
 namespace {
 
-// Packed 4:2:2: luma on every second byte, Cb and Cr in turn on the others.
+// Packed 4:2:2: luma in every second byte, Cb and Cr alternating in the others.
 ComponentList packed422(std::int8_t lumaAt) {
   if (lumaAt == kNowhere) return {};
   const auto lumaOffset = static_cast<std::uint8_t>(lumaAt);

@@ -8,7 +8,7 @@
 
 namespace tlux::detail {
 
-// Samples of a format that are treated together, at one resolution: a component, the pair of an
+// Samples of a format that are processed together, at one resolution: a component, the pair of an
 // interleaved chroma plane, or all bytes of a colour pixel.
 struct Component {
   std::uint8_t plane;
@@ -43,11 +43,11 @@ struct SamplePlaces {
   SamplePlace cr;
 };
 
-// Of a format with chroma whose order is known.
+// For a format with chroma in a known order.
 SamplePlaces placesOf(const Format& format);
 
-// One component of an image. The last pixel of a packed row may be cut: an image of odd width has
-// one chroma sample behind its last pair.
+// One component of an image. The last pixel of a packed row may be incomplete: an image of odd
+// width has one chroma sample after its last pair.
 struct ComponentPlane {
   std::uint8_t* data; // null when the image has no such plane, or nothing in it
   std::int64_t pitch;
@@ -64,7 +64,7 @@ ComponentPlane planeOf(const TLUX_IMAGE& image, const Component& component);
 // Bytes of a row of a plane that hold samples.
 std::int64_t rowBytesOf(const Format& format, int plane, std::int32_t width);
 
-// Whether the image has a size, and every plane that holds samples is there with rows that do not
+// Whether the image has a size, and every plane that holds samples exists and has rows that do not
 // overlap.
 bool isComplete(const TLUX_IMAGE& image, const Format& format);
 

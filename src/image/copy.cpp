@@ -26,8 +26,8 @@ PlaneSpan chromaSpanOf(const Format& format, const TLUX_IMAGE& target, const TLU
   span.rowBytes = rects.to.width() >> shiftX;
   span.rows = rects.to.height() >> shiftY;
   span.to = (rects.to.top >> shiftY) * targetPitch + (rects.to.left >> shiftX);
-  // Planar 4:2:0 reads Cb half a row further down when the rectangle starts on an odd row: the
-  // product is halved, not the row. Cr is read from its own row. Intended.
+  // Planar 4:2:0 reads Cb half a row further down when the rectangle starts on an odd row, because
+  // the product is halved, not the row. Cr is read from its own row. Intended.
   const bool halvesOffset = plane == 1 && shiftX == 1 && shiftY == 1;
   span.from =
       (halvesOffset ? rects.from.top * sourcePitch / 2 : (rects.from.top >> shiftY) * sourcePitch) +

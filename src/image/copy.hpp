@@ -9,14 +9,14 @@
 
 namespace tlux::detail {
 
-// A rectangle of one image and the equally large one of another that it is copied to.
+// A rectangle of one image and the target rectangle of the same size in another.
 struct CopyRects {
   Rect to;
   Rect from;
 };
 
-// Null rectangles stand for the whole image. Invalid when an image is null, the formats or the
-// sizes of the rectangles differ, or a rectangle does not pass isRectInImage().
+// Null rectangles mean the whole image. False when an image is null, the formats or the sizes of
+// the rectangles differ, or a rectangle fails isRectInImage().
 Result resolveRects(const TLUX_IMAGE* target, const TLUX_RECT* targetRect, const TLUX_IMAGE* source,
                     const TLUX_RECT* sourceRect, CopyRects& rects);
 
@@ -47,7 +47,7 @@ using ChromaSpan = PlaneSpan (*)(const Format& format, const TLUX_IMAGE& target,
 CopySpans spansOf(const Format& format, const TLUX_IMAGE& target, const TLUX_IMAGE& source,
                   const CopyRects& rects, ChromaSpan chromaSpan);
 
-// Whether both images have every plane of which something is to be moved.
+// Whether both images have every plane that takes part in the copy.
 bool havePlanes(const TLUX_IMAGE& target, const TLUX_IMAGE& source, const CopySpans& spans);
 
 // Moves the rows of a span, top to bottom. Tolerates overlap.

@@ -5,7 +5,7 @@
 namespace tlux::detail {
 namespace {
 
-// How the chroma pairs of source and target lie to each other along a row.
+// How the chroma pairs of source and target are aligned along a row.
 enum class Pairing {
   kAligned,   // both corners even or both odd
   kShifted,   // only the source starts on the second pixel of a pair
@@ -25,8 +25,8 @@ struct SourceRow {
   std::int64_t left;   // bytes from here to the end of the plane
 };
 
-// The chroma byte `at`. One that lies behind the plane is replaced by the same component of the
-// pair before it, or by the other one of its own pair when there is none.
+// The chroma byte `at`. A byte past the end of the plane is replaced by the same component of the
+// pair before it, or by the other one of its own pair when there is no such pair.
 std::uint8_t chromaAt(const SourceRow& row, std::int64_t at, int pairBytes) {
   if (at >= row.left) at -= row.before + at >= pairBytes ? pairBytes : pairBytes / 2;
   return row.bytes[at];
@@ -43,8 +43,8 @@ void exchangePairs(std::uint8_t* __restrict to, const SourceRow& source, std::in
   if (width % 2 != 0) to[width - 1] = chromaAt(source, width, 2);
 }
 
-// Packed 4:2:2, chroma on byte kChroma of each two-byte pixel: luma stays, the chroma bytes of each
-// pair of pixels change places.
+// Packed 4:2:2, chroma in byte kChroma of each two-byte pixel: luma stays, the chroma bytes of each
+// pair of pixels are swapped.
 template <int kChroma>
 void exchangePackedPairs(std::uint8_t* __restrict to, const SourceRow& source, std::int64_t width) {
   constexpr int kLuma = 1 - kChroma;
@@ -63,8 +63,8 @@ void exchangePackedPairs(std::uint8_t* __restrict to, const SourceRow& source, s
   }
 }
 
-// Packed 4:2:2: luma stays, each chroma byte comes from the pixel before. There is one, since the
-// source starts on an odd column.
+// Packed 4:2:2: luma stays, each chroma byte comes from the previous pixel, which exists because
+// the source starts on an odd column.
 template <int kChroma>
 void shiftPackedPairs(std::uint8_t* __restrict to, const SourceRow& source, std::int64_t width) {
   constexpr int kLuma = 1 - kChroma;
@@ -77,13 +77,13 @@ void shiftPackedPairs(std::uint8_t* __restrict to, const SourceRow& source, std:
 
 using RowFunction = void (*)(std::uint8_t*, const SourceRow&, std::int64_t);
 
-// Calls a row function with the number of samples (bytes or two-byte pixels) of each row.
+// Calls a row function with the number of samples (bytes or two-byte pixels) in each row.
 void copySpanBy(RowFunction copyRow, const TLUX_IMAGE& target, const TLUX_IMAGE& source, int plane,
                 const PlaneSpan& span, std::int64_t before, std::int64_t samples) {
   if (span.isEmpty()) return;
   const Format& format = *findFormat(source.format);
   const std::int64_t planeRows = planeSizes(format, source.width, source.height)[plane].rows;
-  // Behind the last row of the plane: that of a plane that is stored bottom up comes first.
+  // The end of the plane's last row; in a plane stored bottom up that row comes first in memory.
   const std::int64_t pitch = source.pitch[plane];
   const std::int64_t planeEnd = pitch < 0 ? -pitch : planeRows * pitch;
   for (std::int64_t row = 0; row < span.rows; ++row) {
@@ -100,8 +100,8 @@ struct AxisSpan {
   std::int64_t count;
 };
 
-// An odd start of the target is raised to the next chroma sample, which makes the span shorter; the
-// source keeps its start, so that its chroma is the one of the pair that it starts in. Intended.
+// An odd start of the target is raised to the next chroma sample, which shortens the span; the
+// source keeps its start, so its chroma comes from the pair that it starts in. Intended.
 AxisSpan chromaAxis(std::int64_t to, std::int64_t end, std::int64_t from, int shift) {
   if (shift == 0) return {to, from, end - to};
   const std::int64_t raised = to + to % 2;

@@ -5,7 +5,7 @@
 namespace tlux::detail {
 namespace {
 
-// Repacks the rectangle at the start of each plane, with the pitches of a new image of its size.
+// Moves the rectangle to the start of each plane, with the pitches of a new image of its size.
 Result cropImage(TLUX_IMAGE& image, const Rect& rect) {
   if (!isRectInImage(rect, image)) return Result::kInvalidParam;
   const auto [format, outcome] = copyRulesOf(image.format);

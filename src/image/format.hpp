@@ -9,16 +9,15 @@
 
 namespace tlux::detail {
 
-// Where the samples of a format lie. Everything the library knows about plane geometry comes from
-// the table of these below.
+// Where the samples of a format lie. All plane geometry in the library comes from the table below.
 struct Format {
   std::uint32_t code;
   std::uint8_t planes;
   std::uint8_t pixelBytes;   // of plane 0
-  std::uint8_t copiedBytes;  // of each of these pixels, the bytes that a copy carries; 0: none
+  std::uint8_t copiedBytes;  // bytes of each pixel that a copy transfers; 0: none
   std::uint8_t chromaShiftX; // log2 of luma columns per chroma column
   std::uint8_t chromaShiftY; // log2 of luma rows per chroma row
-  std::int8_t lumaAt;        // byte of luma in a pixel; kNowhere where there is none, or not known
+  std::int8_t lumaAt;        // byte of luma in a pixel; kNowhere if absent or unknown
   std::int8_t cbAt; // byte of Cb in an interleaved pair, or in the four bytes of two packed pixels
 
   constexpr bool isPacked422() const { return planes == 1 && chromaShiftX == 1; }
@@ -101,23 +100,23 @@ struct PlaneSize {
 // have.
 std::array<PlaneSize, 3> planeSizes(const Format& format, std::int32_t width, std::int32_t height);
 
-// Bytes of all planes, one behind the other; negative when 64 bits do not hold them.
+// Bytes of all planes together; negative when the sum does not fit 64 bits.
 std::int64_t totalBytes(const std::array<PlaneSize, 3>& sizes);
 
 // Sets format, size and pitches of a zeroed record; invalid when a pitch does not fit the record.
 Result setLayout(TLUX_IMAGE& image, const Format& format, const std::array<PlaneSize, 3>& sizes,
                  std::int32_t width, std::int32_t height);
 
-// Planes that a record over foreign memory has. Raw frames are not known here, and like unknown
-// codes count as one plane.
+// Planes of a record over memory it does not own. Raw frames are not recognised here, and like
+// unknown codes count as one plane.
 int planeCountOf(std::uint32_t code);
 
-// Whether a plane is there and its rows have room for so many bytes.
+// Whether a plane exists and its rows have room for so many bytes.
 inline bool hasRows(const TLUX_IMAGE& image, int plane, std::int64_t bytes) {
   return image.plane[plane] != nullptr && image.pitch[plane] >= bytes;
 }
 
-// Whether luma and interleaved chroma are there, in rows with room for so many columns and for the
+// Whether luma and interleaved chroma exist, in rows with room for so many columns and for the
 // pairs of `chromaColumns` of them.
 inline bool hasSemiPlanes(const TLUX_IMAGE& image, std::int64_t columns,
                           std::int64_t chromaColumns) {

@@ -14,7 +14,7 @@ void releaseNode(TLUX_IMAGE_NODE* node, MMemMgr manager) {
   MMemFree(manager, node);
 }
 
-// Copies the frame (or its rectangle) and the byte map, which is as large as the whole frame.
+// Copies the frame (or its rectangle) and the byte map, which covers the whole frame.
 Result fillNode(TLUX_IMAGE_NODE& node, const TLUX_IMAGE& frame, const TLUX_RECT* rect,
                 const std::uint8_t* map, MMemMgr manager) {
   const Result result = cloneImage(&node.image, frame, rect, manager);
@@ -42,7 +42,7 @@ struct Tags {
   std::uint32_t second;
 };
 
-// Appends a copy of the frame; the list is unchanged when it cannot be made.
+// Appends a copy of the frame; the list is unchanged when that fails.
 Result insert(TLUX_IMAGE_LIST& list, const TLUX_IMAGE& frame, const TLUX_RECT* rect,
               const std::uint8_t* map, Tags tags, MMemMgr manager) {
   auto* node = static_cast<TLUX_IMAGE_NODE*>(allocateBytes(manager, sizeof(TLUX_IMAGE_NODE)));
@@ -59,7 +59,7 @@ Result insert(TLUX_IMAGE_LIST& list, const TLUX_IMAGE& frame, const TLUX_RECT* r
   return Result::kOk;
 }
 
-// The node under the cursor, or null at the end; hands out its image and tags.
+// The node under the cursor, or null at the end; returns its image and tags.
 TLUX_IMAGE_NODE* readCurrent(const TLUX_IMAGE_LIST* list, TLUX_IMAGE** image, std::uint32_t* tags) {
   TLUX_IMAGE_NODE* node = list != nullptr ? list->current : nullptr;
   if (node == nullptr) return nullptr;

@@ -4,8 +4,8 @@
 #include <cstddef>
 #include <cstdint>
 
-// The tables of the 8-bit L*a*b* conversion, computed by the compiler in whole numbers, so that
-// they are the same with every one.
+// The tables of the 8-bit L*a*b* conversion, computed at compile time in integers, so every
+// compiler gives the same ones.
 namespace tlux::detail {
 
 namespace lab {

@@ -6,7 +6,7 @@
 
 namespace tlux::detail {
 
-// A rectangle in luma pixels; right and bottom are exclusive. 64-bit, so that no corner overflows.
+// A rectangle in luma pixels; right and bottom are exclusive. 64-bit, so no corner overflows.
 struct Rect {
   std::int64_t left;
   std::int64_t top;
@@ -26,8 +26,8 @@ inline Rect rectOrWhole(const TLUX_RECT* rect, const TLUX_IMAGE& image) {
   return rect != nullptr ? toRect(*rect) : Rect{0, 0, image.width, image.height};
 }
 
-// Compares the extent with the image, not the right and bottom edge: a rectangle that sticks out
-// passes when it is no larger than the image. Intended.
+// Compares sizes, not the right and bottom edge: a rectangle that extends past the image passes
+// when it is no larger than the image. Intended.
 inline bool isRectInImage(const Rect& rect, const TLUX_IMAGE& image) {
   return rect.left >= 0 && rect.left <= rect.right && rect.width() <= image.width &&
          rect.top >= 0 && rect.top <= rect.bottom && rect.height() <= image.height;

@@ -11,8 +11,8 @@
 namespace tlux::detail {
 namespace {
 
-// Pixels that are converted at a time, in planar arrays on the stack so that the arithmetic runs in
-// vector lanes. Even.
+// Pixels converted at a time, in planar arrays on the stack so that the arithmetic vectorises.
+// Even.
 constexpr int kStretch = 256;
 constexpr int kPairs = kStretch / 2;
 
@@ -78,7 +78,7 @@ constexpr std::array kPixelOrders = {
     PixelOrder{3, splitRgb, mergeRgb}, PixelOrder{4, splitRgba, mergeRgba},
     PixelOrder{3, splitBgr, mergeBgr}, PixelOrder{4, splitBgra, mergeBgra}};
 
-// Y in Q16, its three weights summing to one so that gray keeps its code.
+// Y in Q16; the three weights sum to one so that gray keeps its code.
 TLUX_MULTIVERSION void lumaOfPixels(const Rgb& __restrict rgb, int count,
                                     std::uint8_t* __restrict luma) {
   for (int x = 0; x < count; ++x) {
@@ -130,7 +130,7 @@ TLUX_MULTIVERSION void pixelsOf(const std::uint8_t* __restrict luma,
 // rows.
 using ChromaLine = std::array<std::int16_t, kPairs + 2>;
 
-// Weights 3 and 1 of the near and the far sample; neutral is taken off.
+// Weights 3 and 1 of the near and the far sample; the neutral value is subtracted.
 TLUX_MULTIVERSION void interpolateChroma(const ChromaLine& __restrict line, int pairs,
                                          std::array<std::int16_t, kStretch>& __restrict samples) {
   constexpr int kNeutral = 16 * 128;
@@ -159,7 +159,7 @@ struct ChromaPlane {
   int bluenessAt; // byte of Cb in a pair; Cr is the other
 };
 
-// Reads a component with its neighbours, those beyond the ends being the first and the last sample.
+// Reads a component with its neighbours; beyond the ends the first and last sample repeat.
 TLUX_MULTIVERSION void blendRows(const std::uint8_t* near, const std::uint8_t* far,
                                  std::int32_t first, int pairs, std::int32_t columns,
                                  ChromaLine& line) {
@@ -194,7 +194,7 @@ class Picture {
   std::int32_t width() const { return picture_.width; }
   std::int32_t lastRow() const { return picture_.height - 1; }
 
-  // Pixels x to x + count − 1; the one beyond an odd width repeats the last.
+  // Pixels x to x + count − 1; the one past an odd width repeats the last.
   void read(std::int32_t y, std::int32_t x, int count, Rgb& rgb) const {
     const int present = std::min(count, picture_.width - x);
     layout_.split(at(y, x), present, rgb);

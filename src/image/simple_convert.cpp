@@ -3,7 +3,7 @@
 namespace tlux::detail {
 namespace {
 
-// Rows of a borrowed block may lie on any address.
+// Rows of a borrowed block may have any alignment.
 using Sample [[gnu::aligned(1), gnu::may_alias]] = std::int32_t;
 
 bool holdsSamples(const img* image) {

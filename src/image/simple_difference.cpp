@@ -20,7 +20,7 @@ TLUX_INLINED void differ(std::uint8_t* out, std::int32_t width, const std::uint8
   }
 }
 
-// The largest absolute difference of a row from any of the others.
+// The largest absolute difference between a row and any of the others.
 using Row = const std::uint8_t*;
 TLUX_MULTIVERSION void differenceRow(std::uint8_t* out, std::int32_t width, Row a, Row b) {
   differ(out, width, a, b);

@@ -15,7 +15,7 @@ struct BlockSize {
   std::int32_t size;
 };
 
-// Nothing when a number is negative or does not fit the record.
+// Empty when a number is negative or does not fit the record.
 std::optional<BlockSize> blockSize(std::int32_t width, std::int32_t height, std::int32_t depth,
                                    std::int32_t channels) {
   if (width < 0 || height < 0 || depth < 0 || channels < 0) return {};
@@ -52,7 +52,7 @@ img* createImg(MMemMgr manager, std::int32_t width, std::int32_t height, std::in
   auto* data = static_cast<std::uint8_t*>(allocateBytes(manager, block->size));
   std::uint8_t** rows = allocateRows(manager, height);
   if (data == nullptr || rows == nullptr) {
-    MMemFree(manager, image); // the one of the two that succeeded stays allocated; intended
+    MMemFree(manager, image); // if only one of the two succeeded it stays allocated; intended
     return nullptr;
   }
   *image = {width, height, block->stride, block->size, channels, depth, data, rows};

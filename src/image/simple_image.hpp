@@ -6,7 +6,7 @@
 
 namespace tlux::detail {
 
-// Whether `rows` rows of `rowBytes` bytes each can be touched through the row table of the image.
+// Whether `rows` rows of `rowBytes` bytes each are accessible through the image's row table.
 inline bool holds(const img* image, std::int64_t rows, std::int64_t rowBytes) {
   if (image == nullptr || image->rows == nullptr || image->height < rows) return false;
   std::int64_t rowBits = std::int64_t{image->width} * image->channels;

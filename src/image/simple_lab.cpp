@@ -5,8 +5,8 @@
 namespace tlux::detail {
 namespace {
 
-// What the look-ups of the conversion need, small enough to stay in the first-level cache: the
-// companding curve, and the lightness of each of its entries.
+// The tables of the conversion, small enough to stay in the first-level cache: the companding
+// curve, and the lightness of each of its entries.
 struct Companded {
   std::int16_t value[256];
   std::uint8_t lightness[256];

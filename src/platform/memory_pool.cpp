@@ -34,8 +34,8 @@ std::uint32_t roundUpTo8(std::uint32_t size) {
   return (size + 7u) & ~7u;
 }
 
-// Payload bytes of the free block that a split at `need` would leave; negative when the block is
-// too small for another header.
+// Payload bytes of the free block left by a split at `need`; negative when the block has no room
+// for another header.
 std::int64_t restAfter(const Block* block, std::uint32_t need) {
   return static_cast<std::int64_t>(block->size) - static_cast<std::int64_t>(need) -
          static_cast<std::int64_t>(kHeader);
@@ -107,7 +107,7 @@ bool MemoryPool::tryShrink(Block* block, std::uint32_t need) {
   return true;
 }
 
-// The header of the absorbed block is not counted in the test, though its 16 bytes become
+// The header of the absorbed block is not counted in the test, although its 16 bytes become
 // available.
 bool MemoryPool::tryGrow(Block* block, std::uint32_t need) {
   const Block* next = nextOf(block);

@@ -5,8 +5,8 @@
 
 namespace tlux::detail {
 
-// A pool inside a buffer of the caller's: blocks of 16-byte header and payload, back to back, ended
-// by a header whose size is all-ones. All state is in the headers, so a pool is just the address of
+// A pool inside the caller's buffer: blocks of a 16-byte header and payload, back to back, ended by
+// a header whose size is all-ones. All state is in the headers, so a pool is just the address of
 // its first one.
 class MemoryPool {
  public:

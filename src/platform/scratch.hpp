@@ -17,8 +17,8 @@ namespace tlux::detail {
   return MMemAlloc(manager, static_cast<std::uint64_t>(bytes));
 }
 
-// An uninitialised array of trivial elements that lives as long as its scope. Null when the memory
-// could not be had: test it before use. A pool aligns to 8 bytes only.
+// An uninitialised array of trivial elements that lives as long as its scope. Null when the
+// allocation failed: test it before use. A pool aligns to 8 bytes only.
 template <class T>
 class Scratch {
   static_assert(std::is_trivial_v<T> && alignof(T) <= 8);

@@ -11,8 +11,8 @@ namespace {
 SimdLevel levelOfProcessor() {
 #if defined(TLUX_X86_LEVELS)
   __builtin_cpu_init();
-  // Not the first processors with AVX-512, which run slower for some time after wide instructions:
-  // these came with the later ones.
+  // Excludes the first processors with AVX-512, which run slower for a while after wide
+  // instructions: these features came with later ones.
   if (__builtin_cpu_supports("avx512bw") && __builtin_cpu_supports("avx512vbmi2")) {
     return SimdLevel::kAvx512;
   }

@@ -2,15 +2,15 @@
 
 namespace tlux::detail {
 
-// The instruction sets that kernels are compiled for: what every processor of the architecture has
-// (SSE2, NEON, none), and on x86-64 two more.
+// The instruction sets that kernels are compiled for: the baseline of the architecture (SSE2, NEON,
+// none), and two more on x86-64.
 enum class SimdLevel { kBase, kAvx2, kAvx512 };
 
-// The best level that is compiled in and that the processor has. The environment variable TLUX_SIMD
-// (sse2, avx2 or avx512) asks for a lower one, for tests; it is read once.
+// The best level that is compiled in and supported by the processor. The environment variable
+// TLUX_SIMD (sse2, avx2 or avx512) selects a lower one, for tests; it is read once.
 SimdLevel simdLevel();
 
-// A table of kernels as it is for a level, defined by the file that was compiled for it; see
+// The table of kernels for one level, defined by the file compiled for that level; see
 // base/lanes.hpp.
 template <class Kernels, SimdLevel kLevel>
 const Kernels& kernelsFor();

@@ -8,17 +8,17 @@
 
 namespace tlux::detail {
 
-// Whoever shares work: threads of the library's own, or of its caller's.
+// Shares work among threads: the library's own or its caller's.
 class Team {
  public:
   Team(const Team&) = delete;
   Team& operator=(const Team&) = delete;
 
-  // How many calls run at the same time at most.
+  // The largest number of calls that run at the same time.
   int size() const { return size_; }
 
-  // Calls work(item, slot) for the items 0 to count − 1 and waits for all. Of the calls that run at
-  // the same time no two have the same slot, 0 to size() − 1.
+  // Calls work(item, slot) for the items 0 to count − 1 and waits for all of them. Calls that run
+  // at the same time have different slots, 0 to size() − 1.
   template <class Work>
   void share(std::int64_t count, Work&& work) {
     using Callable = std::remove_reference_t<Work>;
@@ -30,7 +30,7 @@ class Team {
 
  protected:
   using Call = void (*)(void* work, std::int64_t item, int slot);
-  // A plain pointer, since tables of virtual functions ask for the C++ runtime.
+  // A plain pointer, since virtual functions would need the C++ runtime.
   using Perform = void (*)(Team& team, std::int64_t count, Call call, void* work);
 
   Team(Perform perform, int size) : perform_(perform), size_(size) {}
@@ -53,8 +53,8 @@ void shareItems(Team* team, std::int64_t count, Work&& work) {
   }
 }
 
-// Calls work(rows, slot) for all rows of a plane in parts of `partRows`, shared by the team. Null:
-// the caller does them at once.
+// Calls work(rows, slot) for all rows of a plane in parts of `partRows`, shared by the team.
+// Without a team, the caller does all rows in one call.
 template <class Work>
 void shareRows(Team* team, std::int32_t height, std::int32_t partRows, Work&& work) {
   if (team == nullptr) {

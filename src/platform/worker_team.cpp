@@ -9,8 +9,8 @@
 namespace tlux::detail {
 namespace {
 
-// How long somebody looks whether a wait is over before going to sleep: waking up a sleeping
-// processor takes about as long as a small share.
+// How long to spin before going to sleep: waking a sleeping processor takes about as long as a
+// small share.
 constexpr std::int64_t kLooks = 150'000; // ns
 
 std::int64_t now() {
@@ -19,7 +19,7 @@ std::int64_t now() {
   return std::int64_t{time.tv_sec} * 1'000'000'000 + time.tv_nsec;
 }
 
-// Whoever looks leaves the processor to others that have work.
+// Yields the processor to other work while spinning.
 template <class IsOver>
 void watch(IsOver isOver) {
   const std::int64_t end = now() + kLooks;
@@ -69,7 +69,7 @@ WorkerTeam::WorkerTeam(int participants)
 WorkerTeam::~WorkerTeam() {
   if (wanted_ == 0) return;
   dismiss();
-  // The first thread may still be starting others, but has done so when it ends.
+  // The first thread may still be starting others, but is done with that when it ends.
   if (threads_[0] != 0) MWaitForSingleThread(threads_[0], ~0u);
   for (std::size_t i = 1; i < threads_.size(); ++i) {
     if (threads_[i] != 0) MWaitForSingleThread(threads_[i], ~0u);
@@ -94,7 +94,7 @@ void* WorkerTeam::run(void* team) {
   return nullptr;
 }
 
-// With starting_ held.
+// Call with starting_ held.
 void WorkerTeam::startNext() {
   const TLUX_MThread thread = TLUX_MThreadCreate(&WorkerTeam::run, this);
   if (thread == 0) {
@@ -104,8 +104,8 @@ void WorkerTeam::startNext() {
   }
 }
 
-// Started one by one, by whoever comes first: each thread when it begins, or the caller when it has
-// to know.
+// Threads are started one by one by whoever comes first: each thread when it begins, or the caller
+// when it needs the count.
 void WorkerTeam::startOthers() {
   const Lock lock(starting_);
   while (startedCount_ < wanted_ && !hasFailed_) {
@@ -159,7 +159,7 @@ bool WorkerTeam::canJoin(std::int64_t served) const {
   return isOpen_ && served != shares_ && slots_ < size();
 }
 
-// With the mutex held, when there is nothing to join. May end without a share.
+// Call with the mutex held, when there is nothing to join. May return without a share.
 void WorkerTeam::waitForShare() {
   const std::int64_t seen = shares_;
   const auto isOver = [this, seen] { return shares_ != seen || isDismissed_; };
@@ -169,8 +169,8 @@ void WorkerTeam::waitForShare() {
   if (!isOver()) pthread_cond_wait(&opened_, &mutex_);
 }
 
-// A thread enters each share once: when it leaves, no item is left to claim. Each wakes up the next
-// one, so that the caller need not wake them all.
+// A thread enters each share once: when it leaves, no item is left to claim. Each thread wakes the
+// next, so the caller need not wake them all.
 void WorkerTeam::serve() {
   std::int64_t served = 0;
   const Lock lock(mutex_);

@@ -12,35 +12,35 @@
 
 namespace tlux::detail {
 
-// How many can be at work at the same time, the caller among them: the processors that this process
-// may use, at most WorkerTeam::kSize.
+// How many threads can work at the same time, including the caller: the processors this process may
+// use, at most WorkerTeam::kSize.
 int usefulParticipants();
 
-// Threads that wait for work as long as the team lives, so that one start serves several shares.
-// The calling thread takes part from the beginning and waits for nobody to start: a thread that is
-// late finds the work done.
+// Threads that wait for work as long as the team lives, so one start serves several shares. The
+// calling thread takes part from the beginning and does not wait for the others to start: a late
+// thread finds the work done.
 //
-// Items of work are not dealt out in advance: whoever is free claims the next one, since cores are
-// of different speed and busy with other things.
+// Work items are not assigned in advance: each free thread claims the next one, since cores differ
+// in speed and may be busy with other things.
 class WorkerTeam : public Team {
  public:
-  static constexpr int kSize = 4; // participants in what the library does by itself
+  static constexpr int kSize = 4; // participants when the library picks the number itself
   static constexpr int kMostThreads = 63;
 
-  // A team of so many, the caller among them, at most kMostThreads + 1. The first thread starts the
-  // others while the caller is already at work. When one cannot be started, the later ones are not
-  // started either.
+  // A team of this many participants including the caller, at most kMostThreads + 1. The first
+  // thread starts the others while the caller is already working. When one cannot be started, the
+  // later ones are not started either.
   explicit WorkerTeam(int participants = usefulParticipants());
   WorkerTeam(const WorkerTeam&) = delete;
   WorkerTeam& operator=(const WorkerTeam&) = delete;
-  // Every thread that was started has ended on return.
+  // Every started thread has ended on return.
   ~WorkerTeam();
 
-  // Threads that were started, beside the caller; none is yet to be started on return.
+  // Threads that were started, not counting the caller; no start is pending on return.
   int started();
   bool isComplete() { return started() == wanted_; }
 
-  // Lets the threads end while the caller goes on: what is shared from now on it does alone.
+  // Lets the threads end while the caller goes on: the caller does later shares alone.
   void dismiss();
 
  private:
@@ -55,13 +55,13 @@ class WorkerTeam : public Team {
 
   const int wanted_; // threads
 
-  pthread_mutex_t starting_; // guards what is about starting
+  pthread_mutex_t starting_; // guards the members about starting
   std::array<TLUX_MThread, kMostThreads> threads_{};
   int startedCount_ = 0;
   bool hasFailed_ = false;
 
-  pthread_mutex_t mutex_; // guards what follows, but for the items of an open share
-  pthread_cond_t opened_; // a share was opened, or the team dismissed
+  pthread_mutex_t mutex_; // guards the members below, except the items of an open share
+  pthread_cond_t opened_; // a share was opened or the team dismissed
   pthread_cond_t left_;   // the last participant left a share
   bool isOpen_ = false;
   std::atomic<std::int64_t> shares_{0};
