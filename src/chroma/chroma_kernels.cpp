@@ -13,9 +13,9 @@ constexpr int log2Of(int powerOfTwo) {
   return powerOfTwo == 1 ? 0 : 1 + log2Of(powerOfTwo / 2);
 }
 
-// One sample at signed distance d from neutral moves by e = (ratio − 1) · d, inside the zone by the
-// part |d| / zone of it, and is clamped to 0 … 255. Where the result is negative it is clamped to
-// black, so that the shift may stand for a truncating division.
+// One sample at signed distance d from neutral moves by e = (ratio − 1) · d, inside the zone by |d|
+// / zone of it, and is clamped to 0 … 255. A negative result becomes black, so a shift can replace
+// the truncating division.
 template <int kZone>
 std::uint8_t scaleSample(std::uint8_t chroma, std::int32_t ratio) {
   const std::int32_t d = chroma - kNeutral;
@@ -26,7 +26,7 @@ std::uint8_t scaleSample(std::uint8_t chroma, std::int32_t ratio) {
   return static_cast<std::uint8_t>(moved < 0 ? 0 : (moved > 255 ? 255 : moved));
 }
 
-// The same for as many samples, for ratios below kShortRatio: |d| <= 128 then keeps |e| · zone
+// The same for a vector of samples, for ratios below kShortRatio: |d| <= 128 then keeps |e| · zone
 // below 2^15.
 template <int kZone>
 constexpr std::int32_t kShortRatio = kUnity * 256 / kZone;
@@ -70,7 +70,7 @@ struct PartRule : RuleFromBlack {
   }
 };
 
-// Any ratio, sample by sample. Black, whose ratio is unity, counts as 1 to 1.
+// Any ratio, sample by sample. The ratio of black is unity, so black counts as 1 to 1.
 template <int kZone, class Rule>
 [[gnu::cold, gnu::noinline]] void scalePairs(Rule rule, const std::uint8_t* oldLuma,
                                              const std::uint8_t* newLuma,
@@ -86,7 +86,7 @@ template <int kZone, class Rule>
   }
 }
 
-// The pairs of a vector of columns. False, and nothing is written, when a ratio is too large.
+// A vector of columns. False, and nothing is written, when a ratio is too large.
 template <int kZone, class Rule>
 [[gnu::always_inline]] inline bool scaleVector(Rule rule, const std::uint8_t* oldLuma,
                                                const std::uint8_t* newLuma,
@@ -97,7 +97,7 @@ template <int kZone, class Rule>
   const Shorts isLit = before > 0;
   const Shorts ratio = quotientsQ10(after, maximum(before, all(1)));
   const Shorts change = (ratio - static_cast<std::int16_t>(kUnity)) & isLit;
-  // Quotients are saturated: the largest may stand for any.
+  // Quotients are saturated, so the largest may mean any ratio.
   constexpr std::int32_t kTooLarge = kZone == kNeutralZone ? 32767 : kShortRatio<kZone>;
   if (isAny(change >= static_cast<std::int16_t>(kTooLarge - kUnity))) return false;
   const Halves chroma = widen(loadBytes(chromaIn));
@@ -114,7 +114,7 @@ template <int kZone, class Rule>
                                             std::ptrdiff_t pairs) {
   const std::ptrdiff_t columns = 2 * pairs;
   std::ptrdiff_t x = 0;
-  while (true) { // a loop without calls inside, which would keep constants out of registers
+  while (true) { // no calls inside the loop: they would keep constants out of registers
     while (x + kColumns <= columns &&
            scaleVector<kZone>(rule, oldLuma + x, newLuma + x, chromaIn + x, chromaOut + x)) {
       x += kColumns;

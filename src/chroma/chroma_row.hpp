@@ -6,17 +6,17 @@
 #include "platform/simd_level.hpp"
 
 // Chroma follows luma: where the luma of a pixel pair was scaled, its two chroma samples are scaled
-// about the neutral value by the same ratio, so that lifted shadows keep their colour. Both samples
-// of an interleaved pair are treated alike; Cb Cr (NV12) and Cr Cb (NV21) are the same to the rule.
+// about the neutral value by the same ratio, so lifted shadows keep their colour. Both samples of
+// an interleaved pair are treated alike, so Cb Cr (NV12) and Cr Cb (NV21) need no distinction.
 namespace tlux::detail {
 
-// Chroma within the zone about neutral moves only by the fraction distance / zone of the full
-// change, so that noise on grey does not turn into colour.
+// Within this zone about neutral, chroma moves by only distance / zone of the full change, so noise
+// on grey does not turn into colour.
 inline constexpr int kNeutralZone = 8;
 inline constexpr int kWideNeutralZone = 32;
 
-// How chroma follows luma: where luma counts from, and how much of the change of its ratio, in per
-// cent, reaches the chroma.
+// How chroma follows luma: the luma code that counts as black, and what percentage of the change in
+// ratio reaches the chroma.
 struct ChromaRule {
   int black = 0;
   int percent = 100;
@@ -44,8 +44,8 @@ void scaleChromaRow(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
   scale(oldLuma, newLuma, chromaIn, chromaOut, pairs);
 }
 
-// The same with the narrow zone and a rule of the caller's: the ratio is 1 + (ratio − 1) ·
-// percent / 100, its change rounded down.
+// The same with the narrow zone and the caller's rule: the ratio is 1 + (ratio − 1) · percent /
+// 100, its change rounded down.
 inline void scaleChromaRow(const ChromaRule& rule, const std::uint8_t* oldLuma,
                            const std::uint8_t* newLuma, const std::uint8_t* chromaIn,
                            std::uint8_t* chromaOut, std::ptrdiff_t pairs) {

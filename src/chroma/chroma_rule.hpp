@@ -7,8 +7,8 @@
 
 namespace tlux::detail {
 
-// One plane on its walk from chroma row to chroma row: where row 0 starts, the distance to the
-// next, and how many bytes there are in all.
+// One plane as seen row by row: where row 0 starts, the distance to the next row, and the total
+// number of bytes.
 template <class T>
 struct Track {
   T* data;
@@ -21,7 +21,7 @@ struct Track {
 };
 
 // Writes chroma from the luma and chroma of a source and the luma of a result, row by row, without
-// touching a byte at or beyond the end of any plane. Rows do not depend on each other.
+// touching a byte past the end of any plane. Rows do not depend on each other.
 class ChromaWalk {
  public:
   ChromaWalk(Track<const std::uint8_t> oldLuma, Track<const std::uint8_t> newLuma,
@@ -43,7 +43,7 @@ class ChromaWalk {
            chromaOut_.step == chromaOut;
   }
   void scaleRow(std::int64_t j) const { scaleColumns(j, 0, kAllColumns); }
-  // The part of row j before `end` that begins at `first`, both even.
+  // The part of row j from `first` to `end`, both even.
   void scaleColumns(std::int64_t j, std::int64_t first, std::int64_t end) const;
   void scaleRows(std::int64_t first, std::int64_t end) const;
 
@@ -56,15 +56,15 @@ class ChromaWalk {
   std::int64_t pairs_; // of a row
 };
 
-// The walk over two frames. With equal pitches it goes as NV21NV12_Tone() does; what that would do
-// past the end of a plane is left out. Otherwise each plane is walked by its own pitch.
+// The walk over two frames. With equal pitches it is the walk of NV21NV12_Tone(), minus anything
+// past the end of a plane. Otherwise each plane uses its own pitch.
 ChromaWalk chromaWalk(const TLUX_IMAGE& source, const TLUX_IMAGE& output);
 
 // Walks it.
 void scaleChromaByLumaRatio(const TLUX_IMAGE& source, const TLUX_IMAGE& output);
 
-// Whether the walk makes row j of the chroma, the whole row, from row 2j of the luma: always when
-// the pitches differ, and when they are the width rounded up to a multiple of 4.
+// Whether the walk makes exactly row j of the chroma from row 2j of the luma: always when the
+// pitches differ, and when they equal the width rounded up to a multiple of 4.
 bool keepsToRows(const ChromaWalk& walk, const TLUX_IMAGE& source, const TLUX_IMAGE& output);
 
 } // namespace tlux::detail

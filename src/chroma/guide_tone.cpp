@@ -9,7 +9,7 @@
 namespace tlux::detail {
 namespace {
 
-// The planes of a frame before and after, `guide` being its luma before.
+// The planes of a frame before and after; `guide` is the luma before.
 struct TonePlanes {
   LumaRows<const std::uint8_t> guide;
   LumaRows<const std::uint8_t> chromaIn;
@@ -17,7 +17,7 @@ struct TonePlanes {
   LumaRows<std::uint8_t> chroma;
 };
 
-// Takes the filtered rows for a change of luma, a tile of columns at a time.
+// Turns filtered rows into a change of luma, one tile of columns at a time.
 struct ToneRows {
   std::int32_t lowWidth;
   TonePlanes planes;
@@ -40,8 +40,8 @@ struct ToneRows {
   }
 };
 
-// A packed copy of the top left of a luma plane, so that the guide stays as it is while the rows of
-// the frame are rewritten.
+// A packed copy of the top left of a luma plane, which keeps the guide intact while the rows of the
+// frame are rewritten.
 void copyLuma(const TLUX_IMAGE& source, std::uint8_t* copy, std::int64_t width,
               std::int64_t height) {
   for (std::int64_t y = 0; y < height; ++y) {

@@ -7,8 +7,8 @@
 
 namespace tlux::detail {
 
-// Whether a record is an NV21 or NV12 frame that holds width × height pixels; the result code for
-// its caller.
+// Checks that a record is an NV21 or NV12 frame that holds width × height pixels; returns a result
+// code.
 inline Result checkSemiPlanar(const TLUX_IMAGE& image, std::int64_t width, std::int64_t height) {
   if (!isSemiPlanar420(image.format)) return Result::kUnsupported;
   const bool isLargeEnough =

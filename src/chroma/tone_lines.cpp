@@ -9,7 +9,7 @@
 namespace tlux::detail {
 namespace {
 
-// One row of a frame from a base and a 128-centred change of its luma.
+// One row of a frame, from a base and a change of its luma stored as 128 + change.
 struct RebuiltRow {
   const std::uint8_t* base;
   const std::uint8_t* change;
@@ -19,8 +19,8 @@ struct RebuiltRow {
   std::ptrdiff_t width;
 };
 
-// Chroma follows by the ratio of the new luma to the base. In blocks, so that the base is read
-// before luma is stored over it.
+// Scales chroma by the ratio of the new luma to the base. In blocks, so the base is read before the
+// new luma overwrites it.
 template <int kZone>
 void rebuildRow(const RebuiltRow& row) {
   constexpr std::ptrdiff_t kBlock = 256;

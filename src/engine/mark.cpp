@@ -17,7 +17,7 @@ constexpr std::int32_t kMarkWidth = TLUX_MARK_WIDTH;
 constexpr std::int32_t kMarkHeight = TLUX_MARK_HEIGHT;
 constexpr std::int32_t kMaxFactor = 8;
 
-// Chroma has half the columns in all of them.
+// All of them have half as many chroma columns as luma columns.
 constexpr std::uint32_t kMarkedFormats[] = {TLUX_FMT_YCBCR422_P, TLUX_FMT_YCBCR420_P,
                                             TLUX_FMT_YCBCR420_YPUV, TLUX_FMT_YCBCR420_YPVU,
                                             TLUX_FMT_CBYCRY};
@@ -57,8 +57,8 @@ bool holds(const TLUX_IMAGE& image, const SamplePlace& component, std::int64_t s
   return hasRows(image, component.plane, component.step * samples);
 }
 
-// The part of the mark that is not wholly transparent, in its own samples; columns are even. What
-// is blended with an opacity of 0 stays as it is.
+// The part of the mark that is not fully transparent, in the mark's own samples; columns are even.
+// Blending with an opacity of 0 changes nothing, so the rest is skipped.
 struct VisiblePart {
   std::int32_t left = 0;
   std::int32_t right = kMarkWidth;
@@ -102,7 +102,7 @@ struct MarkRow {
   Samples y, u, v, a;
   std::int64_t held = -1; // row of the tables
 
-  // Consecutive rows of an enlarged mark are mostly the same row of the tables.
+  // Consecutive rows of an enlarged mark mostly come from the same row of the tables.
   void load(const VisiblePart& part, std::int64_t row, std::int64_t factor) {
     if (row == held) return;
     held = row;
@@ -116,7 +116,7 @@ struct MarkRow {
 
   static void enlarge(const std::uint8_t* table, std::int32_t count, std::int64_t factor,
                       Samples& row) {
-    // Each sample is stored eight times, the surplus being overwritten by the next.
+    // Each sample is stored eight times; the next one overwrites the surplus.
     std::uint8_t* out = row.data();
     for (std::int32_t i = 0; i < count; ++i, out += factor) {
       const std::uint64_t repeated = table[i] * std::uint64_t{0x0101010101010101};
@@ -126,8 +126,8 @@ struct MarkRow {
   }
 };
 
-// Truncated mean of the two columns, in both rows, that share each chroma sample. The two rows are
-// the same one where every row has its own chroma, which leaves the mean what it is.
+// Truncated mean of the two columns, in both rows, that share each chroma sample. Where every row
+// has its own chroma, both rows are the same one and the mean is unchanged.
 TLUX_MULTIVERSION void shareChroma(const MarkRow::Samples& upper, const MarkRow::Samples& lower,
                                    std::int64_t count, MarkRow::Samples& out) {
   for (std::int64_t c = 0; c < count; ++c) {
@@ -137,8 +137,8 @@ TLUX_MULTIVERSION void shareChroma(const MarkRow::Samples& upper, const MarkRow:
   }
 }
 
-// ((255 − a)·frame + a·mark) / 255. With n = 255·q + r: n >> 8 is q where r ≥ q, else q − 1, so
-// that n + 1 + (n >> 8) is 256·q + r + 1 or 256·q + r, and its upper byte q. Everything fits 16
+// ((255 − a)·frame + a·mark) / 255. With n = 255·q + r, n >> 8 is q when r ≥ q and q − 1 otherwise,
+// so n + 1 + (n >> 8) is 256·q + r + 1 or 256·q + r, and its upper byte is q. Everything fits 16
 // bits.
 inline std::uint8_t blend(std::uint8_t frame, std::uint8_t mark, std::uint8_t alpha) {
   const auto n = static_cast<std::uint16_t>((255 - alpha) * frame + alpha * mark);
@@ -148,7 +148,7 @@ inline std::uint8_t blend(std::uint8_t frame, std::uint8_t mark, std::uint8_t al
 TLUX_MULTIVERSION void blendRow(std::uint8_t* __restrict frame, std::ptrdiff_t step,
                                 const std::uint8_t* __restrict mark,
                                 const std::uint8_t* __restrict alpha, std::int64_t count) {
-  if (step == 1) { // on its own, so that compilers see that the samples are neighbours
+  if (step == 1) { // a separate loop, so compilers see that the samples are adjacent
     for (std::int64_t i = 0; i < count; ++i) {
       frame[i] = blend(frame[i], mark[i], alpha[i]);
     }
@@ -159,7 +159,7 @@ TLUX_MULTIVERSION void blendRow(std::uint8_t* __restrict frame, std::ptrdiff_t s
   }
 }
 
-// First sample, at column `column` of row `row` of its own grid, of one component.
+// The sample of one component at `column` and `row` of its own grid.
 std::uint8_t* sampleAt(const TLUX_IMAGE& image, const SamplePlace& component, std::int64_t row,
                        std::int64_t column) {
   return image.plane[component.plane] + row * image.pitch[component.plane] + component.offset +

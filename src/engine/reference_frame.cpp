@@ -44,7 +44,7 @@ Result initReferenceFrame(MMemMgr manager, TLUX_ENGINE& engine, const TLUX_IMAGE
 }
 
 void fillReferenceLuma(Team& team, const TLUX_IMAGE& source, const TLUX_IMAGE& reference) {
-  constexpr std::int32_t kRows = 8; // that one thread makes at a time
+  constexpr std::int32_t kRows = 8; // made at a time by one thread
   shareRows(&team, reference.height, kRows, [&](Band rows, int /*slot*/) {
     fillReferenceRows(source, reference, rows, Components::kLuma);
   });

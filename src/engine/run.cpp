@@ -14,11 +14,11 @@ bool isEven(std::int32_t side) {
   return side % 2 == 0;
 }
 
-// The steps on a frame that has a reference frame. What they write is not copied before; a failure
-// leaves the copy.
+// The steps for a source that has a reference frame. They do not copy the source first; after a
+// failure the output is a copy.
 Result toneMap(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine, const TLUX_IMAGE& source,
                TLUX_IMAGE& output, std::uint32_t strength) {
-  // An output of another kind stays as it is where the stage writes nothing.
+  // An output of another format or size is left alone where the stage writes nothing.
   const Rest rest = TLUX_IsImageEqual_IMK(&source, &output) != 0 ? Rest::kCopied : Rest::kKept;
   const TLUX_IMAGE& reference = *referenceOf(engine);
   fillReferenceLuma(team, source, reference);

@@ -14,7 +14,7 @@ constexpr TLUX_VERSION kVersion = {
 
 } // namespace
 
-// Constant data needs no rewriting per call, and concurrent callers share it safely.
+// Constant data, so concurrent callers can share it.
 const TLUX_VERSION* TLUX_GetVersion() noexcept {
   return &kVersion;
 }

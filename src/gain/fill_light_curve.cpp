@@ -28,8 +28,8 @@ void fillLightCurve(std::uint16_t* curve, std::int64_t strength, std::int64_t un
   };
   const std::int32_t cap = toGain(std::exp(x) * one);
 
-  // The curve is monotone and flattens out: past the first gain that reaches the cap the pair is
-  // held, which spares most of the 32767 evaluations.
+  // The curve is monotone and flattens out: after the first gain that reaches the cap the pair is
+  // constant, which saves most of the 32767 evaluations.
   int k = 0;
   std::int32_t up = 0;
   do {

@@ -5,7 +5,7 @@
 
 namespace tlux::detail {
 
-// How one member of the line expanders lays out its work.
+// The parameters in which the line expanders differ.
 struct LineShape {
   int step;        // pixels per coarse gain and rows per coarse row, a power of two
   int slack;       // gains by which a slot of the line buffer is longer than a row
@@ -15,7 +15,7 @@ struct LineShape {
 inline constexpr LineShape kLineOf8{8, 8, false};
 inline constexpr LineShape kLineOf4{4, 0, true};
 
-// Samples that say how bright the picture is at each coarse gain; data may be null.
+// Samples that give the brightness of the picture at each coarse gain; data may be null.
 struct BrightnessRow {
   const std::uint16_t* data = nullptr;
   std::int32_t stride = 0;
@@ -30,12 +30,12 @@ struct CoarseGains {
   BrightnessRow brightness;
 };
 
-// Coarse gains that a row of `width` pixels has when nothing else says so.
+// Coarse gains in a row of `width` pixels unless the caller gives another count.
 constexpr std::int32_t coarseCount(LineShape shape, std::int32_t width) {
   return std::max(width / shape.step, 1);
 }
 
-// Makes the gains of row `row` of a band in the first of the three slots of `lines`.
+// Writes the gains of row `row` of a band to the first of the three slots of `lines`.
 template <LineShape kShape>
 void expandGainLine(std::int32_t row, std::int32_t width, const CoarseGains& gains,
                     std::uint16_t* lines);

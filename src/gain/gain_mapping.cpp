@@ -23,7 +23,7 @@ std::int32_t coarseRowOf(std::int32_t y, std::int32_t gainHeight) {
   return std::min(y / kLineOf8.step + (y % kLineOf8.step == 0 ? 0 : 1), gainHeight - 1);
 }
 
-// Row y of the frame in groups of four pixels, as far as the planes go.
+// Row y of the frame in groups of four pixels, as far as the planes reach.
 ToneLine lineOf(const TLUX_IMAGE& frame, std::int32_t y) {
   const std::int64_t rounded = (std::int64_t{frame.width} + 3) & ~std::int64_t{3};
   const std::int64_t pixels = std::min<std::int64_t>(rounded, frame.pitch[0]);

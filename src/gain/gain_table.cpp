@@ -10,7 +10,7 @@ namespace tlux::detail {
 
 void fillGainTable(std::uint16_t* table, std::uint32_t strength) {
   fillLightCurve(table, strength, kUnityGain);
-  table[32768] = table[32769]; // the curve has no entry for score −32768 of its own
+  table[32768] = table[32769]; // the curve has no entry of its own for score −32768
 }
 
 std::int64_t gainTablePoolBytes() {

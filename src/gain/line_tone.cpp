@@ -8,7 +8,7 @@
 namespace tlux::detail {
 namespace {
 
-constexpr std::int64_t kPiece = 128; // pixels whose old luma is kept at a time
+constexpr std::int64_t kPiece = 128; // pixels whose old luma is buffered at a time
 
 using PairSums = std::array<std::uint16_t, kPiece / 2>;
 
@@ -18,8 +18,8 @@ void sumPairs(const std::uint8_t* luma, std::int64_t pairs, PairSums& sums) {
   }
 }
 
-// Scales chroma about neutral. Just below neutral the change is eased in; intended, as is that the
-// side above is not.
+// Scales chroma about neutral. The change is eased in just below neutral but not just above;
+// intended.
 std::uint8_t scaledChroma(std::int32_t c, std::int32_t ratio) {
   constexpr std::int32_t kEased = 32;
   const std::int32_t scaled = ((c - 128) * ratio >> 10) + 128;

@@ -8,8 +8,8 @@
 namespace tlux::detail {
 
 // newSum / oldSum in Q10, truncated, for sums of a few 8-bit codes; 1024 when oldSum is 0. Exact in
-// single precision: the dividend is below 2^24, so that the quotient is rounded by less than
-// 1 / oldSum, the least distance below an integer that a quotient can have.
+// single precision: the dividend is below 2^24, so rounding moves the quotient by less than 1 /
+// oldSum, the smallest distance to the next integer above it.
 inline std::int32_t lumaRatio(std::int32_t newSum, std::int32_t oldSum) {
   const auto quotient = static_cast<std::int32_t>(static_cast<float>(newSum * 1024) /
                                                   static_cast<float>(std::max(oldSum, 1)));
@@ -24,7 +24,7 @@ struct ToneLine {
   std::int64_t pairs;   // at most pixels / 2
 };
 
-// Applies one gain per pixel to the luma and lets the chroma follow.
+// Applies one gain per pixel to the luma and scales the chroma accordingly.
 void toneLine(const ToneLine& line, const std::uint16_t* gains, const TransferCurves& curves);
 
 } // namespace tlux::detail

@@ -10,7 +10,7 @@ namespace tlux::detail {
 namespace {
 
 // Returns the sum of the outputs as a signed number that wraps in 32 bits: log planes are
-// re-centred, and their means negative.
+// re-centred, so means can be negative.
 TLUX_MULTIVERSION std::int32_t halveRows(const std::int16_t* __restrict upper,
                                          const std::int16_t* __restrict lower, std::ptrdiff_t count,
                                          std::int16_t* __restrict output) {

@@ -10,7 +10,7 @@
 namespace tlux::detail {
 
 // Mean of the row means. rowSum(y) returns the wrapping 32-bit sum of row y; both divisions
-// truncate toward zero. Passes that change every sample hand in the sum of what they wrote. With a
+// truncate toward zero. A pass that changes every sample returns the sum of what it wrote. With a
 // team, rows are shared.
 template <class RowSum>
 std::int32_t meanOfRowMeans(std::int32_t width, std::int32_t height, RowSum&& rowSum,

@@ -18,8 +18,8 @@ Plane<std::int16_t> planeOf(const AmePyramidLevel& level) {
   return packedPlane(level.data, level.width, level.height);
 }
 
-// The levels from the largest to the smallest, stacked in the scratch. Whatever happens, their
-// records are released.
+// The levels from the largest to the smallest, stacked in the scratch. The destructor releases
+// their records on every path.
 class Pyramid {
  public:
   Pyramid(MMemMgr manager, Plane<const std::int16_t> source, PyramidScratch scratch,
@@ -76,7 +76,7 @@ PyramidOutcome Pyramid::add(std::int32_t width, std::int32_t height) {
   return PyramidOutcome::kDone;
 }
 
-// Levels are dropped in the reverse order of their making, so their samples are the last taken.
+// Levels are dropped in reverse order of creation, so each one's samples are last on the stack.
 void Pyramid::drop() {
   AmePyramidLevel* level = smallest_;
   smallest_ = level->larger;
@@ -124,7 +124,7 @@ void Pyramid::scaleSmallestToMean() {
   }
 }
 
-// The source is of the size of the output, or is read as if it were.
+// The source has the size of the output, or is read as if it had.
 void Pyramid::blendIntoOutput(Plane<std::int16_t> output, double share, Team* team) {
   constexpr std::int32_t kPartRows = 32;
   const std::int64_t scratch = smoothDoubleScratch(smallest_->width);

@@ -30,18 +30,18 @@ std::int64_t pyramidPoolBytes(std::int32_t width, std::int32_t height);
 
 enum class PyramidOutcome {
   kDone,
-  kNoLevel,   // the source is one row or one column: the output is as it was
-  kNoScratch, // likewise, the scratch being too short
-  kNoMemory,  // likewise, a record could not be had
+  kNoLevel,   // the source is one row or one column: the output is unchanged
+  kNoScratch, // likewise, because the scratch is too small
+  kNoMemory,  // likewise, because a record could not be allocated
 };
 
-// Smooths `source` over all scales into `output`, which has its size and may be the same plane.
-// `statistics` receives those of the largest level that is at most 200 wide; null: not wanted. With
-// a team, the last and largest step is shared where the scratch allows it.
+// Smooths `source` over all scales into `output`, which has the same size and may be the same
+// plane. `statistics`, unless null, receives those of the largest level at most 200 wide. With a
+// team, the last and largest step is shared if the scratch is large enough.
 //
-// Rounding moves the means of the levels off that of the source. They are scaled back to it, which
-// near zero is a ratio of rounding noise, unless `followed` is given: then they stay as they are,
-// and the coarsest follow those of earlier frames.
+// Rounding shifts the means of the levels away from that of the source. Without `followed` they are
+// scaled back to it, by a ratio that near zero is only rounding noise. With `followed` they are
+// left alone, and the coarsest levels follow those of earlier frames.
 PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
                              Plane<std::int16_t> output, PyramidScratch scratch,
                              MeanAndRange* statistics, Team* team,

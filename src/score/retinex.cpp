@@ -22,11 +22,11 @@ namespace {
 
 using Samples = Plane<std::int16_t>;
 
-// The log luminance that a frame's mean is moved towards, 1024·ln(0.18·4096): an 18 % grey.
+// The log luminance towards which a frame's mean is moved, 1024·ln(0.18·4096): an 18 % grey.
 constexpr double kGreyLog = 6761.438964354475;
 constexpr std::int32_t kLargestEnergy = 32767;
 
-// What the levels of the pyramid and the row buffers of its blends need, but for narrow frames.
+// The space for the pyramid levels and the row buffers of its blends; narrow frames need more.
 std::int64_t pyramidSamples(std::int64_t pixels) {
   return pixels < 2050 ? 1024 : pixels / 2;
 }
@@ -40,7 +40,7 @@ std::int16_t logLumaOf(std::int16_t linear) {
   return kLogTable[static_cast<std::size_t>(clampTo(linear, 0, kLinearLevels - 1))];
 }
 
-// energy = detail² / 1024, saturated. A square that leaves 31 bits counts as none.
+// energy = detail² / 1024, saturated. A square beyond 31 bits counts as 0.
 TLUX_MULTIVERSION void detailEnergy(const std::int16_t* __restrict logLuma,
                                     const std::int16_t* __restrict base, std::ptrdiff_t count,
                                     std::int16_t* __restrict energy) {
@@ -59,8 +59,8 @@ std::int32_t toDeviation(const Samples& plane, Team* team) {
   return convertSamples(plane, plane, deviationOf, team);
 }
 
-// `memory` holds workSamples(), the frame log luminance, counted from `anchor`. `steadiness` null:
-// the frame is by itself.
+// `memory` holds workSamples(), `frame` the log luminance relative to `anchor`. `steadiness` null:
+// the frame is independent of others.
 Result scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexFrame& frame,
                     std::int32_t anchor, Steadiness* steadiness, Team* team) {
   const std::int64_t pixels = std::int64_t{frame.width} * frame.height;

@@ -18,33 +18,32 @@ struct RetinexFrame {
   std::int32_t height;
 };
 
-// `workBuffer` holds 5 bytes a pixel; null: everything is allocated. Returns a result code.
+// `workBuffer` holds 5 bytes a pixel; null: all memory is allocated. Returns a result code.
 Result scoreFrame(MMemMgr manager, void* workBuffer, const RetinexFrame& frame);
 
-// The same of a frame that holds log luminance, of this mean, with a team to share the work or
-// null.
+// The same for a frame that holds log luminance with this mean; `team` shares the work or is null.
 Result scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, std::int32_t mean, Team* team);
 
-// The same of a frame that follows others, whose mean was entered.
+// The same for a frame that follows others, whose mean was entered.
 Result scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, Steadiness& steadiness,
                      Team* team);
 
-// What log luminance of that mean is counted from.
+// The reference value for log luminance of this mean.
 std::int32_t anchorOf(std::int32_t mean);
 
-// Pixels from which on a team shares the steps of a frame. The fuzzers set fewer.
+// From this many pixels a team shares the steps of a frame. The fuzzers set a smaller number.
 #ifndef TLUX_SHARED_PIXELS
 #define TLUX_SHARED_PIXELS 8192
 #endif
 inline constexpr std::int64_t kSharedPixels = TLUX_SHARED_PIXELS;
 
-// The team where a frame is large enough to share its steps, otherwise null: handing over those of
-// a small frame takes longer than doing them.
+// The team if the frame is large enough to share its steps, otherwise null: for a small frame,
+// handing over the work takes longer than doing it.
 inline Team* teamFor(Team& team, std::int64_t pixels) {
   return pixels >= kSharedPixels ? &team : nullptr;
 }
 
-// Log luminance of every code, by way of its linear light.
+// Log luminance of every code, derived from its linear light.
 std::array<std::int16_t, 256> logLumaOfCodes(const std::uint16_t* degamma);
 
 // What scoreFrame() without a work buffer takes out of a pool.

@@ -10,8 +10,8 @@
 namespace tlux::detail {
 namespace {
 
-// In pieces: the reciprocals are looked up first, which leaves a loop of plain arithmetic. The
-// scores, too, are held back for a piece, since they may replace an input.
+// In pieces: looking up the reciprocals first leaves a loop of plain arithmetic. The scores of a
+// piece are buffered too, since they may overwrite an input.
 TLUX_MULTIVERSION void scoreRow(const std::int16_t* logLuma, const std::int16_t* base,
                                 const std::int16_t* deviation, const std::uint32_t* reciprocals,
                                 std::int32_t contrast, std::ptrdiff_t width, std::uint16_t* score) {

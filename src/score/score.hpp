@@ -7,7 +7,7 @@
 
 namespace tlux::detail {
 
-// The planes that a score is made of, all of one size.
+// The inputs of a score, all of one size.
 struct ScorePlanes {
   Plane<const std::int16_t> logLuma;
   Plane<const std::int16_t> base;

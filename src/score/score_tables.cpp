@@ -5,9 +5,9 @@
 namespace tlux::detail {
 namespace {
 
-// ln(n + 1) − ln(n) = 2·(z + z³/3 + z⁵/5 + …) with z = 1 / (2n + 1). From n = 30 on, the terms left
-// out are below 2e-17 each; summed over the table the logarithm is off by less than 1e-11, while no
-// 1024·ln(v + 30) comes nearer to an integer than 1e-5: every entry is exact.
+// ln(n + 1) − ln(n) = 2·(z + z³/3 + z⁵/5 + …) with z = 1 / (2n + 1). From n = 30 on, the omitted
+// terms are below 2e-17 each; summed over the table the error of the logarithm is below 1e-11,
+// while no 1024·ln(v + 30) is closer to an integer than 1e-5: every entry is exact.
 constexpr auto makeLogTable() {
   std::array<std::int16_t, kLinearLevels> table{};
   double logarithm = 3.4011973816621555; // ln 30
@@ -22,7 +22,7 @@ constexpr auto makeLogTable() {
   return table;
 }
 
-// The roots grow with the energy, so each search starts at the root before.
+// The roots grow with the energy, so each search starts from the previous root.
 constexpr auto makeDeviationTable() {
   std::array<std::int16_t, kEnergyLevels> table{};
   std::int32_t root = 0;

@@ -11,8 +11,8 @@ namespace tlux::detail {
 inline constexpr std::int32_t kLinearLevels = 16384;
 extern const std::array<std::int16_t, kLinearLevels> kLogTable;
 
-// Local energy v, the mean square of the detail in 1/1024, to its deviation,
-// trunc(sqrt(1024·(v + 64))). The 64 is a floor: flat areas are not taken for detail.
+// Local energy v, the mean square of the detail in 1/1024, to its deviation, trunc(sqrt(1024·(v +
+// 64))). The 64 is a floor, so that noise in flat areas does not count as detail.
 inline constexpr std::int32_t kEnergyLevels = 32768;
 extern const std::array<std::int16_t, kEnergyLevels> kDeviationTable;
 

@@ -15,10 +15,10 @@ constexpr int kRing = 4;
 
 // The filters below run down columns and along rows alike: their inputs are rows of a plane, or one
 // row shifted by a sample or two. They stay out of line, since a compiler that sees the shifted row
-// keeps its samples from one step to the next and then finds no way to work on several at once.
+// carries its samples from one step to the next and then fails to vectorise.
 
-// Samples within this magnitude are worked on in 16 bits: twice interpolated, they grow by 36/32 at
-// most each time, and before the second time four of them still add up to less than 2^15.
+// Samples within this magnitude are processed in 16 bits: each of the two interpolations lets them
+// grow by 36/32 at most, and before the second one a sum of four is still below 2^15.
 constexpr std::int16_t kLargestShort = 7281;
 
 TLUX_MULTIVERSION bool isShort(const std::int16_t* row, std::ptrdiff_t width) {
@@ -31,7 +31,7 @@ TLUX_MULTIVERSION bool isShort(const std::int16_t* row, std::ptrdiff_t width) {
   return smallest >= -kLargestShort && largest <= kLargestShort;
 }
 
-// Each sample with half its weight in each of its neighbours: (1 2 1) / 4.
+// Each sample with half its weight spread over its neighbours: (1 2 1) / 4.
 TLUX_MULTIVERSION void smoothTaps(const std::int16_t* __restrict before,
                                   const std::int16_t* __restrict centre,
                                   const std::int16_t* __restrict after, std::ptrdiff_t count,
@@ -53,7 +53,8 @@ TLUX_MULTIVERSION void smoothShortTaps(const std::int16_t* __restrict before,
 }
 
 // Doubling puts two samples around each one, a quarter step away from it. `near` is the neighbour
-// on the side of the new sample, `far` the one beyond it, `opposite` the one on the other side.
+// on the side of the new sample, `far` the one beyond it, `opposite` the neighbour on the other
+// side.
 template <class Sample>
 [[gnu::always_inline]] inline void interpolateAs(const std::int16_t* __restrict far,
                                                  const std::int16_t* __restrict near,
@@ -100,11 +101,11 @@ void repeatEnds(std::int16_t* row, std::ptrdiff_t width) {
   std::fill_n(row + width, kPad, row[width - 1]);
 }
 
-// The rows of a small plane after smoothing, made when first asked for. A ring holds the last four,
-// which are all that one output row needs. Rows outside the plane repeat the edge.
+// The rows of a small plane after smoothing, made on demand. A ring holds the last four, all that
+// one output row needs. Rows outside the plane repeat the edge.
 class SmoothedRows {
  public:
-  // `scratch` holds kRing + 1 padded rows. No row before `first` is asked for.
+  // `scratch` holds kRing + 1 padded rows. No row before `first` is requested.
   SmoothedRows(Plane<const std::int16_t> plane, std::int64_t first, std::int16_t* scratch)
       : plane_(plane),
         stride_(std::ptrdiff_t{plane.width} + kRowPadding),
@@ -120,7 +121,7 @@ class SmoothedRows {
     }
     return slot(inside % kRing);
   }
-  // Of a row that was asked for.
+  // For a row that was requested.
   bool isShortRow(std::int64_t y) const { return isShort_[clamped(y) % kRing]; }
 
  private:
@@ -152,7 +153,7 @@ class SmoothedRows {
   std::ptrdiff_t stride_;
   std::int16_t* ring_;
   std::int64_t made_;  // rows before this one
-  bool isShortBefore_; // the input before the next row to be made
+  bool isShortBefore_; // whether the input row before the next one to be made is short
   bool isShortHere_;
   bool isShort_[kRing] = {};
 };
@@ -166,8 +167,8 @@ std::int32_t toQ8(double weight) {
   return saturatingTrunc<std::int32_t>(weight * 256 + 0.5);
 }
 
-// Doubles a padded row and blends it with `columns` samples of a large one, of which `out` may be
-// the same.
+// Doubles a padded row and blends it with `columns` samples of a large one, which may also be
+// `out`.
 template <class Sample, class Weight, class Interpolate>
 [[gnu::always_inline]] inline void doubleAndBlendAs(const std::int16_t* row,
                                                     const std::int16_t* large,
@@ -235,7 +236,7 @@ void smoothDoubleBlend(Plane<const std::int16_t> small, Plane<const std::int16_t
 
   for (std::int32_t y = outputRows.first; y < outputRows.end; ++y) {
     const std::int32_t k = y / 2;
-    const int side = y % 2 == 0 ? -1 : 1; // where the nearer neighbour lies
+    const int side = y % 2 == 0 ? -1 : 1; // direction of the nearer neighbour
     const auto rowAt = [&](int offset) { return rows.row(std::int64_t{k} + offset) - kPad; };
     const std::int16_t* const far = rowAt(2 * side);
     const std::int16_t* const near = rowAt(side);

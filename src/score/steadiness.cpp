@@ -9,16 +9,17 @@
 namespace tlux::detail {
 namespace {
 
-// A change of the mean log luminance by more than half a stop, 1024 · ln(2) / 2, is a cut. The mean
-// of a scene changes by less from frame to frame: a light that comes on moves it by its share of
-// the area times at most 1024 · ln(4125 / 30), from black to white, so by half a stop when it
-// floods 7 % of the picture; exposure control moves in thirds of a stop at most. And what is
-// followed slowly is never further off than a quarter of a stop, the anchor being half-way to grey.
+// A change of the mean log luminance by more than half a stop, 1024 · ln(2) / 2, is a cut. Within a
+// scene the mean changes by less from frame to frame: a light that comes on shifts it by its share
+// of the area times at most 1024 · ln(4125 / 30), from black to white, so by half a stop if it
+// covers 7 % of the picture; exposure control moves in thirds of a stop at most. The value that is
+// followed slowly is never off by more than a quarter of a stop, because the anchor is half-way to
+// grey.
 constexpr std::int32_t kCut = 355;
 
-// Two steps of 3/8 of the frames each. At 8 frames a ninth of a change arrives with the first
-// frame, and all but 1/2000 after three times the frames, (1 + n · share) · (1 − share)^n with n =
-// 24: less than what rounding to codes shows.
+// Two smoothing steps of 3/8 of the frames each. At 8 frames a ninth of a change arrives with the
+// first frame, and all but 1/2000 after three times the frames, (1 + n · share) · (1 − share)^n
+// with n = 24: less than is visible after rounding to codes.
 float shareFor(std::uint32_t frames) {
   return frames <= 2 ? 1.0F : 8.0F / (3.0F * static_cast<float>(frames));
 }

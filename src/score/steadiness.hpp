@@ -8,14 +8,15 @@
 
 namespace tlux::detail {
 
-// A number that follows another by way of a third, each moving by a share of what is missing:
+// A number that follows another through an intermediate one, each covering a share of the remaining
+// distance:
 //
 //   first += (wanted − first) · share,  second += (first − second) · share.
 //
-// It sets out gently: of a step, the first frame takes share², not share.
+// It starts gently: the first frame covers share² of a step, not share.
 class FollowedNumber {
  public:
-  // `share` 1: at once.
+  // `share` 1: jump to the value.
   float follow(float wanted, float share) {
     first_ += (wanted - first_) * share;
     second_ += (first_ - second_) * share;
@@ -27,13 +28,13 @@ class FollowedNumber {
   float second_ = 0;
 };
 
-// The coarsest levels of a pyramid: a light in one corner reaches the far wall through them.
+// The coarsest levels of a pyramid: they carry a light in one corner to the far wall.
 class FollowedLevels {
  public:
-  // Columns and rows of a level that is still followed; finer ones are local.
+  // Largest size, columns and rows, of a level that is followed; finer levels are local.
   static constexpr std::int32_t kLargestSide = 12;
 
-  // The next frame, its levels following in an order that is always the same.
+  // Starts the next frame; its levels come in the same order every time.
   void enter(float share) {
     share_ = share;
     used_ = 0;
@@ -48,14 +49,14 @@ class FollowedLevels {
   std::array<FollowedNumber, kCells> cells_;
 };
 
-// Keeps the tones of a video from moving faster than its scene does: what a score takes from more
-// than the neighbourhood of a pixel follows the scene over so many frames. A cut takes effect at
+// Keeps the tones of a video from moving faster than its scene: the parts of a score that depend on
+// more than a pixel's neighbourhood follow the scene over so many frames. A cut takes effect at
 // once. Nothing else is carried from frame to frame.
 class Steadiness {
  public:
-  // 0: every frame by itself, and so is 1, but with steady levels.
+  // 0: every frame by itself; 1: the same, but with steady levels.
   void setFrames(std::uint32_t frames) { frames_ = frames; }
-  // Forgets what was before: the next frame counts as a cut.
+  // Forgets earlier frames: the next frame counts as a cut.
   void reset() { width_ = 0; }
 
   // Takes in the size and the mean log luminance of the next frame.

@@ -13,7 +13,7 @@ constexpr int kMuchDarker = 80; // neighbours further below the centre than this
 constexpr int kWideSpan = 100;  // neighbours further apart than this are an edge of the speck
 constexpr int kNotBright = 191;
 constexpr int kGlaring = 250;
-constexpr int kSmallestShare = 50; // 1 / 50 of the pixels have to change
+constexpr int kSmallestShare = 50; // at least 1 / 50 of the pixels must change
 
 // Columns first..end − 1 of one row; returns how many were replaced.
 std::int64_t despeckleRow(const std::uint8_t* __restrict above, const std::uint8_t* __restrict row,
@@ -32,7 +32,7 @@ std::int64_t despeckleRow(const std::uint8_t* __restrict above, const std::uint8
       high = neighbour > high ? neighbour : high;
       darker = static_cast<std::uint8_t>(darker + (centre - neighbour > kMuchDarker));
     }
-    // Single bits instead of conditions that are skipped: the loop has no branch.
+    // Bit operations instead of short-circuit conditions, so the loop has no branch.
     const unsigned isSome = unsigned{darker >= 2} & unsigned{darker <= 6};
     const unsigned isEdge = unsigned{high - low > kWideSpan};
     const unsigned isGlare = unsigned{low <= kNotBright} & unsigned{high >= kGlaring};
@@ -43,7 +43,7 @@ std::int64_t despeckleRow(const std::uint8_t* __restrict above, const std::uint8
   return replaced;
 }
 
-// Rows and columns next to the border of two are only read.
+// The two outermost rows and columns are only read.
 void despeckle(const std::uint8_t* source, std::uint8_t* destination, std::int64_t width,
                std::int64_t height, std::int64_t level) {
   const auto copy = [=] {

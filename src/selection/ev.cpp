@@ -10,10 +10,10 @@ constexpr double kMaxRatio = 16.0; // 4 EV
 constexpr double kMaxEv = 4.0;
 constexpr int kHistogramBins = 4096;
 
-// The level that the bright end is brought to: 87.5 % of the 8 · 4096 steps of full scale.
+// The target level of the bright end: 87.5 % of the 8 · 4096 steps of full scale.
 constexpr double kBrightTarget = 28665.0;
 constexpr double kStepsPerLevel = 8.0;
-constexpr std::int64_t kBrightShare = 200; // one pixel of so many, 0.5 %
+constexpr std::int64_t kBrightShare = 200; // one pixel in 200, 0.5 %
 
 constexpr double kStepsPerEv = 20.0;
 constexpr double kEvStep = 0.05;
@@ -34,7 +34,8 @@ double evOfRatio(double ratio) {
   return ratio < 1.0 ? -evOfMagnitude(1.0 / ratio) : evOfMagnitude(ratio);
 }
 
-// The lowest level of the brightest pixels that together reach `share`; 0 when all do not.
+// The lowest level of the brightest pixels that together reach `share`; 0 if all pixels together do
+// not.
 int brightLevel(const std::uint64_t* histogram, std::int64_t share) {
   std::uint64_t sum = 0;
   for (int level = kHistogramBins - 1; level > 0; --level) {

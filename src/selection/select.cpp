@@ -13,7 +13,7 @@ std::int32_t toFixed16(double value) {
   return saturatingTrunc<std::int32_t>(value * 65536.0);
 }
 
-// EVs around a middle one in steps of 16.16 fixed point.
+// EVs as steps around a middle one, in 16.16 fixed point.
 struct Quantiser {
   std::int64_t middle;
   std::int64_t stepBelow;

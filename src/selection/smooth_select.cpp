@@ -13,7 +13,7 @@ constexpr int kReach = 2;
 constexpr int kTaps = 2 * kReach + 1;
 constexpr std::uint32_t kKernel[kTaps] = {35, 155, 256, 155, 35};
 
-// Sum of the taps that fall on the map at a position along an axis of `size` samples.
+// Sum of the taps that fall on the map at one position along an axis of `size` samples.
 std::uint32_t weightAt(std::int64_t position, std::int64_t size) {
   std::uint32_t weight = 0;
   for (int tap = 0; tap < kTaps; ++tap) {
@@ -23,7 +23,7 @@ std::uint32_t weightAt(std::int64_t position, std::int64_t size) {
   return weight;
 }
 
-// Weighted sums of the samples at five places: neighbours in a row, or rows above one another.
+// Weighted sums of the samples at five places: adjacent in a row, or in five consecutive rows.
 template <class Sample>
 void addTaps(const Sample* const (&taps)[kTaps], std::int64_t width,
              std::uint32_t* __restrict sums) {
@@ -66,11 +66,11 @@ void normaliseRow(const std::uint32_t* __restrict sums, std::int64_t width,
 
 // Columns that are smoothed at a time, through buffers on the stack.
 constexpr std::int64_t kPiece = 512;
-// Stands for the rows above and below the map.
+// Represents the rows above and below the map.
 constexpr std::uint32_t kZeros[kPiece] = {};
 
-// Working memory of one call: five rows of horizontal sums, of which each is written over when the
-// rows that need it are done. A low map has fewer.
+// Working memory of one call: five rows of horizontal sums, each reused once the rows that need it
+// are done. A map of fewer rows needs fewer.
 class SelectSmoother {
  public:
   SelectSmoother(MMemMgr manager, std::int64_t width, std::int64_t height)
@@ -78,7 +78,7 @@ class SelectSmoother {
 
   explicit operator bool() const { return static_cast<bool>(sums_); }
 
-  // A row is read before the one two rows above it is written, so both maps may be one.
+  // Reads a row before it writes the one two rows above, so both maps may be the same.
   void run(const std::uint8_t* source, std::uint8_t* destination) {
     for (std::int64_t y = 0; y < height_ + kReach; ++y) {
       if (y < height_) {
@@ -109,7 +109,7 @@ class SelectSmoother {
     }
   }
 
-  // Columns x to end - 1; beyond both ends of the row there are zeros.
+  // Columns x to end - 1; beyond both ends of the row samples are zero.
   void sumAcross(const std::uint8_t* row, std::int64_t x, std::int64_t end,
                  std::uint32_t* sums) const {
     std::uint8_t padded[kPiece + 2 * kReach] = {};
@@ -129,7 +129,8 @@ class SelectSmoother {
     std::uint32_t sums[kPiece];
     addTaps(rows, end - x, sums);
 
-    // Inside, one weight holds for the whole row; the first and last two columns have their own.
+    // Inside, one weight holds for the whole row; the first and last two columns have different
+    // ones.
     const std::uint32_t rowWeight = weightAt(y, height_);
     const auto normalise = [&](std::int64_t first, std::int64_t last) {
       const Normaliser normaliser = makeNormaliser(rowWeight * weightAt(first, width_));

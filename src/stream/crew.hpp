@@ -9,13 +9,13 @@
 
 namespace tlux::detail {
 
-// The caller's parallel for as a team. Parts claim items one by one: whichever run, in whatever
-// order, all is done when they have returned.
+// The caller's parallel for as a team. Parts claim items one by one: no matter which parts run, and
+// in what order, all items are done when they have returned.
 class CallersTeam : public Team {
  public:
   explicit CallersTeam(const TLUX_STREAM_OPTIONS& options);
 
-  // Whether it failed since this was asked last. What it left over was done all the same.
+  // Whether the parallel for failed since the last call. The items it left were done all the same.
   bool takeFailure();
 
  private:
@@ -27,19 +27,19 @@ class CallersTeam : public Team {
 };
 
 // Who works on the frames of a stream: the calling thread alone, the caller's parallel for, or
-// threads that stay with the stream.
+// threads owned by the stream.
 class Crew {
  public:
   explicit Crew(const TLUX_STREAM_OPTIONS& options);
 
   int size() const { return size_; }
 
-  // Makes sure of the stream's own threads. Fails when they cannot be started.
+  // Starts the stream's own threads if needed. False when that fails.
   Result start();
 
   // Null: the calling thread alone.
   Team* team();
-  // Whether the caller's parallel for failed since this was asked last.
+  // Whether the caller's parallel for failed since the last call.
   bool takeFailure() { return callers_ && callers_->takeFailure(); }
 
  private:

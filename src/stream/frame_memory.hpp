@@ -10,8 +10,8 @@
 
 namespace tlux::detail {
 
-// Where the working planes of a frame lie in one block. The score and the filter follow each other
-// and share their memory.
+// The layout of a frame's working planes in one block. Scoring and filtering follow each other and
+// share memory.
 class FrameLayout {
  public:
   FrameLayout(std::int32_t width, std::int32_t height, std::uint32_t workers);
@@ -37,7 +37,7 @@ class FrameLayout {
   std::int64_t bytes_;
 };
 
-// One block for the frames of a stream. It grows with them and is kept.
+// One block for the frames of a stream. It grows when needed and is kept.
 class FrameMemory {
  public:
   explicit FrameMemory(MMemMgr manager) : manager_(manager) {}
@@ -45,7 +45,7 @@ class FrameMemory {
   FrameMemory& operator=(const FrameMemory&) = delete;
   ~FrameMemory() { MMemFree(manager_, block_); }
 
-  // Makes room for a frame. Without memory, what earlier frames left is gone.
+  // Makes room for a frame. False when memory runs out; the data of earlier frames is then gone.
   Result reserve(const FrameLayout& layout);
 
   const FrameLayout& layout() const { return layout_; }
@@ -54,11 +54,11 @@ class FrameMemory {
   std::uint16_t* scores() const { return at<std::uint16_t>(layout_.scores_); }
   std::uint16_t* gains() const { return at<std::uint16_t>(layout_.gains_); }
 
-  // While the scores are made: a pool for that.
+  // Used while the scores are made, with a pool for them.
   std::int16_t* logLuma() const { return at<std::int16_t>(layout_.shared_); }
   MMemMgr scorePool() const;
 
-  // While the frame is filtered: the maps, and for each worker a pool.
+  // Used while the frame is filtered: the maps, and a pool for each worker.
   CoefficientPlanes coefficients() const;
   MMemMgr workerPool(int worker) const;
 
@@ -78,7 +78,7 @@ class FrameMemory {
   FrameLayout layout_{0, 0, 1};
 };
 
-// Blocks that filter in parallel at most: a band or a strip for each worker.
+// The largest number of blocks filtered in parallel: a band or a strip for each worker.
 constexpr int filterPools(std::uint32_t workers) {
   constexpr int kBands = 4;
   return workers > kBands ? static_cast<int>(workers) : kBands;

@@ -24,8 +24,8 @@ PlaneRows planeRowsOf(const TLUX_IMAGE& image, int plane) {
           static_cast<std::uintptr_t>(plane == 0 ? image.height : image.height / 2)};
 }
 
-// Rows may lie in the padding of other rows, as those of pictures side by side do: both are walked
-// from top to bottom.
+// Rows may lie in the padding of other rows, as in pictures stored side by side, so both planes are
+// walked from top to bottom.
 bool overlap(const PlaneRows& a, const PlaneRows& b) {
   if (a.end() <= b.first || b.end() <= a.first) return false;
   std::uintptr_t i = 0;

@@ -4,11 +4,11 @@
 
 namespace tlux::detail {
 
-// Whether a stream can take these: NV21 or NV12 of one format and even size, each plane there with
-// rows that fit its pitch, the output being the source or memory of its own.
+// Whether a stream accepts these frames: NV21 or NV12 of one format and even size, every plane
+// present with rows that fit its pitch, and an output that is the source or separate memory.
 bool isStreamPair(const TLUX_IMAGE& source, const TLUX_IMAGE& output);
 
-// Whether both have the same planes, given that they are a pair.
+// Whether a valid pair has the same planes.
 inline bool isInPlace(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
   return source.plane[0] == output.plane[0];
 }

@@ -11,20 +11,20 @@
 namespace tlux::detail {
 namespace {
 
-// More threads than that hardly shorten a frame: its smallest steps do not divide further.
+// More threads hardly speed up a frame: its smallest steps cannot be divided further.
 constexpr std::uint32_t kDefaultThreads = 4;
 
-// A quarter of a second of video. A lamp of 2 % of the picture moves the far half by less than 0.7
-// codes in the first frame, and nothing is left to move after 24.
+// A quarter of a second of video. A lamp that covers 2 % of the picture moves the far half by less
+// than 0.7 codes in the first frame, and nothing visible is left to move after 24.
 constexpr std::uint32_t kNaturalSteady = 8;
 
-// At strength 50 the mean C* of photographs (CIE 1976) grows by 7 %, and fewer of their pixels than
-// before have a channel at its end; at 100 per cent it is 19 %, and in saturated scenes every third
-// pixel is clipped. At 30 the colours are no stronger than those of the original, and lifted
-// shadows look grey.
+// At strength 50 the mean C* of photographs (CIE 1976) grows by 7 %, and fewer of their pixels are
+// clipped in a channel than before; at 100 % it grows by 19 %, and in saturated scenes every third
+// pixel is clipped. At 30 the colours are no stronger than in the original, and lifted shadows look
+// grey.
 constexpr std::uint32_t kNaturalColour = 50;
 
-// Processors that the process may use; those that are there where that cannot be told.
+// Processors that this process may use, or all processors where that is unknown.
 std::uint32_t usableProcessors() {
 #if defined(__linux__)
   cpu_set_t processors;

@@ -11,14 +11,14 @@ inline constexpr std::uint32_t kMostWorkers = 64;
 inline constexpr std::uint32_t kMostSteady = 1000;
 inline constexpr std::uint32_t kFullColour = 100; // per cent
 
-// The starting point of that name, which must be one of TLUX_TONES_*.
+// The preset for `tones`, which must be one of TLUX_TONES_*.
 TLUX_STREAM_OPTIONS optionsFor(std::uint32_t tones);
 
-// Copies a record of the caller's, null standing for the natural starting point. Invalid for a size
-// that no version had, of which nothing else is read, and for a field out of range.
+// Copies the caller's record; null means the natural preset. False for a size that no version had
+// (nothing else is then read) and for a field out of range.
 Result readOptions(const TLUX_STREAM_OPTIONS* given, TLUX_STREAM_OPTIONS& options);
 
-// Whether a stream that was opened with `from` can go on with `to`, both valid.
+// Whether a stream opened with `from` can continue with `to`, both valid.
 bool canChange(const TLUX_STREAM_OPTIONS& from, const TLUX_STREAM_OPTIONS& to);
 
 // How many threads or parts work on a frame, 1 to kMostWorkers.

@@ -11,7 +11,7 @@ namespace {
 constexpr int kReduction = 8;
 constexpr std::int32_t kRowsAtATime = 8;
 
-// Rows of the frame that row y of the reference is made of; below the frame, its last one.
+// The frame rows that row y of the reference is made from; below the frame, its last row.
 SourceRows rowsFor(Plane<const std::uint8_t> luma, std::int64_t y) {
   constexpr SubGrid kGrid = reductionOf(Sampling::k420, kReduction).luma;
   SourceRows rows{};

@@ -28,9 +28,9 @@ void copyRows(const StreamFrame& frame, int plane, std::int64_t first, std::int6
   }
 }
 
-// Makes the rows of a frame in tiles: luma, and while it is in the nearest cache the chroma. What
-// is made waits in buffers, since chroma is made of both lumas, of which the new one may replace
-// the old, and a range is kept by what was there before.
+// Makes the rows of a frame in tiles: luma first, then chroma while the luma is in the nearest
+// cache. Results wait in buffers, since chroma needs both lumas and the new one may overwrite the
+// old, and since clamping to a range needs the old samples.
 class TileWriter {
  public:
   explicit TileWriter(const StreamFrame& frame) : frame_(frame) {}
@@ -78,7 +78,7 @@ class TileWriter {
   const StreamFrame& frame_;
 };
 
-// The filter of a frame: its maps lie in the frame's memory, and so does what each worker needs.
+// The filter of a frame: its maps and the pool of each worker are in the frame's memory.
 class FrameFilter {
  public:
   FrameFilter(Crew& crew, const FrameMemory& memory, const StreamFrame& frame)
@@ -109,7 +109,7 @@ class FrameFilter {
     return {memory_.mapped(), memory_.reference(), kToneRadius, kToneRegularisation};
   }
 
-  // As the run: every band by itself.
+  // Each band separately, as in the run.
   void fitInBands() {
     filtered_ = splitIntoBands(guidedFrame(), memory_.coefficients(), pools_);
     shareItems(crew_.team(), kBandCount, [&](std::int64_t index, int /*slot*/) {
@@ -120,7 +120,7 @@ class FrameFilter {
     });
   }
 
-  // One band, the parts being no more than a share of the work.
+  // A single band; splitting it among workers does not change the result.
   void fitAllFinely() {
     const CoefficientPlanes maps = memory_.coefficients();
     filtered_.count = 1;

@@ -9,7 +9,7 @@
 
 namespace tlux::detail {
 
-// A frame, where its result goes, and how.
+// A frame, its destination and the settings.
 struct StreamFrame {
   const TLUX_IMAGE& source;
   const TLUX_IMAGE& output; // the source, or memory of its own
@@ -20,14 +20,14 @@ struct StreamFrame {
   bool isInPlace() const { return source.plane[0] == output.plane[0]; }
 };
 
-// Carries the mapped reference to the luma of the output along the edges of the source, and lets
-// its chroma follow. Fails, with nothing written, when the caller's parallel for fails.
+// Transfers the mapped reference to the output's luma, following the edges of the source, and
+// adapts its chroma. False, with nothing written, when the caller's parallel for fails.
 Result renderStreamFrame(Crew& crew, const FrameMemory& memory, const StreamFrame& frame);
 
 // The source as it is.
 void copyStreamFrame(const StreamFrame& frame);
 
-// What a worker takes out of a pool to filter a frame of that reference width.
+// What one worker takes out of a pool to filter a frame with this reference width.
 std::int64_t filterPoolBytes(std::int32_t refWidth);
 
 } // namespace tlux::detail

@@ -66,7 +66,7 @@ Result TLUX_STREAM::optimize(const StreamFrame& frame, std::uint32_t strength) {
   updateGainTable(strength);
   mapReference();
   if (crew_.takeFailure()) return Result::kNoThread;
-  // The filter smooths fine noise even where no tone changes: a video is then better left alone.
+  // The filter smooths fine noise even where no tone changes, so such a video is left alone.
   if (strength == 0 && frame.isVideoRange) {
     copyStreamFrame(frame);
   } else {
@@ -110,7 +110,7 @@ void TLUX_STREAM::mapReference() {
   });
 }
 
-// When asked for, since few callers ask.
+// Computed on request, since few callers ask.
 void TLUX_STREAM::fillGains() const {
   std::transform(memory_.scores(), memory_.scores() + memory_.layout().pixels(), memory_.gains(),
                  [this](std::uint16_t score) { return gainTable_[score]; });

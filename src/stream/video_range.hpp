@@ -14,12 +14,11 @@ inline constexpr std::int32_t kVideoChromaEnd = 240;
 // Full-range luma of every video code, rounded; codes outside the range give black or white.
 extern const std::array<std::uint8_t, 256> kFullRangeLuma;
 
-// Turns out = a · guide + b, Q10, which holds for full-range codes, into what holds for those of
-// video: a stays, b is scaled and moved.
+// Converts out = a · guide + b, Q10, from full-range codes to video codes: a stays, b is scaled and
+// shifted.
 void toVideoRange(const std::int32_t* a, std::int32_t* b, std::ptrdiff_t count);
 
-// Clamps results to the range low … high, but for samples that were outside before: those may stay
-// where they were.
+// Clamps results to low … high; a sample that was already outside may stay where it was.
 void keepInRange(const std::uint8_t* before, std::uint8_t* after, std::ptrdiff_t count,
                  std::uint8_t low, std::uint8_t high);
 

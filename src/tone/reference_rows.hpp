@@ -8,7 +8,7 @@
 
 namespace tlux::detail {
 
-// From a frame to its reference frame.
+// Reduction factor from a frame to its reference frame.
 inline constexpr std::int32_t kReferenceReduction = 8;
 
 // Reduces the source by 8 into rows of its reference frame.

@@ -13,11 +13,11 @@
 namespace tlux::detail {
 namespace {
 
-// Chroma rows that one thread makes at a time where they do not follow the luma.
+// Chroma rows that one thread makes at a time when they are made apart from the luma.
 constexpr std::int64_t kChromaRows = 32;
 
-// Makes rows of the output, each as a whole: filtered and copied columns, and while they are in the
-// nearest cache the chroma that belongs to them.
+// Makes whole rows of the output: filtered and copied columns, and, while they are in the nearest
+// cache, the chroma that belongs to them.
 class RowRenderer {
  public:
   RowRenderer(const TLUX_IMAGE& source, const TLUX_IMAGE& output, std::int64_t filteredColumns,
@@ -96,7 +96,7 @@ void copyChroma(const TLUX_IMAGE& source, const TLUX_IMAGE& output) {
 Result renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
                    const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest,
                    const TLUX_IMAGE* unfinishedReference) {
-  // A reference frame has even sides: the bands hold all of its rows.
+  // A reference frame has even sides, so the bands cover all of its rows.
   const auto fillReference = [&](Band rows) {
     if (unfinishedReference == nullptr) return;
     fillReferenceRows(source, *unfinishedReference, rows, Components::kChroma);
@@ -107,7 +107,7 @@ Result renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& ref
   if (!renderer.chromaFollows()) {
     fillReference({0, frame.height()});
     unfinishedReference = nullptr;
-    // Rows that the rule reaches in part only.
+    // The chroma rule may cover some rows only in part.
     if (rest == Rest::kCopied) copyChroma(source, output);
   }
 

@@ -9,22 +9,21 @@
 
 namespace tlux::detail {
 
-// The reference luma as it is and as it is wanted, of one size and pitch.
+// The reference luma before and after mapping, of one size and pitch.
 struct MappedReference {
   Plane<const std::uint8_t> luma;
   Plane<const std::uint8_t> mapped;
 };
 
-// What a render does with the parts of a frame that no filter reaches.
+// What a render does with the parts of a frame outside the filtered area.
 enum class Rest {
-  kKept,   // the output holds what it should
+  kKept,   // the output already holds the right content
   kCopied, // from the source; both frames are of one kind and size
 };
 
-// Carries the mapped reference to the luma of the output along the edges of the source, and lets
-// its chroma follow. After a failure nothing was filtered, but the chroma rule has run.
-// `unfinishedReference`: the reference frame where it has no chroma yet, which is then made when
-// the rows of the source are read anyway; otherwise null.
+// Transfers the mapped reference to the output's luma, following the edges of the source, and
+// adapts its chroma. After a failure nothing has been filtered, but the chroma rule has run. If
+// `referenceFrame` is not null, its chroma is made as well.
 Result renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& reference,
                    const TLUX_IMAGE& source, const TLUX_IMAGE& output, Rest rest,
                    const TLUX_IMAGE* unfinishedReference);

@@ -37,8 +37,8 @@ Result allocateScores(MMemMgr manager, TLUX_ENGINE& engine) {
   return Result::kOk;
 }
 
-// Fails when the engine has no scores of this size. Those of an earlier frame will do: better a
-// picture whose tones lag behind than none.
+// False when the engine has no scores of this size. Scores of an earlier frame are good enough:
+// tones that lag behind are better than no picture.
 Result updateScores(MMemMgr manager, Team& team, TLUX_ENGINE& engine) {
   const bool hasScores = engine.logGainMap != nullptr && engine.logGainWidth == engine.refWidth &&
                          engine.logGainHeight == engine.refHeight;
@@ -67,7 +67,7 @@ void mapOnTeam(Team& team, const TLUX_ENGINE& engine, Plane<const std::uint8_t> 
   });
 }
 
-// Whether the engine's reference frame is there and its blocks lie within the frame.
+// Whether the engine has a reference frame and its blocks lie within the frame.
 bool isReferenceFor(const TLUX_ENGINE& engine, const TLUX_IMAGE& source) {
   const TLUX_IMAGE* reference = referenceOf(engine);
   return engine.degammaTable != nullptr && engine.gammaTable != nullptr && reference != nullptr &&

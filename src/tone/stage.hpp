@@ -9,7 +9,7 @@
 
 namespace tlux::detail {
 
-// The engine's reference frame; null before the first frame, and of one that is too small for any.
+// The engine's reference frame; null before the first frame and when the frame is too small.
 inline TLUX_IMAGE*& referenceOf(TLUX_ENGINE& engine) {
   return engine.images[0];
 }
@@ -18,12 +18,12 @@ inline const TLUX_IMAGE* referenceOf(const TLUX_ENGINE& engine) {
   return engine.images[0];
 }
 
-// Whether a frame and the memory for its result are what a run can work on: both there, an NV12 or
-// NV21 frame, two planes each with rows of at least the width, room for the whole frame, and not
-// the same luma plane.
+// Whether a run can work on these records: both present, NV12 or NV21, two planes with rows of at
+// least the width, room for the whole frame, and different luma planes.
 bool isFramePair(const TLUX_IMAGE* source, const TLUX_IMAGE* output);
 
-// How many shall work on a frame: starting a thread for a small one takes longer than the frame.
+// How many threads to use for a frame: for a small one, starting a thread takes longer than the
+// work.
 int participantsFor(const TLUX_IMAGE& source);
 
 // The stage behind TLUX_Tonemapping(), for arguments that fit each other. Of the reference frame it
@@ -33,8 +33,8 @@ Result toneMapFrame(MMemMgr manager, WorkerTeam& team, TLUX_ENGINE& engine,
                     const TLUX_IMAGE& source, const TLUX_IMAGE& output, std::uint32_t strength,
                     Rest rest, const TLUX_IMAGE* unfinishedReference);
 
-// What toneMapFrame() takes out of a pool for a reference frame of this size, what it leaves in the
-// engine included.
+// What toneMapFrame() takes out of a pool for a reference frame of this size, including what it
+// leaves in the engine.
 std::int64_t toneMapPoolBytes(std::int32_t width, std::int32_t height, std::int64_t referencePitch);
 
 } // namespace tlux::detail
