@@ -11,10 +11,10 @@
 #include "platform/scratch.hpp"
 #include "tlux/smoothing.h"
 
-// The weight of a neighbour is looked up by the difference of the samples, in the table of its
-// distance. Two neighbours on opposite sides share that table, and a whole stretch of a row is
-// taken at once: differences, then look-ups, then sums, so that all but the look-ups run in
-// vectors.
+// The weight of a neighbour is looked up by the difference of the samples, in the table for its
+// distance. Two neighbours on opposite sides share a table, and a whole stretch of a row is
+// processed at once: differences, then look-ups, then sums, so everything but the look-ups
+// vectorises.
 namespace tlux::detail {
 namespace {
 
@@ -31,8 +31,8 @@ double gaussian(double distanceSquared, double sigma) {
   return std::exp(-distanceSquared / (2.0 * sigma * sigma));
 }
 
-// Half of the round window without its centre; the other half are the opposite places. Calls
-// visit(dx, dy).
+// Half of the round window without its centre; the other half is its mirror image. Calls visit(dx,
+// dy).
 template <class Visit>
 void forHalfWindow(std::int32_t radius, Visit visit) {
   for (std::int32_t dy = 0; dy <= radius; ++dy) {
@@ -42,8 +42,8 @@ void forHalfWindow(std::int32_t radius, Visit visit) {
   }
 }
 
-// Weights for all distances and differences, in such units that two of them fit 16 bits and those
-// of a window add up to 2²³ at most, so that sums of weighted bytes fit 31 bits.
+// Weights for all distances and differences, scaled so that two of them fit 16 bits and those of a
+// window add up to at most 2²³: sums of weighted bytes then fit 31 bits.
 class WeightTables {
  public:
   static std::int64_t valuesNeeded(std::int32_t radius) {
@@ -78,7 +78,7 @@ class WeightTables {
   }
 
  private:
-  // Places that differ by reflection share a table.
+  // Offsets that differ only by reflection share a table.
   static std::int32_t tableIndex(std::int32_t far, std::int32_t near) {
     return far * (far + 1) / 2 + near;
   }
@@ -86,8 +86,8 @@ class WeightTables {
   std::uint16_t* tables_;
 };
 
-// The rows of a window, each continued by `radius` repetitions of its first and last sample. Rows
-// above and below the plane are its first and last.
+// The rows of a window, each extended by `radius` copies of its first and last sample. Rows above
+// and below the plane repeat its first and last row.
 class PaddedRows {
  public:
   static std::int64_t bytesNeeded(std::int32_t width, std::int32_t radius) {
@@ -161,8 +161,8 @@ TLUX_MULTIVERSION void addWeighted(const Weighted& first, const Weighted& second
   }
 }
 
-// Rounded quotients. The sums are below 2³¹. The double quotient truncates exactly: where it is not
-// whole it is at least 1 / weight ≥ 2⁻²⁴ away from the next whole number.
+// Rounded quotients. The sums are below 2³¹. Truncating the double quotient is exact: unless it is
+// whole, it is at least 1 / weight ≥ 2⁻²⁴ away from the next whole number.
 TLUX_MULTIVERSION void divideRounded(const std::uint32_t* __restrict sums,
                                      const std::uint32_t* __restrict weightSums, std::int32_t count,
                                      std::uint8_t* __restrict out) {

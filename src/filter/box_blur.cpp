@@ -11,9 +11,9 @@
 #include "filter/prefix_sum.hpp"
 #include "platform/scratch.hpp"
 
-// Sums over the window's rows are kept per column and slid down row by row; the prefix sums of a
-// row of them give each window as one difference. The plane is overwritten on the way, so the last
-// r + 1 original rows are kept aside.
+// Sums over the window's rows are kept per column and slide down row by row; from the prefix sums
+// of a row of them each window is one difference. The plane is overwritten on the way, so the last
+// r + 1 original rows are kept.
 //
 // All sums are unsigned words that wrap, read as signed at the end for signed samples.
 namespace tlux::detail {
@@ -24,13 +24,13 @@ constexpr std::int64_t reciprocalOfArea(std::int64_t d) {
   return (d * d + 0x20000) / (2 * d * d);
 }
 
-// The largest radius whose reciprocal is not 0, and so the largest window that is ever summed.
+// The largest radius whose reciprocal is not 0, so the largest window that is ever summed.
 constexpr std::int32_t kLargestRadius = 180;
 static_assert(reciprocalOfArea(2 * kLargestRadius + 1) != 0 &&
               reciprocalOfArea(2 * kLargestRadius + 3) == 0);
 
-// 8-bit samples: windows of radius 7 fit 16 bits (225 · 255 and 225 · −128), and the mean never
-// passes the sample type. Columns fit 16 bits up to radius 127 (255 · 255 and 255 · −128).
+// 8-bit samples: windows of radius 7 fit 16 bits (225 · 255 and 225 · −128), and their mean never
+// exceeds the sample type. Columns fit 16 bits up to radius 127 (255 · 255 and 255 · −128).
 constexpr std::int32_t kLargestRadiusOf16BitSums = 7;
 constexpr std::int32_t kLargestRadiusOf16BitColumns = 127;
 
@@ -77,15 +77,15 @@ TLUX_OUT_OF_LINE void paddedPrefixSums(const Column* __restrict columns, std::in
   }
 }
 
-// (sum · k + 32768) >> 16 for any signed 32-bit sum: as unsigned, sum + 2³¹ exceeds it by 2³¹, and
-// the mean by 2¹⁵ · k, without a remainder. Needs k < 2¹⁶, that is, a radius above 0.
+// (sum · k + 32768) >> 16 for any signed 32-bit sum: as unsigned, sum + 2³¹ is too large by 2³¹,
+// which makes the mean too large by exactly 2¹⁵ · k. Needs k < 2¹⁶, that is, a radius above 0.
 constexpr std::int32_t roundedMean(std::uint32_t sum, std::uint16_t k) {
   const std::uint64_t product = std::uint64_t{sum + 0x80000000u} * k + 0x8000u;
   return static_cast<std::int32_t>(static_cast<std::uint32_t>(product >> 16) -
                                    (std::uint32_t{k} << 15));
 }
 
-// The halves of the 16 × 16-bit product apart: compilers have an instruction for each.
+// The halves of the 16 × 16-bit product separately: there is an instruction for each.
 template <class Sample>
 TLUX_OUT_OF_LINE void writeMeans(const std::uint16_t* __restrict sums,
                                  const std::uint16_t* __restrict ends, std::uint16_t k,
@@ -102,7 +102,7 @@ TLUX_OUT_OF_LINE void writeMeans(const std::uint16_t* __restrict sums,
 }
 
 // The product of 8-bit samples fits 32 bits, |sum · k| ≤ 255 · d² · k ≤ 255 · 130696, and the mean
-// 16; the upper bits, where an unsigned shift differs from a signed one, are cut off.
+// 16. An unsigned shift differs from a signed one only in the upper bits, which are dropped.
 template <class Sample>
 requires(sizeof(Sample) == 1) TLUX_OUT_OF_LINE
     void writeMeans(const std::uint32_t* __restrict sums, const std::uint32_t* __restrict ends,
@@ -115,8 +115,8 @@ requires(sizeof(Sample) == 1) TLUX_OUT_OF_LINE
   }
 }
 
-// The mean passes the type only next to its limits, so each stretch is looked at before it is
-// clamped. A mean is at most twice the type's range away.
+// The mean leaves the type only near its limits, so each stretch is checked before it is clamped. A
+// mean is at most twice the range of the type away.
 TLUX_MULTIVERSION void writeMeans(const std::uint32_t* __restrict sums,
                                   const std::uint32_t* __restrict ends, std::uint16_t k,
                                   std::int16_t* __restrict out, std::int32_t width) {
@@ -142,7 +142,7 @@ TLUX_MULTIVERSION void writeMeans(const std::uint32_t* __restrict sums,
   }
 }
 
-// No mean of 32-bit sums passes 32 bits, since k ≤ 7282 once the radius is above 0.
+// The mean of 32-bit sums always fits 32 bits, since k ≤ 7282 once the radius is above 0.
 TLUX_MULTIVERSION void writeMeans(const std::uint32_t* __restrict sums,
                                   const std::uint32_t* __restrict ends, std::uint16_t k,
                                   std::int32_t* __restrict out, std::int32_t width) {
@@ -151,7 +151,7 @@ TLUX_MULTIVERSION void writeMeans(const std::uint32_t* __restrict sums,
   }
 }
 
-// Asks for a row ahead of its use: processors foresee rows only up to the end of a memory page.
+// Requests a row ahead of its use: hardware prefetchers stop at the end of a memory page.
 void prefetch(const void* row, std::int64_t bytes) {
   constexpr std::int64_t kCacheLine = 64;
   const auto* first = static_cast<const std::byte*>(row);
@@ -177,8 +177,8 @@ Result blurRows(MMemMgr manager, Plane<Sample> plane, std::int32_t radius) {
   const auto kept = packedPlane(reinterpret_cast<Sample*>(block.get() + sumBytes + columnBytes),
                                 plane.width, keptRows);
 
-  // Rows that are not written yet come from the plane, the others from the kept ones. The last row
-  // is written after its last use.
+  // Rows that have not been written yet come from the plane, the others from the kept rows. The
+  // last row is written after its last use.
   const auto below = [&](std::int32_t y) { return plane.row(std::min(y, plane.height - 1)); };
   const auto above = [&](std::int32_t y) { return kept.row(std::max(y, 0) % keptRows); };
 

@@ -30,8 +30,8 @@ void addRow(const std::uint8_t* __restrict row, std::int32_t count,
   }
 }
 
-// Rounded means of blocks of factor × factor pixels, less at the right and bottom edge.
-// `columnSums` has room for a row.
+// Rounded means of blocks of factor × factor pixels; blocks at the right and bottom edge may be
+// smaller. `columnSums` has room for a row.
 void reduce(Plane<const std::uint8_t> in, std::int32_t factor, Plane<std::uint8_t> out,
             std::uint16_t* columnSums) {
   for (std::int32_t y = 0; y < out.height; ++y) {
@@ -67,8 +67,8 @@ BlockPoint blockPoint(std::int32_t pixel, std::int32_t factor, std::int32_t bloc
           static_cast<std::int32_t>((position % unit * 64 + factor) / unit)};
 }
 
-// |b| of one guide channel is at most 255 + 63.75 · 255 in Q10, so the sum fits 32 bits; the
-// difference of two may wrap on the way.
+// |b| for one guide channel is at most 255 + 63.75 · 255 in Q10, so the sum fits 32 bits; the
+// intermediate difference may wrap.
 constexpr std::int32_t mix(std::int32_t near, std::int32_t far, std::int32_t weight) {
   return wrappingAdd(near * 64, wrappingMul(wrappingSub(far, near), weight)) >> 6;
 }
@@ -81,8 +81,7 @@ TLUX_OUT_OF_LINE void mixRows(const std::int32_t* __restrict near,
   }
 }
 
-// Rows of smoothed coefficients, enlarged along the row; the two latest are kept, and one that is
-// mixed of them.
+// Rows of smoothed coefficients, enlarged along the row: the two latest, and one mixed from them.
 class EnlargedRows {
  public:
   static std::int64_t valuesNeeded(std::int32_t width) {

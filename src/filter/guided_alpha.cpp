@@ -39,7 +39,7 @@ void guidedAlpha(MMemMgr manager, const img* guide, const img* input, img* a, im
   for (std::int32_t y = 0; y < guide->height; ++y) {
     fit.fit(y);
     if (y % step != 0) continue;
-    // Rows of foreign memory need not be aligned to their samples.
+    // Rows of foreign memory may not be aligned to their samples.
     for (const auto& [image, coefficient] : {std::pair{a, 0}, std::pair{b, 1}}) {
       std::int32_t* values = rows.row(y, coefficient);
       for (std::int32_t x = 0; x < width; ++x) {

@@ -121,7 +121,7 @@ auto CoefficientMeans<Coefficients>::from(std::int32_t first) const -> RowsOfMea
 template <class Model>
 void applyCoefficients(typename CoefficientMeans<Model::kCoefficients>::RowsOfMeans means,
                        const std::uint8_t* guide, std::int32_t count, std::uint8_t* out) {
-  // By way of lines of its own, since the output may be the guide.
+  // Via separate line buffers, since the output may be the guide.
   constexpr std::int32_t kLine = 256;
   constexpr std::size_t kOfInput = Model::kGuides + 1;
   std::uint8_t lines[Model::kInputs][kLine];

@@ -11,12 +11,12 @@
 #include "filter/window_means.hpp"
 
 // The two passes of the guided filter (K. He, J. Sun, X. Tang: Guided Image Filtering, IEEE TPAMI
-// 35(6), 2013): in every window the input is fitted by a linear function of the guide's channels,
-// a · I + b; the output is the mean of the functions of all windows that hold the pixel.
+// 35(6), 2013). In every window the input is fitted by a linear function of the guide's channels, a
+// · I + b; the output is the mean of the functions of all windows that contain the pixel.
 namespace tlux::detail {
 
-// Rows of coefficients, each as wide as the image. Row y lies in slot y modulo the number of slots;
-// behind the slots is one row of zeros for rows outside.
+// Rows of coefficients, each as wide as the image. Row y is in slot y modulo the number of slots;
+// after the slots comes a row of zeros, used for rows outside.
 template <int Coefficients>
 struct CoefficientRows {
   std::int32_t* data;
@@ -50,7 +50,7 @@ class CoefficientFit {
   using Mean = typename Model::Mean;
   using Means = WindowMeans<Model::kMoments, Mean>;
   using Rows = CoefficientRows<Model::kCoefficients>;
-  // The channels of two rows, apart, with a stride of whole doubles.
+  // The channels of two rows, separated, with a stride of whole doubles.
   static constexpr int kPlanes = 2 * Model::kChannels;
   static std::int64_t planeStride(const Windows& windows) { return windows.width / 4 + 1; }
 
@@ -70,9 +70,9 @@ class CoefficientFit {
         means_(windows, memory + kPlanes * stride_),
         model_(model) {}
 
-  // Prepares for fit(y), to be followed by y + 1 and so on.
+  // Prepares for fit(y), which is then called for y, y + 1 and so on.
   void startAt(std::int32_t y);
-  // Guide and input are not read any more up to row y − r afterwards.
+  // Afterwards guide and input are no longer read up to row y − r.
   void fit(std::int32_t y);
 
  private:
@@ -108,11 +108,11 @@ class CoefficientMeans {
   CoefficientMeans(Rows coefficients, const Windows& windows, double* memory)
       : coefficients_(coefficients), means_(windows, memory) {}
 
-  // Takes the means of row y. Reads the coefficients up to row y + r.
+  // Moves to row y. Reads the coefficients up to row y + r.
   void startAt(std::int32_t y);
-  // Goes on to the next row, if there is one.
+  // Moves to the next row, if there is one.
   void advance();
-  // Of the row, from pixel `first` on.
+  // The means of the row, from pixel `first` on.
   RowsOfMeans from(std::int32_t first) const;
 
  private:

@@ -17,7 +17,7 @@ struct GuidedImages {
   WritableRows output;
 };
 
-// The images of a filter, when they are what it takes.
+// Whether the images meet the filter's requirements.
 inline bool areGuidedImages(const img* guide, std::int32_t channels, const img* input,
                             const img* output, std::int32_t radius) {
   return radius >= 0 && hasSamples(guide, channels, 8) && hasSamples(input, 1, 8) &&
@@ -31,8 +31,8 @@ struct PixelRect {
   std::int32_t bottom; // exclusive
 };
 
-// The guided filter with both passes going down the image together: the second one follows r rows
-// behind the first, so only the coefficients of 2r + 2 rows are held. Test it before use.
+// The guided filter with both passes moving down the image together: the second follows r rows
+// behind the first, so only the coefficients of 2r + 2 rows are kept. Test it before use.
 template <class Model>
 class GuidedFilter {
   using Fit = CoefficientFit<Model>;
@@ -40,14 +40,14 @@ class GuidedFilter {
   using Rows = CoefficientRows<Model::kCoefficients>;
 
  public:
-  // `largest` bounds the sizes that are filtered with this memory.
+  // `largest` is the upper bound of the sizes filtered with this memory.
   GuidedFilter(MMemMgr manager, const Windows& largest)
       : sums_(manager, Fit::doublesNeeded(largest) + Means::doublesNeeded(largest)),
         coefficients_(manager, Rows::valuesNeeded(largest.width, heldRows(largest))) {}
 
   explicit operator bool() const { return sums_ && coefficients_; }
 
-  // Filters images of the size of `windows` and writes the pixels of `region`.
+  // Filters images with the size of `windows` and writes the pixels of `region`.
   void run(const GuidedImages& images, const Windows& windows, const PixelRect& region,
            const Model& model = {}) const {
     const auto applyTo = [&](std::int32_t y, const Means& means) {
@@ -61,7 +61,7 @@ class GuidedFilter {
   }
 
   // Calls visit(y, CoefficientMeans) for the rows of a band. Guide and input may be overwritten up
-  // to the row of the call.
+  // to row y during the call.
   template <class Visit>
   void forMeansOfRows(ByteRows guide, ByteRows input, const Windows& windows, Band band,
                       const Model& model, Visit visit) const {

@@ -11,7 +11,8 @@ namespace {
 constexpr std::int32_t kChannels = ColourModel::kGuides;
 constexpr std::int32_t kSmallestBlock = 256;
 
-// One side of a block, and of what is filtered for it: the windows of its pixels' windows.
+// One dimension of a block, and the extent that is filtered for it: the windows of its pixels'
+// windows.
 struct Span {
   std::int32_t begin;
   std::int32_t end;
@@ -43,7 +44,7 @@ void guidedFilterInBlocks(MMemMgr manager, const img* guide, const img* input, i
   const std::int32_t height = guide->height;
   const std::int32_t largestSide = std::max(width, height);
   radius = std::min(radius, largestSide);
-  // With four radii a side, halos make a block at most twice as wide and high.
+  // With a side of four radii, the halos at most double the width and height of a block.
   const std::int32_t side = std::min(std::max(kSmallestBlock, 4 * radius), largestSide);
   const Windows largest(std::min(side + 4 * radius, width), std::min(side + 4 * radius, height),
                         radius);

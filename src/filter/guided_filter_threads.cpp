@@ -11,9 +11,9 @@ namespace {
 
 constexpr int kBands = 4;
 
-// Each pass is split into bands of rows. The second one starts when the first has ended for the
-// whole image: a band needs the coefficients of its neighbours, and in place it overwrites the rows
-// that they are fitted to.
+// Each pass is split into bands of rows. The second starts when the first has ended for the whole
+// image: a band needs the coefficients of its neighbours, and when filtering in place it overwrites
+// the rows that they are fitted to.
 void guidedFilterOnThreads(MMemMgr manager, const img* guide, const img* input, img* output,
                            std::int32_t radius) {
   if (!areGuidedImages(guide, 1, input, output, radius)) return;
@@ -28,7 +28,7 @@ void guidedFilterOnThreads(MMemMgr manager, const img* guide, const img* input, 
                                            Rows::valuesNeeded(windows.width, windows.height));
   if (!sums || !coefficients) return;
 
-  // Without threads the calling one does it all.
+  // If no thread can be started, the calling thread does it all.
   WorkerTeam team;
   const Rows rows(coefficients.get(), windows.width, windows.height);
   const auto firstRow = [&](std::int64_t band) {

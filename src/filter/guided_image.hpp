@@ -9,7 +9,7 @@
 
 namespace tlux::detail {
 
-// Rows of bytes: those of a table of pointers, as simple images have, or those of a plane, `pitch`
+// Rows of bytes, given by a table of pointers, as in simple images, or as a plane with rows `pitch`
 // bytes apart.
 template <class Byte>
 struct BasicRows {
@@ -21,7 +21,7 @@ struct BasicRows {
   Byte* operator[](std::int32_t y) const {
     return (table != nullptr ? table[y] : plane + y * pitch) + left;
   }
-  // The rows of a rectangle in these, which must be those of a table.
+  // The rows of a rectangle within these rows, which must come from a table.
   BasicRows from(std::ptrdiff_t leftBytes, std::int32_t top) const {
     return {table + top, nullptr, 0, left + leftBytes};
   }

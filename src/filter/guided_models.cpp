@@ -10,10 +10,10 @@ namespace {
 // Regularisation of the filters on simple images, on the scale of squared 8-bit values.
 constexpr std::int32_t kEpsilon = 10;
 
-// a = covariance / (variance + ε) in Q8 and b. The means are truncated, so the covariance of a flat
-// guide need not be 0; its variance is never negative, since the mean of the squares is at least
-// the square of the truncated mean. |covariance| ≤ 65025, so its Q8 form fits truncatedQuotient;
-// |a| is below 2¹⁴ and |b| below 2²³.
+// a = covariance / (variance + ε) in Q8, and b. The means are truncated, so the covariance of a
+// flat guide need not be 0; its variance is never negative, since the mean of the squares is at
+// least the square of the truncated mean. |covariance| ≤ 65025, so its Q8 form fits
+// truncatedQuotient; |a| is below 2¹⁴ and |b| below 2²³.
 void fitTruncating(const std::int32_t* __restrict meanI, const std::int32_t* __restrict meanP,
                    const std::int32_t* __restrict meanII, const std::int32_t* __restrict meanIp,
                    std::int32_t width, std::int32_t* __restrict a, std::int32_t* __restrict b) {
@@ -25,7 +25,7 @@ void fitTruncating(const std::int32_t* __restrict meanI, const std::int32_t* __r
   }
 }
 
-// The same in doubles, Q10. b is that of the truncated a, up to its own truncation. Both are far
+// The same in doubles, Q10. b belongs to the truncated a and is itself truncated. Both are far
 // inside 32 bits; see PlaneModel.
 void fitOneChannel(const double* __restrict meanI, const double* __restrict meanP,
                    const double* __restrict meanII, const double* __restrict meanIp, double epsilon,
@@ -40,7 +40,7 @@ void fitOneChannel(const double* __restrict meanI, const double* __restrict mean
 }
 
 // Solves (Σ + ε · 1) · a = covariance by Cramer's rule. Σ has no negative eigenvalue, so the
-// determinant is at least ε³, and |a| is at most 63.75. Scaled, truncated; b is exact for the
+// determinant is at least ε³, and |a| is at most 63.75. Scaled and truncated; b is exact for the
 // truncated a up to its own truncation.
 void fitThreeChannels(const std::array<const double*, ColourModel::kMoments>& m, double epsilon,
                       double one, std::int32_t width, const std::array<std::int32_t*, 4>& out) {

@@ -5,13 +5,13 @@
 #include <cstddef>
 #include <cstdint>
 
-// The linear functions that the guided filters fit in each window, input ≈ Σ a · guide + b: how
-// many guide channels and inputs there are, in which arithmetic a and b are found, and how they are
-// kept.
+// The linear functions that the guided filters fit in each window, input ≈ Σ a · guide + b: the
+// number of guide channels and inputs, the arithmetic used to find a and b, and how they are
+// stored.
 namespace tlux::detail {
 
-// Guide channels come first, then the inputs. Every input has a coefficient for each guide channel
-// and then b: input i has the coefficients i · (Guides + 1) to i · (Guides + 1) + Guides.
+// Guide channels come first, then the inputs. Every input has one coefficient for each guide
+// channel, then b: input i has the coefficients i · (Guides + 1) to i · (Guides + 1) + Guides.
 template <int Guides, int Inputs>
 struct GuidedShape {
   struct Product {
@@ -22,13 +22,13 @@ struct GuidedShape {
   static constexpr int kInputs = Inputs;
   static constexpr int kCoefficients = Inputs * (Guides + 1);
 
-  // What the fit needs the means of: the channels, and the products of two guide channels and of
-  // guide channel and input.
+  // The quantities whose means the fit needs: the channels, and the products of two guide channels
+  // and of a guide channel and an input.
   static constexpr int kChannels = Guides + Inputs;
   static constexpr int kProducts = Guides * (Guides + 1) / 2 + Guides * Inputs;
   static constexpr int kMoments = kChannels + kProducts;
 
-  // Rows of the upper triangle with the inputs as last columns: 00 01 02 0p 11 12 1p 22 2p.
+  // Rows of the upper triangle, with the inputs as last columns: 00 01 02 0p 11 12 1p 22 2p.
   static constexpr std::array<Product, kProducts> kProductsOf = [] {
     std::array<Product, kProducts> products{};
     std::size_t next = 0;
@@ -64,10 +64,10 @@ struct ColourModel : GuidedShape<3, 1> {
   void fit(const Means<Mean>& means, std::int32_t width, const Coefficients& out) const;
 };
 
-// Any ε from 1 on, fitted in doubles; Q10, and the output is rounded.
+// Any ε of at least 1, fitted in doubles; Q10, and the output is rounded.
 //
 // The standard deviation of bytes is at most 127.5, so |a| ≤ 127.5 · √v / (v + ε) ≤ 63.75 for a
-// guide of variance v; of three channels that is the length of the vector a. |b| is then below
+// guide of variance v; with three channels that is the length of the vector a. |b| is then below
 // 255 + 63.75 · 255 · √3 < 2¹⁵: 25 bits in Q10, whose sums over 2²⁸ pixels are exact in doubles.
 template <int Guides, int Inputs>
 struct PlaneModel : GuidedShape<Guides, Inputs> {

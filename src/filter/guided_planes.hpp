@@ -24,7 +24,7 @@ struct Smoothing {
   bool isValid() const { return radius >= 0 && epsilon >= 1; }
 };
 
-// Planes of one size, whose pixels have as many samples as the model has guides and inputs.
+// Planes of one size, with as many samples per pixel as the model has guides and inputs.
 struct GuidedPlanes {
   Plane<const std::uint8_t> guide;
   Plane<const std::uint8_t> input;

@@ -11,12 +11,12 @@
 
 namespace tlux::detail {
 
-// Never negative, whatever the rounding.
+// Clamped to 0, since rounding could make it negative.
 inline double varianceOf(double mean, double meanSquare) {
   return std::max(meanSquare - mean * mean, 0.0);
 }
 
-// What is known of the windows around the pixels of a row.
+// Statistics of the windows around the pixels of a row.
 template <int Moments>
 struct MomentRow {
   const std::uint8_t* samples;
@@ -24,17 +24,17 @@ struct MomentRow {
   const double* meanSquares; // null for one moment
 };
 
-// Calls visit(y, MomentRow) for the rows of a plane, from the top: the mean of the samples (and of
-// their squares, for two moments) in the windows of the given radius, cut off at the edges. A row
-// of the plane is read once, before it or any row below it is visited, so the visitor may overwrite
-// the row it is given. Without memory there is no visit.
+// Calls visit(y, MomentRow) for the rows of a plane from the top, with the mean of the samples (and
+// of their squares, for two moments) in windows of the given radius, cut off at the edges. A row of
+// the plane is read once, before it or any row below it is visited, so the visitor may overwrite
+// the row it is given. Returns false without a visit when memory runs out.
 template <int Moments, class Visit>
 Result forMomentsOfRows(MMemMgr manager, Plane<const std::uint8_t> plane, std::int32_t radius,
                         Visit visit) {
   using Means = WindowMeans<Moments, double>;
   const Windows windows(plane.width, plane.height, radius);
   const std::int32_t width = plane.width;
-  // Of the window's rows and the entering one; behind them a row of zeros for rows outside.
+  // The rows of the window and the entering row, followed by a row of zeros for rows outside.
   const std::int32_t keptRows = std::min(2 * windows.radiusY + 2, plane.height);
   const Scratch<double> sums(manager, Means::doublesNeeded(windows));
   const Scratch<std::uint8_t> kept(manager, (std::int64_t{keptRows} + 1) * width);

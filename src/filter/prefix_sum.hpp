@@ -4,9 +4,9 @@
 #include <cstring>
 #include <type_traits>
 
-// Running sums of a row, from which the sum over any stretch is one difference. They are a chain of
-// additions, which compilers leave scalar; here each step sums the lanes of one vector among
-// themselves and only the total of the step is passed on.
+// Running sums of a row, which give the sum over any stretch as one difference. They are a chain of
+// additions that compilers leave scalar; here each step sums the lanes within one vector, and only
+// the total is carried to the next step.
 namespace tlux::detail {
 namespace prefix {
 
@@ -58,12 +58,12 @@ To load(const From* from) {
 } // namespace prefix
 
 // sums[x] = start + values[0] + … + values[x]; returns the last one, or start for an empty row.
-// Integers wrap. Doubles that hold integers stay exact up to 2⁵³, in whatever order they are added.
+// Integers wrap. Doubles that hold integers stay exact up to 2⁵³, in any order of addition.
 template <class T>
 T prefixSums(const T* __restrict values, std::int32_t count, T start, T* __restrict sums) {
   using Lanes = typename prefix::Vector<T>::Type;
   constexpr std::int32_t kLanes = sizeof(Lanes) / sizeof(T);
-  constexpr int kVectors = 2; // a step, so that few additions wait for one another
+  constexpr int kVectors = 2; // per step, so that few additions depend on one another
   Lanes before = Lanes{} + start;
   std::int32_t x = 0;
   for (; x <= count - kVectors * kLanes; x += kVectors * kLanes) {
@@ -92,7 +92,8 @@ std::uint32_t widePrefixSums(const std::uint16_t* __restrict values, std::int32_
   using Value = std::conditional_t<Signed, std::int16_t, std::uint16_t>;
   using Wide =
       typename prefix::Vector<std::conditional_t<Signed, std::int32_t, std::uint32_t>>::Type;
-  // Each value moves to the upper half of a 32-bit lane; the shift down brings zeros or the sign.
+  // Each value moves to the upper half of a 32-bit lane; the shift down fills with zeros or the
+  // sign.
   const auto widen = [](Lanes16 interleaved) {
     return reinterpret_cast<Lanes32>(reinterpret_cast<Wide>(interleaved) >> 16);
   };

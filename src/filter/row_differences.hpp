@@ -5,7 +5,7 @@
 
 #include "base/multiversion.hpp"
 
-// What a row that enters a window brings to its sums, and a row that leaves takes.
+// The change that an entering and a leaving row make to the sums of a window.
 namespace tlux::detail {
 
 template <class Value>

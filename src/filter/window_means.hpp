@@ -10,11 +10,11 @@
 
 namespace tlux::detail {
 
-// Stands for any row outside the image.
+// Represents any row outside the image.
 inline constexpr std::int32_t kOutside = -1;
 
-// The windows of (2r + 1) × (2r + 1) pixels of an image, cut off at its edges. A radius beyond the
-// image is cut down to its size, which changes no window.
+// The windows of (2r + 1) × (2r + 1) pixels of an image, cut off at its edges. A radius larger than
+// the image is reduced to its size, which changes no window.
 struct Windows {
   Windows(std::int32_t imageWidth, std::int32_t imageHeight, std::int32_t radius)
       : width(imageWidth),
@@ -36,14 +36,14 @@ struct Windows {
 
 // The mean of each of Count quantities in all windows of one row, moving down row by row.
 //
-// The windows' sums are kept, and change by what the entering row brings and the leaving row takes.
-// The caller hands these differences over: writeDifferences(entering, leaving) returns a function
-// that, for a quantity and a row of doubles, writes the quantity's values in the row `entering`
-// minus those in the row `leaving`, where a row outside the image has the values 0.
+// The sums of the windows are kept, and change by the entering row minus the leaving row. The
+// caller supplies these differences: writeDifferences(entering, leaving) returns a function that,
+// for a quantity and a row of doubles, writes the quantity's values in row `entering` minus those
+// in row `leaving`; a row outside the image counts as 0.
 //
-// Sums are integers, held exactly in doubles. Integer means are truncated toward zero, exactly so
-// while the sums stay clear of 2⁵¹: pixel products are below 2¹⁶ and coefficients below 2²³, which
-// is enough for windows of 2²⁸ pixels.
+// Sums are integers, held exactly in doubles. Integer means are truncated toward zero, which is
+// exact while the sums stay below 2⁵¹: pixel products are below 2¹⁶ and coefficients below 2²³,
+// enough for windows of 2²⁸ pixels.
 template <int Count, class Mean>
 class WindowMeans {
   static_assert(sizeof(Mean) <= sizeof(double));
@@ -65,7 +65,7 @@ class WindowMeans {
     return reinterpret_cast<const Mean*>(means_ + std::int64_t{quantity} * windows_.width);
   }
 
-  // Takes the means of row y.
+  // Moves to row y.
   template <class WriteDifferences>
   void startAt(std::int32_t y, WriteDifferences&& writeDifferences) {
     y_ = y;
@@ -76,7 +76,7 @@ class WindowMeans {
     }
   }
 
-  // Goes on to the means of the next row, if there is one.
+  // Moves to the next row, if there is one.
   template <class WriteDifferences>
   void advance(WriteDifferences&& writeDifferences) {
     const std::int32_t entering = y_ + windows_.radiusY + 1;

@@ -11,7 +11,7 @@
 
 namespace tlux::detail {
 
-// What the smoothed coefficients of a band are like.
+// The range of a band's smoothed coefficients.
 enum class Coefficients {
   kNone,  // they could not be computed
   kShort, // they fit ShortGroups
@@ -20,16 +20,16 @@ enum class Coefficients {
 
 Coefficients computeCoefficients(const GuidedBand& band);
 
-// Of coefficients whose magnitudes ShortGroups can do with.
+// For coefficients within the magnitudes that ShortGroups supports.
 constexpr Coefficients smallCoefficients(std::int32_t lowWidth) {
   return lowWidth < kFewestShortCells ? Coefficients::kLong : Coefficients::kShort;
 }
 
-// The bands of a frame, and what became of them.
+// The bands of a frame and their results.
 struct FilteredBands {
   std::array<GuidedBand, kBandCount> bands{};
   std::array<Coefficients, kBandCount> coefficients{};
-  int count = kBandCount; // that are filtered
+  int count = kBandCount; // bands that are filtered
 };
 
 // Four bands of equal height, each with a pool of its own.

@@ -72,7 +72,7 @@ TLUX_MULTIVERSION void writeMapMeans(MapSums& windows, Band rows, Band clampRows
   writeAllMeans(windows, rows, clampRows, mean, width, destination);
 }
 
-// Box means of `rows`, the window's rows clamped to `clampRows`.
+// Box means of `rows`, with window rows clamped to `clampRows`.
 Result boxMeans(MMemMgr manager, Band rows, Band clampRows, Plane<const std::int32_t> source,
                 std::int32_t* destination, std::int32_t radius) {
   if (rows.first >= rows.end) return Result::kOk;

@@ -10,18 +10,18 @@
 
 namespace tlux::detail {
 
-// Memory that smoothBand() asks for, in bytes.
+// Memory that smoothBand() needs, in bytes.
 std::int64_t blockMeanScratchBytes(std::int32_t width, std::int32_t radius);
 
-// A band of a map and the rows that may be written; rows outside the band are only written where
-// the three-tap groups of a band shorter than the radius reach over its edges.
+// A band of a map and the rows that may be written. Rows outside the band are written only where
+// the three-tap groups of a band shorter than the radius extend over its edges.
 struct SmoothedBand {
   std::int32_t first;
   std::int32_t rows;
   Band writable;
 };
 
-// Smooths a band within itself; see BlockMeanVarIntMTBorder(). The destination is packed.
+// Smooths a band using only its own rows; see BlockMeanVarIntMTBorder(). The destination is packed.
 Result smoothBand(MMemMgr manager, SmoothedBand band, Plane<const std::int32_t> source,
                   std::int32_t* destination, std::int32_t radius);
 

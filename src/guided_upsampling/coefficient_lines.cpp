@@ -10,8 +10,8 @@
 namespace tlux::detail {
 namespace {
 
-// Results go through a short buffer, so that compilers need not fear that the output lies over the
-// guide, which it may.
+// Results go through a short buffer, since the output may be the guide and compilers could not
+// vectorise otherwise.
 constexpr std::ptrdiff_t kBlock = 256;
 
 template <int kPhase>

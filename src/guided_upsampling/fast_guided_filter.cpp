@@ -10,7 +10,7 @@
 namespace tlux::detail {
 namespace {
 
-// What a worker keeps for lines is the same whichever way it goes.
+// A worker's line memory is the same either way.
 static_assert(ShortGroups::scratchSamples(kFewestShortCells) * sizeof(ShortGroups::Sample) <=
               LongGroups::scratchSamples(kFewestShortCells) * sizeof(LongGroups::Sample));
 

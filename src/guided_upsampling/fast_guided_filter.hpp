@@ -11,8 +11,8 @@
 #include "platform/worker_team.hpp"
 
 // A frame is filtered in two shares of work: the coefficients of its four bands, then strips of the
-// full-resolution rows. What is done with a row is the caller's: FastGuideFilterMT() stores it,
-// MultiThreadGuideTone() takes it for a change of luma, a run goes on to its chroma.
+// full-resolution rows. The caller decides what happens to a row: FastGuideFilterMT() stores it,
+// MultiThreadGuideTone() interprets it as a change of luma, a run continues with its chroma.
 namespace tlux::detail {
 
 // Calls work(strip) for all strips of the first `bandCount` bands of a frame.
@@ -37,8 +37,8 @@ Result filterInStrips(MMemMgr manager, const GuidedFrame& frame, std::int64_t wo
   return Result::kOk;
 }
 
-// The same with threads for this call alone. Result codes as FastGuideFilterMT(): when a thread
-// cannot be started, as many bands are done as others were.
+// The same with threads for this call only. Result codes as FastGuideFilterMT(): if a thread cannot
+// be started, only as many bands are done as threads were started.
 template <class Work>
 Result filterOnThreads(MMemMgr manager, const GuidedFrame& frame, std::int64_t workerBytes,
                        Work work) {

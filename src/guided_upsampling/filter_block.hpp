@@ -10,19 +10,19 @@
 
 namespace tlux::detail {
 
-// Size of the private pool that holds what a worker allocates: the filter's buffers and `ownBytes`
-// of the caller's.
+// Size of the private pool for a worker's allocations: the filter's buffers and `ownBytes` of the
+// caller's.
 std::int64_t workerPoolBytes(std::int32_t lowWidth, std::int32_t radius, std::int64_t ownBytes = 0);
 
 // Layout of the block that filterInStrips() works in: four maps, then the memory of four workers.
-// One block, since a heap that got them back one by one would return the pages to the system, and
-// fault them in again with every frame.
+// It is one block because a heap that gets several back one by one returns the pages to the system
+// and faults them in again with every frame.
 class FilterBlock {
  public:
   constexpr FilterBlock(std::int64_t lowWidth, std::int64_t lowHeight, std::int64_t workerBytes)
       : samples_(lowWidth * lowHeight), share_((workerBytes + 7) / 8 * 8) {}
 
-  // Negative when 64 bits do not hold them.
+  // Negative if the size does not fit 64 bits.
   constexpr std::int64_t bytes() const {
     std::int64_t total = 0;
     const bool tooMany = __builtin_mul_overflow(samples_, kMapBytes, &total) ||

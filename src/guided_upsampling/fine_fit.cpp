@@ -14,11 +14,12 @@ namespace {
 using FineSums = GuideSums<std::uint8_t, std::uint32_t>;
 
 constexpr double kArea = windowArea(kFineRadius);
-constexpr int kShiftA = 10;     // sums of 1024 numbers in Q10 to their mean in Q10
-constexpr int kShiftB = 10 - 2; // in Q8 to Q10
+constexpr int kShiftA = 10;     // mean in Q10 from sums of 1024 numbers in Q10
+constexpr int kShiftB = 10 - 2; // from Q8 to Q10
 
-// Added to b so that cutting results down to whole codes rounds them: half a code, and what the
-// enlargement takes off a, 7/16 of 2^-10 on average, along rows and down columns, at a mid code.
+// Added to b so that truncating results to whole codes rounds them: half a code, plus what the
+// enlargement truncates from a, 7/16 of 2^-10 on average along rows and again down columns, at a
+// mid code.
 constexpr std::int32_t kRounding = 512 + 2 * 7 * 112 / 16;
 
 struct FineMaps {
@@ -33,7 +34,7 @@ std::int32_t roundedTo(double value) {
 }
 
 // Sums of at most 1024 · 255² and their products with 1024 and each other are whole numbers below
-// 2^53: doubles hold them exactly.
+// 2^53, which doubles hold exactly.
 TLUX_INLINED void solveFinely(const std::array<std::uint32_t*, 4>& sums, const FineMaps& out,
                               std::ptrdiff_t row) {
   const std::uint32_t* __restrict guide = sums[0];

@@ -17,7 +17,7 @@ namespace {
 
 using SumRows = std::array<std::uint32_t*, 4>;
 
-// Sums of larger windows may leave 31 bits.
+// Sums of larger windows may exceed 31 bits.
 constexpr std::int32_t kLargestPlainRadius = 90;
 
 struct Moments {
@@ -27,7 +27,7 @@ struct Moments {
   std::uint32_t variance;
 };
 
-// The sums are read as signed, the rest wraps.
+// The sums are read as signed, everything else wraps.
 template <class Mean>
 TLUX_INLINED Moments momentsOf(Mean mean, std::uint32_t guide, std::uint32_t input,
                                std::uint32_t guideSquare, std::uint32_t product) {
@@ -53,10 +53,10 @@ inline bool isUnsolvable(std::uint32_t variance, std::uint32_t eps) {
 constexpr std::int32_t kLargestCovariance = (1 << 14) - 1;
 constexpr std::int32_t kLargestDenominator = (1 << 24) - 1;
 
-// As solveRow() for rows whose windows all have a solution, where the operands of all quotients are
-// below 2^24 and thus exact as floats: the float quotient's rounding error is at most 2^-24 of a
-// dividend below 2^24, over the divisor d, so below 1/d; a quotient that is no integer is at least
-// 1/d away from the next. False where an operand is larger: the row is left to solveRow().
+// As solveRow(), for rows whose windows all have a solution and where the operands of all quotients
+// are below 2^24 and so exact as floats. The rounding error of the float quotient is at most 2^-24
+// of a dividend below 2^24, over the divisor d, so below 1/d; a quotient that is no integer is at
+// least 1/d away from the next. False if an operand is larger: the row is left to solveRow().
 template <class Mean>
 TLUX_INLINED bool solveShortRow(const SumRows& sums, Mean mean, std::uint32_t eps,
                                 std::int32_t* __restrict aRow, std::int32_t* __restrict bRow,
@@ -80,12 +80,12 @@ TLUX_INLINED bool solveShortRow(const SumRows& sums, Mean mean, std::uint32_t ep
   return others == 0;
 }
 
-// a = covariance · 1024 / (variance + eps), truncated toward zero. Ends before the first window
-// that has no solution; returns how many were solved.
+// a = covariance · 1024 / (variance + eps), truncated toward zero. Stops before the first window
+// without a solution; returns how many were solved.
 //
-// The double quotient truncates to the exact one: both operands are exact, its rounding error is
-// below 2^-53 of a quotient under 2^31, and a quotient that is no integer is at least 1 / 2^31 away
-// from the next. −2^31 / −1 saturates.
+// Truncating the double quotient is exact: both operands are exact, its rounding error is below
+// 2^-53 of a quotient under 2^31, and a quotient that is no integer is at least 1 / 2^31 away from
+// the next. −2^31 / −1 saturates.
 template <class Mean>
 TLUX_INLINED std::ptrdiff_t solveRow(const SumRows& sums, Mean mean, std::uint32_t eps,
                                      std::int32_t* __restrict aRow, std::int32_t* __restrict bRow,
@@ -152,7 +152,7 @@ Result guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
   const Scratch<std::uint32_t> scratch(manager, ByteSums::scratchCount(input.width, radius));
   if (!scratch) return Result::kNoMemory;
   ByteSums windows(scratch.get(), input.width, radius, {input, guide});
-  // No mean square is then below the square of the mean.
+  // Then no mean square is below the square of the mean.
   const bool isSolvable = eps > 0 && radius <= kLargestPlainRadius;
   const SolvedMaps out = {a, b, input.width, static_cast<std::uint32_t>(eps), isSolvable};
   const Band image = {0, input.height};

@@ -10,7 +10,7 @@
 
 namespace tlux::detail {
 
-// Memory that guideBlock() asks for, in bytes.
+// Memory that guideBlock() needs, in bytes.
 std::int64_t guideBlockScratchBytes(std::int32_t width, std::int32_t radius);
 
 // Linear coefficients of the guided filter for rows of a plane; see GuideBlockIntMT(). The maps are
@@ -19,7 +19,7 @@ Result guideBlock(MMemMgr manager, Band rows, Plane<const std::uint8_t> input,
                   Plane<const std::uint8_t> guide, std::int32_t* a, std::int32_t* b,
                   std::int32_t radius, std::int32_t eps);
 
-// The same of a whole plane in floating point; see GuideBlock().
+// The same for a whole plane in floating point; see GuideBlock().
 Result guideBlock(MMemMgr manager, Plane<const float> input, Plane<const float> guide, float* a,
                   float* b, std::int32_t radius, float eps);
 

@@ -46,7 +46,7 @@ class EnlargedMap {
   float* line_;
 };
 
-// An image that is released at the end of its scope; null when it could not be had.
+// An image released at the end of its scope; null when the allocation failed.
 class ScratchImage {
  public:
   ScratchImage(MMemMgr manager, std::int32_t width, std::int32_t height, std::uint32_t format)

@@ -9,7 +9,7 @@
 
 namespace tlux::detail {
 
-// What the filter is fitted to, at low resolution: the wanted picture and its guide, of one size.
+// The inputs of the fit, at low resolution: the target picture and its guide, of one size.
 struct GuidedFrame {
   Plane<const std::uint8_t> input;
   Plane<const std::uint8_t> guide;
@@ -20,7 +20,7 @@ struct GuidedFrame {
   std::int32_t height() const { return guide.height; }
 };
 
-// As the tones are made.
+// The settings used for tones.
 inline constexpr std::int32_t kToneRadius = 16;
 inline constexpr std::int32_t kToneRegularisation = 20;
 
@@ -32,13 +32,13 @@ struct CoefficientPlanes {
   std::int32_t* smoothB;
 };
 
-// The rows of a frame that are fitted and smoothed together, by one worker.
+// The rows of a frame that one worker fits and smooths together.
 struct GuidedBand {
   GuidedFrame frame;
   CoefficientPlanes maps;
   MMemMgr manager; // of that worker
   std::int32_t firstRow;
-  std::int32_t rowCount; // those past the frame are left out
+  std::int32_t rowCount; // rows past the end of the frame are skipped
 
   Band rows() const {
     const std::int64_t end = std::int64_t{firstRow} + rowCount;

@@ -8,26 +8,25 @@
 #include "platform/simd_level.hpp"
 
 // The last step of the guided filter in 16-bit lanes. A group is the eight full-resolution rows
-// from one row of coefficients to the next, a cell the eight columns from one sample to the next:
-// rows of luma are made a cell or more at a time, all eight of them from one interpolation along x,
-// with what lies between in registers.
+// from one row of coefficients to the next, a cell the eight columns from one sample to the next.
+// Luma is made a cell or more at a time, all eight rows from one interpolation along x, with
+// intermediate values in registers.
 namespace tlux::detail {
 
-// For coefficients within these magnitudes, as those of pictures are: slopes then differ by less
-// than 2^15, and b / 2^10 by less than 2^15. The narrowest frames would not fill a vector.
+// The limits of the coefficients, which those of pictures respect: slopes then differ by less than
+// 2^15, and b / 2^10 by less than 2^15. The narrowest frames would not fill a vector.
 inline constexpr std::int32_t kLargestShortA = (1 << 14) - 1;
 inline constexpr std::int32_t kLargestShortB = 1 << 23;
 inline constexpr std::int32_t kFewestShortCells = 8;
 
-// A row of coefficients, split for 16 bits, one element per cell. With a' and b' of the next
-// sample, the last one being its own next, and X = 8 · b, which is taken apart as high · 2^13 +
-// low:
+// A row of coefficients, split into 16-bit parts, one element per cell. a' and b' belong to the
+// next sample (the last one is its own next), and X = 8 · b is split into high · 2^13 + low:
 struct CellRow {
   std::int16_t* a;
   std::int16_t* aStep;      // a' − a
   std::int16_t* middleHigh; // X half-way, 4 · (b + b'); low 0 … 8191
   std::int16_t* middleLow;
-  std::int16_t* stepHigh; // of X from column to column, b' − b; low −4096 … 4095
+  std::int16_t* stepHigh; // change of X per column, b' − b; low −4096 … 4095
   std::int16_t* stepLow;
 
   static constexpr std::int64_t samples(std::int64_t cells) { return 6 * cells; }
@@ -51,18 +50,18 @@ struct LumaRows {
   LumaRows from(std::ptrdiff_t column) const { return {top + column, pitch}; }
 };
 
-// The full-width line of coefficients that a group begins with: what the kernels keep of it from
-// one group to the next, in an order of theirs.
+// The full-width line of coefficients at the top of a group: kept by the kernels from one group to
+// the next, in an order of their own.
 constexpr std::int64_t lineSamples(std::int64_t cells) {
   constexpr std::int64_t kCellsOfAVector = 8; // the most
   return 3 * kUpsampling * (cells + kCellsOfAVector - 1);
 }
 
-// Kernels read up to this many samples beyond the end of a CellRow, whatever they are.
+// Kernels read up to this many samples past the end of a CellRow and ignore their values.
 inline constexpr std::int64_t kCellSlack = 7;
 
-// A part of a group: columns first … end − 1, first being a multiple of 64, end another or the
-// last, and as many of its rows, from the top, as there are to be made.
+// A part of a group: columns first … end − 1, where first is a multiple of 64 and end is another or
+// the last column, and the rows to be made, counted from the top.
 struct GroupPart {
   std::ptrdiff_t first;
   std::ptrdiff_t end;
@@ -73,8 +72,8 @@ struct RowGroupKernels {
   void (*splitCells)(const std::int32_t* a, const std::int32_t* b, std::ptrdiff_t cells,
                      const CellRow& row);
   void (*startLine)(const CellRow& row, std::ptrdiff_t cells, std::int16_t* line);
-  // `line` is that above the group, and for these columns becomes the one below, that of `lower`.
-  // guide and out begin with the first column; out may be guide.
+  // On entry `line` holds, for these columns, the line above the group; on return the one below,
+  // made from `lower`. guide and out begin with the first column; out may be guide.
   void (*makeLuma)(const CellRow& lower, const GroupPart& part, std::int16_t* line,
                    LumaRows<const std::uint8_t> guide, LumaRows<std::uint8_t> out);
 };

@@ -53,8 +53,8 @@ struct LinePair {
   Line high;
 };
 
-// An eighth step to a later column or row counts back from the next sample, since the upper half of
-// a product with k · 2^13 is k/8 of a number for −4 <= k < 4 only.
+// A step of k/8 to a later column or row is counted back from the next sample, since the upper half
+// of a product with k · 2^13 is k/8 of a number only for −4 <= k < 4.
 constexpr int eighthsFor(int phase) {
   return phase < kUpsampling / 2 ? phase : phase - kUpsampling;
 }
@@ -63,8 +63,8 @@ constexpr std::int16_t scaleFor(int phase) {
   return static_cast<std::int16_t>(eighthsFor(phase) * (1 << 13));
 }
 
-// The line at the columns of cells. In 8 · b = high · 2^13 + low, low stays within 16 bits, counted
-// from the middle of the cell.
+// The line at the columns of cells. In 8 · b = high · 2^13 + low, low stays within 16 bits when
+// counted from the middle of the cell.
 [[gnu::always_inline]] inline Line interpolate(Shorts a, Shorts aStep, Shorts middleHigh,
                                                Shorts middleLow, Shorts stepHigh, Shorts stepLow) {
   constexpr EightShorts kScales = {{scaleFor(0), scaleFor(1), scaleFor(2), scaleFor(3), scaleFor(4),
@@ -88,7 +88,7 @@ constexpr std::int16_t scaleFor(int phase) {
                       stepLow.high)};
 }
 
-// Where the line of a cell is kept.
+// Where the line of a cell is stored.
 constexpr std::ptrdiff_t lineOffset(std::ptrdiff_t cell) {
   return 3 * kUpsampling * cell;
 }
@@ -114,9 +114,9 @@ void startLine(const CellRow& row, std::ptrdiff_t cells, std::int16_t* line) {
   }
 }
 
-// Going down the rows of a group: a between two lines, and X = 8 · b = high · 2^13 + low, which
-// grows by stepHigh and stepLow from row to row. Of row k, low is within ±|k − 4| · 2^12 of
-// 0 … 8191, so that 8 · 1023 can be added to it.
+// Moves down the rows of a group: a between two lines, and X = 8 · b = high · 2^13 + low, which
+// grows by stepHigh and stepLow from row to row. In row k, low is at most |k − 4| · 2^12 outside 0
+// … 8191, so 8 · 1023 can be added to it.
 struct Column {
   Shorts above;
   Shorts below;
@@ -132,7 +132,7 @@ struct Column {
   column.above = above.a;
   column.below = below.a;
   column.aStep = below.a - above.a;
-  // The step d = high · 2^10 + low: its lowest 13 bits with their sign, and what is left.
+  // The step d = high · 2^10 + low: its lowest 13 bits with their sign, and the rest.
   const Shorts high = below.high - above.high;
   const Shorts low = below.low - above.low;
   column.stepLow = ((high << 13) + (low << 3)) >> 3;
@@ -187,8 +187,8 @@ template <int kRow>
   makeRows<0>(columns, guide, out);
 }
 
-// Asks for what lies ahead in the rows: processors do not foresee a step to another page. Nothing
-// is read, so that it need not be there.
+// Requests what lies ahead in the rows: hardware prefetchers stop at page boundaries. Nothing is
+// read, so the address need not be valid.
 [[gnu::always_inline]] inline void prefetch(const LumaRows<const std::uint8_t>& guide) {
   constexpr std::ptrdiff_t kAhead = 256;
   for (int row = 0; row < kUpsampling; ++row) {
@@ -196,7 +196,7 @@ template <int kRow>
   }
 }
 
-// Columns that do not fill a vector, or rows that do not fill a group.
+// For columns that do not fill a vector, or rows that do not fill a group.
 void makeSome(const CellRow& lower, std::ptrdiff_t cell, std::size_t columns, int rows,
               std::int16_t* line, const LumaRows<const std::uint8_t>& guide,
               const LumaRows<std::uint8_t>& out) {

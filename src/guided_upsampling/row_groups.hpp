@@ -8,9 +8,9 @@
 #include "guided_upsampling/coefficient_lines.hpp"
 #include "guided_upsampling/row_group.hpp"
 
-// Walks down the groups of rows between rows of coefficients, in either of two ways: start(y) at
-// the top, then for each group advance(next), next being the row of coefficients below it or, for
-// the last group, above it once more, and makeLuma() for all its columns, each once.
+// Moves down the groups of rows between rows of coefficients, in either precision: start(y) at the
+// top; then for each group advance(next), where next is the row of coefficients below it (for the
+// last group, the one above again), and makeLuma() once for each of its columns.
 namespace tlux::detail {
 
 // Packed maps of coefficients.
@@ -20,7 +20,7 @@ struct CoefficientMaps {
   std::ptrdiff_t width;
 };
 
-// In 16 bits; see row_group.hpp for the coefficients that it is for.
+// In 16 bits; row_group.hpp gives the range of coefficients.
 class ShortGroups {
  public:
   using Sample = std::int16_t;
@@ -57,7 +57,7 @@ class ShortGroups {
   Sample* line_;
 };
 
-// In 32 bits. Each row of coefficients is interpolated along x once, as the lower line, which then
+// In 32 bits. Each row of coefficients is interpolated along x once, as the lower line, and then
 // becomes the upper one.
 class LongGroups {
  public:

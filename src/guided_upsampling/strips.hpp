@@ -14,7 +14,7 @@
 
 namespace tlux::detail {
 
-// Low-resolution rows of a band whose full-resolution rows one thread makes at a time.
+// Low-resolution rows of a band; one thread makes their full-resolution rows at a time.
 struct Strip {
   const GuidedBand* band;
   Band rows;
@@ -22,7 +22,7 @@ struct Strip {
   MMemMgr manager; // of that thread
 };
 
-// Low-resolution rows of a strip. The line at its top is interpolated once more for each strip.
+// Low-resolution rows of a strip. Each strip interpolates the line at its top once more.
 inline constexpr std::int32_t kStripRows = 4;
 
 template <class Groups, class EmitGroup>
@@ -44,7 +44,7 @@ Result upsampleStrip(const Strip& strip, EmitGroup emitGroup) {
 }
 
 // Calls emitGroup(y, groups) for the rows y to y + 7 of each group of a strip; see row_groups.hpp.
-// After a failure, want of memory or of coefficients, nothing was emitted.
+// False, and nothing is emitted, when memory runs out or the band has no coefficients.
 template <class EmitGroup>
 Result filterStrip(const Strip& strip, EmitGroup emitGroup) {
   if (strip.rows.first >= strip.rows.end) return Result::kOk;
@@ -53,7 +53,7 @@ Result filterStrip(const Strip& strip, EmitGroup emitGroup) {
                                                     : upsampleStrip<LongGroups>(strip, emitGroup);
 }
 
-// The same for a whole band, whose coefficients are computed first.
+// The same for a whole band, after computing its coefficients.
 template <class EmitGroup>
 Result filterBand(const GuidedBand& band, EmitGroup emitGroup) {
   const Band rows = band.rows();
@@ -61,8 +61,8 @@ Result filterBand(const GuidedBand& band, EmitGroup emitGroup) {
   return filterStrip({&band, rows, computeCoefficients(band), band.manager}, emitGroup);
 }
 
-// Calls work(strip) for all strips of the bands, shared by a team or, null, by the caller. Each
-// participant has one of the pools.
+// Calls work(strip) for all strips of the bands, shared by a team or, null, done by the caller.
+// Each participant has its own pool.
 template <class Work>
 void forEachStrip(Team* team, const FilteredBands& filtered, std::span<const MMemMgr> pools,
                   Work work) {

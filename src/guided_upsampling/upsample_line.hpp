@@ -9,7 +9,7 @@
 #include "base/fixed_point.hpp"
 
 // Linear ×8 interpolation of coefficient maps, top-left aligned: sample 8x + j lies j/8 of the way
-// from low sample x to x + 1, horizontally first, then vertically.
+// from low sample x to x + 1. Horizontal first, then vertical.
 namespace tlux::detail {
 
 inline constexpr int kUpsampling = 8;

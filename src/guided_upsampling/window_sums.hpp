@@ -13,13 +13,13 @@
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
 
-// Box sums whose cost hardly depends on the radius: column sums slide down the rows, and on each
-// row sums of 2r columns are made of sums of 4, 16 … or, of floating point and for large radii,
-// slide along.
+// Box sums whose cost hardly depends on the radius: column sums slide down the rows, and in each
+// row sums of 2r columns are built from sums of 4, 16 …; floating-point sums and large radii slide
+// along the row instead.
 //
-// The window of (x, y) holds the 2r × 2r samples of rows y − r … y + r − 1 and columns x − r …
-// x + r − 1, one more above and to the left than below and to the right. Beyond the edges the
-// nearest sample is repeated.
+// The window of (x, y) holds the 2r × 2r samples of rows y − r … y + r − 1 and columns x − r … x +
+// r − 1, one more above and to the left than below and to the right. Beyond the edges the nearest
+// sample is repeated.
 namespace tlux::detail {
 
 // 4r² fits 31 bits.
@@ -62,7 +62,7 @@ class ShiftedMean {
   int shift_;
 };
 
-// The same where no sum is negative.
+// The same for sums that are never negative.
 class UnsignedShiftedMean {
  public:
   explicit UnsignedShiftedMean(std::int32_t count)
@@ -76,7 +76,7 @@ class UnsignedShiftedMean {
   int shift_;
 };
 
-// Calls use(mean) with what is fastest for the windows of a radius.
+// Calls use(mean) with the fastest mean for the windows of a radius.
 template <class Use>
 auto withMeanFor(std::int32_t radius, Use&& use) {
   const std::int32_t area = windowArea(radius);
@@ -85,12 +85,12 @@ auto withMeanFor(std::int32_t radius, Use&& use) {
 }
 
 // Window sums of kMoments quantities of a plane. `rowAt(y)` gives a row, `row(x)` its quantities as
-// std::array<Sum, kMoments>. Unsigned sums wrap. Everything is inlined, so that it is compiled for
-// the processor its user is compiled for.
+// std::array<Sum, kMoments>. Unsigned sums wrap. Everything is inlined, so it is compiled for the
+// same processor as the code that uses it.
 template <class Sum, int kMoments, class RowAt>
 class WindowSums {
  public:
-  // Elements of the memory that the sums are kept in.
+  // Size in elements of the memory for the sums.
   static constexpr std::int64_t scratchCount(std::int32_t width, std::int32_t radius) {
     return kMoments * (2 * std::int64_t{width} + 2 * std::int64_t{radius});
   }
@@ -105,7 +105,7 @@ class WindowSums {
   }
 
   // Calls emit(y, sums) for each row; sums[k][x] is the k-th sum of the window of (x, y) and may be
-  // overwritten. Window rows are clamped to `source`. Ends early when emit() returns false.
+  // overwritten. Window rows are clamped to `source`. Stops early when emit() returns false.
   template <class Emit>
   [[gnu::always_inline]] bool slide(Band rows, Band source, Emit emit) {
     const auto clamped = [source](std::int64_t y) {
@@ -141,7 +141,7 @@ class WindowSums {
     });
   }
 
-  // One loop for all quantities, over pointers that compilers can tell apart.
+  // One loop for all quantities, over pointers that compilers can prove distinct.
   template <class Moments>
   [[gnu::always_inline]] void addToColumns(const Moments& moments) {
     [&]<std::size_t... k>(std::index_sequence<k...>) {
@@ -182,7 +182,7 @@ class WindowSums {
     std::fill(padded + last + 1, padded + last + 1 + radius_, padded[last]);
   }
 
-  // Radii whose sums are made by folding, and columns that are made at a time.
+  // Radii up to which sums are made by folding, and the number of columns made at a time.
   static constexpr std::int32_t kLargestFolded = 64;
   static constexpr std::ptrdiff_t kPiece = 256;
   static constexpr std::ptrdiff_t kFolded = kPiece + 2 * kLargestFolded;
@@ -194,7 +194,7 @@ class WindowSums {
     }
   }
 
-  // The sum of 1 to 3 parts, a step apart, added to the sums or, the first ones, stored.
+  // Adds the sum of 1 to 3 parts, a step apart, to the sums; the first time it stores it.
   [[gnu::always_inline]] static void take(const Sum* __restrict part, std::ptrdiff_t step,
                                           std::ptrdiff_t parts, bool isFirst, std::ptrdiff_t count,
                                           Sum* __restrict sums) {
@@ -212,11 +212,11 @@ class WindowSums {
     }
   }
 
-  // Each sum of 2r columns is made of the sums of 4^n that the digits of 2r to the base of 4 stand
-  // for. All quantities side by side, so that what is stored is not read again at once.
+  // Each sum of 2r columns is made of sums of 4^n columns, one for each unit of the base-4 digits
+  // of 2r. All quantities side by side, so that stored values are not read back at once.
   [[gnu::always_inline]] void sweepPiece(std::ptrdiff_t first, std::ptrdiff_t count) const {
     const std::ptrdiff_t span = 2 * std::ptrdiff_t{radius_};
-    // Sums of `step` columns from each one on, and those that they are made of.
+    // Sums of `step` columns starting at each column, and the sums that they are made from.
     Sum folded[2][kMoments][kFolded];
     std::array<const Sum*, kMoments> part;
     for (std::size_t k = 0; k < kMoments; ++k) {
@@ -242,7 +242,7 @@ class WindowSums {
     }
   }
 
-  // All quantities side by side, since each step waits for the one before.
+  // All quantities in one loop, which overlaps their chains of dependent additions.
   [[gnu::always_inline]] void sweepAlong() const {
     const std::ptrdiff_t span = 2 * std::ptrdiff_t{radius_};
     const std::array<Sum*, kMoments> padded = padded_;
