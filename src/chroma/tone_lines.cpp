@@ -15,7 +15,7 @@ struct RebuiltRow {
   const std::uint8_t* change;
   std::uint8_t* luma;           // may be base
   const std::uint8_t* chromaIn; // of base
-  std::uint8_t* chromaOut;      // null: the row has no chroma of its own
+  std::uint8_t* chromaOut;      // null: no chroma row belongs to this one
   std::ptrdiff_t width;
 };
 

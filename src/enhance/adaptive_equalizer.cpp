@@ -41,8 +41,8 @@ struct TileGrid {
   std::int64_t rows;
 };
 
-// New level for every running count of a tile of so many pixels. Most tiles have the same size, so
-// the divisions are done once and not for every level of every tile.
+// The new level for every cumulative count of a tile with so many pixels. Most tiles have the same
+// size, so the divisions are done once instead of for every level of every tile.
 class LevelOfCount {
  public:
   const std::uint8_t* forPixels(std::int32_t pixels) {
@@ -74,7 +74,7 @@ void buildTable(const Plane<const std::uint8_t>& in, const Tile& tile,
   }
 }
 
-// The tables that one tile's samples go through.
+// The tables applied to one tile's samples.
 struct TileTables {
   const std::uint8_t* own;
   const std::uint8_t* left;
@@ -83,8 +83,8 @@ struct TileTables {
   const std::uint8_t* lower;
 };
 
-// Tables of the tile rows in use, the one above, the current one and the one below: the table of
-// tile t is gone when that of t + 3 · columns is built.
+// Tables of the tile rows in use: above, current and below. The table of tile t is overwritten when
+// that of t + 3 · columns is built.
 class TableRing {
  public:
   TableRing(MMemMgr manager, const TileGrid& grid)
@@ -98,8 +98,8 @@ class TableRing {
     return tables_.get() + tile % size_ * kSampleLevels;
   }
 
-  // Neighbours go by the running number alone, so they wrap from one tile row to the next, and the
-  // lower neighbour ends one tile early. This is part of what the operation computes.
+  // Neighbours are found by tile number alone, so they wrap from one tile row to the next, and the
+  // lower neighbour ends one tile early. This is part of the operation's defined result.
   TileTables tablesAround(std::int64_t tile) const {
     const std::int64_t last = grid_.count() - 1;
     const bool hasUpper = tile >= grid_.columns;
@@ -146,11 +146,10 @@ static_assert([] {
 
 // Blending in integers, for tiles whose width and height are powers of two: nearly all.
 //
-// The quotients by the width and the height are then exact in doubles, and so is their sum, a
-// multiple of 1/16. The last quotient is the correctly rounded n / 48 with n = 16 times the sum, an
-// integer of at most 3 · 16 · 255. Unless it is an integer itself, n / 48 is at least 1/48 from the
-// next one, which rounding cannot bridge, so truncating gives floor(n / 48) = floor(floor(n / 16) /
-// 3).
+// The quotients by width and height are then exact in doubles, and so is their sum, a multiple of
+// 1/16. The last quotient is the correctly rounded n / 48 with n = 16 times the sum, an integer of
+// at most 3 · 16 · 255. Unless it is an integer itself, n / 48 is at least 1/48 from the next one,
+// which rounding cannot bridge, so truncating gives floor(n / 48) = floor(floor(n / 16) / 3).
 class TileBlender {
  public:
   explicit TileBlender(const TileTables& tables) {
@@ -222,7 +221,7 @@ Result equalizeByTiles(MMemMgr manager, const Plane<const std::uint8_t>& in,
   LevelOfCount levels;
   std::int64_t built = 0;
   for (std::int64_t row = 0; row < grid.rows; ++row) {
-    // The tables of the row below come first: they read samples that, in place, would be gone.
+    // The tables of the row below are built first: in place, their samples would be overwritten.
     const std::int64_t needed = std::min(row + 2, grid.rows) * grid.columns;
     for (; built < needed; ++built) {
       const Tile tile = grid.at(built);

@@ -13,14 +13,14 @@
 #include "tlux/fast_guided_filter.h"
 #include "tlux/transfer.h"
 
-// Light is the decimal logarithm of linear light, 12 bits and 1 to keep it above 0: log10 of
-// 1 / 4096 for black to 0 for white.
+// Light is the decimal logarithm of linear light in 12 bits plus 1, which keeps it above 0: from
+// log10(1 / 4096) for black to 0 for white.
 namespace tlux::detail {
 namespace {
 
 constexpr double kWhite = 4096.0;
 constexpr std::int32_t kStepsPerDecade = 4096;
-constexpr std::int32_t kEncodingSteps = 14798; // log10(4096) · kStepsPerDecade and 1
+constexpr std::int32_t kEncodingSteps = 14798; // log10(4096) · kStepsPerDecade + 1
 
 std::array<float, 256> lightOfCodes() {
   std::array<float, 256> light{};
@@ -30,7 +30,7 @@ std::array<float, 256> lightOfCodes() {
   return light;
 }
 
-// Code i is that of the light −i / kStepsPerDecade. The steps are finer than those of codes.
+// Code i stands for the light −i / kStepsPerDecade. The steps are finer than those of codes.
 void fillEncoding(std::uint8_t* codes) {
   for (std::int32_t i = 0; i < kEncodingSteps; ++i) {
     const double linear =
@@ -50,7 +50,7 @@ struct LightRange {
   float most;
 };
 
-// The planes of floats that the split works in, each of the size of the picture.
+// The float planes used by the split, each with the size of the picture.
 struct WorkPlanes {
   WorkPlanes(MMemMgr manager, std::int64_t pixels)
       : light(manager, pixels),
@@ -114,7 +114,7 @@ LightRange rangeOf(const float* values, std::int64_t count) {
   return range;
 }
 
-// The factor that brings the range to `decades`, 1 for a range that is not larger.
+// The factor that compresses the range to `decades`; 1 if the range is not larger.
 float scaleFactor(const LightRange& range, double decades) {
   const auto present = static_cast<double>(range.most - range.least);
   return present > decades ? static_cast<float>(decades / present) : 1.0f;

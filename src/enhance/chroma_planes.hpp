@@ -8,7 +8,7 @@
 
 namespace tlux::detail {
 
-// Whether a frame is complete and has its chroma as pairs in plane 1, in either order.
+// Checks that a frame is complete and has its chroma as pairs in plane 1, in either order.
 Result checkSemiPlanar(const TLUX_IMAGE* frame);
 
 // The chroma pairs of such a frame; may be empty.

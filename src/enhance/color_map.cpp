@@ -13,7 +13,7 @@ struct Bgr {
   std::uint8_t r;
 };
 
-// The viridis map at ten points from dark to light, evenly spaced.
+// Ten evenly spaced points of the viridis map, from dark to light.
 constexpr std::array<Bgr, 10> kViridis = {{
     {0x54, 0x01, 0x44},
     {0x78, 0x28, 0x48},

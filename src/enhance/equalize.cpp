@@ -24,7 +24,8 @@ bool haveEqualLuma(const TLUX_IMAGE& a, const TLUX_IMAGE& b) {
   return a.width == b.width && a.height == b.height && a.pitch[0] == b.pitch[0];
 }
 
-// Applies one table to the whole plane, into a working plane of the same pitch that ends here.
+// Applies one table to the whole plane. The result goes to a working plane of the same pitch, which
+// is then released.
 void equalizeIntoWorkingPlane(MMemMgr manager, const TLUX_IMAGE& image) {
   std::array<std::uint32_t, kSampleLevels> table{};
   HistogramMap(&image, table.data(), nullptr);

@@ -38,7 +38,7 @@ void smoothRow(const ThreeRows& rows, std::uint8_t* out, std::ptrdiff_t width) {
   std::uint16_t sums[kChunk + 2];
   for (std::ptrdiff_t first = 0; first < width; first += kChunk) {
     const std::ptrdiff_t count = std::min(width - first, kChunk);
-    // The columns of the chunk and their neighbours, as far as there are any.
+    // The columns of the chunk and their neighbours, where they exist.
     const std::ptrdiff_t from = std::max<std::ptrdiff_t>(first - 1, 0);
     const std::ptrdiff_t end = std::min(first + count + 1, width);
     sumColumns({rows.above + from, rows.middle + from, rows.below + from},

@@ -12,8 +12,8 @@ namespace tlux::detail {
 
 constexpr int kSampleLevels = 256;
 
-// A histogram in several lanes that take samples in turn: equal neighbours are common in images,
-// and an increment that has to wait for the one before it is several times as slow.
+// A histogram in several lanes used in turn: equal neighbours are common in images, and an
+// increment that has to wait for the previous one takes several times as long.
 template <class Count, int kLanes>
 class LaneHistogram {
   static_assert(8 % kLanes == 0);

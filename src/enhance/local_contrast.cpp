@@ -7,8 +7,8 @@
 #include "filter/local_moments.hpp"
 #include "tlux/detail.h"
 
-// Contrast about the local mean: every pixel moves away from the mean of its window, or towards it,
-// by a gain.
+// Contrast about the local mean: a gain moves every pixel away from or towards the mean of its
+// window.
 namespace tlux::detail {
 namespace {
 
@@ -31,7 +31,7 @@ TLUX_OUT_OF_LINE void applyGain(const std::uint8_t* __restrict samples,
   }
 }
 
-// gain = deviation / σ, from 1 to the largest.
+// gain = deviation / σ, between 1 and the largest gain.
 TLUX_OUT_OF_LINE void applyAdaptiveGain(const std::uint8_t* __restrict samples,
                                         const double* __restrict means,
                                         const double* __restrict meanSquares, double deviation,
@@ -45,7 +45,7 @@ TLUX_OUT_OF_LINE void applyAdaptiveGain(const std::uint8_t* __restrict samples,
   }
 }
 
-// Checks what the filters have in common and calls writeRow(row, out) for all rows.
+// Does the checks common to the filters and calls writeRow(row, out) for all rows.
 template <int Moments, class WriteRow>
 Result enhance(MMemMgr manager, Plane<const std::uint8_t> in, Plane<std::uint8_t> out,
                std::int32_t radius, WriteRow writeRow) {

@@ -5,12 +5,11 @@
 
 namespace tlux::detail {
 
-// Takes a row of samples through a table of 256 entries, low 8 bits of each. The row may be changed
-// in place; the table must lie elsewhere.
+// Maps a row of samples through a table of 256 entries, using the low 8 bits of each. The row may
+// be changed in place; the table must not overlap it.
 template <class Entry>
 void lookUpRow(const std::uint8_t* in, std::size_t count, const Entry* table, std::uint8_t* out) {
-  // Four are read before any of them is written, so that no store need be waited for before the
-  // next sample is read.
+  // Four samples are read before any is written, so that no read has to wait for a store.
   std::size_t x = 0;
   for (; x + 4 <= count; x += 4) {
     const auto a = static_cast<std::uint8_t>(table[in[x]]);

@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kLastLevel = 255;
 constexpr int kDeciles = 10;
-constexpr int kDarkestKnot = 3; // a knot up to here is too close to black to carry a slope
+constexpr int kDarkestKnot = 3; // a knot at or below this is too close to black to define a slope
 
 // Levels of the deciles, with 0 and 255 at the ends.
 using Knots = std::array<std::int32_t, kDeciles + 1>;
@@ -30,7 +30,7 @@ Knots findDeciles(const std::uint32_t* histogram, std::int64_t pixels) {
       sum += histogram[level];
       reached = sum >= share;
     }
-    knots[k] = level; // 255 when the pixels have run out
+    knots[k] = level; // 255 once all pixels are counted
   }
   return knots;
 }
@@ -64,7 +64,7 @@ struct MatchTable {
     }
   }
 
-  // The line of segment 1, continued below its start.
+  // The line of segment 1, extended below its start.
   void extendSegmentDown() {
     for (std::int32_t x = 0; x < source[1]; ++x) {
       const std::int32_t drop = (source[1] - x) * (target[2] - target[1]) / (source[2] - source[1]);
@@ -72,7 +72,7 @@ struct MatchTable {
     }
   }
 
-  // A line through knot k with the mean of the slopes on both sides of it.
+  // A line through knot k with the mean of the slopes on either side.
   struct MeanSlope {
     std::int32_t rise;
     std::int32_t run; // 0: a flat line
@@ -89,7 +89,7 @@ struct MatchTable {
   }
 
   void bendDarkEnd() {
-    // Deciles are at least a level apart, so one of them is bright enough.
+    // Deciles are at least one level apart, so one of them is bright enough.
     int k = 3;
     while (source[k] <= kDarkestKnot) {
       ++k;

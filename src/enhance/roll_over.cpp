@@ -44,7 +44,7 @@ Result rollOver(const TLUX_IMAGE* source, const TLUX_IMAGE* target, std::uint32_
     return Result::kInvalidParam;
   }
   const Format* format = findFormat(source->format);
-  // In packed 4:2:2 the two components share a plane; that is no frame of this kind.
+  // In packed 4:2:2 the two components share a plane, which is not supported here.
   if (format == nullptr || componentsOf(*format).count != format->planes) {
     return Result::kUnsupported;
   }

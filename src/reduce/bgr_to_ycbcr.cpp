@@ -54,7 +54,7 @@ void convertRow(const std::uint8_t* __restrict bgr, std::ptrdiff_t pitch,
   }
 }
 
-// Every pixel, in runs of which the channels are taken apart.
+// Every pixel, in runs with separated channels.
 TLUX_MULTIVERSION void convertPixels(const std::uint8_t* bgr, std::uint8_t* luma, std::uint8_t* cb,
                                      std::uint8_t* cr, std::int32_t count) {
   forEachBgrChunk(bgr, 3, count, [=](const BgrChunk& chunk, std::int64_t x) TLUX_INLINED_LAMBDA {
@@ -75,8 +75,8 @@ void convertRow<Single>(const std::uint8_t* __restrict bgr, std::ptrdiff_t /*pit
 }
 
 struct RowChoice {
-  int rowStep;     // rows from one that is converted to the next
-  int columnsStep; // outputs are rounded down to a multiple
+  int rowStep;     // rows between converted ones
+  int columnsStep; // the number of outputs is rounded down to a multiple
 };
 
 template <class Block>

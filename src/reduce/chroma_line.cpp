@@ -7,7 +7,7 @@
 namespace tlux::detail {
 namespace {
 
-// A position along one axis that is displaced by a growing amount.
+// A position along one axis, displaced by an amount that grows with it.
 struct Displacement {
   std::int32_t accumulator;
   std::int32_t step; // per luma pixel

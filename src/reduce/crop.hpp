@@ -8,8 +8,8 @@
 
 namespace tlux::detail {
 
-// A rectangle by its corner and size, so that inclusive and exclusive sides cannot be confused.
-// 64 bits hold the size of any rectangle of 32-bit sides.
+// A rectangle as corner and size, so inclusive and exclusive sides cannot be confused. 64 bits hold
+// the size of any rectangle with 32-bit sides.
 struct Crop {
   std::int64_t left;
   std::int64_t top;

@@ -12,7 +12,7 @@ enum class Sampling {
   kPacked422, // groups Y0 Cb Y1 Cr in one plane
 };
 
-// Where each component of a reducible source lives.
+// Where each component of a reducible source is stored.
 struct Layout {
   Sampling sampling;
   bool interleaved; // chroma pairs in plane 1; otherwise Cb in plane 1, Cr in plane 2
@@ -23,8 +23,8 @@ struct Layout {
   }
 };
 
-// Of a format that can be reduced: packed 4:2:2 and planes of chroma with half the columns. BAYER
-// is read as packed YCBYCR.
+// For formats that can be reduced: packed 4:2:2, and planes of chroma with half as many columns as
+// luma. BAYER is read as packed YCBYCR.
 constexpr Layout layoutOf(std::uint32_t code) {
   const Format& format = *findFormat(code);
   if (format.planes == 1) return {Sampling::kPacked422, true, false};

@@ -15,13 +15,13 @@ enum class Mean {
 };
 
 // The fixed multipliers in 20 bits. Those of nine and twelve are rounded down, which loses one
-// level wherever the mean is a whole number; that of three is rounded up and loses nothing.
+// level wherever the mean is a whole number; the one of three is rounded up and loses nothing.
 inline constexpr std::uint32_t kNinthQ20 = 116508;
 inline constexpr std::uint32_t kTwelfthQ20 = 87381;
 inline constexpr std::uint32_t kThirdQ20 = 349526;
 
-// The same quotients from 16-bit multipliers: a multiplication of 16-bit lanes that keeps the upper
-// half has an instruction of its own. Equal over the whole range of sums, as checked below.
+// The same quotients from 16-bit multipliers: there is an instruction that multiplies 16-bit lanes
+// and keeps the upper half. Equal over the whole range of sums, as checked below.
 constexpr std::uint32_t ninth(std::uint32_t sum) {
   return (sum * 7281) >> 16;
 }

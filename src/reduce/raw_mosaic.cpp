@@ -27,7 +27,7 @@ std::uint32_t knownArrangement(std::uint32_t word) {
   }
 }
 
-// The first site of a colour in reading order; two bits name the colour of each.
+// The first site of a colour in reading order; two bits identify the colour of each site.
 Site siteOf(Colour colour, std::uint32_t arrangement) {
   int site = 0;
   while ((arrangement >> (2 * site) & 3U) != colour) {
@@ -61,7 +61,7 @@ void reduceRawMosaic(std::uint32_t word, const TLUX_IMAGE& source, const Crop& c
   constexpr Colour kColours[] = {kGreen, kBlue, kRed};
 
   for (int plane = 0; plane < 3; ++plane) {
-    // The pattern is anchored at the image, the cells at the rectangle.
+    // The pattern starts at the image's corner, the cells at the rectangle's.
     const Site site = siteOf(kColours[plane], arrangement);
     const std::int64_t left = crop.left + ((site.x ^ crop.left) & 1);
     const std::int64_t top = crop.top + ((site.y ^ crop.top) & 1);

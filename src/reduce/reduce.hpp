@@ -10,7 +10,7 @@ bool isReducible(std::uint32_t code, std::int32_t factor);
 
 // Reduces the whole blocks of a rectangle that is not empty; all planes are there.
 
-// What of the destination is made.
+// Which components of the destination are made.
 enum class Components { kAll, kLuma, kChroma };
 
 // By 2 to 14 or kFourThirds, from planes of luma and chroma.
@@ -22,7 +22,7 @@ void reducePacked(int factor, const TLUX_IMAGE& source, const Crop& crop,
 // By 8, from a mosaic of 16-bit samples.
 void reduceRawMosaic(std::uint32_t arrangement, const TLUX_IMAGE& source, const Crop& crop,
                      const TLUX_IMAGE& destination);
-// Not reduced: luma is copied, chroma widened to full columns and rows.
+// No reduction: luma is copied, chroma widened to full columns and rows.
 void widenChroma(Layout layout, const TLUX_IMAGE& source, const Crop& crop,
                  const TLUX_IMAGE& destination);
 

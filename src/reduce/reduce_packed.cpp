@@ -3,19 +3,20 @@
 #include "reduce/reduce.hpp"
 #include "reduce/row_reader.hpp"
 
-// Packed 4:2:2 is semi-planar 4:2:2 once its even and odd bytes are apart: stretches of the rows of
-// a block are separated on the stack, and go through the same row kernels as planes do.
+// Packed 4:2:2 becomes semi-planar 4:2:2 once its even and odd bytes are separated: stretches of
+// the rows of a block are separated on the stack and go through the same row kernels as planes.
 namespace tlux::detail {
 namespace {
 
-constexpr std::int64_t kColumns = 512; // of a stretch
+constexpr std::int64_t kColumns = 512; // per stretch
 
 struct Stretch {
   std::array<std::array<std::uint8_t, kColumns>, 3> luma;
   std::array<std::array<std::uint8_t, kColumns>, 3> pairs;
 
   // Takes columns of row `index`; `last` more columns follow in the source's row. A group cut in
-  // half by the rectangle is completed from the source, or where that ends from the group before.
+  // half by the rectangle is completed from the source, or at the end of the row from the group
+  // before.
   void take(std::size_t index, const std::uint8_t* packed, std::int64_t columns, bool last) {
     rowKernels().split(packed, luma[index].data(), pairs[index].data(), columns);
     if (columns % 2 == 0) return;

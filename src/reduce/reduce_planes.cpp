@@ -7,7 +7,7 @@
 namespace tlux::detail {
 namespace {
 
-// One source plane as far as the rectangle reaches into it.
+// The part of one source plane inside the rectangle.
 struct SourcePlane {
   const std::uint8_t* corner; // row 0, first sample of the rectangle
   std::ptrdiff_t pitch;
@@ -32,7 +32,7 @@ SourcePlane lumaPlane(const TLUX_IMAGE& source, const Crop& crop) {
 }
 
 // A rectangle that ends in an odd last row or column has half a chroma sample there, which the
-// plane does not hold.
+// plane does not contain.
 SourcePlane chromaPlane(Layout layout, int plane, const TLUX_IMAGE& source, const Crop& crop) {
   const auto i = static_cast<std::size_t>(plane);
   const int sampleBytes = layout.interleaved ? 2 : 1;
@@ -50,9 +50,9 @@ SourcePlane chromaPlane(Layout layout, int plane, const TLUX_IMAGE& source, cons
           lastRow};
 }
 
-// Planar chroma that is reduced along with its luma needs no arithmetic. Where neither plane has
-// gaps between its rows it is copied as one block, which is faster than row by row; otherwise this
-// does nothing and returns false.
+// Planar chroma that is reduced along with its luma needs no arithmetic. If neither plane has gaps
+// between its rows it is copied as one block, which is faster than row by row; otherwise this does
+// nothing and returns false.
 bool copyAsBlock(const SourcePlane& plane, const SubGrid& grid, const OutputRows& out, int index,
                  std::int64_t width, std::int64_t height) {
   const SourceRows first = plane.rows(grid, 0);
@@ -71,8 +71,8 @@ void reducePlanes(Layout layout, int factor, const TLUX_IMAGE& source, const Cro
   const auto [lumaGrid, chromaGrid] = reductionOf(layout.sampling, factor);
   const FactorKernels& kernels = rowKernels().of(layout.sampling, factor);
   const bool semiPlanar420 = layout.interleaved && layout.sampling == Sampling::k420;
-  // The byte order of NV12 is that of NV21 here; see the interface. Its columns count from the pair
-  // of an odd left corner.
+  // NV12 is read with the byte order of NV21 here; see the interface. With an odd left corner,
+  // columns count from the start of the pair.
   const bool eighth = semiPlanar420 && factor == 8;
   const bool crFirst = layout.crFirst || eighth;
   const auto odd = static_cast<std::size_t>(eighth ? 0 : crop.left & 1);

@@ -8,7 +8,7 @@
 namespace tlux::detail {
 namespace {
 
-// The analyser does not see that a stretch of one step and more fills all sums that are read here.
+// The analyser does not see that a stretch of at least one step fills all sums that are read here.
 // NOLINTBEGIN(clang-analyzer-core.CallAndMessage,clang-analyzer-core.UndefinedBinaryOperatorResult)
 template <Mean kMean>
 TLUX_INLINED void writeMeans(const std::uint16_t* __restrict sums, std::uint8_t* __restrict out,
@@ -30,8 +30,8 @@ inline void writeThirds(const std::uint16_t* __restrict sumsOfFour,
 }
 // NOLINTEND(clang-analyzer-core.CallAndMessage,clang-analyzer-core.UndefinedBinaryOperatorResult)
 
-// Words of up to four bytes become outputs in one loop. Of longer ones the sums are stored first:
-// compilers would narrow the terms of the fold one by one instead of the sum.
+// Words of up to four bytes become outputs in one loop. Longer words have their sums stored first,
+// since compilers would narrow each term of the fold instead of the sum.
 template <RowPattern kPattern>
 constexpr bool kInOneLoop = (WordLanes<kPattern>::kBytes <= 4) && WordLanes<kPattern>::kFit;
 
@@ -65,7 +65,7 @@ using ReduceRow = decltype(RowKernel::reduce);
 template <RowPattern kPattern, int kRows, Mean kMean>
 constexpr ReduceRow kReduceRow = reduceRow<kPattern, kRows, kMean>;
 
-// Camera frames, whose reduction by 8 every run begins with.
+// Camera frames; every run begins by reducing one by 8.
 template <int kFactor>
 constexpr Reduction kCamera = reductionOf(Sampling::k420, kFactor);
 template <int kFactor>
@@ -125,7 +125,7 @@ constexpr RowKernel kernel() {
 template <Sampling kSampling, int kFactor>
 constexpr FactorKernels factorKernels() {
   if constexpr (kFactor == 1) {
-    return {}; // widened instead
+    return {}; // widened instead of reduced
   } else {
     constexpr SubGrid kLuma = reductionOf(kSampling, kFactor).luma;
     constexpr SubGrid kChroma = reductionOf(kSampling, kFactor).chroma;

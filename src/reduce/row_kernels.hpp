@@ -8,10 +8,10 @@
 
 namespace tlux::detail {
 
-// The source rows that one output row is made of, each at its first sample.
+// The source rows of one output row, each starting at its first sample.
 using SourceRows = std::array<const std::uint8_t*, 3>;
 
-// Bytes of a row that one call of a kernel covers at most, and outputs that it makes at most; its
+// The most bytes of a row that one call of a kernel covers, and the most outputs that it makes; its
 // sums stay in the nearest cache.
 inline constexpr int kStretch = 1024;
 // Bytes that a step may read from its start.
@@ -20,7 +20,7 @@ inline constexpr int kMaxReach = 64;
 // Makes the outputs of a row in steps of one or two blocks.
 struct RowKernel {
   // At least one step, at most longestStretch(). `second` receives the second component of
-  // interleaved pairs, otherwise it is unused. The outputs must not overlap the rows or each other.
+  // interleaved pairs and is unused otherwise. The outputs must not overlap the rows or each other.
   void (*reduce)(const SourceRows& rows, std::uint8_t* first, std::uint8_t* second,
                  std::ptrdiff_t steps);
   int outputs;     // per step
@@ -28,7 +28,7 @@ struct RowKernel {
   int reach;       // bytes of each row, from its start, that a step may read
   int sampleBytes; // 2 for interleaved pairs
 
-  // Steps of one call. A reduction by less than 2 makes more chroma than it reads.
+  // Steps in one call. A reduction by less than 2 makes more chroma than it reads.
   int longestStretch() const { return kStretch / (step > outputs ? step : outputs); }
 };
 

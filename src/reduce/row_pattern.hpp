@@ -9,7 +9,7 @@
 
 namespace tlux::detail {
 
-// The outputs of one step along a row, and the samples that each takes, counted from the start of
+// The outputs of one step along a row, and the samples that each uses, counted from the start of
 // the step.
 struct RowPattern {
   int channels; // 2 for interleaved pairs
@@ -19,7 +19,7 @@ struct RowPattern {
 
   constexpr const Taps& of(int output) const { return taps[static_cast<std::size_t>(output)]; }
   constexpr int stepBytes() const { return step * channels; }
-  // Bytes from the start of a step to behind its last sample.
+  // Bytes from the start of a step to the end of its last sample.
   constexpr int reach() const {
     int bytes = 0;
     for (int output = 0; output < outputs; ++output) {
@@ -42,7 +42,7 @@ constexpr RowPattern fullColumns(const SubGrid& grid) {
   return pattern;
 }
 
-// Chroma positions repeat with every block of even width and with every second of odd width.
+// Chroma positions repeat with every block of even width and every second block of odd width.
 constexpr RowPattern halfColumns(const SubGrid& grid, int channels, int odd) {
   const int blocks = grid.block % 2 == 0 ? 1 : 2;
   RowPattern pattern{channels, blocks * grid.block / 2, blocks * grid.outputs, {}};
@@ -61,7 +61,7 @@ template <RowPattern kPattern>
 struct WordLanes {
   static constexpr int kBytes = kPattern.stepBytes();
   static constexpr Taps kTaps = kPattern.taps[0];
-  // Blocks of 1, 2, 4 or 8 bytes, each with its own samples only.
+  // Blocks of 1, 2, 4 or 8 bytes that contain only their own samples.
   static constexpr bool kFit = kPattern.outputs == 1 && kPattern.reach() <= kBytes &&
                                (kBytes == 1 || kBytes == 2 || kBytes == 4 || kBytes == 8);
   using Word = std::conditional_t<
@@ -73,7 +73,7 @@ struct WordLanes {
   static constexpr int byteOf(int tap) {
     return kTaps.at[static_cast<std::size_t>(tap)] * kPattern.channels;
   }
-  // Samples in neighbouring bytes leave no room for sums: even and odd bytes are taken apart.
+  // Samples in adjacent bytes leave no room for sums, so even and odd bytes are separated.
   static constexpr bool areAdjacent() {
     for (int tap = 1; tap < kTaps.count; ++tap) {
       if (byteOf(tap) - byteOf(tap - 1) == 1) return true;

@@ -6,7 +6,7 @@
 namespace tlux::detail {
 namespace {
 
-constexpr int kMaxOutputs = 3; // of one step
+constexpr int kMaxOutputs = 3; // per step
 constexpr std::int64_t kCacheLine = 64;
 
 // A reduction skips rows, which hardware prefetchers do not follow from one group to the next.
@@ -19,7 +19,7 @@ void prefetch(const SourceRows& rows, std::int64_t begin, std::int64_t end) {
   }
 }
 
-// Steps whose loads stay inside the available bytes.
+// Steps that read only available bytes.
 std::int64_t stepsInside(const RowKernel& kernel, std::int64_t available) {
   return available < kernel.reach ? 0 : (available - kernel.reach) / kernel.step + 1;
 }
@@ -32,7 +32,7 @@ SourceRows advanced(const SourceRows& rows, std::int64_t bytes) {
   return result;
 }
 
-// One step that reaches past the available bytes, made from a copy that ends in repeated samples.
+// One step that extends past the available bytes, made from a copy padded with repeated samples.
 class LastStep {
  public:
   LastStep(const RowKernel& kernel, const SourceRows& rows, std::int64_t begin,

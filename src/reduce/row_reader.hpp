@@ -6,8 +6,8 @@
 
 namespace tlux::detail {
 
-// Makes `outputs` outputs of rows of which `available` bytes may be read. Chroma samples that would
-// lie behind them repeat the last one. `next` are the rows that will be wanted next.
+// Makes `outputs` outputs from rows of which `available` bytes may be read. Chroma samples beyond
+// them repeat the last one. `next` are the rows needed next.
 void reduceRow(const RowKernel& kernel, const SourceRows& rows, const SourceRows& next,
                std::int64_t available, std::uint8_t* first, std::uint8_t* second,
                std::int64_t outputs);

@@ -8,8 +8,8 @@
 #include "reduce/row_kernels.hpp"
 #include "reduce/row_pattern.hpp"
 
-// The sums of the samples that each output of a stretch of rows takes: at most twelve, so that 16
-// bits hold every sum.
+// The sums of the samples of each output in a stretch of rows: at most twelve samples, so every sum
+// fits 16 bits.
 namespace tlux::detail {
 
 static_assert(std::endian::native == std::endian::little, "words hold the first sample lowest");
@@ -34,8 +34,8 @@ template <RowPattern kPattern>
 TLUX_INLINED std::uint16_t fold(typename WordLanes<kPattern>::Sum lanes) {
   using Sum = typename WordLanes<kPattern>::Sum;
   if constexpr (sizeof(Sum) == 4 && WordLanes<kPattern>::foldAt() == 0b101) {
-    // Two lanes of 16 bits, added in the upper one: otherwise compilers narrow both before they
-    // add.
+    // Two lanes of 16 bits, added in the upper one: compilers would otherwise narrow both before
+    // adding.
     return static_cast<std::uint16_t>((lanes + (lanes << 16)) >> 16);
   }
   Sum total = 0;
@@ -49,8 +49,8 @@ TLUX_INLINED std::uint16_t fold(typename WordLanes<kPattern>::Sum lanes) {
 
 // A block is loaded as one word, the bytes of other samples are masked off, the words of the rows
 // kBegin to kEnd − 1 are added with the samples in lanes wide enough for the sum, and the lanes are
-// folded: an element-wise loop over arrays of words, which compilers vectorise. Calls
-// store(i, sum, sum of the second component).
+// folded: an element-wise loop over arrays of words, which compilers vectorise. Calls store(i, sum,
+// sum of the second component).
 template <RowPattern kPattern, int kBegin, int kEnd, class Store>
 TLUX_INLINED void sumWords(const SourceRows& sourceRows, std::ptrdiff_t steps, Store&& store) {
   using L = WordLanes<kPattern>;
@@ -74,9 +74,9 @@ TLUX_INLINED void sumWords(const SourceRows& sourceRows, std::ptrdiff_t steps, S
   }
 }
 
-// For blocks of any width: the sums of all columns over the rows kBegin to kEnd − 1, then those of
-// the samples of an output starting at every column, both element-wise, of which the outputs pick
-// theirs. `second` receives those of the second component.
+// For blocks of any width: first the sums of all columns over the rows kBegin to kEnd − 1, then the
+// sums for an output starting at every column, both element-wise; the outputs pick theirs. `second`
+// receives those of the second component.
 template <RowPattern kPattern, int kBegin, int kEnd>
 TLUX_INLINED void sumWindows(const SourceRows& sourceRows, std::ptrdiff_t steps,
                              std::uint16_t* first, std::uint16_t* second) {

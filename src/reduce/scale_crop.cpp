@@ -14,7 +14,7 @@ bool hasPlanes(const TLUX_IMAGE& image, int count) {
   return true;
 }
 
-// What every member does.
+// The common part of all members.
 void reduceImage(std::uint32_t format, int factor, const TLUX_IMAGE* source,
                  const TLUX_IMAGE* destination, const TLUX_CROP_RECT* rect) {
   if (source == nullptr || destination == nullptr || rect == nullptr) return;
@@ -53,13 +53,13 @@ Member findMember(std::uint32_t format, std::int32_t factor) {
   return nullptr;
 }
 
-// Width and height become multiples of two blocks; the corner stays.
+// Rounds width and height down to multiples of two blocks; the corner stays.
 Crop roundedToBlocks(const Crop& crop, std::int32_t factor) {
   const std::int64_t step = 2 * std::int64_t{factor};
   return {crop.left, crop.top, crop.width / step * step, crop.height / step * step};
 }
 
-// Of a crop that is not empty, whose last column and row therefore fit.
+// For a crop that is not empty, so its last column and row fit the record.
 TLUX_CROP_RECT rectOf(const Crop& crop) {
   return {static_cast<std::int32_t>(crop.left), static_cast<std::int32_t>(crop.top),
           static_cast<std::int32_t>(crop.left + crop.width - 1),

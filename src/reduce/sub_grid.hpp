@@ -9,10 +9,10 @@
 namespace tlux::detail {
 
 inline constexpr int kMaxFactor = 14;
-// Stands where a whole factor would: the reduction by 4/3.
+// Used in place of a whole factor: the reduction by 4/3.
 inline constexpr int kFourThirds = 0;
 
-// Offsets of the samples that one output takes, in one direction.
+// Offsets of the samples of one output, in one direction.
 struct Taps {
   int count;
   std::array<int, 4> at; // ascending
@@ -26,7 +26,7 @@ struct Taps {
   }
 };
 
-// Which samples of a block make its outputs, and how.
+// Which samples of a block form its outputs, and how.
 struct SubGrid {
   int block;   // source rows and columns
   int outputs; // per block in each direction; more than one: output k starts k samples later
@@ -77,8 +77,8 @@ constexpr SubGrid subGridOf(int factor) {
   }
 }
 
-// The sub-grids of a factor, both in luma positions. Chroma samples lie at half the column, and in
-// 4:2:0 at half the row.
+// The sub-grids of a factor, both in luma positions. Chroma samples are at half the column, and in
+// 4:2:0 also at half the row.
 struct Reduction {
   SubGrid luma;
   SubGrid chroma;
@@ -87,7 +87,7 @@ struct Reduction {
 constexpr Reduction reductionOf(Sampling sampling, int factor) {
   const SubGrid grid = subGridOf(factor);
   Reduction reduction{grid, grid};
-  if (factor == 2) { // the columns of a block share one chroma sample, in 4:2:0 the rows too
+  if (factor == 2) { // the columns of a block share one chroma sample, and so do the rows in 4:2:0
     reduction.chroma.columns = {1, {0}};
     reduction.chroma.mean = Mean::kHalf;
     if (sampling == Sampling::k420) {

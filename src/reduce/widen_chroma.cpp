@@ -13,7 +13,7 @@ void widenPlanes(Layout layout, const TLUX_IMAGE& source, const Crop& crop, cons
   for (std::int64_t y = 0; y < crop.height; ++y) {
     std::memcpy(out.row(0, y), source.plane[0] + (crop.top + y) * source.pitch[0] + crop.left,
                 static_cast<std::size_t>(crop.width));
-    // Rows are paired from the top of the rectangle, also where it is odd.
+    // Rows are paired from the top of the rectangle, even if that is odd.
     const std::int64_t row =
         layout.sampling == Sampling::k420 ? (crop.top >> 1) + (y >> 1) : crop.top + y;
     const std::uint8_t* first = source.plane[1] + row * source.pitch[1];
@@ -34,7 +34,7 @@ void widenPacked(const TLUX_IMAGE& source, const Crop& crop, const OutputRows& o
   std::array<std::uint8_t, 2 + kColumns> chroma{}; // the pair before the stretch, then its pairs
   for (std::int64_t y = 0; y < crop.height; ++y) {
     const std::uint8_t* packed = source.plane[0] + (crop.top + y) * source.pitch[0] + 2 * crop.left;
-    // A rectangle at the start of the rows has no group to its left.
+    // A rectangle at the left edge has no group to its left.
     const std::uint8_t* left = crop.left >= 2 ? packed - 4 : packed;
     chroma[0] = left[1];
     chroma[1] = left[3];

@@ -9,7 +9,7 @@
 namespace tlux::detail {
 namespace {
 
-// A row at the border of the mask, where every set pixel is marked.
+// A row at the border of the mask: every set pixel is marked.
 void markBorderRow(const std::uint8_t* __restrict row, std::ptrdiff_t width,
                    std::uint8_t* __restrict out) {
   for (std::ptrdiff_t x = 0; x < width; ++x) {
@@ -17,7 +17,7 @@ void markBorderRow(const std::uint8_t* __restrict row, std::ptrdiff_t width,
   }
 }
 
-// 0 when one of the neighbours is clear.
+// 0 if one of the neighbours is clear.
 template <Connectivity connectivity>
 std::uint8_t leastNeighbour(const std::uint8_t* above, const std::uint8_t* row,
                             const std::uint8_t* below, std::ptrdiff_t x) {
@@ -29,7 +29,7 @@ std::uint8_t leastNeighbour(const std::uint8_t* above, const std::uint8_t* row,
   return least;
 }
 
-// Pixels with neighbours on all sides: [1, width - 1).
+// For pixels with neighbours on all sides: [1, width - 1).
 template <Connectivity connectivity>
 void markRow(const std::uint8_t* above, const std::uint8_t* row, const std::uint8_t* below,
              std::ptrdiff_t width, std::uint8_t* __restrict out) {

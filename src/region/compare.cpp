@@ -14,7 +14,7 @@ struct Counts {
   std::uint32_t both = 0;
 };
 
-// Counts in blocks whose sums fit a byte, so that the vector loop need not widen every pixel.
+// Counts in blocks whose sums fit a byte, so the vector loop need not widen every pixel.
 void countRow(const std::uint8_t* a, const std::uint8_t* b, std::ptrdiff_t width, Counts& counts) {
   constexpr std::ptrdiff_t kBlock = 240;
   for (std::ptrdiff_t first = 0; first < width; first += kBlock) {

@@ -10,7 +10,7 @@
 namespace tlux::detail {
 namespace {
 
-// Notes which regions of clear pixels touch the border: those are no holes.
+// Marks the regions of clear pixels that touch the border: those are not holes.
 void findOpen(const RunTable& table, const Plane<std::uint8_t>& mask, bool* isOpen) {
   const auto width = static_cast<std::uint32_t>(mask.width);
   table.forEach([&](std::int32_t y, const Run& run, std::uint32_t region) {

@@ -11,9 +11,9 @@
 namespace tlux::detail {
 namespace {
 
-// Fills [begin, end). Most runs of a noisy mask are shorter than a step, so that a loop of exact
-// length would be mispredicted for every one of them: where the row has room, whole steps are
-// stored, and what they spill behind `end` is overwritten by the next run.
+// Fills [begin, end). Most runs of a noisy mask are shorter than a step, so a loop of exact length
+// would be mispredicted for every one of them. Where the row has room, whole steps are stored, and
+// the next run overwrites what spills past `end`.
 void fill(std::uint32_t* row, std::uint32_t width, std::uint32_t begin, std::uint32_t end,
           std::uint32_t value) {
   constexpr std::uint32_t kStep = 4;

@@ -8,7 +8,7 @@
 
 namespace tlux::detail {
 
-// The plane that a caller describes. Sizes beyond 31 bits become negative: see isValid().
+// The plane described by a caller. Sizes beyond 31 bits become negative: see isValid().
 template <class T>
 Plane<T> describePlane(T* data, std::int32_t pitch, std::uint32_t width, std::uint32_t height) {
   return {data, static_cast<std::int32_t>(width), static_cast<std::int32_t>(height), pitch};

@@ -6,14 +6,14 @@
 namespace tlux::detail {
 namespace {
 
-constexpr std::ptrdiff_t kGroup = 8; // pixels that one byte of bits stands for
+constexpr std::ptrdiff_t kGroup = 8; // pixels per byte of bits
 
 static_assert(std::endian::native == std::endian::little, "the first byte is the lowest bit");
 
-// One bit for each byte that is not 0. A word of eight lanes, each of which first gets its highest
-// bit (adding 127 to the low seven bits carries into it unless they are 0); the shifts then fold
-// the lanes onto the lowest one, two, four and eight at a time. No step needs more than 64-bit
-// lanes, so that the loop over groups is vectorised.
+// One bit for each byte that is not 0. In a word of eight lanes, each lane first sets its highest
+// bit (adding 127 to the low seven bits carries into it unless they are 0); shifts then fold the
+// lanes onto the lowest one, two, four and eight at a time. No step needs lanes wider than 64 bits,
+// so the loop over groups is vectorised.
 std::uint8_t nonZeroBits(std::uint64_t lanes) {
   constexpr std::uint64_t kLow = 0x7F7F7F7F7F7F7F7F;
   constexpr std::uint64_t kOnes = 0x0101010101010101;
@@ -24,7 +24,7 @@ std::uint8_t nonZeroBits(std::uint64_t lanes) {
   return static_cast<std::uint8_t>(bits);
 }
 
-// Packs whole groups. `flip` is 255 to get the bits of clear pixels.
+// Packs whole groups. `flip` 255 selects clear pixels.
 void packGroups(const std::uint8_t* __restrict pixels, std::ptrdiff_t groups, std::uint8_t flip,
                 std::uint8_t* __restrict bits) {
   for (std::ptrdiff_t i = 0; i < groups; ++i) {

@@ -8,11 +8,11 @@
 
 namespace tlux::detail {
 
-// Which pixels of a mask are looked at.
+// Which pixels of a mask to look for.
 enum class Pixels : std::uint8_t { kSet, kClear };
 
-// One bit for each pixel of a mask, so that 64 pixels are searched at once. The lowest bit of a
-// word is the leftmost pixel. Every row ends with at least one bit that is 0.
+// One bit for each pixel of a mask, so 64 pixels are searched at once. The lowest bit of a word is
+// the leftmost pixel. Every row ends with at least one 0 bit.
 class PackedMask {
  public:
   PackedMask(MMemMgr manager, const Plane<const std::uint8_t>& mask, Pixels which);

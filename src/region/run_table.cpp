@@ -6,8 +6,8 @@
 namespace tlux::detail {
 namespace {
 
-// Bits where a row changes between clear and set, by 64 pixels: each run has one at its begin and
-// one at its end.
+// Bits where a row changes between clear and set, 64 pixels at a time: each run has one at its
+// begin and one at its end.
 class Changes {
  public:
   std::uint64_t next(std::uint64_t word) {
@@ -32,7 +32,7 @@ std::int64_t countRuns(const PackedMask& mask) {
   return changes / 2;
 }
 
-// Stores begin and end of each run of a row in turn; returns the end of what is stored.
+// Stores begin and end of each run of a row alternately; returns the end of the stored values.
 std::uint32_t* findEdges(const std::uint64_t* words, std::ptrdiff_t count, std::uint32_t* edges) {
   Changes row;
   for (std::ptrdiff_t i = 0; i < count; ++i) {
@@ -44,7 +44,7 @@ std::uint32_t* findEdges(const std::uint64_t* words, std::ptrdiff_t count, std::
   return edges;
 }
 
-// The first run of a region, halving the way to it for those who come later.
+// The first run of a region. Halves the path to it for later searches.
 std::uint32_t findRoot(std::uint32_t* parents, std::uint32_t run) {
   while (parents[run] != run) {
     parents[run] = parents[parents[run]];
@@ -53,15 +53,15 @@ std::uint32_t findRoot(std::uint32_t* parents, std::uint32_t run) {
   return run;
 }
 
-// A parent is never later than its child, so that the root of a region is its first run.
+// A parent is never later than its child, so the root of a region is its first run.
 void unite(std::uint32_t* parents, std::uint32_t a, std::uint32_t b) {
   const std::uint32_t rootA = findRoot(parents, a);
   const std::uint32_t rootB = findRoot(parents, b);
   parents[std::max(rootA, rootB)] = std::min(rootA, rootB);
 }
 
-// Turns parents into numbers from 1 on: a parent comes before its children and has its number
-// already.
+// Replaces parents by numbers from 1 on: a parent comes before its children, so it already has its
+// number.
 std::uint32_t numberRegions(std::uint32_t* parents, std::uint32_t count) {
   std::uint32_t regions = 0;
   for (std::uint32_t run = 0; run < count; ++run) {
@@ -72,7 +72,7 @@ std::uint32_t numberRegions(std::uint32_t* parents, std::uint32_t count) {
 
 } // namespace
 
-// A pool has no blocks of size 0, so that an empty table has room for one run as well.
+// A pool has no blocks of size 0, so even an empty table has room for one run.
 RunTable::RunTable(MMemMgr manager, const PackedMask& mask)
     : height_(mask.height()),
       capacity_(std::max<std::int64_t>(countRuns(mask), 1)),
@@ -91,9 +91,9 @@ void RunTable::findRuns(const PackedMask& mask) {
   }
 }
 
-// Unites the touching runs of a row and the one above. Runs touch when they share a column, or come
-// within `reach` of it. The step onward has no branch: which of the two rows moves on is beyond any
-// prediction.
+// Unites the touching runs of a row and the one above. Runs touch if they share a column or come
+// within `reach` of each other. Advancing is branch-free, since which of the two rows advances is
+// unpredictable.
 void RunTable::joinRows(std::int32_t y, std::uint32_t reach) {
   std::uint32_t* parents = regions_.get();
   std::uint32_t upper = rowBegin(y - 1);

@@ -8,7 +8,7 @@
 
 namespace tlux::detail {
 
-// Neighbouring pixels of a row with nothing between them, as columns; the end is exclusive.
+// Adjacent set pixels of a row, given as columns; the end is exclusive.
 struct Run {
   std::uint32_t begin;
   std::uint32_t end;
@@ -16,14 +16,14 @@ struct Run {
   std::uint32_t length() const { return end - begin; }
 };
 
-// Which of the eight pixels around one belong to it.
+// Which of the eight surrounding pixels count as neighbours.
 enum class Connectivity : std::uint8_t { kFour = 4, kEight = 8 };
 
 constexpr bool isConnectivity(std::uint32_t neighbours) {
   return neighbours == 4 || neighbours == 8;
 }
 
-// How what lies between regions is connected.
+// The connectivity of the gaps between regions.
 constexpr Connectivity dual(Connectivity connectivity) {
   return connectivity == Connectivity::kFour ? Connectivity::kEight : Connectivity::kFour;
 }
@@ -36,7 +36,7 @@ constexpr Connectivity dual(Connectivity connectivity) {
 // connected-component labeling algorithms", 2009.
 class RunTable {
  public:
-  // The mask is needed by the constructor only.
+  // The mask is needed only during construction.
   RunTable(MMemMgr manager, const PackedMask& mask);
 
   explicit operator bool() const { return rowFirst_ && edges_ && regions_; }

@@ -10,7 +10,7 @@
 namespace tlux::detail {
 namespace {
 
-// While pixels are counted, the centroid fields hold sums.
+// While pixels are counted, the centroid fields hold coordinate sums.
 void addRun(TLUX_REGION& region, const Run& run, std::uint32_t y) {
   const std::uint64_t length = run.length();
   const std::uint64_t columns = (run.begin + std::uint64_t{run.end} - 1) * length / 2;

@@ -4,8 +4,8 @@
 
 #include "base/multiversion.hpp"
 
-// The two taps of a sample are loaded as one 16-bit word, and so lie in lanes of the width that the
-// arithmetic has.
+// The two taps of a sample are loaded as one 16-bit word, which puts them in lanes as wide as those
+// of the arithmetic.
 namespace tlux::detail {
 namespace {
 
@@ -15,7 +15,7 @@ std::uint16_t tapPair(const std::uint8_t* taps, std::ptrdiff_t sample) {
   return pair;
 }
 
-// The bytes of a pair in memory, on whatever machine.
+// The bytes of a pair in memory, for either byte order.
 constexpr int kFirstShift = std::endian::native == std::endian::little ? 0 : 8;
 constexpr int kSecondShift = 8 - kFirstShift;
 
@@ -59,8 +59,8 @@ TLUX_MULTIVERSION void centreAlignedAlongX(const std::uint8_t* __restrict taps,
   }
 }
 
-// The weight is repeated in memory, since compilers have an instruction for the upper half of a
-// product of two loaded vectors.
+// The weight is repeated in memory, since there is an instruction for the upper half of a product
+// of two loaded vectors.
 TLUX_MULTIVERSION void centreAlignedAlongY(const std::int16_t* __restrict upper,
                                            const std::int16_t* __restrict lower,
                                            std::int16_t weight, std::ptrdiff_t count,

@@ -28,7 +28,7 @@ class CornerAligned {
   std::int64_t step_;
 };
 
-// Output sample i lies at (i + 1/2)·input / output - 1/2, so that the centres of the images meet.
+// Output sample i lies at (i + 1/2)·input / output - 1/2, so the centres of the images coincide.
 //
 // The value w of the way from m to n is (m + n) / 2 + (n - m)·(w - 1/2): with w - 1/2 as a signed
 // 16-bit fraction, the product is the upper half of a 16-bit multiplication. The truncations along

@@ -26,15 +26,15 @@ constexpr std::array<std::int16_t, 4> cubicWeights(int phase, int a) {
   };
   std::array<std::int16_t, 4> weights = {outer(phase), inner(phase), inner(kOne - phase),
                                          outer(kOne - phase)};
-  // The sum is 1 to the bit, so that flat input stays flat: the larger weight takes the rest.
+  // The weights sum to exactly 1, so flat input stays flat: the largest weight takes the remainder.
   const int rest = 16384 - weights[0] - weights[1] - weights[2] - weights[3];
   std::int16_t& largest = weights[2 * phase < kOne ? 1 : 2];
   largest = static_cast<std::int16_t>(largest + rest);
   return weights;
 }
 
-// Bicubic interpolation at positions rounded to 1/kCubicPhases; output sample i lies at
-// (i + 1/2)·input / output - 1/2. Sums wrap, which only weights of a foreign table can bring about.
+// Bicubic interpolation at positions rounded to 1/kCubicPhases. Output sample i lies at
+// (i + 1/2)·input / output - 1/2. Sums wrap, which happens only with weights from a foreign table.
 class Cubic {
  public:
   static constexpr int kTaps = 4;
@@ -46,7 +46,8 @@ class Cubic {
       : inputs_(inputs), outputs_(outputs), table_(table) {}
 
   TapPoint<Cubic> at(std::int64_t i) const {
-    // The position in units of 1 / (2·outputs), one input sample up so that it is not negative.
+    // The position in units of 1 / (2·outputs), shifted by one input sample to keep it
+    // non-negative.
     const std::int64_t unit = 2 * outputs_;
     const std::int64_t position = (2 * i + 1) * inputs_ + outputs_;
     const std::int64_t phase = (position % unit * kCubicPhases + outputs_) / unit;

@@ -10,9 +10,9 @@
 
 namespace tlux::detail {
 
-// Separable interpolation of bytes without memory of its own: the machine of every resizer.
+// Separable interpolation of bytes without allocating memory: the core of every resizer.
 //
-// A policy says which input samples ("taps") an output sample is made of, and how:
+// A policy defines the input samples ("taps") of an output sample and how they combine:
 //
 //   kTaps, kWeights     taps per axis, and the numbers that weigh them
 //   Weight, Row         type of a weight, and of a sample of a row interpolated along x
@@ -23,12 +23,12 @@ namespace tlux::detail {
 //   alongY(rows, weights, count, out)
 //                       output bytes of a run of Rows that lie below each other
 //
-// Taps beyond an edge of the input are its edge sample.
+// Taps beyond an edge of the input repeat its edge sample.
 template <class Policy>
 using Weights = std::array<typename Policy::Weight, std::size_t{Policy::kWeights}>;
 
-// Samples that are interpolated at a time: whole rows of most pictures, since memory is fastest in
-// order, in about 50 KB of stack.
+// Samples interpolated at a time: whole rows of most pictures, since sequential access is fastest,
+// in about 50 KB of stack.
 template <class Policy>
 inline constexpr std::int32_t kRunSize = 4096 / Policy::kTaps;
 
@@ -42,11 +42,11 @@ using RowsBelow = std::array<const typename Policy::Row*, std::size_t{Policy::kT
 
 template <class Policy>
 struct TapPoint {
-  std::int64_t first; // the taps are first, first + 1, …; may lie beyond the edges
+  std::int64_t first; // the taps are first, first + 1, …, possibly beyond the edges
   Weights<Policy> weights;
 };
 
-// One axis of a resize: where its output samples lie, and how many input samples there are.
+// One axis of a resize: the positions of its output samples, and the number of input samples.
 template <class Policy>
 struct Axis {
   Policy policy;
@@ -57,14 +57,14 @@ struct Axis {
   }
 };
 
-// How the samples of a row lie in memory: `channels` to a pixel, each `step` bytes from the next.
+// The layout of the samples in a row: `channels` to a pixel, each `step` bytes from the next.
 struct SampleLayout {
   std::int64_t channels = 1;
   std::int64_t step = 1;
 };
 
-// Interpolates a run of samples of a row: the offsets and weights of the run are worked out once,
-// and each input row is interpolated along x once for all output rows that use it.
+// Interpolates a run of samples of a row: the offsets and weights of the run are computed once, and
+// each input row is interpolated along x once for all output rows that use it.
 template <class Policy>
 class InterpolatedRun {
   using Row = typename Policy::Row;
@@ -73,7 +73,7 @@ class InterpolatedRun {
   static constexpr bool kIsPick = Policy::kWeights == 0;
 
  public:
-  // Whole pixels, so that their samples are collected together.
+  // Rounded to whole pixels, so that their samples are gathered together.
   static std::int64_t sizeFor(const SampleLayout& layout) {
     return kSize - kSize % layout.channels;
   }
@@ -129,7 +129,7 @@ class InterpolatedRun {
     return {interpolated(y.clamped(first + std::int64_t{kTap}), inputRow)...};
   }
 
-  // The rows of one output row follow each other, so each has its slot.
+  // The rows needed for one output row are consecutive, so each has its own slot.
   template <class InputRow>
   const Row* interpolated(std::int64_t y, InputRow inputRow) {
     const std::size_t slot = static_cast<std::size_t>(y) % kTaps;
@@ -145,7 +145,7 @@ class InterpolatedRun {
     return slots_[slot];
   }
 
-  // Collects the taps of all samples, side by side, so that the arithmetic can be vectorised.
+  // Gathers the taps of all samples side by side, so the arithmetic can be vectorised.
   void gather(const std::uint8_t* in, std::uint8_t* taps) const {
     switch (channels_) {
       case 1:
@@ -168,7 +168,7 @@ class InterpolatedRun {
     gatherEach(in, taps, insideEnd_, count_);
   }
 
-  // Where all taps lie side by side in the input, pixels are copied whole.
+  // Where all taps are adjacent in the input, pixels are copied whole.
   template <int kChannels>
   void gatherInside(const std::uint8_t* in, std::uint8_t* taps) const {
     constexpr std::ptrdiff_t kStep{kTaps};
@@ -204,9 +204,9 @@ class InterpolatedRun {
     }
   }
 
-  // Two neighbours of three bytes each become pairs of taps. Four bytes are loaded of each, and
-  // eight stored, of which the next pixel overwrites two; at the end of the row pixels are
-  // collected byte by byte.
+  // Two neighbours of three bytes each become pairs of taps. For each, four bytes are loaded and
+  // eight stored, of which the next pixel overwrites two; at the end of the row pixels are gathered
+  // byte by byte.
   void pairPixels(const std::uint8_t* __restrict in, std::uint8_t* __restrict taps) const {
     std::int32_t end = insideEnd_;
     while (end > insideFirst_ && offsets_[1][end - 3] + 4 > rowBytes_) {
@@ -226,7 +226,7 @@ class InterpolatedRun {
     gatherEach(in - offsets_[0][insideFirst_], taps, end, insideEnd_);
   }
 
-  // The pairs of two pixels become two taps of either component.
+  // Turns the pairs of two pixels into two taps of each component.
   static void swapMiddleBytes(std::uint8_t* bytes, std::ptrdiff_t words) {
     for (std::ptrdiff_t i = 0; i < words; ++i) {
       std::uint32_t word = 0;
@@ -247,11 +247,11 @@ class InterpolatedRun {
     }
   }
 
-  std::int64_t channels_; // 0 where the samples of a pixel do not lie side by side
+  std::int64_t channels_; // 0 if the samples of a pixel are not adjacent
   std::int64_t rowBytes_; // of the input
   std::int32_t count_;
-  // The samples of whole pixels whose taps all lie side by side in the input, and how far from
-  // those of the first one: narrow numbers, to keep the nearest cache for the samples.
+  // The samples of whole pixels whose taps are all adjacent in the input, and their distance from
+  // those of the first one: narrow types, to keep the nearest cache for the samples.
   std::int32_t insideFirst_ = 0;
   std::int32_t insideEnd_ = 0;
   std::uint16_t distances_[kSize];
@@ -262,7 +262,7 @@ class InterpolatedRun {
   Row slots_[kTaps][kSize] = {};
 };
 
-// The part of an output that is made: samples [0, rowSamples) of rows [firstRow, endRow).
+// The part of an output to be made: samples [0, rowSamples) of rows [firstRow, endRow).
 struct OutputRange {
   std::int64_t rowSamples;
   std::int64_t firstRow;

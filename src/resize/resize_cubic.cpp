@@ -51,7 +51,7 @@ TLUX_MULTIVERSION void cubicAlongY(const RowsBelow<Cubic>& rows, const Weights<C
     const std::int32_t sum =
         wrappingAdd(weightedSum<std::int16_t>({first[k], second[k], third[k], fourth[k]}, constant),
                     1 << (kShift - 1));
-    // Narrowed before it is clamped: 16-bit lanes.
+    // Narrowed before clamping, which keeps the lanes 16-bit.
     const auto value = static_cast<std::int16_t>(sum >> kShift);
     const auto positive = std::max<std::int16_t>(value, 0);
     out[k] = static_cast<std::uint8_t>(std::min<std::int16_t>(positive, 255));

@@ -26,7 +26,7 @@ void copyRows(const TLUX_IMAGE& source, const TLUX_IMAGE& target, const RowRange
   const Format& format = *findFormat(source.format);
   int copiedPlane = -1;
   for (const Component& component : componentsOf(format)) {
-    if (component.plane == copiedPlane) continue; // packed: one plane holds all components
+    if (component.plane == copiedPlane) continue; // packed: one plane contains all components
     copiedPlane = component.plane;
     const std::int64_t rowBytes = rowBytesOf(format, copiedPlane, source.width);
     const ComponentPlane to = planeOf(target, component);

@@ -15,18 +15,18 @@ struct RowRange {
 };
 
 // A component's part of a range of luma rows: each of its rows goes with its first luma row, so
-// that ranges which tile the image tile the component.
+// ranges that tile the image also tile the component.
 RowRange componentRowsOf(const ComponentPlane& plane, const Component& component,
                          const RowRange& range);
 
-// What can be resized: two images of one format, which has components.
+// Checks that two images can be resized: one format, which has components.
 Result checkResize(const TLUX_IMAGE& source, const TLUX_IMAGE& target);
 
 void copyRows(const TLUX_IMAGE& source, const TLUX_IMAGE& target, const RowRange& range);
-// For chroma of which the source has no sample.
+// For chroma without any sample in the source.
 void fillNeutral(const ComponentPlane& target, const Component& component, const RowRange& rows);
 
-// Interpolates the rows of one component of which the source has samples.
+// Interpolates the rows of one component that has samples in the source.
 template <class Policy>
 void interpolateComponent(const Axis<Policy>& x, const Axis<Policy>& y,
                           const ComponentPlane& source, const ComponentPlane& target,

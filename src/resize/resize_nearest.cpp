@@ -4,7 +4,7 @@
 namespace tlux::detail {
 namespace {
 
-// The input sample in whose area the centre of output sample i lies: (i + 1/2)·input / output,
+// The input sample whose area contains the centre of output sample i: (i + 1/2)·input / output,
 // rounded down.
 class Nearest {
  public:

@@ -12,7 +12,8 @@ bool isResizable(const Plane<T>& plane) {
   return plane.data != nullptr && plane.width > 0 && plane.height > 0 && plane.pitch >= plane.width;
 }
 
-// Resizes one plane. The policy of an axis is made from its input and output size and `settings`.
+// Resizes one plane. The policy of each axis is constructed from its input size, output size and
+// `settings`.
 template <class Policy, class... Settings>
 Result resizePlane(const Plane<const std::uint8_t>& source, const Plane<std::uint8_t>& target,
                    const Settings&... settings) {

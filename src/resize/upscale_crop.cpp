@@ -10,7 +10,7 @@
 namespace tlux::detail {
 namespace {
 
-// Output sample i is sample `origin` + i of the eightfold enlargement of upsample_line.hpp: the
+// Output sample i is sample `origin` + i of the eightfold enlargement in upsample_line.hpp: the
 // same values, for bytes.
 class EighthSteps {
  public:
@@ -48,7 +48,7 @@ class EighthSteps {
   std::int64_t origin_;
 };
 
-// Whether samples [first, first + count) are there after the enlargement of `low` samples.
+// Whether samples [first, first + count) exist in the enlargement of `low` samples.
 bool isInEnlarged(std::int32_t first, std::int32_t count, std::int32_t low) {
   return first >= 0 && std::int64_t{first} + count <= std::int64_t{kUpsampling} * low;
 }
