@@ -1,5 +1,5 @@
-# The exported interface is the union of src/*/exports.list, one name a line. The version script of
-# the shared library and the interface tests are made from it, so that they cannot drift apart.
+# The exported interface is the union of src/*/exports.list, one name per line. The version script of
+# the shared library and the interface tests are generated from it, so they always agree.
 function(tlux_write_version_script output names_output)
   get_property(lists GLOBAL PROPERTY TLUX_EXPORT_LISTS)
   set(names "")

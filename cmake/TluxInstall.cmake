@@ -1,10 +1,10 @@
-# What `cmake --install` puts where: headers, both libraries, the CMake package, tlux.pc and, when it
-# is built, the command. The installed tree can be moved.
+# Rules for `cmake --install`: headers, both libraries, the CMake package, tlux.pc and, if built, the
+# command. The installed tree can be moved.
 include(CMakePackageConfigHelpers)
 
 install(DIRECTORY "${PROJECT_SOURCE_DIR}/include/" TYPE INCLUDE)
 
-# Both libraries, unless a package wants one kind: that is then tlux::tlux.
+# Both libraries, unless BUILD_SHARED_LIBS selects one kind, which is then tlux::tlux.
 set_target_properties(tlux_shared PROPERTIES EXPORT_NAME tlux)
 set_target_properties(tlux_static PROPERTIES EXPORT_NAME static)
 set(pc_libs "-ltlux")
@@ -33,7 +33,7 @@ install(FILES "${PROJECT_BINARY_DIR}/tlux-config.cmake"
               "${PROJECT_BINARY_DIR}/tlux-config-version.cmake"
         DESTINATION "${package_dir}")
 
-# tlux.pc finds its prefix from where it lies, unless the folders were configured as absolute paths.
+# tlux.pc derives its prefix from its own location, unless folders were configured as absolute paths.
 set(pc_dir "${CMAKE_INSTALL_LIBDIR}/pkgconfig")
 if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}" OR IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
   set(pc_prefix "${CMAKE_INSTALL_PREFIX}")

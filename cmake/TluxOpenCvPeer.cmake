@@ -1,6 +1,6 @@
-# OpenCV, a peer to agree with in tests and to be measured beside in benchmarks, never a dependency.
-# Defines the target tlux_opencv_peer when its modules are installed, with or without the package file
-# of the whole; ximgproc is there when TLUX_OPENCV_XIMGPROC_LIBRARY is.
+# OpenCV as a peer in tests and benchmarks, never a dependency. Defines the target tlux_opencv_peer if
+# the modules are installed, with or without OpenCV's package file; ximgproc is available if
+# TLUX_OPENCV_XIMGPROC_LIBRARY is set.
 find_path(TLUX_OPENCV_INCLUDE_DIR opencv2/imgproc.hpp PATH_SUFFIXES opencv4)
 foreach(module IN ITEMS CORE IMGPROC XIMGPROC)
   string(TOLOWER "${module}" name)

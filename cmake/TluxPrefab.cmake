@@ -1,8 +1,8 @@
-# The package that Gradle reads out of an .aar (Prefab, schema 2), as the install component `prefab`:
-# the same two names as of the CMake package, tlux::tlux and tlux::static.
+# The package that Gradle reads from an .aar (Prefab, schema 2), as the install component `prefab`. It
+# has the same targets as the CMake package, tlux::tlux and tlux::static.
 set(abi "${ANDROID_ABI}")
 if(NOT abi)
-  # Not built with the NDK: the layout is the same, and tests look at it.
+  # Not built with the NDK: the layout is the same, for tests.
   set(abi "${CMAKE_SYSTEM_PROCESSOR}")
   if(abi STREQUAL "aarch64")
     set(abi "arm64-v8a")

@@ -1,5 +1,4 @@
-# WebAssembly by Debian's clang, with the C and C++ libraries of the packages wasi-libc and
-# libc++-dev-wasm32.
+# WebAssembly with Debian's clang and the C and C++ libraries from wasi-libc and libc++-dev-wasm32.
 set(CMAKE_SYSTEM_NAME Generic)
 set(CMAKE_SYSTEM_PROCESSOR wasm32)
 set(WASI TRUE)
@@ -13,8 +12,8 @@ set(CMAKE_RANLIB llvm-ranlib)
 
 set(CMAKE_C_FLAGS_INIT -msimd128)
 set(CMAKE_CXX_FLAGS_INIT "-msimd128 -fno-exceptions")
-# The linker is given these too. Told to optimise, clang hands its output to a wasm-opt that happens
-# to be installed and may not know vectors; the library asks for -O3 by itself.
+# No -O here: it would reach the linker, and clang would run any installed wasm-opt, which may not
+# support vectors. The library sets -O3 itself.
 set(CMAKE_C_FLAGS_RELEASE -DNDEBUG CACHE STRING "")
 set(CMAKE_CXX_FLAGS_RELEASE -DNDEBUG CACHE STRING "")
 set(CMAKE_EXECUTABLE_SUFFIX .wasm)

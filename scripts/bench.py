@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Times every family beside its peers and prints the ratios; below 1 the family is faster.
+"""Times every family next to its peers and prints the ratios; below 1 the family is faster.
 
 usage: scripts/bench.py [REGEX]
 
-REGEX chooses the families by name; without it those at 1920 × 1080. The program is built before. A figure is the
-least of several repetitions, which are interleaved at random, so that other work on the machine disturbs family
-and peer alike. Each call appends a line to build/bench-history.jsonl: date, commit, machine, figures.
+REGEX selects families by name; the default is those at 1920 × 1080. The program is built first. Each figure is the
+minimum of several repetitions, interleaved at random so that other work on the machine affects family and peer alike.
+Each call appends a line to build/bench-history.jsonl: date, commit, machine, figures.
 """
 
 import datetime
@@ -43,7 +43,7 @@ def pairs(pattern):
 
 
 def measure(names):
-    """Least processor and real time of each, in milliseconds."""
+    """Minimum processor and real time of each, in milliseconds."""
     out = PROGRAM.parent / "figures.json"
     subprocess.run([PROGRAM, f"--benchmark_filter=^({'|'.join(names)})$", "--benchmark_repetitions=7",
                     "--benchmark_enable_random_interleaving=true", "--benchmark_min_time=0.03",

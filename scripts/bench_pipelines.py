@@ -1,11 +1,11 @@
 #!/usr/bin/env python3
-"""Times the GStreamer element beside its neighbours and prints a table.
+"""Times the GStreamer element next to its peers and prints a table.
 
 usage: scripts/bench_pipelines.py [WIDTHxHEIGHT]      (default: 1920x1080)
 
-The element of build/release, which is configured before, stands between videotestsrc and fakesink. A figure is the
-time of a long pipeline less that of a short one, each the least of several, over the frames between; then less what
-identity takes in its place. Processor time is that of all threads; it is the steadier one on a busy machine.
+The element from build/release, which must be configured, runs between videotestsrc and fakesink. Each figure is the
+time of a long pipeline minus that of a short one, each the minimum of several, divided by the difference in frames,
+minus the same figure for identity. Processor time covers all threads; it is steadier on a busy machine.
 """
 
 import os

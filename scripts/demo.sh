@@ -9,7 +9,7 @@ enhanced=out/night-bridge-lamps-enhanced.png
 comparison=out/night-bridge-lamps-compare.png
 
 scripts/install_deps.sh build app
-# Without the tests, which need more packages.
+# Leaves out the tests, which need more packages.
 cmake --preset release -DTLUX_BUILD_TESTS=OFF >/dev/null
 cmake --build --preset release --target tlux_command
 

@@ -1,9 +1,8 @@
 #!/usr/bin/env python3
 """Draws the default mark, src/engine/mark.png: a rising scale of hairlines in the lower right corner.
 
-Each line is one sample wide and has a dark companion, so that the pair shows on dark and on bright ground. All
-edges are upright or level: enlarging by whole factors, as frames of up to 12 megapixels and more do, leaves
-them smooth. At most a quarter opaque.
+Each line is one sample wide and has a dark companion, so the pair is visible on dark and bright ground. All edges are
+vertical or horizontal, so they stay sharp when the mark is enlarged by whole factors. At most a quarter opaque.
     scripts/draw_mark.py > src/engine/mark.png && scripts/mark_planes.py src/engine/mark.png > src/engine/mark_planes.cpp
 """
 

@@ -1,9 +1,9 @@
 #!/bin/bash
-# Builds the fuzzers and lets each of them run, as many at a time as there are cores.
+# Builds the fuzzers and runs each of them, as many at a time as there are cores.
 # usage: scripts/fuzz.sh [SECONDS [PRESET]]   (default: 60 fuzz)
-# The preset fuzz has ASan and UBSan, fuzz-msan has MSan. Both start from the seeds of the repository and from what
-# earlier runs found, in build/corpus. An input that fails is kept in build/failures; the fuzzer run on that file alone
-# shows the failure again.
+# The preset fuzz has ASan and UBSan, fuzz-msan has MSan. Both start from the seeds in the repository and the inputs
+# that earlier runs found, in build/corpus. Failing inputs are kept in build/failures; to reproduce a failure, run the
+# fuzzer on that file.
 set -eu
 cd "$(dirname "$0")/.."
 seconds=${1:-60}

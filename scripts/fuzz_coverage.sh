@@ -1,5 +1,5 @@
 #!/bin/sh
-# Replays the seeds and what fuzzing has found, and tells how much of src/ that reaches.
+# Replays the seeds and the inputs found by fuzzing, and reports how much of src/ they reach.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/install_deps.sh build clang

@@ -1,19 +1,19 @@
 #!/bin/sh
-# Installs the Debian packages that are missing. usage: scripts/install_deps.sh GROUP…
+# Installs missing Debian packages. usage: scripts/install_deps.sh GROUP…
 #   build  GCC and the build tools        test   tests of the library and the command
 #   app    libraries of the command       bench  benchmarks and the peers they measure
 #   clang  Clang and its sanitizers       lint   formatter and static checks
-#   aarch64  GCC for AArch64, an emulator, and what tests are built and run with
+#   aarch64  GCC for AArch64, an emulator, and sources and tools for the tests
 #   docs   generator of the reference
-#   pipelines  GStreamer, frei0r and the hosts that the plug-ins are tested in
-#   java   what the camera example for Android is tested with
+#   pipelines  GStreamer, frei0r and hosts for testing the plug-ins
+#   java   test of the camera example for Android
 #   abi    comparison of the interface with its baseline
-#   count  counter of instructions
-#   quality  what measures pictures
-#   python   building the package for Python, its tests, archives on many machines
-#   packages  building the Debian packages and the files of a release, and their checks
-#   recipes   what the recipes for other package managers are tried with
-#   web    compiler for WebAssembly, Node where there is none, and the browser of the tests
+#   count  instruction counter
+#   quality  measurement of picture quality
+#   python   the Python package, its tests, archives on many machines
+#   packages  Debian packages, release files, and their checks
+#   recipes   tests of the recipes for other package managers
+#   web    WebAssembly compiler, Node if missing, and a browser for the tests
 set -eu
 
 usage() {
@@ -21,7 +21,7 @@ usage() {
   exit 1
 }
 
-# The package, unless its command is there from elsewhere.
+# The package, unless its command is installed already.
 missing_command() {
   command -v "$1" >/dev/null || echo "$2"
 }
@@ -63,7 +63,7 @@ for group; do
 done
 [ -n "$missing" ] || exit 0
 if ! command -v apt-get >/dev/null; then
-  echo "install_deps.sh: no Debian machine; install what these packages hold:$missing" >&2
+  echo "install_deps.sh: this is not a Debian system; install the equivalents of these packages:$missing" >&2
   exit 1
 fi
 

@@ -1,8 +1,9 @@
 #!/bin/sh
-# Counts the instructions of a run of 1920 × 1080, all threads together, and fails when they are more than 3 % above the
-# figure in bench/instructions.txt. usage: scripts/instructions.sh [--pin]   (--pin: writes the figure anew)
-# On one core, since threads that wait for work count, too. Without AVX2, in the library and in the C library, so that
-# the count is the same on every x86-64 processor; it belongs to the compiler that the file names. The first frame of an engine, which makes its gain table, is not in it.
+# Counts the instructions of a run of 1920 × 1080 on all threads, and fails if there are 3 % more than the figure in
+# bench/instructions.txt. usage: scripts/instructions.sh [--pin]   (--pin: records a new figure)
+# Runs on one core, since threads that wait for work also count. Disables AVX2, in the library and in the C library, so
+# the count is the same on every x86-64 processor; it is valid for the compiler named in the file. The first frame of an
+# engine, which computes its gain table, is not counted.
 set -eu
 cd "$(dirname "$0")/.."
 pinned=bench/instructions.txt

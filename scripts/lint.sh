@@ -1,5 +1,5 @@
 #!/bin/sh
-# Checks formatting and that no subsystem includes a later one, and runs clang-tidy over the library and the command.
+# Checks the formatting and the include order of subsystems, and runs clang-tidy on the library, command and plug-ins.
 # usage: scripts/lint.sh [--fix]
 set -eu
 cd "$(dirname "$0")/.."

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes src/selection/selection_tables.cpp: fractional exposure values and the smoothing kernel.
 
-Run it again after changing it:
+Run it after changing it:
     scripts/make_selection_tables.py > src/selection/selection_tables.cpp
 """
 

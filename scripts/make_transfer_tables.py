@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes src/gain/transfer_tables.cpp: the sRGB curves between 8-bit codes and 12-bit linear light.
 
-IEC 61966-2-1, rounded half away from zero. Run it again after changing it:
+IEC 61966-2-1, rounded half away from zero. Run it after changing it:
     scripts/make_transfer_tables.py > src/gain/transfer_tables.cpp
 """
 

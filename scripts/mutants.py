@@ -1,10 +1,9 @@
 #!/usr/bin/python3
-"""Changes the library in one place at a time and reports which changes no test notices.
+"""Changes the library in one place at a time and reports the changes that no test notices.
 
-The mutants are the same in every run: of each room of src/, the sites with the smallest hashes. Everything happens in
-a copy under build/mutants, so that the checkout can be edited meanwhile; results are kept there, and a run that was
-stopped goes on where it was. Survivors that no test can notice are listed with their reasons in
-scripts/mutants_equivalent.txt.
+The mutants are the same in every run: the sites with the smallest hashes in each folder of src/. The script works on a
+copy in build/mutants, so the checkout can be edited meanwhile; results are kept there, and an interrupted run resumes
+where it stopped. Survivors that no test can notice are listed with the reason in scripts/mutants_equivalent.txt.
 """
 import argparse
 import collections
@@ -116,7 +115,7 @@ def mutants_of(room, count):
 
 
 def copy_tree():
-    """Brings the copy up to date; what did not change keeps its time."""
+    """Updates the copy; unchanged files keep their time."""
     parts = "CMakeLists.txt cmake include src tests fuzz plugins examples scripts/draw_mark.py scripts/mark_planes.py"
     wanted = subprocess.run(["git", "ls-files", "-co", "--exclude-standard", *parts.split()], cwd=ROOT, check=True,
                             capture_output=True, text=True).stdout.split()
@@ -152,7 +151,7 @@ def limit():
 
 
 def outcome(room, jobs):
-    """'killed' by the first test that fails, 'survived', or 'not built'."""
+    """'killed' and the first test that failed, 'survived', or 'not built'."""
     for program in programs_of(room):
         built = subprocess.run(["ninja", "-C", BUILD, f"-j{jobs}", program], capture_output=True, text=True)
         if built.returncode != 0:
@@ -179,8 +178,8 @@ def show(name, mutant, state, by=""):
 
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    parser.add_argument("--room", action="append", choices=ROOMS, help="only this one; may be repeated")
-    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="of the build (default: %(default)s)")
+    parser.add_argument("--room", action="append", choices=ROOMS, help="only this folder of src; may be repeated")
+    parser.add_argument("--jobs", type=int, default=os.cpu_count(), help="parallel build jobs (default: %(default)s)")
     parser.add_argument("--list", action="store_true", help="print the mutants and do nothing")
     parser.add_argument("--again", action="store_true", help="try the survivors of earlier runs again")
     parser.add_argument("--afresh", action="store_true", help="forget earlier results")

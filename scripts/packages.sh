@@ -1,9 +1,9 @@
 #!/bin/sh
-# Makes the files of a release in dry mode, builds the Debian packages from its source archive, and checks them:
-# lintian, vectors inside, and debian/tests on the installed packages, which are removed again. Works in build/packages.
-# usage: scripts/packages.sh [--all]
-# --all builds the packages a second time elsewhere, which must give the same bytes, the RPM and Arch packages, and
-# reads the other recipes. Without it the command is optimised less, and there are no debug symbols.
+# Makes the files of a release as a dry run, builds the Debian packages from its source archive, and checks them: with
+# lintian, for vector code, and with debian/tests on the installed packages, which are then removed. Works in
+# build/packages. usage: scripts/packages.sh [--all]
+# --all builds the packages a second time elsewhere, which must give the same bytes, builds the RPM and Arch packages,
+# and checks the other recipes. Without it the command is optimised less, and there are no debug symbols.
 set -eu
 cd "$(dirname "$0")/.."
 all=
@@ -18,7 +18,7 @@ fail() {
   exit 1
 }
 
-# Builds the Debian packages in an empty folder, with the tools of Debian alone.
+# Builds the Debian packages in an empty folder, using only Debian's tools.
 build_debian() {
   mkdir -p "$1"
   cp "$archive" "$1/tlux_$version.orig.tar.gz"
@@ -30,7 +30,7 @@ build_debian() {
   }
 }
 
-# Another folder, language, time zone and mask of permissions give the same packages.
+# A different folder, language, time zone and umask must give the same packages.
 check_reproducible() {
   (export LC_ALL=C.UTF-8 TZ=Asia/Kathmandu && umask 077 && build_debian "$work/debian-again")
   for package in "$work"/debian/*.deb; do
@@ -38,7 +38,7 @@ check_reproducible() {
   done
 }
 
-# Machine code is compiled for the levels that the library chooses from on x86-64.
+# The binaries must contain code for each level that the library chooses from on x86-64.
 check_vectors() {
   [ "$(uname -m)" = x86_64 ] || return 0
   mkdir -p "$work/unpacked"
@@ -53,7 +53,7 @@ check_vectors() {
   done
 }
 
-# debian/tests; the packages stay installed no longer than that.
+# Runs debian/tests; the packages stay installed only meanwhile.
 run_tests() {
   as_root=
   [ "$(id -u)" -eq 0 ] || as_root=sudo

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Builds the wheel of python/ around the library of build/release, installs it into a virtual environment of its own,
-# and tests it there: types, tests, and the examples of its documentation. The wheel stays in build/python.
-# PYTHON names the interpreter, by default that of the system, whose packages the environment can use.
+# Builds the wheel from python/ and the library in build/release, installs it into a new virtual environment and tests
+# it there: types, tests, and the examples in its documentation. The wheel stays in build/python.
+# PYTHON selects the interpreter, by default the system's, whose packages the environment can use.
 set -eu
 cd "$(dirname "$0")/.."
 python=${PYTHON:-/usr/bin/python3}
@@ -9,7 +9,7 @@ work=$PWD/build/python
 environment=$work/environment
 
 scripts/install_deps.sh build app python
-# Without the tests of the library, which need more packages.
+# Leaves out the library's tests, which need more packages.
 cmake --preset release -DTLUX_BUILD_TESTS=OFF >/dev/null
 cmake --build --preset release --target tlux_shared tlux_command
 

@@ -1,11 +1,11 @@
 #!/usr/bin/python3
-"""Measures what the library's tones do to pictures, beside two peers, and prints tables in Markdown.
+"""Measures what the library's tones and two peers do to pictures, and prints tables in Markdown.
 
 usage: scripts/quality.py [--library FILE] [--strength N] [--quick] [--check] [PICTURE | FOLDER ...]
 
-Without pictures it takes those of examples/images. --quick leaves out the ramps, --check fails when a figure is
-worse than its bar. The build of the library comes first (cmake --preset release). What each figure means, with its
-source, is told by the files of scripts/quality_measures.
+The default pictures are those in examples/images. --quick skips the ramps, --check fails if a figure is worse than its
+bar. Build the library first (cmake --preset release). The files in scripts/quality_measures explain each figure and
+name its source.
 """
 
 import argparse
@@ -27,12 +27,12 @@ MEASURES = {
     "shadow noise ratio": appearance.shadow_noise_ratio,
     "mean luma": lambda before, after: float(appearance.luma(after[::4, ::4]).mean()),
 }
-# "natural, levels of exact" differs from exact in colour and in the precision of the fit alone, so that these can be
-# judged at equal light.
+# "natural, levels of exact" differs from exact only in colour and in the precision of the fit, so these can be compared
+# at equal brightness.
 STREAMS = {"exact": ("exact", {}), "natural": ("natural", {}), "natural, levels of exact": ("natural", {"steady": 0})}
 METHODS = (*STREAMS, "CLAHE", "gamma")
 
-# What natural tones may not exceed in any picture, or in the mean of the pictures.
+# Limits for natural tones, for each picture or for the mean of the pictures.
 BARS = {
     "largest jump of a block, codes": 6.0,
     "largest step of the mean, codes": 1.5,
@@ -46,7 +46,7 @@ LARGEST_CHANGE_OF_MEAN = 1.25
 
 
 def results(library, rgb, strength):
-    """The picture by each method; a method without its library is left out."""
+    """The picture processed by each available method."""
     y, uv = library.frame_of(rgb)
     found = {name: library.rgb_of(*methods.Stream(library, tones, **options).run(y, uv, strength))
              for name, (tones, options) in STREAMS.items()}
@@ -122,8 +122,8 @@ def main():
     parser.add_argument("pictures", nargs="*", default=[ROOT / "examples/images"])
     parser.add_argument("--library", default=ROOT / "build/release/src/libtlux.so")
     parser.add_argument("--strength", type=int, default=steadiness.STRENGTH)
-    parser.add_argument("--quick", action="store_true", help="leave out the ramps")
-    parser.add_argument("--check", action="store_true", help="fail when a figure is worse than its bar")
+    parser.add_argument("--quick", action="store_true", help="skip the ramps")
+    parser.add_argument("--check", action="store_true", help="fail if a figure is worse than its bar")
     options = parser.parse_args()
 
     library = methods.Library(options.library)

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Fills in the recipes of packaging/ for a source archive. usage: scripts/recipes.py ARCHIVE FOLDER
 
-Version and addresses stand in one place each, CMakeLists.txt and packaging/source.conf; the checksums are those of
-the archive. Each packaging/SYSTEM/NAME.in becomes FOLDER/SYSTEM/NAME.
+The version comes from CMakeLists.txt, addresses from packaging/source.conf, checksums from the archive. Each
+packaging/SYSTEM/NAME.in becomes FOLDER/SYSTEM/NAME.
 """
 
 import hashlib

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Tries the recipes of build/release-files (scripts/release.sh): builds the RPM and Arch packages, runs the portfile of
-# vcpkg without vcpkg, and reads those for Conan and Homebrew. docs/packaging.md says what that leaves open.
+# Tests the recipes in build/release-files (scripts/release.sh): builds the RPM and Arch packages, runs the vcpkg
+# portfile without vcpkg, and parses those for Conan and Homebrew. docs/packaging.md says what is not tested.
 # Works in build/recipes.
 set -eu
 cd "$(dirname "$0")/.."
@@ -12,7 +12,7 @@ archive=$files/tlux-$version.tar.gz
 rm -rf "$work"
 mkdir -p "$work"
 
-# What it builds with was installed by another package manager, which rpm does not ask.
+# Build dependencies were installed by another package manager, which rpm does not see.
 echo "== RPM"
 rpmbuild -bb --nodeps --define "_topdir $work/rpm" --define "_sourcedir $files" "$files/recipes/rpm/tlux.spec" \
   >"$work/rpm.log" 2>&1 || { tail -n 40 "$work/rpm.log" >&2; exit 1; }
@@ -21,7 +21,7 @@ find "$work/rpm/RPMS" -name '*.rpm'
 rpmlint --strict --rpmlintrc packaging/rpm/tlux.rpmlintrc "$files/recipes/rpm/tlux.spec" \
   $(find "$work/rpm/RPMS" -name '*.rpm') >"$work/rpmlint.log" 2>&1 || { cat "$work/rpmlint.log" >&2; exit 1; }
 
-# makepkg refuses to be root.
+# makepkg refuses to run as root.
 echo "== Arch"
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Makes the reference of the public headers, any warning being an error: build/reference/html/index.html
+# Builds the reference of the public headers, build/reference/html/index.html. Warnings are errors.
 set -eu
 cd "$(dirname "$0")/.."
 scripts/install_deps.sh docs

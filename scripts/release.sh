@@ -1,8 +1,8 @@
 #!/bin/sh
 # Makes the files of a release in build/release-files, and tags it: source archive, wheel, npm package, web page,
 # recipes for package managers, SBOM and checksums. usage: scripts/release.sh VERSION | --dry-run
-# The version stands in CMakeLists.txt; CHANGELOG.md and debian/changelog must have an entry for it. A dry run tags
-# nothing, takes a wheel and a page that are built already, and lets changes wait for their release.
+# VERSION must match CMakeLists.txt; CHANGELOG.md and debian/changelog must have an entry for it. A dry run tags
+# nothing, reuses an existing wheel and page, and accepts unreleased changes.
 set -eu
 cd "$(dirname "$0")/.."
 dry=
@@ -24,9 +24,9 @@ has_entry "$version" || fail "CHANGELOG.md has no entry for $version"
   fail "debian/changelog has no entry for $version"
 scripts/symbols.py --check
 if [ -z "$dry" ]; then
-  ! has_entry Unreleased || fail "CHANGELOG.md has changes that belong to no version"
-  [ -z "$(git status --porcelain)" ] || fail "there are changes that are not committed"
-  ! git rev-parse -q --verify "refs/tags/$tag" >/dev/null || fail "$tag is there already"
+  ! has_entry Unreleased || fail "CHANGELOG.md has unreleased changes"
+  [ -z "$(git status --porcelain)" ] || fail "there are uncommitted changes"
+  ! git rev-parse -q --verify "refs/tags/$tag" >/dev/null || fail "$tag already exists"
 fi
 
 wheel() { ls build/python/tlux-"$version"-*.whl 2>/dev/null; }
@@ -36,12 +36,12 @@ if [ -z "$dry" ] || [ ! -f build/web/tlux.html ] || [ ! -f build/web/package/pac
 rm -rf "$files"
 mkdir -p "$files"
 archive=$files/tlux-$version.tar.gz
-# Times are that of the commit, order and owners are git's: the same commit gives the same bytes. Debian adds its folder.
+# Times come from the commit, order and owners from git, so a commit always gives the same bytes. Debian adds its folder.
 git archive --format=tar --prefix="tlux-$version/" HEAD -- . ':(exclude)debian' | gzip -9n >"$archive"
 cp "$(wheel)" "$files"
 cp build/web/tlux.html "$files/tlux-$version.html"
 npm pack --silent --pack-destination "$files" ./build/web/package >/dev/null
-[ -f "$files/tlux-$version.tgz" ] || fail "the npm package has another version"
+[ -f "$files/tlux-$version.tgz" ] || fail "the npm package has a different version"
 scripts/recipes.py "$archive" "$files/recipes"
 time=$(TZ=UTC git log -1 --date=format-local:%Y-%m-%dT%H:%M:%SZ --format=%cd)
 scripts/sbom.py "$time" "$files" >"$files/tlux-$version.spdx.json"
@@ -49,6 +49,6 @@ scripts/sbom.py "$time" "$files" >"$files/tlux-$version.spdx.json"
 
 if [ -z "$dry" ]; then
   git tag -a "$tag" -m "tlux $version"
-  echo "$tag is made; publish it by: git push origin $tag"
+  echo "created $tag; to publish it: git push origin $tag"
 fi
 (cd "$files" && ls -s)

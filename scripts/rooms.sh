@@ -1,6 +1,6 @@
 #!/bin/sh
-# Fails when a file in src/ or apps/tlux/ includes a header of a folder that comes later than its own in the list of
-# its CMakeLists.txt, or when a folder is missing from that list. usage: scripts/rooms.sh
+# Fails if a file in src/ or apps/tlux/ includes a header from a folder that comes later than its own in the list in
+# CMakeLists.txt, or if a folder is missing from that list. usage: scripts/rooms.sh
 set -eu
 cd "$(dirname "$0")/.."
 

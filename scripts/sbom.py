@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Writes what the files of a release hold and need, as SPDX 2.3. usage: scripts/sbom.py TIME FOLDER >FILE
+"""Writes the contents and dependencies of the release files, as SPDX 2.3. usage: scripts/sbom.py TIME FOLDER >FILE
 
-TIME is that of the release (2026-01-31T12:00:00Z). Needs are read from the files that the builds take them from; one
-that KNOWN does not describe is an error.
+TIME is the time of the release (2026-01-31T12:00:00Z). Dependencies are read from the build files; one that KNOWN does
+not describe is an error.
 """
 
 import hashlib
@@ -62,7 +62,7 @@ def pairs(kind, names):
 
 def needs(file):
     """Pairs of the relationship and the name."""
-    if file.name.endswith(".tar.gz"):  # nothing for the library: the front ends can be left out
+    if file.name.endswith(".tar.gz"):  # the library has no dependencies, and front ends are optional
         found = of_cmake("apps/CMakeLists.txt") + of_cmake("plugins/CMakeLists.txt")
         return pairs("OPTIONAL_DEPENDENCY_OF", found)
     if file.suffix == ".whl":

@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
-"""Brings debian/libtlux1.symbols up to the exports lists. usage: scripts/symbols.py [--check]
+"""Updates debian/libtlux1.symbols from the exports lists. usage: scripts/symbols.py [--check]
 
-Each name keeps the version that it came with; a new one gets the version of CMakeLists.txt. A name that has gone is an
-error as long as the library is libtlux.so.1. --check writes nothing and fails where the file differs.
+Each name keeps the version that introduced it; a new one gets the version in CMakeLists.txt. A removed name is an error
+as long as the library is libtlux.so.1. --check writes nothing and fails if the file is out of date.
 """
 
 import re

@@ -1,11 +1,11 @@
 #!/bin/sh
-# Installs what is missing, builds and runs the tests. usage: scripts/test.sh [PRESET]   (default: release)
+# Installs missing packages, builds and runs the tests. usage: scripts/test.sh [PRESET]   (default: release)
 set -eu
 cd "$(dirname "$0")/.."
 preset=${1:-release}
 options=
 case $preset in
-  # Where the hosts of the plug-ins are there, no test of them may be left out.
+  # If the plug-ins' hosts are installed, none of their tests may be skipped.
   release)
     scripts/install_deps.sh build test app pipelines
     options='-DTLUX_GSTREAMER=ON -DTLUX_FREI0R=ON'
@@ -16,7 +16,7 @@ case $preset in
   *) scripts/install_deps.sh build test app ;;
 esac
 if [ "$preset" = asan-gcc ] && ! grep -qw avx2 /proc/cpuinfo; then
-  echo "$0: this processor has no AVX2: its kernels are not tested under the sanitizers" >&2
+  echo "$0: this processor has no AVX2, so the AVX2 code is not tested under the sanitizers" >&2
   options=-DTLUX_AVX2=OFF
 fi
 cmake --preset "$preset" $options

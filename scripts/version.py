@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Prints the version, which stands in CMakeLists.txt."""
+"""Prints the version from CMakeLists.txt."""
 
 import re
 from pathlib import Path

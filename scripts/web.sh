@@ -1,5 +1,5 @@
 #!/bin/sh
-# Installs what is missing, builds the WebAssembly module, the npm package and the page, and tests them in Node and in
+# Installs missing packages, builds the WebAssembly module, the npm package and the page, and tests them in Node and in
 # a headless Chromium. usage: scripts/web.sh [--no-tests]
 # Leaves build/web/tlux.html, build/web/package and, from the tests, build/web/screenshots.
 set -eu

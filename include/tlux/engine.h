@@ -67,7 +67,7 @@ TLUX_API uint32_t TLUX_Init(MMemMgr manager, TLUX_ENGINE** out) TLUX_NOEXCEPT;
 /**
  * Destroys an engine and everything its runs left in it. The caller's pointer is not changed.
  * @param manager the handle the engine was made with.
- * @return ::TLUX_OK. Intended: a null engine answers ::TLUX_ERR_NO_MEMORY.
+ * @return ::TLUX_OK. Intended: a null engine gives ::TLUX_ERR_NO_MEMORY.
  */
 TLUX_API uint32_t TLUX_Uninit(MMemMgr manager, TLUX_ENGINE* engine) TLUX_NOEXCEPT;
 
@@ -101,15 +101,15 @@ TLUX_API uint32_t TLUX_Uninit(MMemMgr manager, TLUX_ENGINE* engine) TLUX_NOEXCEP
  *        not overlapping it. What is not optimized is copied: the columns and rows beyond the last
  *        multiple of 16, and the whole frame if it has fewer than 16 columns or rows. Intended: an
  *        output of another format, or larger than the source, gets no copy; the rest of the run
- *        goes on as if it had.
+ *        is the same.
  *        Intended: frames of equal pitches should have the pitch that TLUX_CreateImage_IMK() gives
  *        them, the width rounded up to a multiple of 4. Chroma rows are then stepped by that width,
  *        so with a longer pitch part of the chroma follows the luma of other rows or keeps its
  *        source value. If the pitches of source and output differ, every row is stepped by its own
  *        pitch. Either way the padding of all planes is read and that of the output's chroma
  *        written, even after the last row, but no byte past pitch × rows.
- * @param strength of the effect: 0 keeps the tones except for a slight smoothing of fine noise, 20
- *        is moderate, 100 strong. Read once.
+ * @param strength of the effect: 0 keeps the tones except for a slight smoothing of fine noise, 30
+ *        suits most pictures, 100 is strong. Read once.
  * @param reserved not used; pass 0.
  * @return ::TLUX_OK; ::TLUX_ERR_INVALID_PARAM for a rejected argument (null, mode, odd or negative
  *         size, format, pitch below the width, output smaller than the source or on the same luma

@@ -40,8 +40,8 @@ TLUX_BEGIN_DECLS
  * - `manager`: pool for the working memory, or null for the heap. All of it is allocated before
  *   anything is written and released before the return.
  * - `I`, `p`, `q`: guide, input and output, of one size and 8 bits a sample; p and q have one
- *   channel. They are accessed only through their row tables, so external memory with any distance
- *   between rows will do.
+ *   channel. They are accessed only through their row tables, so images over external memory may
+ *   have any stride.
  * - `r`: radius; a radius above the larger side of the image acts like that side.
  *
  * Nothing is written, and nothing reported, if an image or its row table is null, if sizes,

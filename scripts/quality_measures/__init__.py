@@ -1,1 +1,1 @@
-"""What scripts/quality.py measures, a file for each kind of figure."""
+"""The measures of scripts/quality.py, one file for each kind of figure."""

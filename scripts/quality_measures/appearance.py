@@ -1,4 +1,4 @@
-"""How a picture looks beside its original. Each measure takes two RGB pictures of equal size."""
+"""How a picture looks compared with its original. Each measure takes two RGB pictures of equal size."""
 
 import numpy as np
 
@@ -33,7 +33,7 @@ def clipped(rgb):
 
 
 def lightness_order_error(before, after):
-    """Per cent of the pairs of pixels whose order of lightness is turned round, over a grid of about 50 x 50.
+    """Per cent of the pairs of pixels whose order of lightness is reversed, on a grid of about 50 x 50.
 
     Lightness is the largest of R, G, B. Wang, Zheng, Hu, Li, "Naturalness preserved enhancement algorithm for
     non-uniform illumination images", 2013; there the count, here its share.
@@ -44,7 +44,7 @@ def lightness_order_error(before, after):
 
 
 def hue_shift(before, after):
-    """Mean turn of the hue angle in L*a*b*, degrees, of pixels that have a colour (C* above 10) in both."""
+    """Mean change of the hue angle in L*a*b*, in degrees, over pixels with colour (C* above 10) in both."""
     (_, a0, b0), (_, a1, b1) = lab(thinned(before)), lab(thinned(after))
     coloured = (np.hypot(a0, b0) > 10) & (np.hypot(a1, b1) > 10)
     if not coloured.any():
@@ -60,10 +60,10 @@ def chroma_ratio(before, after):
 
 
 def halo_overshoot(before, after):
-    """Codes of luma by which both sides of strong edges come to stand out from their surroundings; mean over edges.
+    """Codes of luma by which both sides of strong edges overshoot their surroundings; mean over edges.
 
-    An edge is a step of at least 64 codes between the means of two windows of 8 pixels, side by side. Overshoot is
-    what the window next to the edge moves away from it more than the next window out does.
+    An edge is a step of at least 64 codes between the means of two adjacent windows of 8 pixels. Overshoot is how much
+    further the window next to the edge moves away from it than the next window out.
     """
     total, count = 0.0, 0
     for axis in (0, 1):

@@ -1,4 +1,4 @@
-"""What is compared: the library's tones and two peers that every image toolbox has."""
+"""The methods compared: the library's tones and two peers that every image toolbox has."""
 
 import ctypes
 
@@ -67,7 +67,7 @@ class Library:
 
 
 class Stream:
-    """tlux in exact or natural tones, with options of its own if wanted."""
+    """tlux with exact or natural tones, and optional settings."""
 
     def __init__(self, library, tones, **options):
         self.library = library

@@ -1,4 +1,4 @@
-"""Pictures as the measures take them: frames of luma and chroma, and RGB for what eyes see."""
+"""Pictures for the measures: frames of luma and chroma, and RGB for visual measures."""
 
 from pathlib import Path
 import subprocess
@@ -9,7 +9,7 @@ SUFFIXES = {".jpg", ".jpeg", ".png", ".tif", ".tiff", ".webp"}
 
 
 def find(paths):
-    """All pictures among files and folders, in the order of their names."""
+    """All pictures among files and folders, sorted by name."""
     found = []
     for path in map(Path, paths):
         members = sorted(path.iterdir()) if path.is_dir() else [path]
@@ -40,12 +40,12 @@ def codes_of(linear):
 
 
 def exposure_curve(exposure):
-    """The codes that 0..255 become when the scene's light is multiplied."""
+    """The codes of 0..255 after multiplying the scene's light."""
     return np.rint(codes_of(exposure * linear_of(np.arange(256)))).astype(np.uint8)
 
 
 def block_means(plane, side=16):
-    """Means of whole blocks; what is left over at the right and bottom is not looked at."""
+    """Means of whole blocks; partial blocks at the right and bottom are ignored."""
     rows, columns = plane.shape[0] // side, plane.shape[1] // side
     blocks = plane[:rows * side, :columns * side].reshape(rows, side, columns, side)
     return blocks.sum(axis=(1, 3), dtype=np.uint32) / (side * side)

@@ -1,4 +1,4 @@
-"""How close natural tones are, where a picture is smooth, to the same steps in double precision."""
+"""How close natural tones are to the same steps in double precision, where a picture is smooth."""
 
 import ctypes
 

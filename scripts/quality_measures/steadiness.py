@@ -1,4 +1,4 @@
-"""How tones follow the light: over exposures of one picture, and over the frames of a video."""
+"""How tones follow the light, over exposures of one picture and over the frames of a video."""
 
 import numpy as np
 
@@ -8,7 +8,7 @@ STRENGTH = 50
 
 
 def frames_of(stream, y, uv, exposures):
-    """Input and output luma for each exposure, each as a frame of its own."""
+    """Input and output luma for each exposure, each processed as a separate frame."""
     for exposure in exposures:
         source = exposure_curve(exposure)[y]
         stream.reset()
@@ -16,7 +16,7 @@ def frames_of(stream, y, uv, exposures):
 
 
 def largest_jump(stream, y, uv, step=1.01, first=0.3, last=3.0):
-    """Codes by which a 16 x 16 block moves more than its input's step times its gain does, over an exposure ramp.
+    """Codes by which a 16 x 16 block moves more than its input's step times its gain, over an exposure ramp.
 
     The gain is that of the block: its mean after over before.
     """
