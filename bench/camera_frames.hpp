@@ -6,8 +6,8 @@
 
 #include "tlux/image.h"
 
-// NV21 frames that take turns, together larger than the caches, since a camera's frames start
-// outside them.
+// NV21 frames used in turn, together larger than the caches, since camera frames start outside
+// them.
 class CameraFrames {
  public:
   static constexpr std::size_t kRotationBytes = std::size_t{96} << 20;

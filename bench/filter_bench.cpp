@@ -56,7 +56,7 @@ void cvBlur(benchmark::State& state) {
   }
 }
 BENCHMARK(cvBlur<CV_8U, std::uint8_t>)->Name("BoxBlur/u8/opencv")->Apply(boxSizes);
-// It has no blur of signed bytes; those stand beside the unsigned ones.
+// OpenCV has no blur of signed bytes, so these are compared with the unsigned one.
 BENCHMARK(cvBlur<CV_8U, std::uint8_t>)->Name("BoxBlur/s8/opencv")->Apply(boxSizes);
 BENCHMARK(cvBlur<CV_16S, std::int16_t>)->Name("BoxBlur/s16/opencv")->Apply(boxSizes);
 BENCHMARK(cvBlur<CV_32S, std::int32_t>)->Name("BoxBlur/s32/opencv")->Apply(boxSizes);
@@ -92,7 +92,7 @@ void guidedFilter(benchmark::State& state) {
   }
 }
 
-// The processor time of a threaded filter is that of all its threads.
+// The processor time of a threaded filter includes all its threads.
 void guidedSizes(benchmark::internal::Benchmark* family) {
   bench::sizesAnd<8, 60>(family);
   family->MeasureProcessCPUTime()->UseRealTime();

@@ -25,7 +25,7 @@ inline std::vector<std::uint8_t> noise(std::size_t bytes, std::uint32_t seed = 1
   return samples;
 }
 
-// A smooth scene with some noise, as cameras give.
+// A smooth scene with some noise, as from a camera.
 inline std::vector<std::uint8_t> scene(int width, int height, int channels = 1,
                                        std::uint32_t seed = 1) {
   std::vector<std::uint8_t> samples;
@@ -39,7 +39,7 @@ inline std::vector<std::uint8_t> scene(int width, int height, int channels = 1,
   return samples;
 }
 
-// From small to that of a 12-megapixel camera; further arguments follow the width and the height.
+// From small to 12 megapixels; further arguments follow the width and the height.
 inline void frameSizes(benchmark::internal::Benchmark* family,
                        std::initializer_list<std::int64_t> further) {
   for (const auto& [width, height] : {std::pair{640, 480}, {1920, 1080}, {4000, 3000}}) {

@@ -71,7 +71,7 @@ void reduce(benchmark::State& state, Member member, std::uint32_t layout) {
       ->Apply(reductions<N>);
 TLUX_RESAMPLE_DISPATCHED_MEMBERS(BENCH_MEMBER)
 
-// The bandwidth of the machine.
+// Measures the memory bandwidth of the machine.
 void copyFrame(benchmark::State& state) {
   const auto source = bench::noise(Arguments(state).frameBytes());
   std::vector<std::uint8_t> destination(source.size());
@@ -89,7 +89,7 @@ void everyFactor(benchmark::internal::Benchmark* family) {
   }
 }
 
-// The same output, planes of full chroma, from box filters.
+// Box filters with the same output, planes of full chroma.
 void libyuvBox(benchmark::State& state, bool interleaved) {
   const Arguments of(state);
   const int width = of.width();
@@ -124,7 +124,7 @@ BENCHMARK_CAPTURE(libyuvBox, semiPlanar, true)
     ->Apply(everyFactor);
 BENCHMARK_CAPTURE(libyuvBox, planar, false)->Name("Reduce/YCBCR420_P/libyuv")->Apply(everyFactor);
 
-// Another output: both planes by the same factor, so that chroma stays interleaved and has a
+// A different output: both planes by the same factor, so chroma stays interleaved and has a
 // quarter of the samples.
 void libyuvBoxToNv21(benchmark::State& state) {
   const Arguments of(state);
@@ -161,7 +161,7 @@ BENCHMARK(convertBgr<ResampleImage4_BGRToYCbCr444>)->Name("BgrToYCbCr/4")->Apply
 BENCHMARK(convertBgr<ResampleImage8_BGRToYCbCr444>)->Name("BgrToYCbCr/8")->Apply(frameSizes);
 
 #ifdef TLUX_BENCH_OPENCV
-// Of every second row as ours, or of all rows of a reduced picture.
+// Converts every second row, as the library does, or all rows of a reduced picture.
 void convertBgrOpenCv(benchmark::State& state, int factor) {
   cv::setNumThreads(1);
   const int width = static_cast<int>(state.range(0));

@@ -89,7 +89,7 @@ void labelAndMeasureRegions(benchmark::State& state) {
 }
 BENCHMARK(labelAndMeasureRegions)->Name("LabelAndMeasure")->Apply(everyMask);
 
-// No region is too small, so that every round has the same work.
+// No region is too small, so every iteration does the same work.
 void findSmallRegions(benchmark::State& state) {
   std::vector<std::uint8_t> mask = maskOf(state.range(0));
   for (auto _ : state) {

@@ -6,7 +6,7 @@
 #include "camera_frames.hpp"
 #include "tlux/engine.h"
 
-// A whole run beside a copy of the frame, which is the least that any stage of a camera costs.
+// A whole run compared with a copy of the frame, the least that any camera stage costs.
 namespace {
 
 void countPixels(benchmark::State& state) {

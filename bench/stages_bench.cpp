@@ -13,14 +13,14 @@
 #include "tlux/resample.h"
 #include "tone/map_reference.hpp"
 
-// The stages of a run one by one, on frames that start outside the caches. Filter and chroma are
-// one pass in a run; the team is started before, but for the filter's.
+// The stages of a run one by one, on frames that start outside the caches. In a run, filter and
+// chroma are one pass. The team is started in advance, except for the filter's.
 namespace {
 
 constexpr std::int32_t kRadius = 16;
 constexpr std::int32_t kEps = 20;
 
-// A frame that has run once, so that the engine holds its reference frame, scores and gains.
+// A frame that has run once, so the engine has its reference frame, scores and gains.
 struct Stage {
   explicit Stage(const benchmark::State& state)
       : frames(static_cast<int>(state.range(0)), static_cast<int>(state.range(1))) {

@@ -7,13 +7,13 @@
 #include "tlux/fast_guided_filter.h"
 #include "tlux/tone.h"
 
-// The full-resolution passes of a frame beside a copy of it, which bounds them from below.
+// The full-resolution passes of a frame, compared with a copy of it as a lower bound.
 namespace {
 
 constexpr int kRadius = 16;
 constexpr int kEps = 20;
 
-// Smooth structure with some noise, so that slopes and ratios vary as in a picture.
+// Smooth structure with some noise, so slopes and ratios vary as in a picture.
 std::vector<std::uint8_t> picture(int width, int height, unsigned seed) {
   std::vector<std::uint8_t> pixels(static_cast<std::size_t>(width) *
                                    static_cast<std::size_t>(height));

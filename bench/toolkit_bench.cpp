@@ -26,7 +26,7 @@ std::vector<std::uint8_t> makeMask(int width, int height) {
   return mask;
 }
 
-// Erodes or dilates; the pitches of the two differ in their type.
+// Erodes or dilates; their pitch parameters have different types.
 template <auto Tool>
 void shapeMask(benchmark::State& state) {
   const auto width = static_cast<int>(state.range(0));

@@ -5,7 +5,7 @@
 
 enum { kWidth = 640, kHeight = 360, kPitch = kWidth, kFrames = 8, kBuffers = 3 };
 
-/* What a camera hands over: planes of its own, filled anew again and again. */
+/* A camera buffer: planes owned by the camera and refilled for every frame. */
 typedef struct {
   uint8_t luma[kPitch * kHeight];
   uint8_t chroma[kPitch * (kHeight / 2)];
@@ -27,7 +27,7 @@ static CameraBuffer* nextFrame(int number) {
   return buffer;
 }
 
-/* A record over memory of the camera's: nothing is copied, nothing to release. */
+/* A record over the camera's memory: nothing is copied, and nothing has to be released. */
 static TLUX_IMAGE imageOf(CameraBuffer* buffer) {
   TLUX_IMAGE image = {0};
   uint8_t* planes[2];
@@ -45,7 +45,7 @@ int main(void) {
   for (int number = 0; number < kFrames; ++number) {
     const TLUX_IMAGE source = imageOf(nextFrame(number));
     TLUX_IMAGE output = imageOf(&shown);
-    /* The user moves a slider: a new strength costs one new gain table. */
+    /* The user moves a slider: a new strength only needs a new gain table. */
     const uint32_t strength = number < kFrames / 2 ? 40 : 60;
     const uint32_t result =
         TLUX_RunDynamicRangeOptimizationImage(NULL, engine, &source, 1, &output, &strength, 0);

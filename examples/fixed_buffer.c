@@ -1,4 +1,4 @@
-/* The run inside one fixed block: no heap call of the library's, and a size known in advance. */
+/* The run in one fixed block: the library makes no heap calls, and the size is known in advance. */
 #include <stdio.h>
 #include <stdlib.h>
 #include <tlux.h>
@@ -9,7 +9,7 @@ static uint64_t block[kBlockBytes / 8]; /* the library's only memory */
 static uint8_t sourceBytes[kPitch * kHeight * 3 / 2];
 static uint8_t outputBytes[kPitch * kHeight * 3 / 2];
 
-/* An NV21 frame over memory of the program's own. */
+/* An NV21 frame over the program's own memory. */
 static TLUX_IMAGE frameOver(uint8_t* bytes) {
   TLUX_IMAGE frame = {0};
   uint8_t* planes[2] = {bytes, bytes + kPitch * kHeight};
@@ -29,7 +29,7 @@ int main(void) {
 
   printf("a pool for %d x %d takes %lu bytes\n", kWidth, kHeight, (unsigned long)needed);
   if (needed == 0 || needed > sizeof block) return EXIT_FAILURE;
-  /* The exact size; the rest of the block is free for other things. Null would be the heap. */
+  /* The exact size; the rest of the block stays free. A null handle would mean the heap. */
   pool = MMemMgrCreate(block, needed);
   if (pool == NULL) return EXIT_FAILURE;
 
@@ -40,6 +40,6 @@ int main(void) {
     result = TLUX_RunDynamicRangeOptimizationImage(pool, engine, &source, 1, &output, &strength, 0);
   }
   TLUX_Uninit(pool, engine);
-  MMemMgrDestroy(pool); /* does nothing: the block stays the program's */
+  MMemMgrDestroy(pool); /* does nothing: the block belongs to the program */
   return result == TLUX_OK ? EXIT_SUCCESS : EXIT_FAILURE;
 }

@@ -1,19 +1,19 @@
 /*
- * The gain expanders by hand, as a host with worker threads of its own uses them: a reduced frame
- * gives one score per 8×8 pixels, each band of rows expands the scores to gains and applies them.
+ * Direct use of the gain expanders by a host with its own worker threads: a reduced frame gives one
+ * score per 8×8 pixels; each band of rows expands the scores to gains and applies them.
  */
 #include <stdio.h>
 #include <stdlib.h>
 #include <tlux.h>
 
 enum {
-  kCell = 8, /* pixels per coarse gain, both ways */
+  kCell = 8, /* pixels per coarse gain in both directions */
   kWidth = 320,
   kHeight = 192,
   kColumns = kWidth / kCell,
   kRows = kHeight / kCell,
   kBands = 3,
-  kBandRows = kHeight / kBands, /* a multiple of 8, so that every band starts on a coarse row */
+  kBandRows = kHeight / kBands, /* a multiple of 8, so every band starts on a coarse row */
   kStrength = 50
 };
 
@@ -30,7 +30,7 @@ static void* toneBand(void* argument) {
   Band* band = argument;
   for (int row = 0; row < kBandRows; ++row) {
     const int y = band->firstRow + row;
-    /* On a coarse row its own gains; between two of them the lower one is interpolated towards. */
+    /* A coarse row uses its own gains; rows in between interpolate towards the next coarse row. */
     const int wanted = y / kCell + (y % kCell == 0 ? 0 : 1);
     const int coarseRow = wanted < kRows ? wanted : kRows - 1;
     TLUX_AME_TonemapExposure_Line8(0, row, kWidth, band->lines, NULL, scores + coarseRow * kColumns,
@@ -78,11 +78,11 @@ int main(void) {
 
   if (score() == TLUX_OK) {
     AME_GenerateFillLighrGainLUT(curve, kStrength, 1024);
-    curve[32768] = curve[32769]; /* the one entry that the curve leaves out */
+    curve[32768] = curve[32769]; /* the only entry that the curve does not set */
     for (int i = 0; i < kBands; ++i) {
       bands[i].firstRow = i * kBandRows;
       threads[i] = TLUX_MThreadCreate(toneBand, &bands[i]);
-      if (threads[i] == 0) toneBand(&bands[i]); /* no thread to be had: do it here */
+      if (threads[i] == 0) toneBand(&bands[i]); /* no thread available: do it here */
     }
     for (int i = 0; i < kBands; ++i) {
       TLUX_MThreadExit(threads[i]);

@@ -1,4 +1,4 @@
-// The planes of a camera frame as Android hands them over (YUV_420_888), as a picture for tlux.
+// Converts the planes of an Android camera frame (YUV_420_888) to a picture for tlux.
 #ifndef CAMERA_FRAME_HPP
 #define CAMERA_FRAME_HPP
 
@@ -24,7 +24,7 @@ struct Frame {
   Plane y, u, v;
 };
 
-// Whether every sample of a plane of columns × rows lies in its buffer.
+// Whether the buffer contains every sample of a plane of columns × rows.
 inline bool holds(const Plane& plane, std::int32_t columns, std::int32_t rows) {
   if (plane.pixelStride < 1 || plane.rowStride < std::int64_t{columns - 1} * plane.pixelStride + 1)
     return false;
@@ -40,7 +40,7 @@ inline bool isWhole(const Frame& frame) {
          holds(frame.v, frame.width / 2, frame.height / 2);
 }
 
-// Most cameras interleave chroma: the two buffers are one, a byte apart. Then nothing is copied.
+// Most cameras interleave chroma: the two buffers overlap, one byte apart. Then nothing is copied.
 inline std::optional<TLUX_IMAGE> viewInterleaved(const Frame& frame) {
   const Plane &u = frame.u, &v = frame.v;
   if (u.pixelStride != 2 || v.pixelStride != 2 || u.rowStride != v.rowStride) return std::nullopt;
@@ -54,7 +54,7 @@ inline std::optional<TLUX_IMAGE> viewInterleaved(const Frame& frame) {
                          {{first.data(), second.size() + 1}, u.rowStride});
 }
 
-// Any other arrangement is brought into an NV21 picture of the frame's size.
+// Any other layout is copied into an NV21 picture of the frame's size.
 inline void gather(const Frame& frame, tlux::Image& nv21) {
   for (std::int32_t row = 0; row < frame.height; ++row) {
     const std::uint8_t* luma = &frame.y.bytes[std::size_t(row) * frame.y.rowStride];

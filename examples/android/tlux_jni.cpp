@@ -8,8 +8,7 @@
 
 namespace {
 
-// What lives as long as a Java object: the engine, and the picture that planar frames are brought
-// into.
+// The state of a Java object: the engine, and the picture that planar frames are copied into.
 struct Optimizer {
   Optimizer(std::int32_t frameWidth, std::int32_t frameHeight)
       : width(frameWidth), height(frameHeight), gathered(width, height, TLUX_FMT_YCBCR420_YPVU) {}
@@ -19,7 +18,7 @@ struct Optimizer {
   tlux::Image gathered;
 };
 
-// A direct buffer's memory; nothing for any other buffer.
+// The memory of a direct buffer; empty for any other buffer.
 std::span<std::uint8_t> bytesOf(JNIEnv* env, jobject buffer) {
   if (buffer == nullptr) return {};
   auto* const address = static_cast<std::uint8_t*>(env->GetDirectBufferAddress(buffer));
@@ -34,7 +33,7 @@ std::int32_t outputPitch(std::int32_t width) {
 
 } // namespace
 
-// A handle, or 0 when there is no memory.
+// A handle, or 0 if memory runs out.
 extern "C" JNIEXPORT jlong JNICALL Java_org_tlux_camera_FrameOptimizer_create(JNIEnv*, jclass,
                                                                               jint width,
                                                                               jint height) {

@@ -113,9 +113,9 @@ static uint32_t per_cent(const Instance* instance, int index) {
 }
 
 /**
- * Prepares the stream for a frame at this time. Editors jump around, and those that use many
- * threads spread frames over many instances: a frame must then be the same whatever the instance
- * saw before.
+ * Prepares the stream for a frame at this time. Editors jump around, and those with many threads
+ * spread frames over many instances: the result must then not depend on what the instance saw
+ * before.
  */
 static void prepare(Instance* instance, double time) {
   const uint32_t colour = per_cent(instance, kColour);

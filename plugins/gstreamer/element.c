@@ -22,12 +22,12 @@ GST_DEBUG_CATEGORY_STATIC(gst_tlux_debug);
 struct _GstTlux {
   GstVideoFilter parent;
 
-  // Guarded by the object lock.
+  // Protected by the object lock.
   TluxSettings settings;
   GstClockTime earliest; /**< Running time that frames must be after to be in time. */
   gdouble proportion;    /**< Of the latest QoS event. */
 
-  // Of the streaming thread.
+  // Used only by the streaming thread.
   TluxLiveStream live;
   gboolean is_new_scene; /**< The next processed frame does not follow the one before. */
   guint64 treated;
@@ -99,7 +99,7 @@ static void gst_tlux_get_property(GObject* object, guint id, GValue* value, GPar
   }
 }
 
-/** Starts as if no frame and no QoS event had been seen. */
+/** Resets the state as if no frame and no QoS event had been seen. */
 static void begin_anew(GstTlux* self) {
   self->is_new_scene = TRUE;
   GST_OBJECT_LOCK(self);
@@ -158,7 +158,7 @@ static void post_qos(GstTlux* self, GstBuffer* buffer, GstClockTime running_time
   gst_element_post_message(GST_ELEMENT(self), message);
 }
 
-/** Whether the sink has reported that a frame of this time comes too late. */
+/** Whether the sink has reported that frames of this time arrive too late. */
 static gboolean is_late(GstTlux* self, GstBuffer* buffer) {
   GstBaseTransform* transform = GST_BASE_TRANSFORM(self);
   if (transform->segment.format != GST_FORMAT_TIME ||
