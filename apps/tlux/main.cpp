@@ -19,11 +19,11 @@ using tlux::app::ExitCode;
 
 constexpr const char* kExamples =
     "Examples:\n"
-    "  tlux enhance photo.jpg -o better.jpg        lift the shadows, hold the highlights\n"
+    "  tlux enhance photo.jpg -o better.jpg        lift the shadows, protect the highlights\n"
     "  tlux compare photo.jpg -o both.png          before and after, side by side\n"
     "  tlux sweep photo.jpg -o sheet.png           several strengths on one sheet\n"
     "  tlux tune photo.jpg                         sliders, in the browser\n"
-    "  tlux explain photo.jpg -d why               a page on what was done, and why\n"
+    "  tlux explain photo.jpg -d why               a page that explains what was done\n"
     "  tlux enhance holiday -d enhanced -s 60      a folder of pictures, stronger\n"
     "  tlux op blur photo.jpg -o soft.jpg          one of the toolkit's operations\n"
     "  tlux enhance --help                         all options, raw camera frames\n"
@@ -37,7 +37,7 @@ std::string versionLine() {
 }
 
 ExitCode runCommandLine(int argc, char** argv) {
-  CLI::App app("Makes pictures look right where the scene has too much contrast.", "tlux");
+  CLI::App app("Makes pictures of high-contrast scenes look right.", "tlux");
   app.set_version_flag("-V,--version", versionLine(), "Show the version and exit");
   app.require_subcommand(0, 1);
   app.footer(kExamples);

@@ -13,7 +13,7 @@
 
 namespace tlux::app {
 
-/** The whole of @p text as a decimal number; nothing for any other text. */
+/** @p text as a decimal number; nothing for any other text. */
 template <typename T>
 std::optional<T> parseNumber(std::string_view text) {
   T value = {};
@@ -23,8 +23,8 @@ std::optional<T> parseNumber(std::string_view text) {
 }
 
 /**
- * Accepts decimal numbers of @p least to @p most. They are rewritten in plain form, because the
- * parser of the command line would take a leading 0 for octal.
+ * Accepts decimal numbers from @p least to @p most and normalises them, because the command-line
+ * parser would treat a leading 0 as octal.
  */
 template <typename T>
 CLI::Validator decimal(T least, T most) {
@@ -40,7 +40,7 @@ CLI::Validator decimal(T least, T most) {
   return {check, ""};
 }
 
-/** An option that takes a number of @p least to @p most; the value it finds is its default. */
+/** An option that takes a number from @p least to @p most; the variable's value is its default. */
 template <typename T>
 CLI::Option* addNumber(CLI::App& parser, const std::string& names, T& value, T least, T most,
                        const std::string& help) {
@@ -50,7 +50,7 @@ CLI::Option* addNumber(CLI::App& parser, const std::string& names, T& value, T l
       ->capture_default_str();
 }
 
-/** The same where nothing was chosen unless the option is given. */
+/** The same without a default. */
 template <typename T>
 CLI::Option* addChoice(CLI::App& parser, const std::string& names, std::optional<T>& value, T least,
                        T most, const std::string& help) {

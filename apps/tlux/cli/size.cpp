@@ -8,7 +8,7 @@ namespace tlux::app {
 
 namespace {
 
-/** The number that is the whole of @p text; 0 if it is none or out of range. */
+/** @p text as a number; 0 if it is not one or out of range. */
 int parseSide(std::string_view text) {
   const int side = parseNumber<int>(text).value_or(0);
   return side <= kLargestSide ? side : 0;

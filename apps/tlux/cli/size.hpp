@@ -17,14 +17,14 @@ struct Size {
   bool isEmpty() const { return width == 0; }
 };
 
-/** "WIDTHxHEIGHT" with sides of 1 to kLargestSide; nothing for any other text. */
+/** Parses "WIDTHxHEIGHT" with sides of 1 to kLargestSide; nothing for any other text. */
 std::optional<Size> parseSize(std::string_view text);
 
 /** An option that takes "WIDTHxHEIGHT"; the parser refuses anything else. */
 CLI::Option* addSizeOption(CLI::App& parser, const std::string& name, Size& size,
                            const std::string& help);
 
-/** The same for frames of a camera, whose sides are even. */
+/** The same for camera frames, whose sides are even. */
 CLI::Option* addFrameSizeOption(CLI::App& parser, const std::string& name, Size& size,
                                 const std::string& help);
 

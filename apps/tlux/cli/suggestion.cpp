@@ -11,7 +11,7 @@ namespace tlux::app {
 
 namespace {
 
-/** Levenshtein distance: insertions, deletions and exchanges of a letter. */
+/** Levenshtein distance: insertions, deletions and substitutions of letters. */
 size_t distanceBetween(std::string_view left, std::string_view right) {
   std::vector<size_t> row(right.size() + 1);
   std::iota(row.begin(), row.end(), size_t{0});
@@ -31,7 +31,7 @@ std::string suggestion(std::string_view word, const std::vector<std::string>& ca
   return nearest.empty() ? "" : fmt::format("; did you mean '{}'?", nearest);
 }
 
-/** "tlux op blur" with the last of the commands that were given. */
+/** The innermost command given, and its path, such as "tlux op blur". */
 std::pair<const CLI::App*, std::string> innermostCommand(const CLI::App& app) {
   const CLI::App* command = &app;
   std::string path = app.get_name();

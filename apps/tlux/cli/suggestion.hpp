@@ -8,13 +8,13 @@
 
 namespace tlux::app {
 
-/** The candidate that @p word was most likely meant to be, empty if none comes near. */
+/** The candidate most similar to @p word, empty if none is similar. */
 std::string nearestTo(std::string_view word, const std::vector<std::string>& candidates);
 
-/** Says that there is no command of this name below @p parser, and which one comes near. */
+/** Message that @p parser has no such command, with a suggestion. */
 std::string describeUnknownCommand(const CLI::App& parser, const std::string& word);
 
-/** Says what is wrong with the first argument that @p app could not place, if there is any. */
+/** Message about the first argument that @p app did not recognise, if any. */
 std::string describeUnplaced(const CLI::App& app);
 
 } // namespace tlux::app

@@ -7,22 +7,22 @@
 
 namespace tlux::app {
 
-/** What follows an option or stands for itself on the command line. */
+/** The kind of value that follows an option or is a positional argument. */
 enum class Value { kNone, kFile, kChoice, kOther };
 
 struct OptionWords {
-  std::vector<std::string> names; // with their dashes, the long one last
+  std::vector<std::string> names; // with dashes, the long one last
   std::string help;
   Value value = Value::kNone;
   std::string type; // of the value, as the help shows it: "FILE", "0-100", "nv21|nv12"
   std::vector<std::string> choices;
-  std::string standard; // the value if the option is not given; empty where there is none
+  std::string standard; // the default value; empty if none
   bool isRequired = false;
 
   bool operator==(const OptionWords&) const = default;
 };
 
-/** What stands on the command line by its place. */
+/** A positional argument. */
 struct ArgumentWords {
   std::string name;
   std::vector<std::string> choices;
@@ -30,18 +30,18 @@ struct ArgumentWords {
   bool isRepeated = false;
 };
 
-/** What can be typed behind a command; the program itself has an empty path. */
+/** What can follow a command on the command line; the program itself has an empty path. */
 struct CommandWords {
   std::string path; // " op blur": each word with a space before it
   std::string help;
-  std::string footer; // what the help says below its options
+  std::string footer; // help text below its options
   std::vector<OptionWords> options;
   std::vector<ArgumentWords> arguments;
   std::vector<CommandWords> commands; // below it
 
   std::string name() const { return path.substr(path.rfind(' ') + 1); }
 
-  /** Those of its last argument. */
+  /** The choices of its last argument. */
   std::vector<std::string> choices() const {
     return arguments.empty() ? std::vector<std::string>() : arguments.back().choices;
   }
@@ -49,7 +49,7 @@ struct CommandWords {
 
 CommandWords wordsOf(const CLI::App& app);
 
-/** Does visit(command) with @p command and all below it. */
+/** Calls visit(command) for @p command and all commands below it. */
 template <typename Visit>
 void visitCommands(const CommandWords& command, Visit visit) {
   visit(command);

@@ -44,11 +44,11 @@ constexpr const char* kLesson =
     "  tlux bench --size 1920x1080 --seconds 10\n"
     "  tlux bench --json >bench.json\n"
     "\n"
-    "Times are medians of runs on one frame each, which is not in the processor's caches when the\n"
-    "run starts, as after a camera wrote it. The copy of the frame beside it tells how fast the\n"
-    "memory of the machine is: the ratio of the two says more than either.";
+    "Times are medians over runs on one frame that is not in the processor's caches when the run\n"
+    "starts, as if a camera had just written it. The time to copy the frame shows how fast the\n"
+    "machine's memory is; compare machines by the ratio of the two.";
 
-/** Writes more memory than the caches hold. */
+/** Overwrites more memory than fits the caches. */
 class CacheFlusher {
  public:
   CacheFlusher() : block_(bytes()) {}
@@ -70,12 +70,12 @@ class CacheFlusher {
   uint8_t value_ = 0;
 };
 
-/** Rows of the length that the library gives its own images. */
+/** With the row length of the library's own images. */
 FramePtr makeFrameFor(Size size) {
   return makeSemiPlanar(AV_PIX_FMT_NV21, size.width, size.height, FFALIGN(size.width, 4));
 }
 
-/** A dark room with a bright window, and fine noise: every stage has something to do. */
+/** A dark room with a bright window, and fine noise, so every stage has work to do. */
 void paintScene(AVFrame& frame) {
   uint32_t noise = 1;
   for (int y = 0; y < frame.height; ++y) {
@@ -108,7 +108,7 @@ Measurement measure(Size size, const BenchOptions& options, CacheFlusher& cache)
   Enhancer enhancer(options.tones);
   const auto run = [&] { enhancer.enhance(*frame); };
   copy();
-  run(); // threads are started and memory is taken now
+  run(); // starts threads and allocates memory
 
   std::vector<double> runs;
   std::vector<double> copies;
@@ -183,7 +183,7 @@ ExitCode bench(const BenchOptions& options) {
 Command addBench(CLI::App& app) {
   const auto options = std::make_shared<BenchOptions>();
   CLI::App* parser = app.add_subcommand("bench", "Measure how fast this machine enhances frames");
-  addFrameSizeOption(*parser, "--size", options->size, "One frame size in place of the usual ones");
+  addFrameSizeOption(*parser, "--size", options->size, "One frame size instead of the usual ones");
   addToneOptions(*parser, options->tones);
   addNumber(*parser, "--seconds", options->seconds, 0.0, 3600.0, "Time to spend on each size");
   addJsonOption(*parser, options->json);

@@ -12,7 +12,7 @@
 
 namespace tlux::app {
 
-/** A word of the command line with what it does once everything is parsed. */
+/** A command, and the action to run after parsing. */
 struct Command {
   CLI::App* parser;
   std::function<ExitCode()> run;
@@ -30,7 +30,7 @@ Command addInfo(CLI::App& app);
 Command addCompletion(CLI::App& app);
 Command addHelp(CLI::App& app);
 
-/** Does @p work; a failure of any kind becomes one that names @p subject. */
+/** Calls @p work; any failure becomes an Error naming @p subject. */
 template <typename Work>
 std::optional<Error> failureOf(const std::string& subject, Work work) {
   try {
@@ -45,7 +45,7 @@ std::optional<Error> failureOf(const std::string& subject, Work work) {
   }
 }
 
-/** Does @p work; a failure becomes one line on standard error and its exit code. */
+/** Calls @p work; a failure becomes a line on standard error and an exit code. */
 template <typename Work>
 ExitCode reportFailures(const std::string& subject, Work work) {
   const std::optional<Error> failure = failureOf(subject, work);

@@ -70,9 +70,8 @@ Command addCompare(CLI::App& app) {
   parser->add_option("-o,--output", options->output, "Picture to write")
       ->required()
       ->type_name("FILE");
-  parser->add_flag("--split", options->split,
-                   "The left half before, the right half after, in one picture");
-  parser->add_flag("--labels", options->labels, "Write before and after into the picture");
+  parser->add_flag("--split", options->split, "One picture: left half before, right half after");
+  parser->add_flag("--labels", options->labels, "Write 'before' and 'after' into the picture");
   addPictureOptions(*parser, options->picture);
   parser->footer(kExamples);
   return {parser, [options] {

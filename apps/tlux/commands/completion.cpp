@@ -13,7 +13,7 @@ constexpr const char* kLesson =
     "  source <(tlux completion zsh)                        in ~/.zshrc, after compinit\n"
     "  tlux completion fish >~/.config/fish/completions/tlux.fish\n"
     "\n"
-    "An installed tlux has brought its completions along.";
+    "Installing tlux also installs its completions.";
 
 } // namespace
 
@@ -21,7 +21,7 @@ Command addCompletion(CLI::App& app) {
   const auto shell = std::make_shared<std::string>();
   CLI::App* parser =
       app.add_subcommand("completion", "Print a script that completes command lines");
-  parser->add_option("shell", *shell, "Shell that is to read it")
+  parser->add_option("shell", *shell, "Shell to print it for")
       ->required()
       ->check(CLI::IsMember({"bash", "zsh", "fish"}).description(""))
       ->type_name("bash|zsh|fish");

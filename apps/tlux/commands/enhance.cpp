@@ -20,32 +20,31 @@ constexpr const char* kExamples =
     "Examples:\n"
     "  tlux enhance photo.jpg -o better.jpg\n"
     "  tlux enhance photo.jpg -o better.png --strength 60\n"
-    "  tlux enhance holiday -d enhanced            a folder with all below it\n"
+    "  tlux enhance holiday -d enhanced            a folder and everything below it\n"
     "  tlux enhance *.jpg -d enhanced --name '{name}-{strength}' --skip-existing\n"
     "  tlux enhance clip.mov -o better.mp4 --quality 85\n"
     "  tlux enhance clip.mkv -o master.mkv --codec ffv1\n"
     "  ffmpeg -i clip.mp4 -f yuv4mpegpipe - | tlux enhance - -o - | ffmpeg -i - better.mkv\n"
     "  tlux enhance frames.nv21 -o better.nv21 --size 1920x1080 --format nv21\n"
     "\n"
-    "The extension of the output chooses its format. Pictures are turned upright and keep their\n"
-    "colour profile and metadata. Videos keep their times, rotation, metadata, sound and "
-    "subtitles\n"
-    "as far as the container can hold them; text subtitles are converted to its kind. Their tones\n"
-    "are computed in 8 bits; a source of more bits is stored in 10 where the encoder can, by\n"
-    "default as HEVC in MP4, MOV and Matroska files. MP4 files have their index in front.\n"
-    "'-' stands for standard input and output:\n"
-    "YUV4MPEG2, raw frames when --size is given, or what --as names, which a picture needs.\n"
-    "With -d, a folder among the inputs stands for the pictures and videos in it and below it, "
-    "and\n"
-    "sub-folders are kept. Inputs that would become one file are refused, the others are done.\n"
-    "With several files a failed one does not stop the others; the exit code tells the worst:\n"
+    "The extension of the output selects its format. Pictures are turned upright and keep their\n"
+    "colour profile and metadata. Videos keep their timestamps, rotation, metadata, sound and\n"
+    "subtitles as far as the container supports them; text subtitles are converted to its format.\n"
+    "Their tones are computed in 8 bits; a source with more bits is stored in 10 if the encoder\n"
+    "supports it, by default as HEVC in MP4, MOV and Matroska files. MP4 files have their index\n"
+    "in front.\n"
+    "'-' means standard input or output: YUV4MPEG2, raw frames if --size is given, or the format\n"
+    "given by --as, which is required for pictures.\n"
+    "With -d, an input folder means all pictures and videos in it and below it, and sub-folders\n"
+    "are kept. Inputs with the same output file are refused; the others are processed.\n"
+    "If one of several files fails, the others are still processed; the exit code is the worst:\n"
     "0 done, 1 wrong usage, 2 unreadable input, 3 failed processing or writing.";
 
 int processors() {
   return static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
 }
 
-/** The library and the codecs use several processors themselves, reading and writing do not. */
+/** The library and the codecs use several processors themselves; reading and writing do not. */
 int chooseJobs(const EnhanceOptions& options, size_t files) {
   const int wanted = options.jobs > 0 ? options.jobs : std::max(1, processors() / 2);
   return static_cast<int>(std::min(static_cast<size_t>(wanted), files));
@@ -61,7 +60,7 @@ ExitCode tellFailure(const Error& failure, const std::filesystem::path& input,
   return std::max(failure.code(), told);
 }
 
-/** The files still to be done, and the worst outcome of those that are. */
+/** The remaining files, and the worst exit code so far. */
 class JobQueue {
  public:
   JobQueue(const std::vector<Job>& jobs, const JobSettings& settings)
@@ -70,7 +69,7 @@ class JobQueue {
         progress_(static_cast<int64_t>(jobs.size()),
                   !settings.options.picture.quiet && isTerminalWatched()) {}
 
-  /** Does jobs until there are none left; for any number of threads. */
+  /** Runs jobs until none are left; may be called on any number of threads. */
   void work() {
     std::optional<Enhancer> enhancer;
     for (size_t index = next_++; index < jobs_.size(); index = next_++) {
@@ -87,7 +86,7 @@ class JobQueue {
     }
   }
 
-  /** For the time after all work() has returned. */
+  /** Call it after all work() calls have returned. */
   ExitCode worst() const { return worst_; }
 
  private:
@@ -111,7 +110,7 @@ ExitCode enhance(const EnhanceOptions& options) {
   }
   if (plan.jobs.empty()) return worst;
   const int atOnce = chooseJobs(options, plan.jobs.size());
-  // A single file may have all processors.
+  // A single file may use all processors.
   settings.threads = atOnce == 1 ? 0 : std::max(1, processors() / atOnce);
   JobQueue queue(plan.jobs, settings);
   {
@@ -126,16 +125,17 @@ ExitCode enhance(const EnhanceOptions& options) {
 
 void addVideoOptions(CLI::App& parser, EnhanceOptions& options) {
   constexpr const char* kVideos = "Videos and pipes";
-  parser.add_option("--as", options.as, "Form of the output, whatever its extension")
+  parser.add_option("--as", options.as, "Format of the output, regardless of its extension")
       ->type_name("EXTENSION")
       ->group(kVideos);
-  parser.add_option("--codec", options.codec, "Video encoder by FFmpeg's name, e.g. libx265, ffv1")
+  parser
+      .add_option("--codec", options.codec, "Video encoder, by its FFmpeg name, e.g. libx265, ffv1")
       ->type_name("NAME")
       ->group(kVideos);
   parser.add_option("--preset", options.preset, "Preset of the encoder, e.g. fast, slow")
       ->type_name("NAME")
       ->group(kVideos);
-  parser.add_option("--fps", options.fps, "Rate of raw frames that become a video")
+  parser.add_option("--fps", options.fps, "Frame rate for raw frames written as a video")
       ->type_name("RATE")
       ->capture_default_str()
       ->group(kVideos);
@@ -143,19 +143,19 @@ void addVideoOptions(CLI::App& parser, EnhanceOptions& options) {
 
 void addFolderOptions(CLI::App& parser, EnhanceOptions& options) {
   constexpr const char* kFolders = "Folders";
-  parser.add_option("-d,--folder", options.folder, "Folder to write to, made if missing")
+  parser.add_option("-d,--folder", options.folder, "Folder to write to, created if missing")
       ->type_name("FOLDER")
       ->group(kFolders);
   parser
       .add_option("--name", options.name,
-                  "Name of a result without extension; may hold {name}, {strength}")
+                  "Output name without extension; may contain {name}, {strength}")
       ->type_name("PATTERN")
       ->capture_default_str()
       ->group(kFolders);
   parser.add_option("--match", options.match, "Files to take from folders, such as '*.jpg'")
       ->type_name("PATTERN")
       ->group(kFolders);
-  parser.add_flag("--skip-existing", options.skipExisting, "Leave out files whose result exists")
+  parser.add_flag("--skip-existing", options.skipExisting, "Skip files whose output exists")
       ->group(kFolders);
 }
 
@@ -172,10 +172,12 @@ Command addEnhance(CLI::App& app) {
   parser->add_option("-o,--output", options->output, "File to write, or -")->type_name("FILE");
   addFolderOptions(*parser, *options);
   addPictureOptions(*parser, options->picture);
-  parser->add_option("-j,--jobs", options->jobs, "Files at once, by default half the processors")
+  parser
+      ->add_option("-j,--jobs", options->jobs,
+                   "Files processed at once, by default half the processors")
       ->transform(decimal(1, kMostJobs))
       ->type_name("N");
-  parser->add_flag("--timing", options->timing, "Tell on standard error what took how long");
+  parser->add_flag("--timing", options->timing, "Print timings on standard error");
   addJsonOption(*parser, options->json);
   addVideoOptions(*parser, *options);
   parser->footer(kExamples);

@@ -15,7 +15,7 @@ namespace tlux::app {
 
 namespace {
 
-/** What is told of a file that is done, in words and for programs. */
+/** The report on a finished file, as text and as JSON. */
 struct Outcome {
   std::string text;
   JsonObject json;
@@ -27,7 +27,7 @@ JsonObject jsonOf(const Job& job) {
       .add("output", job.output.file.string());
 }
 
-/** Standard output may be taken by the result itself. */
+/** Standard output may be in use for the result itself. */
 void tellResult(const Job& job, const EnhanceOptions& options, const Outcome& outcome) {
   if (options.json) {
     printLine(outcome.json.toString());
@@ -132,12 +132,12 @@ void enhanceToRaw(const Job& job, const JobSettings& settings, Enhancer& enhance
                   Progress& progress) {
   const std::unique_ptr<FrameSource> source = openSource(job, settings);
   const int bits = source->properties().bits;
-  if (bits > 8) warn(job.input, {fmt::format("its {} bits a sample become 8", bits)});
+  if (bits > 8) warn(job.input, {fmt::format("its {} bits per sample are reduced to 8", bits)});
   RawWriter sink(job.output.file, job.output.rawFormat, settings.options.picture.pitch);
   enhanceFrames(job, settings, *source, sink, enhancer, progress);
 }
 
-/** Pictures become raw frames like pictures: turned by all their tags. */
+/** Pictures converted to raw frames are read as pictures, so all their orientation tags apply. */
 bool isPictureAsRaw(const Job& job, const JobSettings& settings) {
   return !settings.raw && !isPipe(job.input) && holdsOnePicture(job.input);
 }
@@ -152,7 +152,7 @@ void makeFolder(const std::filesystem::path& folder) {
 
 void tellSkipped(const Job& job, const EnhanceOptions& options) {
   tellResult(job, options,
-             {fmt::format("{} -> {}: skipped, exists already", job.input.string(),
+             {fmt::format("{} -> {}: skipped, already exists", job.input.string(),
                           job.output.file.string()),
               jsonOf(job).addValue("skipped", "true")});
 }

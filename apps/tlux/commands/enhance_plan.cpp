@@ -26,7 +26,7 @@ bool isRaw(const EnhanceOptions& options) {
   return !options.picture.size.isEmpty();
 }
 
-/** Written to standard output, frames keep the form they came in. */
+/** Frames written to standard output keep their format. */
 std::string extensionFor(const fs::path& target, const EnhanceOptions& options) {
   if (!options.as.empty()) return options.as;
   if (!isPipe(target)) return extensionOf(target);
@@ -37,21 +37,21 @@ bool canBeWritten(const fs::path& name) {
   return findPictureFormat(name) != nullptr || findVideoFormat(extensionOf(name)) != nullptr;
 }
 
-/** The pattern with what it names put in. */
+/** The pattern with its placeholders filled in. */
 std::string fillPattern(const std::string& pattern, const std::string& name, uint32_t strength) {
   try {
     return fmt::format(fmt::runtime(pattern), fmt::arg("name", name),
                        fmt::arg("strength", strength));
   } catch (const fmt::format_error&) {
     throw Error(ExitCode::kUsage, "--name",
-                fmt::format("'{}' may hold {{name}} and {{strength}} in braces", pattern));
+                fmt::format("'{}' may contain {{name}} and {{strength}} in braces", pattern));
   }
 }
 
-/** In a folder a result keeps its name; kinds of file that cannot be written become PNG. */
+/** Results in a folder keep their names; formats that cannot be written become PNG. */
 fs::path nameInFolder(const InputFile& input, const EnhanceOptions& options) {
   if (isPipe(input.path)) {
-    throw Error(ExitCode::kUsage, "-", "has no name to keep in a folder; use -o");
+    throw Error(ExitCode::kUsage, "-", "has no name to use in a folder; use -o");
   }
   std::string extension = input.path.extension().string();
   if (!options.as.empty()) {
@@ -68,7 +68,7 @@ fs::path nameInFolder(const InputFile& input, const EnhanceOptions& options) {
 
 Job planJob(const fs::path& input, const fs::path& target, const EnhanceOptions& options) {
   if (isPipe(target) && isatty(STDOUT_FILENO) == 1) {
-    throw Error(ExitCode::kUsage, "-o", "will not write to a terminal");
+    throw Error(ExitCode::kUsage, "-o", "refuses to write to a terminal");
   }
   const std::string extension = extensionFor(target, options);
   if (const VideoFormat* format = findVideoFormat(extension)) {
@@ -92,14 +92,15 @@ void checkOptions(const EnhanceOptions& options) {
     throw Error(ExitCode::kUsage, "-o", "takes one input; use -d FOLDER for several");
   }
   if (options.json && isPipe(options.output)) {
-    throw Error(ExitCode::kUsage, "--json", "needs standard output, which gets the result");
+    throw Error(ExitCode::kUsage, "--json",
+                "cannot be used when the result goes to standard output");
   }
   if (options.name.find('/') != std::string::npos) {
     throw Error(ExitCode::kUsage, "--name", "names files, not folders");
   }
 }
 
-/** What tells a file whatever its name; nothing for one that does not exist. */
+/** Identifies a file regardless of its name; nothing if it does not exist. */
 using FileId = std::optional<std::pair<dev_t, ino_t>>;
 
 FileId idOf(const fs::path& file) {
@@ -117,7 +118,7 @@ std::set<FileId> idsOf(const std::vector<InputFile>& inputs) {
   return ids;
 }
 
-/** A file to write with all the inputs that would become it. */
+/** An output file with all inputs that would be written to it. */
 struct Target {
   fs::path file;
   std::vector<fs::path> inputs;

@@ -31,8 +31,7 @@ constexpr const char* kExamples =
     "  tlux explain photo.jpg -d why\n"
     "  tlux explain photo.jpg -d why-60 --strength 60\n"
     "\n"
-    "The folder gets one page, explain.html, that can be opened and passed on by itself, and its\n"
-    "pictures as files.";
+    "Writes explain.html, a self-contained page, and its pictures as separate files.";
 
 void checkFolder(const ExplainOptions& options) {
   std::vector<std::string> names = reportPictureNames();
@@ -52,7 +51,7 @@ void writeReport(const Report& report, const fs::path& folder) {
   for (const EmbeddedPicture& picture : report.pictures) {
     writeFileAtomically(folder / picture.fileName, picture.content);
   }
-  // Text as bytes; the writer knows only those.
+  // The writer takes bytes.
   const auto* text = reinterpret_cast<const uint8_t*>(report.html.data());
   writeFileAtomically(folder / kPage, std::span(text, report.html.size()));
 }
@@ -97,9 +96,9 @@ void explainFile(const ExplainOptions& options) {
 Command addExplain(CLI::App& app) {
   const auto options = std::make_shared<ExplainOptions>();
   CLI::App* parser =
-      app.add_subcommand("explain", "Show on a page what was done to a picture, and why");
+      app.add_subcommand("explain", "Explain on a page what was done to a picture, and why");
   parser->add_option("input", options->input, "Picture to read")->required()->type_name("FILE");
-  parser->add_option("-d,--folder", options->folder, "Folder to write to, made if missing")
+  parser->add_option("-d,--folder", options->folder, "Folder to write to, created if missing")
       ->required()
       ->type_name("FOLDER");
   addPictureOptions(*parser, options->picture);

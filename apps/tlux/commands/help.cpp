@@ -41,7 +41,7 @@ void showHelp(const CLI::App& app, const std::vector<std::string>& words) {
     }
     command = below;
   }
-  // The program itself would show the help of the command that was given, which is this one.
+  // CLI11 would show the help of the command that was parsed, which is this one.
   printText(words.empty()
                 ? app.get_formatter()->make_help(&app, app.get_name(), CLI::AppFormatMode::Normal)
                 : command->help(above));
@@ -52,9 +52,9 @@ void showHelp(const CLI::App& app, const std::vector<std::string>& words) {
 Command addHelp(CLI::App& app) {
   const auto options = std::make_shared<HelpOptions>();
   CLI::App* parser = app.add_subcommand("help", "Show the help of a command");
-  parser->add_option("command", options->words, "Command, and operation if it has any")
+  parser->add_option("command", options->words, "Command, and its operation if any")
       ->type_name("COMMAND");
-  parser->add_flag("--manual", options->manual, "Print the manual page, as man(1) reads it");
+  parser->add_flag("--manual", options->manual, "Print the manual page, for man(1)");
   parser->footer(kExamples);
   return {parser, [options, &app] {
             if (options->manual) {

@@ -19,9 +19,8 @@ namespace tlux::app {
 namespace {
 
 constexpr const char* kLesson =
-    "A program that gives the library a pool of memory reserves the bytes shown for frames of "
-    "each\n"
-    "size, whose rows are as long as those of the library's own images.\n"
+    "Pool is the memory that a program must provide if the library is to work in a pool, for\n"
+    "frames of each size with rows as long as those of the library's own images.\n"
     "\n"
     "Example:\n"
     "  tlux info";

@@ -18,7 +18,7 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::string_view_literals;
 
-// What cameras, scanners and phones call their files. Any other file has to be named itself.
+// Extensions used by cameras, scanners and phones. Other files must be named explicitly.
 constexpr std::array kMedia = {"jpg"sv,  "jpeg"sv, "png"sv,  "webp"sv, "tif"sv, "tiff"sv, "bmp"sv,
                                "gif"sv,  "heic"sv, "heif"sv, "avif"sv, "jxl"sv, "ppm"sv,  "pgm"sv,
                                "exr"sv,  "tga"sv,  "jp2"sv,  "mp4"sv,  "mov"sv, "m4v"sv,  "mkv"sv,
@@ -35,7 +35,7 @@ bool isHidden(const fs::path& path) {
   return path.filename().string().starts_with('.');
 }
 
-/** Goes through one of the folders named. */
+/** Walks one of the given folders. */
 class FolderWalk {
  public:
   FolderWalk(const FolderRules& rules, InputFiles& found) : rules_(rules), found_(found) {}
@@ -95,7 +95,7 @@ InputFiles findInputs(const std::vector<fs::path>& names, const FolderRules& rul
     const size_t before = found.files.size() + found.failures.size();
     FolderWalk(rules, found).enter(name, {});
     if (found.files.size() + found.failures.size() == before) {
-      found.failures.push_back(unreadable(name, "the folder holds no file to enhance"));
+      found.failures.push_back(unreadable(name, "the folder contains no file to enhance"));
     }
   }
   return found;

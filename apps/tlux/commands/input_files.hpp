@@ -8,27 +8,27 @@
 
 namespace tlux::app {
 
-/** A file to read, with the folder it was found in, counted from the one that was named. */
+/** A file to read, with the folder it was found in, relative to the given one. */
 struct InputFile {
   std::filesystem::path path;
-  std::filesystem::path folder; // empty for a file that was named itself
+  std::filesystem::path folder; // empty for a file given explicitly
 };
 
-/** What is taken from folders. */
+/** Which files to take from folders. */
 struct FolderRules {
-  std::string pattern;           // of file names, as a shell's; empty for pictures and videos
-  bool raw = false;              // raw frames in place of pictures and videos
-  std::filesystem::path skipped; // a folder that is not entered: that of the results
+  std::string pattern;           // shell pattern for file names; empty for pictures and videos
+  bool raw = false;              // raw frames instead of pictures and videos
+  std::filesystem::path skipped; // the output folder, which is not entered
 };
 
 struct InputFiles {
   std::vector<InputFile> files;
-  std::vector<Error> failures; // folders that cannot be read or hold nothing to take
+  std::vector<Error> failures; // folders that cannot be read or contain no suitable file
 };
 
 /**
- * The files named, and those in the folders named and below them, sorted by name. Hidden files and
- * folders and links to folders are left out.
+ * The given files, and those in and below the given folders, sorted by name. Hidden files and
+ * folders and links to folders are skipped.
  */
 InputFiles findInputs(const std::vector<std::filesystem::path>& names, const FolderRules& rules);
 

@@ -15,7 +15,7 @@ namespace tlux::app {
 
 namespace {
 
-/** An operation with what its part of the command line says. */
+/** An operation and its parsed options. */
 struct Job {
   const Operation* operation;
   CLI::App* parser;
@@ -31,9 +31,10 @@ constexpr const char* kLesson =
     "  tlux op blur photo.jpg -o soft.jpg --radius 8\n"
     "  tlux op resize photo.jpg -o small.png --to 640x480\n"
     "  tlux op label mask.png -o parts.png\n"
-    "  tlux op guided --help                       what one does, its options\n"
+    "  tlux op guided --help                       what an operation does, and its options\n"
     "\n"
-    "Pictures are worked on as camera frames: luma, and chroma of half the size both ways.\n"
+    "Pictures are processed as camera frames: luma, and chroma at half the size in both "
+    "directions.\n"
     "Transparency is kept, except in masks.";
 
 void printJson(const Job& job, const Finding& finding, const Picture& result,
@@ -63,9 +64,9 @@ void runJob(const Job& job) {
   const bool isRaw = output.pictureFormat == nullptr;
   const Picture result = putTogether(std::move(channels), picture, isRaw);
   timings.run = watch.lapMilliseconds();
-  if (losesAlpha) printWarning(output.file.string() + ": transparency is dropped, masks have none");
+  if (losesAlpha) printWarning(output.file.string() + ": transparency is dropped: masks have none");
   PictureOptions writing = job.picture;
-  // The row length of the input says nothing about rows of another width.
+  // The input's row length does not apply to rows of a different width.
   if (result.frame->width != picture.frame->width) writing.pitch = 0;
   writeOutput(result, output, writing);
   timings.encode = watch.lapMilliseconds();
@@ -95,7 +96,7 @@ void addJob(CLI::App& app, const Operation& operation, std::list<Job>& jobs) {
 Command addOp(CLI::App& app) {
   CLI::App* parser = app.add_subcommand("op", "Run one operation of the toolkit on a picture");
   parser->require_subcommand(0, 1);
-  // A list, because the parsers keep the addresses of what they fill.
+  // A list, because the parsers keep pointers to its elements.
   const auto jobs = std::make_shared<std::list<Job>>();
   for (const Operation* operation : operations()) {
     addJob(*parser, *operation, *jobs);

@@ -27,11 +27,11 @@ AVPixelFormat rawFormatNamed(std::string_view name) {
   return AV_PIX_FMT_NONE;
 }
 
-/** Whoever sorts pictures by date finds the new one beside the old one. */
+/** Keeps old and new picture together when sorted by date. */
 void keepTime(const std::filesystem::path& file,
               const std::optional<std::filesystem::file_time_type>& time) {
   if (!time || isPipe(file)) return;
-  std::error_code error; // a folder that takes files but no times is no failure
+  std::error_code error; // failing to set the time is not an error
   std::filesystem::last_write_time(file, *time, error);
 }
 
@@ -43,29 +43,30 @@ void addPictureOptions(CLI::App& parser, PictureOptions& options) {
 }
 
 void addToneOptions(CLI::App& parser, Tones& tones) {
-  addNumber(parser, "-s,--strength", tones.strength, 0U, 100U, "0 keeps the tones, 100 is most");
+  addNumber(parser, "-s,--strength", tones.strength, 0U, 100U,
+            "0 keeps the tones, 100 is strongest");
   parser.add_flag("--exact", tones.exact,
-                  "The tones of the library's run to the byte, not natural");
+                  "Exactly the tones of the library's run, not natural ones");
   addChoice(parser, "--steady", tones.steady, 0U, kMostSteady,
-            "Frames over which the tones follow the scene; 0: each by itself");
+            "Frames over which the tones follow the scene; 0: each frame independently");
   addChoice(parser, "--colour", tones.colour, 0U, 100U,
-            "Per cent by which colour follows brightness");
+            "How far colour follows brightness, in per cent");
 }
 
 void addFileOptions(CLI::App& parser, PictureOptions& options) {
-  parser.add_option("--quality", options.quality, "Quality of output that loses detail")
+  parser.add_option("--quality", options.quality, "Quality of lossy output")
       ->transform(decimal(1, 100))
       ->type_name("1-100")
       ->capture_default_str();
-  parser.add_option("--chroma", options.chroma, "Halve the chroma of the output, or keep it whole")
+  parser.add_option("--chroma", options.chroma, "Chroma at half or full resolution in the output")
       ->check(CLI::IsMember({"420", "444"}).description(""))
       ->type_name("420|444")
       ->capture_default_str();
-  parser.add_flag("--strip", options.strip, "Leave out metadata: EXIF, XMP, IPTC, comment, time");
+  parser.add_flag("--strip", options.strip, "Drop metadata: EXIF, XMP, IPTC, comment, time");
   parser.add_flag("--strict", options.strict, "Refuse damaged input instead of warning");
-  parser.add_flag("-q,--quiet", options.quiet, "Print warnings and errors only");
+  parser.add_flag("-q,--quiet", options.quiet, "Print only warnings and errors");
   parser.add_flag("--force", options.force, "Replace write-protected files too");
-  parser.add_flag("--no-clobber", options.noClobber, "Replace no file");
+  parser.add_flag("--no-clobber", options.noClobber, "Never replace a file");
   constexpr const char* kRaw = "Raw camera frames";
   addFrameSizeOption(parser, "--size", options.size,
                      "The input is one raw frame of this size in pixels")
@@ -75,7 +76,7 @@ void addFileOptions(CLI::App& parser, PictureOptions& options) {
       ->check(CLI::IsMember({"nv21", "nv12"}).description(""))
       ->type_name("nv21|nv12")
       ->group(kRaw);
-  parser.add_option("--pitch", options.pitch, "Bytes from row to row, if not the width")
+  parser.add_option("--pitch", options.pitch, "Bytes from row to row, if different from the width")
       ->transform(decimal(1, 4 * kLargestSide))
       ->type_name("BYTES")
       ->group(kRaw);
@@ -97,7 +98,7 @@ std::optional<RawLayout> rawInputLayout(const PictureOptions& options) {
   layout.pitch = options.pitch == 0 ? layout.width : options.pitch;
   if (layout.pitch < layout.width) {
     throw Error(ExitCode::kUsage, "--pitch",
-                fmt::format("{} bytes do not hold {} pixels", layout.pitch, layout.width));
+                fmt::format("{} bytes are too few for {} pixels", layout.pitch, layout.width));
   }
   return layout;
 }
@@ -125,17 +126,17 @@ Output chooseOutput(const std::filesystem::path& file, const PictureOptions& opt
 }
 
 Error overwritesInput(const std::filesystem::path& file) {
-  return {ExitCode::kUsage, file.string(), "would be written over the input"};
+  return {ExitCode::kUsage, file.string(), "would overwrite the input"};
 }
 
 void checkMayReplace(const std::filesystem::path& file, const PictureOptions& options) {
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(file, error);
   if (!std::filesystem::is_regular_file(status)) return;
-  if (options.noClobber) throw Error(ExitCode::kFailed, file.string(), "exists already");
+  if (options.noClobber) throw Error(ExitCode::kFailed, file.string(), "already exists");
   using std::filesystem::perms;
   constexpr perms kAnyWrite = perms::owner_write | perms::group_write | perms::others_write;
-  // The superuser may write everything, but a protected file is not protected without reason.
+  // The superuser may write everything, but write protection should be respected all the same.
   const bool isProtected =
       (status.permissions() & kAnyWrite) == perms::none || access(file.c_str(), W_OK) != 0;
   if (isProtected && !options.force) {
@@ -192,7 +193,7 @@ std::string describeInput(const std::filesystem::path& file, const Picture& pict
 }
 
 std::string describeOutput(const Output& output, const Picture& picture) {
-  // Raw frames keep the column or row that makes their sizes even.
+  // Raw frames keep the extra column or row that makes their size even.
   const bool isRaw = output.pictureFormat == nullptr;
   return fmt::format("{} {}x{}", output.file.string(),
                      isRaw ? picture.frame->width : picture.width(),

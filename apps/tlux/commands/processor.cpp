@@ -4,7 +4,7 @@ namespace tlux::app {
 
 const char* vectorUnit() {
 #if defined(__x86_64__)
-  // As the library chooses its kernels.
+  // The same conditions as in the library.
   if (__builtin_cpu_supports("avx512bw") != 0 && __builtin_cpu_supports("avx512vbmi2") != 0) {
     return "AVX-512";
   }

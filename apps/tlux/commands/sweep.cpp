@@ -30,13 +30,13 @@ constexpr const char* kExamples =
     "  tlux sweep photo.jpg -o sheet.png\n"
     "  tlux sweep photo.jpg -o sheet.jpg --strengths 0,10,20,30,40,50 --tile-width 400\n"
     "\n"
-    "Pictures wider than a tile are scaled down, smaller ones are shown as they are.";
+    "Pictures wider than a tile are scaled down; smaller ones keep their size.";
 
 Output chooseSheet(const SweepOptions& options) {
   Output output = chooseOutput(options.output, options.picture);
   if (output.pictureFormat == nullptr) {
     throw Error(ExitCode::kUsage, options.output.string(),
-                "a sheet is a picture, its extension must be one of " + writableExtensions());
+                "a sheet is a picture: its extension must be one of " + writableExtensions());
   }
   checkMayWrite(output.file, options.input, options.picture);
   return output;
@@ -98,7 +98,9 @@ Command addSweep(CLI::App& app) {
       ->transform(decimal(16, 65535))
       ->type_name("PIXELS")
       ->capture_default_str();
-  parser->add_option("--columns", options->columns, "Tiles in a row, chosen if not given")
+  parser
+      ->add_option("--columns", options->columns,
+                   "Tiles in a row; chosen automatically if not given")
       ->transform(decimal(1, 100))
       ->type_name("COUNT");
   parser->footer(kExamples);

@@ -32,14 +32,14 @@ struct TuneOptions {
   fs::path output;
 };
 
-// Where the page lies, seen from the program: installed, and in the folder of all builds.
+// Location of the page relative to the program: installed, and in the build folder.
 constexpr const char* kPages[] = {"../share/tlux/tlux.html", "../../web/tlux.html"};
 constexpr const char* kPictureMark = "<!--embedded-picture-->";
 
 constexpr const char* kExamples =
     "Examples:\n"
     "  tlux tune photo.jpg                         sliders, before and after, in the browser\n"
-    "  tlux tune photo.jpg -o tune.html            only writes the page, to be passed on\n"
+    "  tlux tune photo.jpg -o tune.html            only writes the page, for sharing\n"
     "\n"
     "The page is one file, works offline and sends nothing.";
 
@@ -60,7 +60,7 @@ std::string readPage() {
     if (fs::exists(page, error)) return readFile(page);
   }
   throw Error(ExitCode::kFailed, "tune",
-              "the page is not installed beside the command; scripts/web.sh builds it");
+              "the page is not installed with the command; scripts/web.sh builds it");
 }
 
 std::string toBase64(const std::string& content) {
@@ -73,7 +73,7 @@ std::string toBase64(const std::string& content) {
   return text.data();
 }
 
-/** The picture as the file has it, for the browser to decode. */
+/** The file's content as an element, for the browser to decode. */
 std::string toElement(const fs::path& picture) {
   return fmt::format(
       R"(<script id="embedded" type="application/octet-stream" data-name="{}">{}</script>)",
@@ -88,7 +88,7 @@ std::string makePage(const fs::path& picture) {
   return page.replace(mark, std::string(kPictureMark).size(), toElement(picture));
 }
 
-/** A name of its own for a page that is only looked at. */
+/** A unique file for a page that is not kept. */
 fs::path makeTemporary() {
   std::string name = (fs::temp_directory_path() / "tlux-XXXXXX.html").string();
   const int descriptor = mkstemps(name.data(), 5);
@@ -99,7 +99,7 @@ fs::path makeTemporary() {
   return name;
 }
 
-/** Hands a file to the browser of the desktop. */
+/** Opens a file in the desktop's browser. */
 bool openInBrowser(const fs::path& file) {
   std::string program = "xdg-open";
   std::string argument = file.string();
@@ -117,12 +117,12 @@ void tune(const TuneOptions& options) {
   const bool isKept = !options.output.empty();
   std::error_code error;
   if (fs::equivalent(options.output, options.picture, error)) {
-    throw Error(ExitCode::kUsage, options.output.string(), "would be written over the input");
+    throw Error(ExitCode::kUsage, options.output.string(), "would overwrite the input");
   }
   const fs::path file = isKept ? options.output : makeTemporary();
   writeFileAtomically(file, std::span(reinterpret_cast<const uint8_t*>(page.data()), page.size()));
   if (!isKept && !openInBrowser(file)) {
-    printNote(fmt::format("no browser was found: open {} in one", file.string()));
+    printNote(fmt::format("no browser was found; open {} yourself", file.string()));
   }
 }
 
@@ -130,10 +130,12 @@ void tune(const TuneOptions& options) {
 
 Command addTune(CLI::App& app) {
   const auto options = std::make_shared<TuneOptions>();
-  CLI::App* parser = app.add_subcommand("tune", "Open a page in the browser to tune a picture on");
-  parser->add_option("picture", options->picture, "Picture to start with, as browsers read them")
+  CLI::App* parser = app.add_subcommand("tune", "Tune a picture on a page in the browser");
+  parser
+      ->add_option("picture", options->picture,
+                   "Picture to start with, in a format that browsers read")
       ->type_name("FILE");
-  parser->add_option("-o,--output", options->output, "Write the page there, and open nothing")
+  parser->add_option("-o,--output", options->output, "Write the page to this file and open nothing")
       ->type_name("FILE");
   parser->footer(kExamples);
   return {parser, [options] { return reportFailures("tune", [&] { tune(*options); }); }};

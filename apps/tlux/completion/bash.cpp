@@ -6,7 +6,7 @@ namespace tlux::app {
 
 namespace {
 
-// Without words of its own an answer leaves file names to the shell; compopt forbids even those.
+// An empty answer makes the shell complete file names; compopt turns that off.
 constexpr const char* kScript = R"(# bash completion for tlux, made by 'tlux completion bash'
 _tlux() {{
   local word=${{COMP_WORDS[COMP_CWORD]}} previous=${{COMP_WORDS[COMP_CWORD - 1]}}
@@ -27,7 +27,7 @@ _tlux() {{
 complete -o default -F _tlux tlux
 )";
 
-/** What matches when the word before the cursor is the option. */
+/** A pattern that matches if the word before the cursor is the option. */
 std::string patternOf(const CommandWords& command, const OptionWords& option) {
   std::vector<std::string> patterns;
   for (const std::string& name : option.names) {
@@ -36,7 +36,7 @@ std::string patternOf(const CommandWords& command, const OptionWords& option) {
   return fmt::format("{}", fmt::join(patterns, " | "));
 }
 
-/** What may follow each option that takes a value. */
+/** The completions after each option that takes a value. */
 std::string valueCases(const CommandWords& command) {
   std::string cases;
   std::vector<std::string> files;

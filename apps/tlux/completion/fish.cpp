@@ -19,7 +19,7 @@ function __tlux_at
 end
 )";
 
-/** @p text between single quotes, as fish reads it. */
+/** @p text in single quotes for fish. */
 std::string fishQuoted(const std::string& text) {
   std::string result = "'";
   for (const char c : text) {

@@ -12,10 +12,10 @@ std::string bashCompletion(const CommandWords& words);
 std::string zshCompletion(const CommandWords& words);
 std::string fishCompletion(const CommandWords& words);
 
-/** All paths but the program's own, each between single quotes. */
+/** All paths except the program's own, each in single quotes. */
 std::vector<std::string> quotedPaths(const CommandWords& words);
 
-/** @p text between single quotes, as bash and zsh read it. */
+/** @p text in single quotes for bash and zsh. */
 std::string quoted(const std::string& text);
 
 } // namespace tlux::app

@@ -26,7 +26,7 @@ else
 fi
 )";
 
-/** Text between brackets or colons of an argument of _arguments. */
+/** Text escaped for use between brackets or colons in an argument of _arguments. */
 std::string escaped(const std::string& text) {
   std::string result;
   for (const char c : text) {

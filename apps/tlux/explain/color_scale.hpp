@@ -11,8 +11,8 @@ struct Color {
   uint8_t blue;
 };
 
-/** From blue at −1 over nearly white at 0 to brown at 1, which colour-blind readers tell apart too.
- * Values beyond the ends take the colour of the end. */
+/** From blue at −1 through nearly white at 0 to brown at 1, also distinguishable for colour-blind
+ * readers. Values beyond the ends get the colour of the end. */
 Color divergingColor(double value);
 
 /** "#rrggbb". */

@@ -44,7 +44,7 @@ std::vector<Point> gainCurve(const Trace& trace, double range) {
   return points;
 }
 
-/** Two codes to a bar, so that codes a tone curve leaves out make no gaps. */
+/** Two codes per bar, so codes skipped by a tone curve leave no gaps. */
 std::vector<Point> bars(const Histogram& histogram) {
   std::vector<Point> points;
   for (size_t code = 0; code < histogram.size(); code += 2) {
@@ -54,7 +54,7 @@ std::vector<Point> bars(const Histogram& histogram) {
   return points;
 }
 
-/** The highest bar but for the ends, which clipped areas may make very high. */
+/** The highest bar except at the ends, which clipped areas can make very high. */
 double highest(const std::vector<Point>& points) {
   double most = 0;
   for (size_t i = 1; i + 1 < points.size(); ++i) {

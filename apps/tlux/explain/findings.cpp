@@ -10,7 +10,7 @@ namespace tlux::app {
 
 namespace {
 
-// Changes below are not seen.
+// Smaller changes are not visible.
 constexpr double kNoticeable = 1.02;
 
 std::string percent(double share) {
@@ -23,8 +23,8 @@ std::string describeGains(const Findings& findings) {
                                  percent(findings.lifted), percent(findings.darkened));
   if (findings.lifted > 0) {
     text += fmt::format(
-        " Where it is lifted, its light is multiplied by {:.2f} in the middle "
-        "(median) and by {:.2f} at most.",
+        " Where it is lifted, its light is multiplied by {:.2f} (median) and by {:.2f} at "
+        "most.",
         findings.medianGain, findings.largestGain);
   }
   return text;
@@ -36,27 +36,27 @@ std::string describeTurningPoint(const std::vector<ToneStep>& curve) {
   const auto firstHeld = std::find_if(curve.begin(), curve.end(), holds);
   const auto lastLifted = std::find_if(curve.rbegin(), curve.rend(), lifts);
   if (firstHeld == curve.end()) {
-    return lastLifted == curve.rend() ? "No brightness is changed on the whole."
-                                      : "Nothing is darkened on the whole: what is not lifted "
-                                        "stays as bright as it was.";
+    return lastLifted == curve.rend() ? "On the whole, no brightness changes."
+                                      : "On the whole, nothing is darkened: what is not lifted "
+                                        "keeps its brightness.";
   }
-  if (lastLifted == curve.rend()) return "Nothing is lifted on the whole.";
+  if (lastLifted == curve.rend()) return "On the whole, nothing is lifted.";
   return fmt::format(
-      "Tones turn around luma {:.0f}: what is darker mostly gets brighter, what is "
-      "brighter mostly gets darker.",
+      "Tones change direction at luma {:.0f}: darker pixels mostly get brighter, brighter ones "
+      "mostly get darker.",
       (firstHeld->code + lastLifted->code) / 2);
 }
 
 std::string describeHistograms(const Histogram& before, const Histogram& after) {
   return fmt::format(
-      "Mean luma goes from {:.0f} to {:.0f}. Near black (below 16) the picture has "
-      "{} of its pixels instead of {}, near white (above 239) {} instead of {}.",
+      "Mean luma goes from {:.0f} to {:.0f}. Pixels near black (below 16): {} instead of {}; "
+      "near white (above 239): {} instead of {}.",
       meanOf(before), meanOf(after), percent(shareOf(after, 0, 15)),
       percent(shareOf(before, 0, 15)), percent(shareOf(after, 240, 255)),
       percent(shareOf(before, 240, 255)));
 }
 
-/** Where the curve is flat a larger score changes nothing any more. */
+/** The limit: where the curve is flat, a larger score makes no difference. */
 std::string describeLimit(const Trace& trace) {
   const double limit = largestGainOf(trace);
   size_t atLimit = 0;
@@ -66,10 +66,10 @@ std::string describeLimit(const Trace& trace) {
   const double share = static_cast<double>(atLimit) / static_cast<double>(trace.pixels());
   const std::string text =
       fmt::format("Strength {} multiplies light by {:.2f} at most", trace.strength, limit);
-  if (share < 0.001) return text + ", and hardly any of the frame comes near that.";
+  if (share < 0.001) return text + ", and hardly any of the frame comes close to that.";
   return text + fmt::format(
-                    "; {} of the frame is within 5&nbsp;% of that, and only a higher "
-                    "strength would lift it more.",
+                    "; {} of the frame is within 5&nbsp;% of that and needs a higher "
+                    "strength to be lifted more.",
                     percent(share));
 }
 

@@ -20,11 +20,11 @@ struct Findings {
 
 Findings findingsOf(const Trace& trace, const Histogram& before, const Histogram& after);
 
-/** What a reader should know first, one sentence or two each. */
+/** What a reader should know first, in one or two sentences each. */
 std::vector<std::string> describeFindings(const Trace& trace, const Histogram& before,
                                           const Histogram& after);
 
-/** The most that a strength lifts, as a factor of linear light. */
+/** The largest gain of a strength, as a factor of linear light. */
 double largestGainOf(const Trace& trace);
 
 } // namespace tlux::app

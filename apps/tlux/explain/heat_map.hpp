@@ -8,10 +8,10 @@
 
 namespace tlux::app {
 
-/** Packed values as colours of the diverging scale, @p range and beyond being its end: RGB24. */
+/** Packed values as RGB24 colours of the diverging scale, which ends at @p range. */
 FramePtr drawHeatMap(const std::vector<double>& values, int width, int height, double range);
 
-/** The scale from −range to range as SVG, with ticks. @param id unique in the page. */
+/** The scale from −range to range as SVG, with ticks. @param id unique within the page. */
 std::string drawLegend(const std::string& id, double range, const std::vector<Tick>& ticks);
 
 } // namespace tlux::app

@@ -5,17 +5,17 @@
 
 namespace tlux::app {
 
-/** Text as HTML shows it letter for letter. */
+/** Text escaped for HTML. */
 std::string escapeHtml(const std::string& text);
 
-/** One page with its style sheet in it. Everything but headings and captions is taken for HTML. */
+/** One page with an embedded style sheet. Everything except headings and captions is HTML. */
 class HtmlPage {
  public:
   HtmlPage(const std::string& title, const std::string& subtitle);
 
   void addList(const std::vector<std::string>& items);
 
-  /** Figures stand two in a row where the window is wide enough, wide ones by themselves. */
+  /** Figures are shown two in a row if the window is wide enough; wide ones have their own row. */
   void startFigures(const std::string& heading);
   void addFigure(const std::string& heading, const std::string& content,
                  const std::string& caption);
@@ -23,7 +23,7 @@ class HtmlPage {
                      const std::string& caption);
   void endFigures();
 
-  /** @param head first column to the left, the others to the right. */
+  /** @param head column titles; the first column is left-aligned, the others right-aligned. */
   void addTable(const std::string& heading, const std::vector<std::string>& head,
                 const std::vector<std::vector<std::string>>& rows, const std::string& caption);
 

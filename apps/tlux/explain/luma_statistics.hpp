@@ -12,7 +12,7 @@ namespace tlux::app {
 /** How often each luma code occurs, as a share of the pixels. */
 using Histogram = std::array<double, 256>;
 
-/** Of what is shown of the frame, without its margins. */
+/** The histogram of the visible part of the frame. */
 Histogram histogramOf(const AVFrame& frame);
 
 double meanOf(const Histogram& histogram);
@@ -20,18 +20,18 @@ double meanOf(const Histogram& histogram);
 /** Share of the pixels with codes from @p first to @p last. */
 double shareOf(const Histogram& histogram, int first, int last);
 
-/** What becomes of the reference pixels of a small range of codes. */
+/** The mapped values of the reference pixels in a small range of codes. */
 struct ToneStep {
   double code;   // middle of the range
-  double low;    // the tenth part of the mapped codes is below it
+  double low;    // 10 % of the mapped codes are below
   double middle; // median
-  double high;   // the tenth part of the mapped codes is above it
+  double high;   // 10 % of the mapped codes are above
 };
 
-/** Ascending codes; ranges that hardly occur are left out. */
+/** In ascending order of codes; ranges that hardly occur are omitted. */
 std::vector<ToneStep> toneCurveOf(const Trace& trace);
 
-/** The value that @p share of the values are below; there must be one value at least. */
+/** The value below which @p share of the values lie; there must be at least one value. */
 double quantile(std::vector<double> values, double share);
 
 } // namespace tlux::app

@@ -20,7 +20,7 @@ namespace tlux::app {
 
 namespace {
 
-// In the order of the page.
+// In page order.
 constexpr const char* kBefore = "before.jpg";
 constexpr const char* kAfter = "after.jpg";
 constexpr const char* kReference = "reference.png";
@@ -63,12 +63,12 @@ void addCosts(const Trace& trace, HtmlPage& page) {
       {{"First frame", time(trace.cost.firstMilliseconds)},
        {"Every frame after it", time(trace.cost.milliseconds)},
        {"Memory", fmt::format("{:.1f}&nbsp;KiB", static_cast<double>(trace.cost.bytes) / 1024)}},
-      "With the first frame threads are started and memory is taken, both for as long as "
-      "frames follow. The time of the others is that of the fastest of several. Memory "
-      "is what a pool must have for frames of this size.");
+      "The first frame starts the threads and allocates the memory that later frames reuse. The "
+      "time of later frames is the fastest of several. Memory is the pool size required for "
+      "frames of this size.");
 }
 
-/** The page as it grows, with the pictures it shows. */
+/** Builds the page and its pictures. */
 class ReportBuilder {
  public:
   ReportBuilder(const Picture& picture, const Tones& tones, const std::string& name)
@@ -104,10 +104,10 @@ class ReportBuilder {
   void addResult() {
     page_.startFigures("Before and after");
     addPicture("Before", toRgb(source_), kBefore, "",
-               fmt::format("The picture as it was read, mean luma {:.0f}.", meanOf(before_)));
+               fmt::format("The input picture, mean luma {:.0f}.", meanOf(before_)));
     addPicture("After", toRgb(*trace_.output), kAfter, "",
-               fmt::format("What the library returns at strength {}, mean luma {:.0f}.",
-                           trace_.strength, meanOf(after_)));
+               fmt::format("The output at strength {}, mean luma {:.0f}.", trace_.strength,
+                           meanOf(after_)));
     page_.addWideFigure("Luma histogram", drawHistograms(before_, after_),
                         "<span class=\"key before\"></span>before, "
                         "<span class=\"key after\"></span>after. Clipped areas at both ends may be "
@@ -120,13 +120,13 @@ class ReportBuilder {
     addPicture(
         "Reference frame", showGray(trace_.reference, trace_.width, trace_.height), kReference, "",
         fmt::format("Every decision is made on the luma of this small frame of {}×{} pixels, "
-                    "an eighth of the size: finer detail than it shows is never lifted or "
-                    "darkened by itself.",
+                    "an eighth of the size: detail too fine for it is never lifted or "
+                    "darkened separately.",
                     trace_.width, trace_.height));
     const double range = scoreRange(trace_);
     addPicture("Score", showScores(trace_), kScore, drawLegend("scores", range, scoreTicks(range)),
-               "Stops by which a pixel lies below (orange) or above (blue) a level half-way "
-               "between the mean of the frame and middle grey, its detail evened out by the local "
+               "How many stops a pixel is below (orange) or above (blue) a level half-way between "
+               "the mean of the frame and middle grey, with detail normalised by the local "
                "contrast. Orange will be lifted, blue darkened. One stop is 710 units of the "
                "library's score.");
     page_.endFigures();
@@ -136,7 +136,7 @@ class ReportBuilder {
     page_.startFigures("How the strength decides");
     page_.addFigure("Gain curve", drawGainCurve(trace_),
                     fmt::format("The line is the gain that strength {} gives to each score; where "
-                                "it is flat, more contrast makes no difference. The grey area "
+                                "it is flat, a larger score makes no difference. The grey area "
                                 "shows how often each score occurs in this frame.",
                                 trace_.strength));
     const double range = gainRange(trace_);
@@ -148,16 +148,16 @@ class ReportBuilder {
   }
 
   void addEffect() {
-    page_.startFigures("What comes of it");
+    page_.startFigures("The result");
     addPicture("Mapped reference", showGray(trace_.mapped, trace_.width, trace_.height), kMapped,
                "",
                "Luma of the reference frame after its gains. The guided filter carries it to full "
-               "size along the edges of the full-size luma; flat areas take its tones, edges stay "
-               "as sharp as they were.");
+               "size along the edges of the full-size luma; flat areas take its tones, edges keep "
+               "their sharpness.");
     page_.addFigure("Effective tone curve", drawToneCurve(trace_),
                     "Luma of the reference frame before and after: the line is the median, the "
-                    "band holds the middle 80&nbsp;%, dashed is no change. A wide band means that "
-                    "the surroundings count more than the brightness itself.");
+                    "band contains the middle 80&nbsp;%, the dashed line is no change. A wide band "
+                    "means that the surroundings count more than the brightness itself.");
     page_.endFigures();
   }
 

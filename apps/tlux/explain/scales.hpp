@@ -12,11 +12,11 @@ namespace tlux::app {
 /** A score in stops. */
 double stopsOfScore(double score);
 
-/** Scores of the frame from −range to range, a whole number of stops; rare ones may lie beyond. */
+/** The range of the frame's scores, −range to range in whole stops; rare ones may lie beyond. */
 double scoreRange(const Trace& trace);
 std::vector<Tick> scoreTicks(double range);
 
-/** Gains of the strength from −range to range in stops. */
+/** The range of the strength's gains, −range to range in stops. */
 double gainRange(const Trace& trace);
 /** In stops, labelled as factors: "×½", "×2". */
 std::vector<Tick> gainTicks(double range);

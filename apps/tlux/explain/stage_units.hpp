@@ -7,8 +7,8 @@
 
 namespace tlux::app {
 
-// The units of what the library decides on its way: gains are in Q10, scores the natural logarithm
-// of light in Q10.
+// The units of the library's intermediate results: gains in Q10, scores as the natural logarithm of
+// light in Q10.
 
 inline constexpr int32_t kUnityGain = 1024;
 inline constexpr int32_t kUnityScore = 1024; // a factor of e

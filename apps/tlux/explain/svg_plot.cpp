@@ -10,7 +10,7 @@ namespace tlux::app {
 
 namespace {
 
-// In units of the drawing.
+// In drawing units.
 constexpr double kHeight = 400;
 constexpr double kLeft = 76;
 constexpr double kTop = 12;

@@ -26,23 +26,23 @@ struct Axis {
 std::vector<Tick> roundTicks(double from, double to, int count);
 
 /**
- * A diagram as SVG: a grid with ticks and titles, and in it what is added, in that order. How
- * things look is left to the style sheet of the page, by classes: area, band, line, guide.
+ * An SVG diagram: a grid with ticks and titles, then everything that is added, in order. The page's
+ * style sheet defines the look by the classes area, band, line and guide.
  */
 class SvgPlot {
  public:
-  /** @param width of the drawing, which is 400 high, a letter of its text 18. */
+  /** @param width of the drawing; its height is 400, its font size 18. */
   SvgPlot(Axis x, Axis y, double width = 640);
 
-  /** Filled from the points down to the x axis. */
+  /** An area from the points down to the x axis. */
   void addArea(const std::vector<Point>& points, const std::string& style);
 
-  /** Filled between two rows of points over the same x. */
+  /** The area between two rows of points with the same x. */
   void addBand(const std::vector<Point>& lower, const std::vector<Point>& upper);
 
   void addLine(const std::vector<Point>& points, const std::string& style);
 
-  /** @param description for readers who do not see the diagram. */
+  /** @param description for readers who cannot see the diagram. */
   std::string finish(const std::string& description) const;
 
  private:

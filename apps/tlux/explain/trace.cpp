@@ -17,7 +17,7 @@ FramePtr copyOf(const AVFrame& frame) {
   return copy;
 }
 
-/** The codes, each after its gain. */
+/** Applies a gain in linear light; below unity, its reciprocal to the inverted code. */
 std::vector<uint8_t> mapCodes(std::vector<uint8_t> codes, std::vector<uint16_t> gains) {
   constexpr int32_t kOddRow = 1; // one that no chroma goes with
   const size_t pixels = codes.size();

@@ -9,14 +9,14 @@
 
 namespace tlux::app {
 
-/** What a run takes. */
+/** The cost of a run. */
 struct Cost {
-  double firstMilliseconds = 0; // of the first frame, when threads are started and memory is taken
+  double firstMilliseconds = 0; // of the first frame, which starts threads and allocates memory
   double milliseconds = 0;      // of the fastest of several later frames
   uint64_t bytes = 0;           // of a pool for such frames
 };
 
-/** One run and everything it decided on its way. Planes and maps are packed. */
+/** One run and its intermediate results. Planes and maps are packed. */
 struct Trace {
   uint32_t strength = 0;
   FramePtr output;
@@ -33,7 +33,7 @@ struct Trace {
   double gainOf(size_t pixel) const { return factorOf(gains[pixel]); }
 };
 
-/** Enhances a frame several times and keeps what the library tells of it. */
+/** Enhances a frame several times and keeps the library's report. */
 Trace traceRun(const AVFrame& frame, const Tones& tones);
 
 } // namespace tlux::app

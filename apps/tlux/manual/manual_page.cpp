@@ -12,13 +12,13 @@ namespace tlux::app {
 
 namespace {
 
-// What no option says.
+// The parts that are not generated from options.
 constexpr const char* kHead = R"(.Dd November 22, 2026
 .Dt TLUX 1
 .Os
 .Sh NAME
 .Nm tlux
-.Nd make pictures look right where the scene has too much contrast
+.Nd make pictures of high-contrast scenes look right
 .Sh SYNOPSIS
 .Nm
 .Ar command
@@ -32,25 +32,25 @@ constexpr const char* kHead = R"(.Dd November 22, 2026
 )";
 
 constexpr const char* kDescription =
-    "tlux lifts the dark regions of pictures, holds the bright ones and keeps local detail. It "
-    "also runs single operations of the library's toolkit on pictures. The extension of an output "
-    "chooses its format: PNG, JPEG, WebP, AVIF, HEIC, JPEG XL, TIFF, BMP, or a raw nv21 or nv12 "
-    "frame. 'tlux info' lists those that this build can write.\n\n"
-    "The natural tones that are the default keep smooth areas smooth and saturated colours "
-    "detailed, and move as evenly as the exposure does. Strength 0 keeps the tones, but fine noise "
-    "is still smoothed a little, by less than one code of 256 on average.\n\n"
+    "tlux lifts the dark regions of pictures, protects the bright ones and keeps local detail. It "
+    "also runs single operations of the library's toolkit on pictures. The extension of the output "
+    "selects its format: PNG, JPEG, WebP, AVIF, HEIC, JPEG XL, TIFF, BMP, or a raw nv21 or nv12 "
+    "frame. 'tlux info' lists the formats that this build can write.\n\n"
+    "Natural tones, the default, keep smooth areas smooth and saturated colours detailed, and "
+    "change as smoothly as the exposure does. Strength 0 keeps the tones, but fine noise is still "
+    "smoothed a little, by less than one code of 256 on average.\n\n"
     "Pictures are turned upright. The colour profile, EXIF, XMP and IPTC data, comment, density "
-    "and modification time are kept; BMP holds none of them but the time. Previews inside the "
-    "metadata are dropped, since they show the old picture. Inks (CMYK), gray with a profile of "
-    "its own and linear light (OpenEXR, floating point) are converted to sRGB. Pictures have up to "
-    "268 megapixels and 65534 pixels on a side. A warning names whatever is left behind: further "
-    "pages, bits beyond 8, gain maps for HDR displays, the motion part of a photo.\n\n"
-    "An output appears under its name only once it is whole and on the disk, and it must not be "
-    "the input. A symbolic link stays one and the file it leads to is written. On file systems "
-    "without unnamed files, a killed command leaves a .tlux-XXXXXX in the folder of the output, to "
-    "be removed by hand.\n\n"
-    "Numbers are decimal. Every result carries a small mark in its lower right corner. The shapes "
-    "of what --json prints are documented in docs/command.md.\n\n"
+    "and modification time are kept; BMP keeps only the time. Previews inside the metadata are "
+    "dropped, since they show the old picture. CMYK, gray with its own profile and linear light "
+    "(OpenEXR, floating point) are converted to sRGB. Pictures have up to 268 megapixels and 65534 "
+    "pixels on a side. A warning names everything that is dropped: further pages, bits beyond 8, "
+    "gain maps for HDR displays, the motion part of a photo.\n\n"
+    "An output gets its name only once it is complete and on disk, and it must not be the input. "
+    "If it is a symbolic link, the file that the link points to is written. On file systems "
+    "without unnamed files, a killed command leaves a .tlux-XXXXXX in the output folder; remove it "
+    "by hand.\n\n"
+    "Numbers are decimal. Every result carries a small mark in its lower right corner. The output "
+    "of --json is documented in docs/command.md.\n\n"
     "The options of the program itself are as follows:";
 
 constexpr const char* kStatus = R"(.Sh EXIT STATUS
@@ -83,13 +83,13 @@ std::string valueMacro(const std::string& type, const std::vector<std::string>& 
   return " Ar " + lowerCase(type);
 }
 
-/** " Fl o Ar file" with the first name of an option, the shortest. */
+/** " Fl o Ar file", with the first and shortest name of an option. */
 std::string optionMacro(const OptionWords& option) {
   return fmt::format(" Fl {}", option.names.front().substr(1)) +
          (option.value == Value::kNone ? "" : valueMacro(option.type, option.choices));
 }
 
-/** What must stand behind a command, and what may. */
+/** The required and optional arguments of a command. */
 std::string synopsisOf(const CommandWords& command) {
   std::string text = command.path.substr(1);
   if (!command.commands.empty()) text += " Ar operation";
@@ -140,7 +140,8 @@ bool has(const CommandWords& command, const OptionWords& option) {
   return found;
 }
 
-/** Options that several commands share are described once. Operations count as one command. */
+/** Options shared by several commands, which are described once. Operations count as one command.
+ */
 std::vector<OptionWords> commonOptions(const CommandWords& words) {
   constexpr ptrdiff_t kSeveral = 3;
   std::vector<OptionWords> common;
@@ -173,7 +174,8 @@ std::string manualPage(const CommandWords& words) {
   page.footer(kDescription);
   addOptions(words.options, page);
   page.heading("Sh", "COMMON OPTIONS");
-  page.prose("Several commands share these options; the help of a command lists those it takes:");
+  page.prose(
+      "Several commands share these options; the help of each command lists the ones it takes:");
   addOptions(common, page);
   page.heading("Sh", "COMMANDS");
   for (const CommandWords& below : words.commands) {

@@ -12,7 +12,7 @@ namespace {
 
 constexpr size_t kLineLength = 78;
 
-/** Dashes that can be copied to a command line, and backslashes. */
+/** Escapes dashes, so they can be copied to a command line, and backslashes. */
 std::string escaped(std::string_view text) {
   std::string result;
   for (const char c : text) {
@@ -22,7 +22,7 @@ std::string escaped(std::string_view text) {
   return result;
 }
 
-/** A line that does not begin with a macro, whatever its first letter is. */
+/** A line that is not parsed as a macro, whatever its first character. */
 std::string plainLine(const std::string& line) {
   const bool isMacro = line.starts_with('.') || line.starts_with('\'');
   return fmt::format("{}{}", isMacro ? "\\&" : "", line);

@@ -5,7 +5,7 @@
 
 namespace tlux::app {
 
-/** A manual page as it grows, in the macros of mdoc(7). */
+/** Builds a manual page from macros of mdoc(7). */
 class Mdoc {
  public:
   /** One line that begins with a macro, such as "Sh NAME". */
@@ -14,10 +14,10 @@ class Mdoc {
   /** ".Sh" or ".Ss" with @p title below it. */
   void heading(std::string_view macroName, std::string_view title);
 
-  /** Running text. Sentences begin on lines of their own, as mdoc(7) asks for. */
+  /** Running text. Each sentence starts on a new line, as mdoc(7) requires. */
   void prose(std::string_view text);
 
-  /** Lines that are shown as they are. */
+  /** Lines that are shown verbatim. */
   void literal(std::string_view lines);
 
   /** A footer of the command's help: running text, and examples, which are indented. */
@@ -27,7 +27,7 @@ class Mdoc {
 
  private:
   std::string text_;
-  bool isAfterText_ = false; // whether a paragraph has to be parted from what stands above it
+  bool isAfterText_ = false; // whether a paragraph needs a break before it
 };
 
 } // namespace tlux::app

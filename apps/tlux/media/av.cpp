@@ -6,14 +6,14 @@ namespace tlux::app {
 
 namespace {
 
-// Of each thread by itself, since several files may be worked on at once.
+// One per thread, since several files may be processed at once.
 thread_local std::string lastLogged;
 
 void rememberError(void* /*context*/, int level, const char* format, va_list arguments) {
   if (level > AV_LOG_ERROR) return;
   char line[256] = "";
   int printPrefix = 0;
-  // A null context leaves the address of the component out of the text.
+  // A null context omits the component's address from the text.
   av_log_format_line2(nullptr, level, format, arguments, line, sizeof line, &printPrefix);
   std::string text(line);
   while (!text.empty() && (text.back() == '\n' || text.back() == '.')) {

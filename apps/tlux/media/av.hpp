@@ -1,6 +1,6 @@
 #pragma once
 
-#include <cstdint> // UINT64_C, which the headers below ask for
+#include <cstdint> // UINT64_C, needed by the headers below
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -28,7 +28,7 @@ struct Release {
 
 struct ReleaseCodec {
   void operator()(AVCodecContext* codec) const {
-    av_freep(&codec->chroma_intra_matrix); // the one table that would be left behind
+    av_freep(&codec->chroma_intra_matrix); // not freed by FFmpeg
     avcodec_free_context(&codec);
   }
 };
@@ -49,7 +49,7 @@ using OutputFormatPtr = std::unique_ptr<AVFormatContext, ReleaseOutput>;
 using IoPtr = std::unique_ptr<AVIOContext, Release<avio_closep>>;
 using ScalerPtr = std::unique_ptr<SwsContext, ReleaseScaler>;
 
-/** A failure reported by FFmpeg, with what its log said last. */
+/** A failure reported by FFmpeg, with the last message of its log. */
 class AvError : public std::runtime_error {
  public:
   explicit AvError(int code);
@@ -70,7 +70,7 @@ inline FramePtr makeFrame() {
   return FramePtr(checkAllocated(av_frame_alloc()));
 }
 
-/** A frame with pixels of its own, rows aligned for any vector unit. */
+/** A frame with its own pixels, rows aligned for any vector unit. */
 FramePtr makeFrame(AVPixelFormat format, int width, int height);
 
 /** Keeps FFmpeg from printing; its last error is remembered for AvError. */

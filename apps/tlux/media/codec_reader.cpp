@@ -23,14 +23,14 @@ InputContainer openByExtension(const std::filesystem::path& file) {
 int findPictureStream(AVFormatContext& container) {
   if (container.nb_streams == 0) check(avformat_find_stream_info(&container, nullptr));
   const int stream = av_find_best_stream(&container, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
-  if (stream < 0) throw std::runtime_error("holds no picture");
+  if (stream < 0) throw std::runtime_error("contains no picture");
   return stream;
 }
 
 CodecPtr openPictureDecoder(const AVCodecParameters& parameters) {
   CodecPtr decoder = makeDecoder(parameters);
-  // A damaged picture is refused instead of patched up. The TIFF decoder would refuse harmless
-  // unknown tags too, and notices missing data by itself.
+  // Damaged pictures are refused instead of concealed. The TIFF decoder would also refuse harmless
+  // unknown tags, and detects missing data anyway.
   if (decoder->codec_id != AV_CODEC_ID_TIFF) {
     decoder->err_recognition = AV_EF_EXPLODE | AV_EF_CRCCHECK;
   }
@@ -38,7 +38,7 @@ CodecPtr openPictureDecoder(const AVCodecParameters& parameters) {
   return decoder;
 }
 
-/** Pictures come one by one out of a decoder that is fed from one stream of a container. */
+/** Decodes the pictures of one stream of a container, one by one. */
 class PictureStream {
  public:
   explicit PictureStream(AVFormatContext& container)
@@ -81,7 +81,7 @@ class PictureStream {
 FramePtr decodePicture(AVFormatContext& container) {
   PictureStream stream(container);
   FramePtr picture = stream.next();
-  if (picture == nullptr) throw std::runtime_error("holds no picture");
+  if (picture == nullptr) throw std::runtime_error("contains no picture");
   if (!holdsOnePicture(*container.iformat) && stream.next() != nullptr) {
     throw std::runtime_error("is a video or an animation, not a single picture");
   }

@@ -11,7 +11,7 @@ namespace tlux::app {
 /** The colour space of an ICC profile's device side, such as "RGB ", "GRAY" or "CMYK". */
 std::string_view profileSpace(std::span<const uint8_t> profile);
 
-/** Hands an embedded RGB profile on; profiles for gray or CMYK do not fit converted pixels. */
+/** Copies an embedded RGB profile; gray or CMYK profiles do not apply to converted pixels. */
 void copyColorProfile(const AVFrame& from, AVFrame& to);
 
 bool hasColorProfile(const AVFrame& frame);

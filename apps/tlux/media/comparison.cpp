@@ -14,12 +14,12 @@ namespace {
 constexpr int kSeamLuma = 255;
 constexpr int kNeutralChroma = 128;
 
-/** The columns that are taken of each side, all even, so that chroma stays aligned. */
+/** The columns used from each side, all even so that chroma stays aligned. */
 struct Columns {
-  int left;       // from the first of the left frame on
+  int left;       // from the start of the left frame
   int seam;       // light ones
-  int right;      // up to the last of the right frame
-  int rightStart; // first of them in the right frame
+  int right;      // up to the end of the right frame
+  int rightStart; // where they start in the right frame
 };
 
 void joinPlane(const AVFrame& left, const AVFrame& right, AVFrame& joined, int plane,

@@ -15,13 +15,13 @@ namespace {
 constexpr uint8_t kBackground = 36;
 constexpr size_t kRgbBytes = 3;
 
-/** Where everything is, in pixels. */
+/** Positions and sizes in pixels. */
 struct Layout {
   int columns;
   int rows;
   int margin;     // around and between the tiles
   int textSize;   // of the labels
-  int cellWidth;  // of a tile, or of its label where that is wider
+  int cellWidth;  // of a tile, or of its label if wider
   int cellHeight; // of a tile with its label
   int tileHeight;
 
@@ -40,7 +40,7 @@ int rowsFor(int tiles, int columns) {
   return (tiles + columns - 1) / columns;
 }
 
-/** The number of columns that comes nearest to a sheet of 3:2 without leaving cells empty. */
+/** The number of columns that gives a sheet closest to 3:2 with few empty cells. */
 int chooseColumns(int tiles, double tileAspect) {
   constexpr double kAspect = 1.5;
   int best = 1;
@@ -49,7 +49,7 @@ int chooseColumns(int tiles, double tileAspect) {
     const int rows = rowsFor(tiles, columns);
     const double share = double{1} * (rows * columns - tiles) / tiles;
     const double cost = std::abs(std::log(tileAspect * columns / rows / kAspect)) + share;
-    // Of two that are as good the wider one.
+    // Of two equally good ones, prefer the wider.
     if (cost > bestCost + 1e-3) continue;
     best = columns;
     bestCost = cost;

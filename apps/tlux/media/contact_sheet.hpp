@@ -14,7 +14,7 @@ struct Tile {
 
 /**
  * Tiles of one size in rows on dark grey, each above its label. No tile is scaled.
- * @param columns tiles in a row, 0 for as many as give the sheet the shape of a screen.
+ * @param columns tiles in a row, 0 to give the sheet the shape of a screen.
  */
 FramePtr makeContactSheet(const std::vector<Tile>& tiles, int columns);
 

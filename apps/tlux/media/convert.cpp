@@ -77,7 +77,7 @@ ScalerPtr makeScaler(const AVFrame& source, const AVFrame& target) {
   setOption(scaler.get(), "dsth", source.height);
   setOption(scaler.get(), "dst_format", target.format);
   setOption(scaler.get(), "sws_flags", kFlags);
-  // The ranges decide already here which conversion is chosen.
+  // The ranges must be set before initialisation, which chooses the conversion.
   setOption(scaler.get(), "src_range", fromFull ? 1 : 0);
   setOption(scaler.get(), "dst_range", toFull ? 1 : 0);
   if (descriptorOf(source).log2_chroma_w == 1) {

@@ -4,13 +4,13 @@
 
 namespace tlux::app {
 
-/** How the samples of a frame stand for colour. Says nothing for RGB layouts. */
+/** How the samples of a frame encode colour. Has no meaning for RGB layouts. */
 struct ColorEncoding {
   AVColorRange range = AVCOL_RANGE_JPEG;
   AVColorSpace matrix = AVCOL_SPC_BT470BG; // BT.601
 };
 
-/** What the frame says of itself, with the defaults of still pictures where it is silent. */
+/** The frame's own encoding, with the defaults of still pictures for unspecified parts. */
 ColorEncoding colorEncodingOf(const AVFrame& frame);
 
 /**
@@ -20,7 +20,7 @@ ColorEncoding colorEncodingOf(const AVFrame& frame);
  */
 void convert(const AVFrame& source, AVFrame& target, ColorEncoding encoding);
 
-/** convert() for a stream of frames: what depends on their layout alone is made once. */
+/** convert() for a stream of frames: whatever depends only on their layout is set up once. */
 class Converter {
  public:
   void convert(const AVFrame& source, AVFrame& target, ColorEncoding encoding);

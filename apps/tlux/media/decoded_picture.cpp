@@ -10,8 +10,8 @@ extern "C" {
 namespace tlux::app {
 
 void checkPictureSize(int64_t width, int64_t height) {
-  if (width <= 0 || height <= 0) throw std::runtime_error("holds no picture");
-  // FFmpeg makes no frame of more: eight bytes a pixel, margins included, stay below 2 GiB.
+  if (width <= 0 || height <= 0) throw std::runtime_error("contains no picture");
+  // FFmpeg's limit for a frame: eight bytes a pixel, including margins, below 2 GiB.
   constexpr int64_t kMargin = 128;
   constexpr int64_t kMostPadded = int64_t{1} << 28;
   constexpr int64_t kMostOfASide = 65534;

@@ -6,8 +6,8 @@ namespace tlux::app {
 
 /**
  * An RGB24 copy of an RGB picture with more than 8 bits a sample, null for any other layout.
- * The converter takes such samples for multiples of 256 and dithers them, up to two levels off;
- * here 65535 becomes 255 and everything is rounded.
+ * FFmpeg's converter treats such samples as multiples of 256 and dithers them, off by up to two
+ * levels; here 65535 becomes 255 and everything is rounded.
  */
 FramePtr reduceDeepColor(const AVFrame& picture);
 

@@ -35,7 +35,7 @@ std::optional<Density> fromJfif(std::span<const uint8_t> jpeg) {
   return usableDensity({scale * AV_RB16(header + 1), scale * AV_RB16(header + 3)});
 }
 
-// pHYs: pixels to the unit in x and y, unit (1 meter).
+// pHYs: pixels per unit in x and y, unit (1 meter).
 constexpr size_t kPhysBytes = 9;
 
 std::optional<Density> fromPhys(std::span<const uint8_t> chunk) {
@@ -44,8 +44,8 @@ std::optional<Density> fromPhys(std::span<const uint8_t> chunk) {
       {kMetersOfAnInch * AV_RB32(chunk.data()), kMetersOfAnInch * AV_RB32(chunk.data() + 4)});
 }
 
-// TIFF as FFmpeg and exiv2 write it: little endian; where the first directory lies; the number of
-// its entries; and each entry's tag, type, count and, for fractions, the place of the value.
+// TIFF as written by FFmpeg and exiv2: little endian; offset of the first directory; number of its
+// entries; and each entry's tag, type, count and, for fractions, offset of the value.
 constexpr size_t kTiffHeader = 8;
 constexpr size_t kEntryBytes = 12;
 

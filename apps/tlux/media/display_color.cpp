@@ -44,7 +44,7 @@ uint8_t* row(const AVFrame& frame, int plane, int y) {
   return frame.data[plane] + ptrdiff_t{y} * frame.linesize[plane];
 }
 
-/** From a profile's samples of @p format to sRGB of the same depth. */
+/** Converts samples of @p format with a profile to sRGB of the same depth. */
 class ToSrgb {
  public:
   ToSrgb(std::span<const uint8_t> profile, cmsColorSpaceSignature space, cmsUInt32Number format)
@@ -72,7 +72,7 @@ class ToSrgb {
   TransformPtr transform_;
 };
 
-/** Four samples of each pixel next to each other, full ink as the largest value. */
+/** Four adjacent samples per pixel; full ink is the largest value. */
 template <typename Sample>
 void gatherInk(const InkSamples& samples, int y, Sample* inks) {
   const uint8_t* from = samples.data + samples.pixelBytes * static_cast<size_t>(samples.width) *
@@ -86,7 +86,7 @@ void gatherInk(const InkSamples& samples, int y, Sample* inks) {
   }
 }
 
-/** Each ink takes its share of the light: (1 - C)(1 - K) of the red, and so on. */
+/** Each ink absorbs its share of the light: red becomes (1 - C)(1 - K), and so on. */
 template <typename Sample>
 void mixInks(const Sample* inks, Sample* rgb, int width) {
   constexpr uint64_t kFull = static_cast<Sample>(~Sample{0});
@@ -137,7 +137,8 @@ FramePtr grayToRgb(const AVFrame& picture, const AVFrameSideData& profile) {
   return rgb;
 }
 
-/** The transfer of IEC 61966-2-1, by the square root of the light for even steps in the shadows. */
+/** The transfer curve of IEC 61966-2-1, indexed by the square root of light for fine shadow steps.
+ */
 class SrgbTable {
  public:
   SrgbTable() {
@@ -150,7 +151,7 @@ class SrgbTable {
     }
   }
 
-  /** 1 is white; what is brighter, or no number, is cut off. */
+  /** 1 is white; brighter values and NaN are clamped. */
   uint16_t operator()(float light) const {
     if (!(light > 0)) return 0;
     return codes_[static_cast<size_t>(std::lround(std::sqrt(std::min(light, 1.0F)) * kLast))];

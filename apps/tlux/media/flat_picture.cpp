@@ -11,7 +11,7 @@ namespace tlux::app {
 
 namespace {
 
-/** Each element is like the one before it, in a row and from row to row. */
+/** Whether each element equals the one before it, along rows and from row to row. */
 bool isFlatPlane(const uint8_t* data, ptrdiff_t pitch, size_t rowBytes, int rows, size_t element) {
   for (int y = 0; y < rows; ++y) {
     const uint8_t* row = data + y * pitch;
@@ -48,7 +48,7 @@ bool looksUndecoded(const AVFrame& frame, uint64_t fileBytes) {
   const auto format = static_cast<AVPixelFormat>(frame.format);
   const int whole = av_image_get_buffer_size(format, frame.width, frame.height, 1);
   const uint64_t pixels = static_cast<uint64_t>(frame.width) * static_cast<uint64_t>(frame.height);
-  // Room for metadata, and more than any method spends on a block without content.
+  // Allows for metadata and for more than any codec spends on an empty picture.
   constexpr uint64_t kBesidesPixels = uint64_t{64} << 10;
   const bool isCompressed = whole > 0 && fileBytes < static_cast<uint64_t>(whole) / 10 * 9;
   return isCompressed && fileBytes > kBesidesPixels + pixels / 16 && isFlat(frame);

@@ -6,12 +6,12 @@
 
 namespace tlux::app {
 
-/** Whether all pixels are alike. */
+/** Whether all pixels are equal. */
 bool isFlat(const AVFrame& frame);
 
 /**
- * Whether a picture of one colour takes too many bytes for that in a file of @p fileBytes: what it
- * shows was lost in decoding. One that is not compressed has as many bytes as its samples.
+ * Whether the file of @p fileBytes is too large for a picture of a single colour, so its content
+ * was lost in decoding. An uncompressed file has as many bytes as samples.
  */
 bool looksUndecoded(const AVFrame& frame, uint64_t fileBytes);
 

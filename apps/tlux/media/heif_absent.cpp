@@ -3,14 +3,14 @@
 #include "media/heif_reader.hpp"
 #include "media/heif_writer.hpp"
 
-// In place of heif_reader.cpp and heif_writer.cpp where the library for these files is missing.
+// Replaces heif_reader.cpp and heif_writer.cpp if libheif is missing.
 
 namespace tlux::app {
 
 namespace {
 
 [[noreturn]] void fail() {
-  throw std::runtime_error("HEIC and AVIF are not supported, this tlux was built without libheif");
+  throw std::runtime_error("HEIC and AVIF are not supported: this tlux was built without libheif");
 }
 
 } // namespace

@@ -25,7 +25,7 @@ HeifHandlePtr openPrimary(heif_context& context, std::span<const uint8_t> conten
   return HeifHandlePtr(handle);
 }
 
-/** As it is stored, but turned; with transparency as RGBA of 8 bits. */
+/** As stored, but rotated; with transparency as 8-bit RGBA. */
 HeifImagePtr decode(const heif_image_handle& handle) {
   const bool hasAlpha = heif_image_handle_has_alpha_channel(&handle) != 0;
   const HeifDecodingOptionsPtr options(heif_decoding_options_alloc());
@@ -62,7 +62,7 @@ AVPixelFormat layoutOf(const heif_image& image) {
   return AV_PIX_FMT_NONE;
 }
 
-/** Copies the planes of an image, whose chroma rows are as in FFmpeg's layout. */
+/** Copies the planes of an image whose chroma layout matches FFmpeg's. */
 FramePtr toFrame(const heif_image& image) {
   const AVPixelFormat layout = layoutOf(image);
   if (layout == AV_PIX_FMT_NONE) throw std::runtime_error("its pixel layout is not supported");
@@ -80,7 +80,7 @@ FramePtr toFrame(const heif_image& image) {
   for (int plane = 0; plane < 3 && frame->data[plane] != nullptr; ++plane) {
     int pitch = 0;
     const uint8_t* data = heif_image_get_plane_readonly(&image, channels[plane], &pitch);
-    if (data == nullptr) throw std::runtime_error("lacks a part of its picture");
+    if (data == nullptr) throw std::runtime_error("is missing a part of its picture");
     view->data[plane] = const_cast<uint8_t*>(data); // only read from
     view->linesize[plane] = pitch;
   }
@@ -96,13 +96,13 @@ void describeColors(const heif_image& image, DecodedPicture& picture) {
   frame.color_range = AVCOL_RANGE_JPEG;
   frame.colorspace = AVCOL_SPC_BT470BG;
   if (!isThere || nclx == nullptr) return;
-  // The numbers are those of ITU-T H.273 on both sides.
+  // Both sides use the numbers of ITU-T H.273.
   frame.color_range = nclx->full_range_flag != 0 ? AVCOL_RANGE_JPEG : AVCOL_RANGE_MPEG;
   frame.colorspace = static_cast<AVColorSpace>(nclx->matrix_coefficients);
   frame.color_primaries = static_cast<AVColorPrimaries>(nclx->color_primaries);
   frame.color_trc = static_cast<AVColorTransferCharacteristic>(nclx->transfer_characteristics);
   if (frame.color_trc == AVCOL_TRC_SMPTE2084 || frame.color_trc == AVCOL_TRC_ARIB_STD_B67) {
-    picture.remarks.emplace_back("its HDR tones are taken for ordinary ones");
+    picture.remarks.emplace_back("its HDR tones are treated as ordinary ones");
   }
 }
 
@@ -137,7 +137,7 @@ DecodedPicture readHeif(std::span<const uint8_t> content) {
   attachProfile(*handle, *picture.frame);
   const int count = heif_context_get_number_of_top_level_images(context.get());
   if (count > 1) {
-    picture.remarks.push_back(fmt::format("it has {} pictures, the main one is taken", count));
+    picture.remarks.push_back(fmt::format("it has {} pictures; only the main one is used", count));
   }
   const Bytes exif = metadataBlock(*handle, "Exif");
   const Bytes xmp = metadataBlock(*handle, "mime");

@@ -45,7 +45,7 @@ HeifNclxPtr describeColors(const AVFrame& frame) {
   const auto orUsual = [](int value, int usual) {
     return value == 2 || value == 0 ? usual : value;
   };
-  // The numbers are those of ITU-T H.273 on both sides, where 2 says nothing.
+  // Both sides use the numbers of ITU-T H.273, where 2 means unspecified.
   nclx->full_range_flag = 1;
   nclx->matrix_coefficients = static_cast<heif_matrix_coefficients>(orUsual(frame.colorspace, 6));
   nclx->color_primaries = static_cast<heif_color_primaries>(orUsual(frame.color_primaries, 1));

@@ -11,8 +11,8 @@ enum class HeifCodec { kAv1, kHevc };
 bool canEncodeHeif(HeifCodec codec);
 
 /**
- * An AVIF or HEIC file of a frame in YUV420P, YUV444P or these with alpha, full range. Metadata may
- * be null. @param quality 1 to 100. Throws std::runtime_error.
+ * Encodes a full-range frame in YUV420P, YUV444P, or either with alpha, as an AVIF or HEIC file.
+ * Metadata may be null. @param quality 1 to 100. Throws std::runtime_error.
  */
 Bytes encodeHeif(const AVFrame& frame, HeifCodec codec, int quality, const Metadata* metadata);
 

@@ -17,7 +17,7 @@ namespace tlux::app {
 
 namespace {
 
-/** A file in memory with the place of the next read. */
+/** A file in memory and the position of the next read. */
 struct Memory {
   std::span<const uint8_t> content;
   size_t position = 0;
@@ -49,7 +49,7 @@ InputContainer openContainer(std::shared_ptr<AVIOContext> io) {
   source.io = std::move(io);
   AVFormatContext* container = checkAllocated(avformat_alloc_context());
   container->pb = source.io.get();
-  // Nothing inside a file may make us open other files or addresses.
+  // A file must not make us open other files or addresses.
   AVDictionary* options = nullptr;
   av_dict_set(&options, "protocol_whitelist", "none", 0);
   const int result = avformat_open_input(&container, nullptr, nullptr, &options);
@@ -81,7 +81,7 @@ void checkReadable(const std::filesystem::path& file) {
 }
 
 std::string inputUrl(const std::filesystem::path& file) {
-  // The prefix keeps names such as "a:b.jpg" from being taken for an address.
+  // The prefix keeps names such as "a:b.jpg" from being parsed as a URL.
   return isPipe(file) ? "pipe:0" : "file:" + file.string();
 }
 
@@ -101,7 +101,7 @@ InputContainer openByContent(std::span<const uint8_t> content) {
   if (io == nullptr) av_free(buffer);
   checkAllocated(io);
   return openContainer({io, [owned = memory.release()](AVIOContext* context) {
-                          av_freep(&context->buffer); // may have been replaced
+                          av_freep(&context->buffer); // FFmpeg may have replaced it
                           avio_context_free(&context);
                           delete owned;
                         }});
@@ -114,12 +114,12 @@ bool holdsOnePicture(const AVInputFormat& format) {
 
 bool holdsOnePicture(const std::filesystem::path& file) {
   checkReadable(file);
-  if (kindOfFile(file) == FileKind::kHeif) return true; // FFmpeg takes these for videos
+  if (kindOfFile(file) == FileKind::kHeif) return true; // FFmpeg treats these as videos
   try {
     const InputContainer container = openByContent(file);
     return container.format == nullptr || holdsOnePicture(*container.format->iformat);
   } catch (const AvError&) {
-    return true; // the reader of pictures will tell what is wrong
+    return true; // the picture reader will report the problem
   }
 }
 

@@ -17,7 +17,7 @@ namespace tlux::app {
 
 namespace {
 
-/** libjpeg leaves a failed call by a jump, so nothing that needs a destructor may be on its way. */
+/** libjpeg leaves a failed call with longjmp, which must not skip any destructor. */
 struct Decoder {
   jpeg_decompress_struct jpeg = {};
   jpeg_error_mgr errors = {};
@@ -39,7 +39,7 @@ void leave(j_common_ptr jpeg) {
   std::longjmp(decoder.failure, 1);
 }
 
-/** Missing or wrong data; other warnings are of harmless oddities. */
+/** Missing or wrong data; other warnings are harmless. */
 bool isDamage(int code) {
   switch (code) {
     case JWRN_HIT_MARKER:
@@ -59,7 +59,7 @@ void noteWarning(j_common_ptr jpeg, int level) {
   jpeg->err->format_message(jpeg, decoder.message);
 }
 
-/** A small file with very many scans would keep the decoder busy for hours. */
+/** Otherwise a small file with very many scans could keep the decoder busy for hours. */
 void limitScans(j_common_ptr jpeg) {
   constexpr int kMostScans = 500;
   const auto* decompress = reinterpret_cast<const jpeg_decompress_struct*>(jpeg);
@@ -86,8 +86,7 @@ bool prepare(Decoder& decoder, std::span<const uint8_t> content) {
   return jpeg_read_header(&jpeg, TRUE) == JPEG_HEADER_OK;
 }
 
-/** The layout that holds the components as they are stored; none where they have to be converted.
- */
+/** The layout for the components as stored; none if they have to be converted. */
 AVPixelFormat layoutOf(const jpeg_decompress_struct& jpeg) {
   if (jpeg.jpeg_color_space == JCS_GRAYSCALE) return AV_PIX_FMT_GRAY8;
   if (jpeg.jpeg_color_space != JCS_YCbCr || jpeg.num_components != 3) return AV_PIX_FMT_NONE;
@@ -111,7 +110,7 @@ AVPixelFormat layoutOf(const jpeg_decompress_struct& jpeg) {
   }
 }
 
-/** Stored samples come in whole blocks, which may reach over the picture. */
+/** Stored samples come in whole blocks, which may extend past the picture. */
 bool readStored(Decoder& decoder, AVFrame& frame) {
   constexpr int kMostRows = DCTSIZE * MAX_SAMP_FACTOR;
   JSAMPROW rows[3][kMostRows] = {};
@@ -136,7 +135,7 @@ bool readStored(Decoder& decoder, AVFrame& frame) {
   return true;
 }
 
-/** Samples as libjpeg converts them, RGB or inks. */
+/** Samples as converted by libjpeg, to RGB or CMYK. */
 bool readConverted(Decoder& decoder, J_COLOR_SPACE space, uint8_t* samples, ptrdiff_t rowBytes) {
   jpeg_decompress_struct& jpeg = decoder.jpeg;
   if (setjmp(decoder.failure) != 0) return false;
@@ -155,7 +154,7 @@ std::vector<uint8_t> profileOf(Decoder& decoder) {
   unsigned int size = 0;
   if (jpeg_read_icc_profile(&decoder.jpeg, &data, &size) == FALSE) return {};
   std::vector<uint8_t> profile(data, data + size);
-  std::free(data); // libjpeg took it from malloc
+  std::free(data); // allocated by libjpeg with malloc
   return profile;
 }
 
@@ -166,7 +165,7 @@ std::vector<uint8_t> profileOf(Decoder& decoder) {
 FramePtr readGrayOrChroma(Decoder& decoder, AVPixelFormat layout) {
   const auto width = static_cast<int>(decoder.jpeg.image_width);
   const auto height = static_cast<int>(decoder.jpeg.image_height);
-  // Room for whole blocks at the right and bottom.
+  // Leaves room for whole blocks at the right and bottom.
   constexpr int kMostOfABlock = DCTSIZE * MAX_SAMP_FACTOR;
   FramePtr frame = makeFrame(layout, FFALIGN(width, kMostOfABlock), FFALIGN(height, kMostOfABlock));
   frame->width = width;
@@ -191,7 +190,7 @@ FramePtr readInks(Decoder& decoder, std::span<const uint8_t> profile) {
   if (!readConverted(decoder, JCS_CMYK, samples.data(), static_cast<ptrdiff_t>(rowBytes))) {
     fail(decoder);
   }
-  // Programs that sign their files store inks upside down.
+  // Programs that write the Adobe marker store inverted inks.
   return inkToRgb({samples.data(), static_cast<int>(decoder.jpeg.image_width),
                    static_cast<int>(decoder.jpeg.image_height), 1, 4,
                    decoder.jpeg.saw_Adobe_marker != FALSE, profile});

@@ -9,8 +9,9 @@
 namespace tlux::app {
 
 /**
- * A JPEG file; of one that is damaged, what can be decoded. Nothing for the rare kinds that libjpeg
- * does not know (lossless, 12 bits). Throws std::runtime_error where nothing can be decoded.
+ * Decodes a JPEG file, or as much as possible of a damaged one. Returns nothing for rare kinds that
+ * libjpeg does not support (lossless, 12 bits). Throws std::runtime_error if nothing can be
+ * decoded.
  */
 std::optional<DecodedPicture> readJpeg(std::span<const uint8_t> content);
 

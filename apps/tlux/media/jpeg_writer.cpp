@@ -17,7 +17,7 @@ namespace tlux::app {
 
 namespace {
 
-/** libjpeg leaves a failed call by a jump, so nothing that needs a destructor may be on its way. */
+/** libjpeg leaves a failed call with longjmp, which must not skip any destructor. */
 struct Encoder {
   jpeg_compress_struct jpeg = {};
   jpeg_error_mgr errors = {};
@@ -28,7 +28,7 @@ struct Encoder {
 
   ~Encoder() {
     jpeg_destroy_compress(&jpeg);
-    std::free(content); // libjpeg took it from malloc
+    std::free(content); // allocated by libjpeg with malloc
   }
 };
 
@@ -54,7 +54,7 @@ void describe(jpeg_compress_struct& jpeg, const AVFrame& frame, int quality) {
   jpeg.raw_data_in = TRUE;
 }
 
-/** Rows below the picture repeat its last one; columns beside it are the frame's own padding. */
+/** Rows below the picture repeat its last one; columns to its right are the frame's padding. */
 void writeRows(jpeg_compress_struct& jpeg, const AVFrame& frame) {
   constexpr int kMostRows = DCTSIZE * MAX_SAMP_FACTOR;
   JSAMPROW rows[3][kMostRows] = {};
@@ -95,7 +95,7 @@ bool encode(Encoder& encoder, const AVFrame& frame, int quality) {
   return true;
 }
 
-/** The frame with its last column repeated up to whole blocks, which the encoder reads. */
+/** The frame with its last column repeated up to whole blocks, since the encoder reads them. */
 FramePtr extendColumns(const AVFrame& frame) {
   constexpr int kMostOfABlock = 2 * DCTSIZE;
   FramePtr extended = makeFrame(static_cast<AVPixelFormat>(frame.format),

@@ -6,9 +6,9 @@
 namespace tlux::app {
 
 /**
- * A progressive JPEG file of a frame with planes of full range: gray, or YCbCr with chroma whole or
- * halved. An RGB profile of the frame goes along. @param quality 1 to 100, the scale that libjpeg
- * made customary. Throws std::runtime_error.
+ * Encodes a full-range planar frame as a progressive JPEG file: gray, or YCbCr with full or halved
+ * chroma. Includes the frame's RGB profile. @param quality 1 to 100, libjpeg's usual scale. Throws
+ * std::runtime_error.
  */
 Bytes encodeJpeg(const AVFrame& frame, int quality);
 

@@ -53,7 +53,7 @@ Bytes addJxlBoxes(Bytes file, std::span<const uint8_t> exif, std::string_view xm
   if (!isBare || (exif.empty() && xmp.empty())) return file;
   Bytes boxes;
   append(boxes, kSignature);
-  // The EXIF data begin right behind the number that tells where they do.
+  // The EXIF data follow directly after the field with their offset.
   if (!exif.empty()) appendBox(boxes, "Exif", "\0\0\0\0"sv, exif);
   if (!xmp.empty()) appendBox(boxes, "xml ", xmp, {});
   appendBox(boxes, "jxlc", {}, file);

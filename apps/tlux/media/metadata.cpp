@@ -37,7 +37,7 @@ struct Tags : Metadata {
   bool isEmpty() const { return exif.empty() && iptc.empty() && xmp.empty() && comment.empty(); }
 };
 
-/** The library keeps tables for all threads together and would print what it thinks of a file. */
+/** The library's tables are shared by all threads, and it would print warnings about files. */
 template <typename Work>
 auto withLibrary(Work work) {
   static std::mutex mutex;
@@ -50,7 +50,7 @@ auto withLibrary(Work work) {
   return work();
 }
 
-/** How the pixels of a file are stored says nothing of those in another one. */
+/** Tags that describe pixel storage do not apply to another file. */
 bool describesStorage(const Exiv2::Exifdatum& tag) {
   constexpr std::array<std::string_view, 6> kGroups = {"SubImage", "SubThumb", "Thumbnail",
                                                        "Image2",   "Image3",   "MpfInfo"};
@@ -74,7 +74,7 @@ void eraseWhere(Data& data, Matches matches) {
   }
 }
 
-/** Namespaces that describe parts which are left behind. */
+/** Namespaces that describe dropped parts. */
 bool describesExtraPart(const Exiv2::Xmpdatum& property) {
   constexpr std::array<std::string_view, 6> kPrefixes = {"GCamera",    "Container", "Item",
                                                          "GContainer", "hdrgm",     "HDRGainMap"};
@@ -105,7 +105,7 @@ bool holdsIptc(FileKind kind) {
   return holdsComment(kind) || kind == FileKind::kTiff;
 }
 
-/** The tags of the picture as it is written. */
+/** The tags of the written picture. */
 Tags describe(const Metadata& metadata, FileKind kind, const WrittenPicture& picture) {
   auto tags = static_cast<const Tags&>(metadata);
   if (hasKey(tags.exif, "Exif.Image.Orientation")) {
@@ -168,7 +168,7 @@ Bytes encodeExif(const Exiv2::ExifData& exif) {
 
 constexpr std::string_view kPngComment("Comment\0", 8);
 
-/** What the library knows only under older names. */
+/** Reads chunks that the library knows only under older names. */
 void readPngChunks(Tags& tags, std::span<const uint8_t> png) {
   const std::span<const uint8_t> text = findPngChunk(png, "tEXt");
   const std::string_view comment(reinterpret_cast<const char*>(text.data()), text.size());
@@ -208,7 +208,7 @@ Bytes embed(const Bytes& file, FileKind kind, const Tags* tags, std::span<const 
   const auto image = Exiv2::ImageFactory::open(file.data(), static_cast<long>(file.size()));
   image->readMetadata();
   if (tags != nullptr) addTags(*image, kind, *tags);
-  // The usual place of this one has a chunk of its own by now.
+  // EXIF data now have their own chunk.
   if (kind == FileKind::kPng) image->clearExifData();
   if (!profile.empty()) {
     Exiv2::DataBuf data(profile.data(), static_cast<long>(profile.size()));
@@ -237,7 +237,7 @@ MetadataPtr readMetadata(FileKind kind, std::span<const uint8_t> content) {
     try {
       readInto(*tags, content);
       if (kind == FileKind::kPng) readPngChunks(*tags, content);
-    } catch (const std::exception&) { // what was read up to the damage is kept
+    } catch (const std::exception&) { // keep what was read before the damage
     }
     return finish(tags, findDensity(kind, content));
   });
@@ -270,7 +270,7 @@ std::vector<std::string> findExtraParts(std::span<const uint8_t> content) {
   const std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
   std::vector<std::string> remarks;
   for (const auto& [sign, part] : kSigns) {
-    std::string remark = std::string("its ") + part + " is left behind";
+    std::string remark = std::string("its ") + part + " is dropped";
     const bool isNew = std::find(remarks.begin(), remarks.end(), remark) == remarks.end();
     if (isNew && text.find(sign) != std::string_view::npos) remarks.push_back(std::move(remark));
   }

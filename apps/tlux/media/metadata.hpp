@@ -10,30 +10,30 @@
 
 namespace tlux::app {
 
-/** What a file tells of its picture beside the pixels: EXIF, XMP, IPTC, a comment, the density. */
+/** The metadata of a picture file: EXIF, XMP, IPTC, comment, density. */
 class Metadata {
  public:
   virtual ~Metadata() = default;
 
-  /** Value of the EXIF tag Orientation; 1, upright, where there is none. */
+  /** Value of the EXIF tag Orientation; 1, upright, if there is none. */
   virtual int orientation() const = 0;
 };
 
-/** The parts that files of a kind do not hold, by name. */
+/** Names of the parts that files of a kind do not support. */
 std::vector<std::string> lostIn(FileKind kind, const Metadata& metadata);
 
 using MetadataPtr = std::shared_ptr<const Metadata>;
 
-/** Null where a file tells nothing that can be read. */
+/** Null if the file has no readable metadata. */
 MetadataPtr readMetadata(FileKind kind, std::span<const uint8_t> content);
 
 /**
- * From blocks as HEIC and JPEG XL files hold them, either of which may be empty: EXIF data, with
- * four bytes in front that tell how far behind them they begin, and XMP.
+ * From the blocks in HEIC and JPEG XL files, either of which may be empty: EXIF data, preceded by a
+ * four-byte offset to their start, and XMP.
  */
 MetadataPtr readMetadataBlocks(std::span<const uint8_t> exif, std::span<const uint8_t> xmp);
 
-/** Parts of a photo that a plain picture does not have, one remark each. */
+/** Parts of a photo that a plain picture cannot have, one remark each. */
 std::vector<std::string> findExtraParts(std::span<const uint8_t> content);
 
 /** What is true of the picture that is written. */
@@ -44,13 +44,13 @@ struct WrittenPicture {
 };
 
 /**
- * Puts metadata, which may be null, into a written JPEG, PNG, WebP or TIFF file. The pixels are
- * upright now, and the preview of the old ones is dropped. Throws std::runtime_error.
+ * Embeds metadata, which may be null, in a written JPEG, PNG, WebP or TIFF file. Orientation
+ * becomes upright and the old preview is dropped. Throws std::runtime_error.
  */
 Bytes embedMetadata(Bytes file, FileKind kind, const Metadata* metadata,
                     const WrittenPicture& picture);
 
-/** The same as blocks, for formats that take those. */
+/** The same as blocks, for formats that use those. */
 Bytes exifBlock(const Metadata& metadata, const WrittenPicture& picture);
 std::string xmpBlock(const Metadata& metadata);
 

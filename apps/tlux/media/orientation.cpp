@@ -18,7 +18,7 @@ namespace tlux::app {
 
 namespace {
 
-/** x' = a·x + c·y and y' = b·x + d·y, from fixed point of any scale. */
+/** x' = a·x + c·y and y' = b·x + d·y, in fixed point of any scale. */
 Orientation fromDisplayMatrix(const std::array<int32_t, 9>& m) {
   const int64_t a = m[0];
   const int64_t b = m[1];
@@ -53,7 +53,7 @@ struct ConstPlane {
   ptrdiff_t pitch;
 };
 
-/** Walks the target in tiles, so that the rows or columns read with it stay in the cache. */
+/** Processes the target in tiles, so the source rows or columns stay in the cache. */
 template <size_t elementBytes>
 void turnPlane(ConstPlane source, uint8_t* target, ptrdiff_t targetPitch, Orientation turn) {
   constexpr int kTile = 64;

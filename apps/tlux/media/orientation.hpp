@@ -4,7 +4,7 @@
 
 namespace tlux::app {
 
-/** How stored pixels turn into upright ones: first exchange of the axes, then the flips. */
+/** How to turn stored pixels upright: first swap the axes, then flip. */
 struct Orientation {
   bool exchangeAxes = false;
   bool flipX = false;
@@ -13,10 +13,10 @@ struct Orientation {
   bool isUpright() const { return !exchangeAxes && !flipX && !flipY; }
 };
 
-/** What the file says, as display matrix or EXIF tag; upright where it says nothing. */
+/** From the display matrix or EXIF tag of the file; upright if it has none. */
 Orientation orientationOf(const AVFrame& frame);
 
-/** The turned frame, with its crop; for NV12, NV21 and gray frames. */
+/** The rotated frame, including its crop; for NV12, NV21 and gray frames. */
 FramePtr turn(FramePtr frame, Orientation orientation);
 
 } // namespace tlux::app

@@ -23,7 +23,7 @@ namespace {
 
 constexpr int kNeutralChroma = 128;
 
-/** Repeats the last luma column and row of an odd size; its chroma sample is there already. */
+/** Repeats the last luma column and row of odd sizes; the chroma sample already exists. */
 void padToEven(AVFrame& frame, int width, int height) {
   const ptrdiff_t pitch = frame.linesize[0];
   if (frame.width > width) {
@@ -47,7 +47,7 @@ FramePtr toSemiPlanar(const AVFrame& decoded) {
   frame->chroma_location = decoded.chroma_location;
   frame->color_primaries = decoded.color_primaries;
   frame->color_trc = decoded.color_trc;
-  // The converter leaves the chroma of gray pictures alone.
+  // The converter does not write the chroma of gray pictures.
   std::memset(frame->data[1], kNeutralChroma,
               static_cast<size_t>(frame->linesize[1]) * static_cast<size_t>(height / 2));
   const FramePtr shown = toDisplayColor(decoded);
@@ -64,7 +64,7 @@ FramePtr toSemiPlanar(const AVFrame& decoded) {
 std::vector<std::string> describeDepth(const AVFrame& decoded) {
   const int bits = av_pix_fmt_desc_get(static_cast<AVPixelFormat>(decoded.format))->comp[0].depth;
   if (bits <= 8) return {};
-  return {fmt::format("its {} bits a sample become 8", bits)};
+  return {fmt::format("its {} bits per sample are reduced to 8", bits)};
 }
 
 } // namespace

@@ -14,12 +14,12 @@ namespace tlux::app {
 struct Picture {
   FramePtr frame;      // NV12 or NV21; see semi_planar.hpp
   FramePtr alpha;      // gray frame of the cropped size, null for an opaque picture
-  bool isRaw = false;  // a camera frame without a file format around it
-  int storedWidth = 0; // as it lies in the file, before it is turned upright
+  bool isRaw = false;  // a raw camera frame
+  int storedWidth = 0; // size in the file, before rotation
   int storedHeight = 0;
-  MetadataPtr metadata; // null where the file tells nothing, or it is not wanted
-  std::optional<std::filesystem::file_time_type> modified; // of the file, to be kept
-  std::vector<std::string> remarks;                        // what its owner should know
+  MetadataPtr metadata; // null if the file has none or it is not wanted
+  std::optional<std::filesystem::file_time_type> modified; // of the file; preserved
+  std::vector<std::string> remarks;                        // for the user, as warnings
 
   int width() const;
   int height() const;

@@ -75,14 +75,14 @@ bool isHeif(std::span<const uint8_t> content) {
                      [&](std::string_view brand) { return holds(content, 8, brand); });
 }
 
-/** All that is left, in growing pieces. */
+/** Reads the rest, in growing pieces. */
 void readRest(const InputFile& input, Bytes& content, const std::filesystem::path& file) {
   size_t piece = size_t{1} << 16;
   size_t before = 0;
   do {
     before = content.size();
     if (before > kMostBytes) {
-      throw unreadable(file, fmt::format("is no picture of less than {} GiB", kMostBytes >> 30));
+      throw unreadable(file, fmt::format("is not a picture of less than {} GiB", kMostBytes >> 30));
     }
     input.read(content, piece);
     piece = std::max(piece, content.size());

@@ -79,14 +79,14 @@ std::string writableExtensions() {
 std::vector<std::string> describeLosses(const Picture& picture, const PictureFormat& format) {
   std::vector<std::string> losses;
   if (picture.alpha != nullptr && format.alphaLayout == AV_PIX_FMT_NONE) {
-    losses.push_back(fmt::format("transparency is dropped, {} cannot hold it", format.name));
+    losses.push_back(fmt::format("transparency is dropped: {} does not support it", format.name));
   }
   if (hasColorProfile(*picture.frame) && !format.keepsProfile) {
     losses.push_back(fmt::format("the colour profile is not kept in {}", format.name));
   }
   if (picture.metadata == nullptr) return losses;
   for (const std::string& lost : lostIn(format.kind, *picture.metadata)) {
-    losses.push_back(fmt::format("{} cannot hold {}", format.name, lost));
+    losses.push_back(fmt::format("{} does not support {}", format.name, lost));
   }
   return losses;
 }

@@ -16,25 +16,24 @@ struct PictureFormat {
   const char* name;
   std::vector<const char*> extensions; // lower case, without the dot
   FileKind kind;
-  const char* encoder; // FFmpeg's name; null where another library writes it
+  const char* encoder; // FFmpeg's name; null if another library writes it
   AVPixelFormat opaqueLayout;
-  AVPixelFormat fullChromaLayout; // the opaque one, or a substitute where that halves chroma
-  AVPixelFormat alphaLayout;      // AV_PIX_FMT_NONE where it cannot hold transparency
+  AVPixelFormat fullChromaLayout; // the opaque one, or a substitute if that halves chroma
+  AVPixelFormat alphaLayout;      // AV_PIX_FMT_NONE if the format has no transparency
   ColorEncoding encoding;
   bool keepsProfile;
 };
 
-/** The format of a name by its extension, null when there is none or this build lacks its encoder.
- */
+/** The format for a file name's extension; null if unknown or if this build lacks the encoder. */
 const PictureFormat* findPictureFormat(const std::filesystem::path& name);
 
-/** Of the formats that are written as HEIF. */
+/** For the formats written as HEIF. */
 HeifCodec heifCodecOf(const PictureFormat& format);
 
 /** The extensions that can be written, for messages: "png, jpg, …". */
 std::string writableExtensions();
 
-/** What the format cannot keep of the picture, one remark each. */
+/** What the format cannot preserve of the picture, one remark each. */
 std::vector<std::string> describeLosses(const Picture& picture, const PictureFormat& format);
 
 /** Extension of a file name in lower case, without the dot. */

@@ -16,7 +16,7 @@ constexpr size_t kFileHeader = 8;
 constexpr size_t kChunkHeader = 8;
 constexpr size_t kChunkFrame = 12;
 
-/** Where a chunk begins; the length of the file if there is none. */
+/** Offset of a chunk; the length of the file if it has none. */
 size_t chunkAt(std::span<const uint8_t> png, std::string_view kind) {
   size_t offset = kFileHeader;
   while (offset + kChunkFrame <= png.size()) {

@@ -8,11 +8,11 @@
 
 namespace tlux::app {
 
-/** The data of the first chunk of a kind; empty where there is none. */
+/** The data of the first chunk of a kind; empty if there is none. */
 std::span<const uint8_t> findPngChunk(std::span<const uint8_t> png, std::string_view kind);
 
-/** Puts a chunk behind the header, where all that describes the pixels may stand; in place of the
- * one that is there. Empty @p data changes nothing. */
+/** Inserts a chunk after the header, where everything that describes the pixels is allowed, or
+ * replaces an existing one. Empty @p data changes nothing. */
 Bytes insertPngChunk(Bytes png, std::string_view kind, std::span<const uint8_t> data);
 
 } // namespace tlux::app

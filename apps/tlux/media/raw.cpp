@@ -14,7 +14,7 @@ namespace tlux::app {
 
 namespace {
 
-/** Copies a row of chroma pairs, the two samples of each exchanged. */
+/** Copies a row of chroma pairs, swapping the two samples of each. */
 void copyExchanged(const uint8_t* from, uint8_t* to, int width) {
   for (int x = 0; x < width; x += 2) {
     to[x] = from[x + 1];
@@ -32,7 +32,7 @@ Picture readRaw(const std::filesystem::path& file, const RawLayout& layout) {
   if (error || actual != static_cast<std::uintmax_t>(expected)) {
     throw Error(
         ExitCode::kUnreadableInput, file.string(),
-        fmt::format("holds {} bytes, but a raw frame of {}x{} with rows of {} bytes has {}",
+        fmt::format("has {} bytes, but a raw frame of {}x{} with rows of {} bytes has {}",
                     error ? 0 : actual, layout.width, layout.height, layout.pitch, expected));
   }
   Picture picture;
@@ -42,7 +42,7 @@ Picture readRaw(const std::filesystem::path& file, const RawLayout& layout) {
   picture.frame = makeSemiPlanar(layout.format, layout.width, layout.height, layout.pitch);
   picture.frame->colorspace = AVCOL_SPC_BT470BG;
   std::ifstream stream(file, std::ios::binary);
-  // Raw bytes into a byte buffer; streams know only char.
+  // Reads raw bytes; streams only support char.
   stream.read(reinterpret_cast<char*>(picture.frame->data[0]), expected);
   if (!stream) throw Error(ExitCode::kUnreadableInput, file.string(), "cannot be read");
   return picture;
@@ -57,7 +57,7 @@ std::span<const uint8_t> packRaw(const AVFrame& frame, const std::filesystem::pa
   if (pitch == 0) pitch = width;
   if (pitch < width) {
     throw Error(ExitCode::kFailed, file.string(),
-                fmt::format("rows of {} bytes do not hold {} pixels", pitch, width));
+                fmt::format("rows of {} bytes are too few for {} pixels", pitch, width));
   }
   const auto bytes = static_cast<size_t>(semiPlanarBytes(height, pitch));
   const bool isPacked =

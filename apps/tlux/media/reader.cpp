@@ -33,7 +33,7 @@ DecodedPicture decode(const std::filesystem::path& file, const PictureFile& pict
   }
 }
 
-/** Whether EXIF data tell how the decoded pixels lie; decoders of other kinds see to it. */
+/** Whether EXIF data give the orientation of the decoded pixels; other decoders apply it. */
 bool isTurnedByMetadata(FileKind kind) {
   return kind == FileKind::kJpeg || kind == FileKind::kPng || kind == FileKind::kWebp;
 }
@@ -42,7 +42,7 @@ void checkDamage(DecodedPicture& decoded, const PictureReading& options) {
   if (decoded.damage.empty()) return;
   if (options.isStrict) throw std::runtime_error("is damaged: " + decoded.damage);
   if (isFlat(*decoded.frame)) throw std::runtime_error("cannot be decoded: " + decoded.damage);
-  decoded.remarks.push_back("is damaged, parts of it are missing: " + decoded.damage);
+  decoded.remarks.push_back("is damaged; parts of it are missing: " + decoded.damage);
 }
 
 Picture read(const std::filesystem::path& file, const PictureReading& options) {
@@ -57,7 +57,7 @@ Picture read(const std::filesystem::path& file, const PictureReading& options) {
     setOrientation(*decoded.frame, metadata->orientation());
   }
   if (looksUndecoded(*decoded.frame, source.size)) {
-    decoded.remarks.emplace_back("has a single colour, for its size it should show more");
+    decoded.remarks.emplace_back("has a single colour, which is suspicious for its file size");
   }
   Picture picture = toPicture(*decoded.frame);
   picture.remarks.insert(picture.remarks.begin(), decoded.remarks.begin(), decoded.remarks.end());
@@ -77,7 +77,7 @@ Picture readPicture(const std::filesystem::path& file, const PictureReading& opt
     return read(file, options);
   } catch (const AvError& error) {
     const std::string_view reason = error.what();
-    for (const char* sign : {"Picture size", "Invalid image size"}) { // FFmpeg's words
+    for (const char* sign : {"Picture size", "Invalid image size"}) { // FFmpeg's messages
       if (reason.find(sign) != std::string_view::npos) throw unreadable(file, kTooLarge);
     }
     throw unreadable(file, std::string("cannot be decoded: ") + error.what());

@@ -8,10 +8,10 @@ namespace tlux::app {
 
 struct PictureReading {
   bool isStrict = false;     // damaged pictures are refused
-  bool keepsMetadata = true; // reads what the file tells beside the pixels
+  bool keepsMetadata = true; // also reads metadata
 };
 
-/** Reads any single picture; a name of '-' stands for standard input. Throws Error naming it. */
+/** Reads any single picture; '-' means standard input. Throws Error naming the file. */
 Picture readPicture(const std::filesystem::path& file, const PictureReading& options = {});
 
 } // namespace tlux::app

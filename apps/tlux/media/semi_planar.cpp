@@ -12,7 +12,7 @@ FramePtr makeSemiPlanar(AVPixelFormat format, int width, int height, int pitch) 
   frame->width = width;
   frame->height = height;
   frame->color_range = AVCOL_RANGE_JPEG;
-  // Vector code of the converter may read a few bytes past the last pixel.
+  // The converter's vector code may read a few bytes past the last pixel.
   const auto bytes = static_cast<size_t>(semiPlanarBytes(height, pitch)) + 64;
   frame->buf[0] = checkAllocated(av_buffer_allocz(bytes));
   frame->data[0] = frame->buf[0]->data;

@@ -17,7 +17,7 @@ namespace {
 
 using GraphPtr = std::unique_ptr<AVFilterGraph, Release<avfilter_graph_free>>;
 
-constexpr const char* kFont = "DejaVu Sans"; // or what the system has in its place
+constexpr const char* kFont = "DejaVu Sans"; // or the system's substitute
 constexpr const char* kColor = "0xE8E8E8";
 constexpr const char* kBoxColor = "0x000000A0";
 
@@ -25,7 +25,7 @@ void setOption(AVFilterContext& filter, const char* name, const std::string& val
   check(av_opt_set(&filter, name, value.c_str(), AV_OPT_SEARCH_CHILDREN));
 }
 
-/** Filters one after the other, from a source of frames to a sink. */
+/** A chain of filters from a frame source to a sink. */
 class Chain {
  public:
   explicit Chain(const AVFrame& model) : graph_(checkAllocated(avfilter_graph_alloc())) {
@@ -73,7 +73,7 @@ class Chain {
     return checkAllocated(avfilter_graph_alloc_filter(graph_.get(), filter, nullptr));
   }
 
-  /** Ends the setting of options; the filter takes what the one before it gives. */
+  /** Finishes the filter's options and links it to the previous filter. */
   void initialise(AVFilterContext& filter) {
     check(avfilter_init_str(&filter, nullptr));
     if (last_ != nullptr) check(avfilter_link(last_, 0, &filter, 0));
@@ -100,7 +100,7 @@ FramePtr drawLabels(const AVFrame& frame, const std::vector<Label>& labels, Text
     return chain.apply(frame);
   } catch (const AvError& error) {
     throw Error(ExitCode::kFailed, "labels",
-                std::string("cannot be drawn, is a font installed? ") + error.what());
+                std::string("cannot be drawn; is a font installed? ") + error.what());
   }
 }
 

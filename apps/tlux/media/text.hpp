@@ -7,7 +7,7 @@
 
 namespace tlux::app {
 
-/** A line of text by the top left corner of its letters, in pixels, or by the top right one. */
+/** A line of text, positioned in pixels by the top left or top right corner of its letters. */
 struct Label {
   std::string text;
   int x = 0;
@@ -20,10 +20,10 @@ struct TextStyle {
   bool hasBox = false; // a dark translucent box behind the letters
 };
 
-/** The widest that a text of this many characters gets, roughly. */
+/** Approximate upper bound on the width of a text of this many characters. */
 int textWidth(size_t characters, int size);
 
-/** The frame with the labels drawn in light grey; everything else stays as it is. */
+/** The frame with labels drawn in light grey; everything else is unchanged. */
 FramePtr drawLabels(const AVFrame& frame, const std::vector<Label>& labels, TextStyle style);
 
 } // namespace tlux::app

@@ -22,7 +22,7 @@ namespace tlux::app {
 
 namespace {
 
-// Of each thread by itself, since several files may be worked on at once.
+// One per thread, since several files may be processed at once.
 thread_local std::string lastError;
 
 void rememberError(const char* /*module*/, const char* format, va_list arguments) {
@@ -35,7 +35,7 @@ void rememberError(const char* /*module*/, const char* format, va_list arguments
   throw std::runtime_error("cannot be decoded: " + lastError);
 }
 
-/** A file in memory with the place of the next read. */
+/** A file in memory and the position of the next read. */
 struct Source {
   std::span<const uint8_t> content;
   size_t position = 0;
@@ -75,7 +75,7 @@ TiffPtr open(Source& source) {
   }();
   static_cast<void>(isQuiet);
   lastError = "it is damaged";
-  // "m": its own pages of the file are read, not mapped. "C": strips may be cut into pieces.
+  // "m": no memory mapping. "C": large strips may be split.
   TiffPtr tiff(TIFFClientOpen("", "rmC", &source, Source::read, Source::write, Source::seek,
                               Source::close, Source::size, nullptr, nullptr));
   if (tiff == nullptr) fail();
@@ -88,13 +88,13 @@ T field(TIFF& tiff, ttag_t tag, T fallback) {
   return TIFFGetFieldDefaulted(&tiff, tag, &value) == 1 ? value : fallback;
 }
 
-/** Neither a smaller copy of another page nor a mask. */
+/** Whether the page is neither a smaller copy of another page nor a mask. */
 bool isFullPage(TIFF& tiff) {
   const auto kind = field<uint32_t>(tiff, TIFFTAG_SUBFILETYPE, 0);
   return (kind & (FILETYPE_REDUCEDIMAGE | FILETYPE_MASK)) == 0;
 }
 
-/** Goes to the first full page; tells how many there are. */
+/** Selects the first full page; returns how many there are. */
 int chooseFullPage(TIFF& tiff) {
   int count = 0;
   tdir_t first = 0;
@@ -102,13 +102,13 @@ int chooseFullPage(TIFF& tiff) {
     if (isFullPage(tiff) && count++ == 0) first = TIFFCurrentDirectory(&tiff);
   } while (TIFFReadDirectory(&tiff) == 1);
   if (count == 0) {
-    throw std::runtime_error("holds a preview only, as raw photos of cameras do; develop it first");
+    throw std::runtime_error("contains only a preview, as raw camera photos do; develop it first");
   }
   if (TIFFSetDirectory(&tiff, first) == 0) fail();
   return count;
 }
 
-/** What the samples of a page are. */
+/** The sample layout of a page. */
 struct Page {
   int width;
   int height;
@@ -132,7 +132,7 @@ struct Page {
     }
   }
 
-  /** Whether the samples are taken as they are; libtiff turns any others into 8-bit RGB. */
+  /** Whether the samples are used directly; libtiff converts all others to 8-bit RGB. */
   bool isPlain() const {
     const bool isWhole = format == SAMPLEFORMAT_UINT && (bits == 8 || bits == 16);
     return (isWhole || (isFloat() && bits == 32)) && colors() > 0 && samples >= colors();
@@ -165,16 +165,16 @@ Page describePage(TIFF& tiff) {
   page.hasAlpha =
       extraSamples > 0 && kinds[0] != EXTRASAMPLE_UNSPECIFIED && page.samples > page.colors();
   checkPictureSize(page.width, page.height);
-  if (page.samples > kMostSamples) throw std::runtime_error("has too many samples in a pixel");
+  if (page.samples > kMostSamples) throw std::runtime_error("has too many samples per pixel");
   return page;
 }
 
-/** A strip or a tile on the page, of one sample where they lie in planes. */
+/** A strip or tile of the page; of one sample if the samples are in planes. */
 struct Block {
   uint32_t index; // libtiff's
   int left;
   int top;
-  int width; // of its rows; the last ones may reach over the page
+  int width; // of its rows; the last ones may extend past the page
   int height;
   int sample;
 };
@@ -201,7 +201,7 @@ std::vector<Block> blocksOf(TIFF& tiff, const Page& page) {
   return blocks;
 }
 
-/** The samples of a page, pixel by pixel and row by row. */
+/** The samples of a page, in pixel and row order. */
 std::vector<uint8_t> readSamples(TIFF& tiff, const Page& page) {
   const size_t pixelBytes = page.pixelBytes();
   const auto rowBytes = pixelBytes * static_cast<size_t>(page.width);
@@ -270,7 +270,7 @@ FramePtr toFrame(const Page& page, const std::vector<uint8_t>& samples) {
   return frame;
 }
 
-/** Whatever libtiff knows how to show: palettes, bits, YCbCr, Lab and more. */
+/** Everything that libtiff can convert: palettes, bits, YCbCr, Lab and more. */
 FramePtr readByLibrary(TIFF& tiff, const Page& page) {
   FramePtr frame = makeFrame();
   frame->format = AV_PIX_FMT_BGR32; // red in the lowest byte of a word
@@ -279,7 +279,7 @@ FramePtr readByLibrary(TIFF& tiff, const Page& page) {
   check(av_frame_get_buffer(frame.get(), 1));
   const auto pixels = static_cast<size_t>(page.width) * static_cast<size_t>(page.height);
   std::vector<uint32_t> raster(pixels);
-  // In the orientation of the file: turning is not its business.
+  // In the orientation of the file: rotation happens later.
   const int orientation = field<uint16_t>(tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT);
   if (TIFFReadRGBAImageOriented(&tiff, static_cast<uint32_t>(page.width),
                                 static_cast<uint32_t>(page.height), raster.data(), orientation,
@@ -304,7 +304,7 @@ std::span<const uint8_t> profileOf(TIFF& tiff) {
 FramePtr readPlain(TIFF& tiff, const Page& page, DecodedPicture& picture) {
   const std::vector<uint8_t> samples = readSamples(tiff, page);
   if (page.colors() != 4) return toFrame(page, samples);
-  if (page.isFloat()) throw std::runtime_error("inks in floating point are not supported");
+  if (page.isFloat()) throw std::runtime_error("floating-point CMYK is not supported");
   const std::span<const uint8_t> profile = profileOf(tiff);
   if (profile.empty()) picture.remarks.emplace_back(kNoInkProfile);
   return inkToRgb(
@@ -319,13 +319,13 @@ DecodedPicture readTiff(std::span<const uint8_t> content) {
   const int pages = chooseFullPage(*tiff);
   const uint8_t* dngVersion = nullptr;
   if (TIFFGetField(tiff.get(), TIFFTAG_DNGVERSION, &dngVersion) == 1) {
-    throw std::runtime_error("is a raw photo of a camera; develop it first");
+    throw std::runtime_error("is a raw camera photo; develop it first");
   }
   const Page page = describePage(*tiff);
   DecodedPicture picture;
   picture.frame = page.isPlain() ? readPlain(*tiff, page, picture) : readByLibrary(*tiff, page);
   if (pages > 1) {
-    picture.remarks.push_back(fmt::format("it has {} pages, the first one is taken", pages));
+    picture.remarks.push_back(fmt::format("it has {} pages; only the first is used", pages));
   }
   setOrientation(*picture.frame, field<uint16_t>(*tiff, TIFFTAG_ORIENTATION, ORIENTATION_TOPLEFT));
   if (page.colors() != 4) {

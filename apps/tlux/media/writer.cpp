@@ -26,7 +26,7 @@ bool keepsAlpha(const Picture& picture, const PictureFormat& format) {
 }
 
 AVPixelFormat chooseLayout(const Picture& picture, const PictureFormat& format, bool wholeChroma) {
-  // Cutting off an odd margin would shift halved chroma by half a sample.
+  // Cropping an odd margin would shift halved chroma by half a sample.
   wholeChroma |= ((picture.frame->crop_left | picture.frame->crop_top) & 1) != 0;
   if (keepsAlpha(picture, format)) {
     const bool isHalved = format.alphaLayout == AV_PIX_FMT_YUVA420P;
@@ -35,7 +35,7 @@ AVPixelFormat chooseLayout(const Picture& picture, const PictureFormat& format, 
   return wholeChroma ? format.fullChromaLayout : format.opaqueLayout;
 }
 
-/** Cuts the margins off; a copy, because encoders want their rows aligned. */
+/** A copy without the margins; encoders need aligned rows. */
 FramePtr crop(FramePtr frame, const Picture& picture) {
   frame->crop_left = picture.frame->crop_left;
   frame->crop_top = picture.frame->crop_top;
@@ -59,7 +59,7 @@ FramePtr toEncoderLayout(const Picture& picture, const PictureFormat& format, bo
   return frame;
 }
 
-/** In units of a just noticeable difference, as the format's own tools take a quality. */
+/** Distance in just noticeable differences, with the same scale as the format's own tools. */
 double jxlDistance(int quality) {
   if (quality >= 100) return 0;
   if (quality >= 30) return 0.1 + 0.09 * (100 - quality);
@@ -69,7 +69,7 @@ double jxlDistance(int quality) {
 void setOptions(AVCodecContext& encoder, int quality) {
   switch (encoder.codec_id) {
     case AV_CODEC_ID_PNG:
-      // Less than half the time of the usual level 6 for a tenth more bytes.
+      // Less than half the time of the default level 6, for a tenth more bytes.
       encoder.compression_level = 4;
       check(av_opt_set(encoder.priv_data, "pred", "mixed", 0));
       break;
@@ -103,7 +103,7 @@ CodecPtr openEncoder(const AVFrame& frame, const PictureFormat& format, int qual
   return encoder;
 }
 
-/** These encoders make a whole file out of one frame. */
+/** For encoders that turn one frame into a whole file. */
 Bytes encodeByCodec(AVFrame& frame, const PictureFormat& format, int quality) {
   const CodecPtr encoder = openEncoder(frame, format, quality);
   frame.quality = encoder->global_quality;
@@ -115,7 +115,7 @@ Bytes encodeByCodec(AVFrame& frame, const PictureFormat& format, int quality) {
   return {packet->data, packet->data + packet->size};
 }
 
-/** What the encoder of this kind leaves out of the file. */
+/** The profile, if the encoder of this kind does not write it. */
 std::span<const uint8_t> missingProfile(const AVFrame& frame, FileKind kind) {
   if (kind != FileKind::kWebp && kind != FileKind::kTiff) return {};
   const AVFrameSideData* profile = av_frame_get_side_data(&frame, AV_FRAME_DATA_ICC_PROFILE);

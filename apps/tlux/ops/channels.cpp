@@ -73,7 +73,7 @@ FramePtr toPlanar(Channels& channels) {
 }
 
 void takeHalvedChroma(const AVFrame& frame, Channels& channels) {
-  // The whole frame, of which odd pictures use all but one luma column or row.
+  // The whole frame, including the extra luma column or row of odd pictures.
   Channel cb(frame.width / 2, frame.height / 2);
   Channel cr(frame.width / 2, frame.height / 2);
   const TLUX_IMAGE image = imageOf(frame);
@@ -114,7 +114,7 @@ Channels takeApart(const Picture& picture) {
   if (left == 0 && top == 0) {
     takeHalvedChroma(frame, channels);
   } else {
-    // A turned picture of odd size begins in the middle of a chroma sample.
+    // A rotated picture of odd size starts in the middle of a chroma sample.
     const FramePtr full = convertTo(frame, AV_PIX_FMT_YUV444P, colorEncodingOf(frame));
     channels.cb = channels.cr = Channel(channels.luma.width, channels.luma.height);
     copyFrom(*full, 1, left, top, channels.cb);

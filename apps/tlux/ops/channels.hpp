@@ -20,20 +20,20 @@ struct Channel {
   uint8_t* data() { return samples.data(); }
   bool isEmpty() const { return samples.empty(); }
 
-  /** As an image of the library, over the same samples. */
+  /** A library image over the same samples. */
   TLUX_IMAGE gray();
 };
 
-/** A picture taken apart for the operations: what is visible, without margins. */
+/** The channels of a picture's visible part, without margins. */
 struct Channels {
   Channel luma;
-  Channel cb; // of the size of luma, or both sides halved and rounded up
+  Channel cb; // the size of luma, or half of it in both directions, rounded up
   Channel cr;
-  Channel alpha; // of the size of luma; empty for an opaque picture
+  Channel alpha; // the size of luma; empty for an opaque picture
 
   bool hasHalvedChroma() const { return cb.width != luma.width || cb.height != luma.height; }
 
-  /** Does work(channel) with each channel there is. */
+  /** Calls work(channel) for each existing channel. */
   template <typename Work>
   void each(Work work) {
     for (Channel* channel : {&luma, &cb, &cr, &alpha}) {
@@ -41,18 +41,18 @@ struct Channels {
     }
   }
 
-  /** Luma without colour and transparency. */
+  /** A gray picture without transparency. */
   static Channels ofGray(Channel luma);
 };
 
 Channels takeApart(const Picture& picture);
 
-/** A frame of the channels, without transparency; odd sides are extended by one. */
+/** A frame from the channels, without transparency; odd sides are extended by one. */
 FramePtr toNv21(Channels& channels);
 
 /**
- * A picture of the channels with the colour properties of @p model. Halved chroma makes an NV21
- * frame, full chroma a planar one unless @p semiPlanar asks for what raw files need.
+ * A picture from the channels with the colour properties of @p model. Halved chroma gives an NV21
+ * frame, full chroma a planar one, or a semi-planar one for raw files if @p semiPlanar is set.
  */
 Picture putTogether(Channels channels, const Picture& model, bool semiPlanar);
 

@@ -24,11 +24,12 @@ struct Sharpen {
 Apply addSharpen(CLI::App& parser) {
   const auto options = std::make_shared<Sharpen>();
   addNumber(parser, "-r,--radius", options->radius, 1, 1000, "Pixels to each side");
-  addNumber(parser, "-g,--gain", options->gain, 0.0F, kMaxGain, "Times the detail, 1 leaves it");
+  addNumber(parser, "-g,--gain", options->gain, 0.0F, kMaxGain,
+            "Factor for detail; 1 leaves it unchanged");
   addNumber(parser, "-t,--threshold", options->threshold, 0, 255,
-            "Levels of detail taken for noise and removed");
+            "Detail up to this many levels is removed as noise");
   return [options](Channels& picture) {
-    constexpr int kRegularisation = 400; // edges of 20 levels stay out of the detail
+    constexpr int kRegularisation = 400; // edges of 20 levels do not count as detail
     Channel& luma = picture.luma;
     checkResult(ResFilter(nullptr, luma.data(), luma.width, luma.data(), luma.width, luma.width,
                           luma.height, options->radius, kRegularisation, options->threshold,
@@ -47,8 +48,9 @@ Apply addContrast(CLI::App& parser) {
   const auto options = std::make_shared<Contrast>();
   addNumber(parser, "-r,--radius", options->radius, 1, 1000, "Pixels to each side");
   addNumber(parser, "-d,--deviation", options->deviation, 1, 127,
-            "Levels by which surroundings should vary");
-  addNumber(parser, "-g,--gain", options->gain, 1.0F, kMaxGain, "Contrast is raised no further");
+            "Standard deviation to aim for around each pixel, in levels");
+  addNumber(parser, "-g,--gain", options->gain, 1.0F, kMaxGain,
+            "Largest factor by which contrast is raised");
   return [options](Channels& picture) {
     Channel& luma = picture.luma;
     checkResult(ImgEnhancement(nullptr, luma.data(), luma.width, luma.data(), luma.width,
@@ -60,23 +62,24 @@ Apply addContrast(CLI::App& parser) {
 
 } // namespace
 
-const Operation kSharpen = {"sharpen", "Strengthen fine detail and drop what is noise",
-                            "Detail is what a guided filter smooths away; edges are left alone and "
-                            "get no halos. A gain of\n"
-                            "1 with a threshold above the noise only removes the noise.\n"
-                            "\n"
-                            "Examples:\n"
-                            "  tlux op sharpen photo.jpg -o crisp.jpg\n"
-                            "  tlux op sharpen night.jpg -o quiet.jpg --gain 1 --threshold 6",
-                            addSharpen};
-
-const Operation kContrast = {
-    "contrast", "Raise the local contrast where it is low",
-    "Each pixel moves away from the mean of its surroundings until these vary by --deviation.\n"
+const Operation kSharpen = {
+    "sharpen", "Strengthen fine detail and remove noise",
+    "Detail is what a guided filter smooths away; edges stay unchanged and get\n"
+    "no halos. With a gain of 1 and a threshold above the noise, this only\n"
+    "removes noise.\n"
     "\n"
     "Examples:\n"
-    "  tlux op contrast haze.jpg -o clear.jpg\n"
-    "  tlux op contrast xray.png -o readable.png --radius 60 --gain 6",
-    addContrast};
+    "  tlux op sharpen photo.jpg -o crisp.jpg\n"
+    "  tlux op sharpen night.jpg -o quiet.jpg --gain 1 --threshold 6",
+    addSharpen};
+
+const Operation kContrast = {"contrast", "Raise the local contrast where it is low",
+                             "Each pixel moves away from the mean of its surroundings until their "
+                             "deviation is --deviation.\n"
+                             "\n"
+                             "Examples:\n"
+                             "  tlux op contrast haze.jpg -o clear.jpg\n"
+                             "  tlux op contrast xray.png -o readable.png --radius 60 --gain 6",
+                             addContrast};
 
 } // namespace tlux::app

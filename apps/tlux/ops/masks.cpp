@@ -15,7 +15,7 @@ namespace tlux::app {
 
 namespace {
 
-/** What of a picture is set in its mask. */
+/** Which pixels of a picture are set in its mask. */
 struct MaskOptions {
   int threshold = 128;
   bool dark = false;
@@ -32,11 +32,11 @@ struct RegionOptions : MaskOptions {
 
 void addMaskOptions(CLI::App& parser, MaskOptions& options) {
   addNumber(parser, "-t,--threshold", options.threshold, 1, 255,
-            "Pixels of this brightness and above are set");
+            "Pixels at least this bright are set");
   parser.add_flag("--dark", options.dark, "Pixels below the threshold are set instead");
 }
 
-/** 255 where the picture is set, else 0. */
+/** 255 for pixels that are set, else 0. */
 Channel maskOf(Channels& picture, const MaskOptions& options) {
   Channel mask = std::move(picture.luma);
   for (uint8_t& sample : mask.samples) {
@@ -53,7 +53,8 @@ uint32_t heightOf(const Channel& mask) {
   return static_cast<uint32_t>(mask.height);
 }
 
-/** Makes a mask of the picture, does work(mask, options), which tells a finding, and shows it. */
+/** Makes a mask of the picture, calls work(mask, options), which returns a finding, and shows it.
+ */
 template <typename Options, typename Work>
 Apply onMask(std::shared_ptr<Options> options, Work work) {
   return [options, work](Channels& picture) {
@@ -67,7 +68,7 @@ Apply onMask(std::shared_ptr<Options> options, Work work) {
 std::shared_ptr<RadiusOptions> addRadiusOptions(CLI::App& parser) {
   auto options = std::make_shared<RadiusOptions>();
   addNumber(parser, "-r,--radius", options->radius, 1, 253,
-            "Steps from pixel to pixel, no diagonals");
+            "Steps from pixel to pixel, without diagonals");
   addMaskOptions(parser, *options);
   return options;
 }
@@ -76,7 +77,7 @@ std::shared_ptr<RegionOptions> addRegionOptions(CLI::App& parser) {
   auto options = std::make_shared<RegionOptions>();
   parser
       .add_option("-c,--connectivity", options->connectivity,
-                  "Pixels hang together by an edge, or by a corner too")
+                  "Connect pixels across edges only (4) or corners too (8)")
       ->check(CLI::IsMember({"4", "8"}).description(""))
       ->type_name("4|8")
       ->capture_default_str();
@@ -112,7 +113,7 @@ Apply addFill(CLI::App& parser) {
 Apply addClean(CLI::App& parser) {
   const std::shared_ptr<RegionOptions> options = addRegionOptions(parser);
   addNumber(parser, "-a,--area", options->minimumArea, 1U, 1U << 28,
-            "Pixels that a part needs to stay");
+            "Smallest number of pixels of a part that is kept");
   return onMask(options, [](Channel& mask, const RegionOptions& o) {
     uint32_t removed = 0;
     checkResult(TLUX_TRegionLabel_RemoveSmall(nullptr, mask.data(), mask.width, widthOf(mask),
@@ -138,7 +139,7 @@ struct Color {
   uint8_t cr = 128;
 };
 
-/** Hues a golden section apart: parts that follow each other differ much, and none repeats. */
+/** Hues a golden section apart: consecutive parts differ strongly, and no hue repeats. */
 Color colorOf(uint32_t label) {
   constexpr std::array<uint8_t, 4> kBrightness = {150, 200, 110, 175};
   constexpr double kSaturation = 70;
@@ -184,7 +185,7 @@ Apply addLabel(CLI::App& parser) {
 } // namespace
 
 const Operation kErode = {
-    "erode", "Shrink the bright parts of a picture by some pixels",
+    "erode", "Shrink the bright parts of a picture by a few pixels",
     "The picture becomes a mask, white where it is at least as bright as the threshold. A white\n"
     "pixel with a black one, or the border of the picture, within --radius steps becomes black.\n"
     "\n"
@@ -194,7 +195,7 @@ const Operation kErode = {
     addErode};
 
 const Operation kDilate = {
-    "dilate", "Grow the bright parts of a picture by some pixels",
+    "dilate", "Grow the bright parts of a picture by a few pixels",
     "The picture becomes a mask, white where it is at least as bright as the threshold. A black\n"
     "pixel with a white one within --radius steps becomes white.\n"
     "\n"
@@ -204,7 +205,7 @@ const Operation kDilate = {
     addDilate};
 
 const Operation kFill = {"fill", "Fill the holes of the bright parts of a picture",
-                         "A hole is black and does not reach the border of the picture.\n"
+                         "A hole is a black part that does not touch the border of the picture.\n"
                          "\n"
                          "Examples:\n"
                          "  tlux op fill mask.png -o solid.png\n"
@@ -225,8 +226,9 @@ const Operation kOutline = {"outline", "Draw the contours of the bright parts of
 
 const Operation kLabel = {
     "label", "Count the bright parts of a picture and colour each",
-    "Parts that hang together get one colour, the rest is black; their number is printed. Colours\n"
-    "of parts that follow each other down the picture are far apart.\n"
+    "Each connected part gets one colour, the rest is black; the number of parts is printed. "
+    "Parts\n"
+    "that follow each other down the picture get very different colours.\n"
     "\n"
     "Examples:\n"
     "  tlux op label mask.png -o parts.png\n"

@@ -11,7 +11,7 @@
 
 namespace tlux::app {
 
-/** What an operation counted; without a name where its result is the picture alone. */
+/** What an operation counted; has no name if the picture is the only result. */
 struct Finding {
   std::string name; // "components"
   uint32_t count = 0;
@@ -29,7 +29,7 @@ struct Operation {
   Apply (*addOptions)(CLI::App& parser);
 };
 
-/** All of them, in the order in which the help lists them. */
+/** All operations, in the order in which the help lists them. */
 std::span<const Operation* const> operations();
 
 // resample.cpp

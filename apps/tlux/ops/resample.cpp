@@ -23,9 +23,9 @@ Channels reduceFrame(Channels& picture, int factor) {
   const int height = luma.height / (2 * factor) * 2;
   if (width == 0 || height == 0) {
     throw std::runtime_error(
-        fmt::format("{}x{} pixels are too few to reduce by {}", luma.width, luma.height, factor));
+        fmt::format("{}x{} pixels is too small to reduce by {}", luma.width, luma.height, factor));
   }
-  // From this layout every factor brings out Cb before Cr.
+  // With this layout every factor outputs Cb before Cr.
   const FramePtr frame = toNv21(picture);
   const TLUX_IMAGE source = imageOf(*frame);
   Channels reduced;
@@ -42,7 +42,7 @@ Channels reduceFrame(Channels& picture, int factor) {
 
 Apply addReduce(CLI::App& parser) {
   const auto factor = std::make_shared<int>(2);
-  addNumber(parser, "-n,--by", *factor, 2, 8, "Pixels of a side that become one");
+  addNumber(parser, "-n,--by", *factor, 2, 8, "Factor: N x N pixels become one");
   return [factor](Channels& picture) {
     Channels reduced = reduceFrame(picture, *factor);
     if (!picture.alpha.isEmpty()) {
@@ -76,13 +76,13 @@ Apply addResize(CLI::App& parser) {
   const auto size = std::make_shared<Size>();
   const auto method = std::make_shared<std::string>("bicubic");
   addSizeOption(parser, "--to", *size, "Size of the result in pixels")->required();
-  parser.add_option("-m,--method", *method, "How pixels between pixels are found")
+  parser.add_option("-m,--method", *method, "Interpolation method")
       ->check(CLI::IsMember({"nearest", "bilinear", "bicubic"}).description(""))
       ->type_name("nearest|bilinear|bicubic")
       ->capture_default_str();
   return [size, method](Channels& picture) {
     if (int64_t{size->width} * size->height > kMostPixels) {
-      throw std::runtime_error(fmt::format("{}x{} are too many pixels", size->width, size->height));
+      throw std::runtime_error(fmt::format("{}x{} is too many pixels", size->width, size->height));
     }
     const ResizeChannel resize = *method == "nearest"    ? resizeNearest
                                  : *method == "bilinear" ? resizeBilinear
@@ -104,10 +104,11 @@ Apply addResize(CLI::App& parser) {
 
 const Operation kReduce = {
     "reduce", "Make a picture smaller by a whole factor",
-    "A block of N x N pixels becomes the mean of four (N = 2, 3, 4) or nine of its pixels, which\n"
-    "is what the run looks at when it judges a scene. What does not fill two blocks at the right\n"
-    "and bottom is left out. From N = 5 on the result is one level darker: its mean of nine is\n"
-    "rounded down.\n"
+    "A block of N x N pixels becomes the mean of four (N = 2, 3, 4) or nine of its pixels, as in\n"
+    "the small picture that the run uses to judge a scene. At the right and bottom, pixels that "
+    "do\n"
+    "not fill two blocks are dropped. From N = 5 on the result is one level darker, because the\n"
+    "mean of nine is rounded down.\n"
     "\n"
     "Examples:\n"
     "  tlux op reduce photo.jpg -o half.jpg\n"
@@ -116,9 +117,10 @@ const Operation kReduce = {
 
 const Operation kResize = {
     "resize", "Resize a picture to any size",
-    "The proportions follow --to alone. bilinear and bicubic look at the nearest pixels only: to\n"
-    "make a picture much smaller than half, use 'tlux op reduce' first, or fine detail shimmers.\n"
-    "nearest keeps the pixels of drawings as they are.\n"
+    "The result has exactly the size --to, so proportions may change. bilinear and bicubic use "
+    "only\n"
+    "the nearest pixels: to make a picture much smaller than half, use 'tlux op reduce' first, or\n"
+    "fine detail shimmers. nearest preserves the pixels of drawings.\n"
     "\n"
     "Examples:\n"
     "  tlux op resize photo.jpg -o wide.jpg --to 1920x1080\n"

@@ -15,7 +15,7 @@ int chromaRadius(const Channels& picture, int radius) {
   return picture.hasHalvedChroma() ? (radius + 1) / 2 : radius;
 }
 
-/** Does smooth(channel, radius) with luma and both chroma channels; transparency stays. */
+/** Calls smooth(channel, radius) for luma and both chroma channels; transparency is unchanged. */
 template <typename Smooth>
 Finding smoothEach(Channels& picture, int radius, Smooth smooth) {
   smooth(picture.luma, radius);
@@ -35,7 +35,7 @@ Apply addBlur(CLI::App& parser) {
   };
 }
 
-/** Planes 1 and 2 of a 4:4:4 frame come along unread, so that one channel can be its luma. */
+/** A 4:4:4 frame with the channel as luma; planes 1 and 2 are needed but not read. */
 TLUX_IMAGE asLuma(Channel& luma, Channel& second, Channel& third) {
   TLUX_IMAGE image = luma.gray();
   image.format = TLUX_FMT_YCBCR444_P;
@@ -58,9 +58,9 @@ void smoothOnce(Channel& channel) {
 
 Apply addGauss(CLI::App& parser) {
   const auto passes = std::make_shared<int>(1);
-  addNumber(parser, "-p,--passes", *passes, 1, 64, "Times the 3 x 3 kernel is run");
+  addNumber(parser, "-p,--passes", *passes, 1, 64, "Number of passes with the 3 x 3 kernel");
   return [passes](Channels& picture) {
-    // A quarter of the variance in halved chroma: at least one pass, so that it softens too.
+    // Halved chroma needs a quarter of the variance, but at least one pass to be smoothed at all.
     const int chromaPasses = picture.hasHalvedChroma() ? (*passes + 3) / 4 : *passes;
     return smoothEach(picture, *passes, [&](Channel& channel, int) {
       const int count = &channel == &picture.luma ? *passes : chromaPasses;
@@ -80,9 +80,10 @@ struct Bilateral {
 Apply addBilateral(CLI::App& parser) {
   const auto options = std::make_shared<Bilateral>();
   addNumber(parser, "-r,--radius", options->radius, 1, 64, "Pixels to each side");
-  addNumber(parser, "--range", options->range, 1.0F, 255.0F, "Levels by which an edge differs");
+  addNumber(parser, "--range", options->range, 1.0F, 255.0F,
+            "Difference in levels that counts as an edge");
   addNumber(parser, "--space", options->space, 0.5F, 64.0F,
-            "Deviation of the weights in pixels, half the radius suits");
+            "Standard deviation of the weights in pixels; try half the radius");
   return [options](Channels& picture) {
     return smoothEach(picture, options->radius, [&](Channel& channel, int r) {
       const float scale = channel.width == picture.luma.width ? 1.0F : 0.5F;
@@ -103,11 +104,11 @@ Apply addGuided(CLI::App& parser) {
   const auto options = std::make_shared<Guided>();
   addNumber(parser, "-r,--radius", options->radius, 1, 1000, "Pixels to each side");
   addNumber(parser, "-e,--regularisation", options->regularisation, 1, 65025,
-            "Square of the levels by which an edge differs");
+            "Square of the difference in levels that counts as an edge");
   addNumber(parser, "--fast", options->reduction, 1, 16,
-            "Work on a picture reduced by this, a quarter of the radius or less");
+            "Work on a picture reduced by this factor, up to a quarter of the radius");
   return [options](Channels& picture) {
-    // Colours differ by about a quarter of what brightness does, so their edges count as much.
+    // Colours vary about a quarter as much as brightness, so this weighs their edges equally.
     const int chromaRegularisation = std::max(options->regularisation / 16, 1);
     return smoothEach(picture, options->radius, [&](Channel& channel, int r) {
       const bool isLuma = &channel == &picture.luma;
@@ -121,19 +122,19 @@ Apply addGuided(CLI::App& parser) {
 
 } // namespace
 
-const Operation kBlur = {
-    "blur", "Blur with the mean of the square around each pixel",
-    "Larger radii cost no more time. Up to 20 the rounding of the library's box blur changes the\n"
-    "brightness by less than a hundredth, so larger ones are not offered.\n"
-    "\n"
-    "Examples:\n"
-    "  tlux op blur photo.jpg -o soft.jpg\n"
-    "  tlux op blur photo.jpg -o backdrop.jpg --radius 20",
-    addBlur};
+const Operation kBlur = {"blur", "Blur with the mean of the square around each pixel",
+                         "The time does not depend on the radius. The limit is 20 because beyond "
+                         "it the rounding of the\n"
+                         "library's box blur changes the brightness by more than a hundredth.\n"
+                         "\n"
+                         "Examples:\n"
+                         "  tlux op blur photo.jpg -o soft.jpg\n"
+                         "  tlux op blur photo.jpg -o backdrop.jpg --radius 20",
+                         addBlur};
 
 const Operation kGauss = {
     "gauss", "Blur with a small Gaussian, the kernel 1 2 1 along both axes",
-    "Each pass adds half a pixel of variance: N passes blur with a deviation of the root of N/2.\n"
+    "Each pass adds half a pixel of variance: N passes have a standard deviation of sqrt(N/2).\n"
     "\n"
     "Examples:\n"
     "  tlux op gauss photo.jpg -o smooth.jpg\n"
@@ -141,9 +142,9 @@ const Operation kGauss = {
     addGauss};
 
 const Operation kBilateral = {
-    "bilateral", "Smooth and keep edges: mean of the near pixels of alike brightness",
-    "Differences of much more than --range are edges and stay. The time grows with the square of\n"
-    "the radius; 'tlux op guided' does not mind it.\n"
+    "bilateral", "Smooth and keep edges: mean of nearby pixels of similar brightness",
+    "Differences much larger than --range count as edges and stay. The time grows with the square\n"
+    "of the radius; that of 'tlux op guided' does not.\n"
     "\n"
     "Examples:\n"
     "  tlux op bilateral photo.jpg -o smooth.jpg\n"
@@ -152,8 +153,9 @@ const Operation kBilateral = {
 
 const Operation kGuided = {
     "guided", "Smooth and keep edges: guided filter, fast at any radius",
-    "What varies by less than the root of the regularisation is smoothed away: 400 stands for 20\n"
-    "levels and leaves strong edges only, 10 keeps fine texture.\n"
+    "Variations smaller than the square root of the regularisation are smoothed away: 400 means "
+    "20\n"
+    "levels and leaves only strong edges, 10 keeps fine texture.\n"
     "\n"
     "Examples:\n"
     "  tlux op guided photo.jpg -o smooth.jpg\n"

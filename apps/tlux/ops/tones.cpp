@@ -23,7 +23,7 @@ void equalizeGlobally(Channel& luma) {
   TLUX_AdjustImageByTable(&image, table.data());
 }
 
-/** In place, so that the chroma, an empty stand-in here, is not scaled along. */
+/** In place, so the library does not scale the chroma, which is a dummy here. */
 void equalizeInTiles(Channel& luma) {
   Channel neutral(luma.width + luma.width % 2, (luma.height + 1) / 2, 128);
   TLUX_IMAGE frame = luma.gray();
@@ -45,7 +45,7 @@ Apply addEqualize(CLI::App& parser) {
   };
 }
 
-/** Of the size of @p model: the table counts the pixels of both pictures alike. */
+/** Resized to @p model, since the table compares pixel counts of the two pictures. */
 Channel lumaOf(const std::filesystem::path& file, const Channel& model) {
   Channels picture = takeApart(readPicture(file));
   Channel sampled(model.width, model.height);
@@ -57,9 +57,7 @@ Channel lumaOf(const std::filesystem::path& file, const Channel& model) {
 
 Apply addMatch(CLI::App& parser) {
   const auto model = std::make_shared<std::filesystem::path>();
-  parser.add_option("--to", *model, "Picture whose tones are wanted")
-      ->required()
-      ->type_name("FILE");
+  parser.add_option("--to", *model, "Picture whose tones to match")->required()->type_name("FILE");
   return [model](Channels& picture) {
     Channel wanted = lumaOf(*model, picture.luma);
     const TLUX_IMAGE target = wanted.gray();
@@ -75,24 +73,22 @@ Apply addMatch(CLI::App& parser) {
 
 const Operation kEqualize = {
     "equalize", "Spread the brightness evenly over all levels",
-    "Colour differences stay as they are.\n"
-    "'adaptive' equalizes every tile of 16 x 16 pixels by itself, without a limit to the "
+    "Colour differences stay unchanged.\n"
+    "'adaptive' equalizes every tile of 16 x 16 pixels separately, without a limit to the "
     "contrast:\n"
-    "each gets the whole range of brightness, flat ones show nothing but their noise. It is for\n"
-    "inspection, to see whether a part that looks black or white holds anything at all; reduce "
-    "the\n"
-    "picture first ('tlux op reduce --by 4'), and tiles cover more of it. For a photograph use\n"
-    "'tlux enhance'.\n"
+    "each tile gets the full range of brightness, and flat ones show only noise. Use it to "
+    "inspect\n"
+    "whether a part that looks black or white contains any detail; to make each tile cover more,\n"
+    "reduce the picture first ('tlux op reduce --by 4'). For photographs use 'tlux enhance'.\n"
     "\n"
     "Examples:\n"
     "  tlux op equalize dull.jpg -o lively.jpg",
     addEqualize};
 
 const Operation kMatch = {
-    "match", "Give a picture the brightness of another one",
-    "Tenths of the pixels, from the darkest to the brightest, are moved to the levels they have "
-    "in\n"
-    "the other picture, whatever its size. Colour differences stay as they are.\n"
+    "match", "Give a picture the brightness of another",
+    "Each tenth of the pixels, from the darkest to the brightest, moves to its level in the other\n"
+    "picture, which may have any size. Colour differences stay unchanged.\n"
     "\n"
     "Examples:\n"
     "  tlux op match second.jpg -o second-like-first.jpg --to first.jpg",

@@ -23,13 +23,13 @@ size_t sequenceLength(std::string_view text) {
   for (size_t i = 1; i < length; ++i) {
     if ((byte(i) & 0xC0) != 0x80) return 0;
   }
-  // Overlong forms, surrogates and what lies above U+10FFFF.
+  // Overlong forms, surrogates and code points above U+10FFFF.
   const bool isOutside = (first == 0xE0 && byte(1) < 0xA0) || (first == 0xED && byte(1) > 0x9F) ||
                          (first == 0xF0 && byte(1) < 0x90) || (first == 0xF4 && byte(1) > 0x8F);
   return isOutside ? 0 : length;
 }
 
-/** File names may be any bytes; what is not UTF-8 becomes U+FFFD. */
+/** File names may be any bytes; invalid UTF-8 becomes U+FFFD. */
 std::string quotedJson(std::string_view text) {
   std::string result = "\"";
   while (!text.empty()) {

@@ -7,12 +7,12 @@
 
 namespace tlux::app {
 
-/** An object of JSON as it is written, its members in the order in which they are added. */
+/** A JSON object as text, with members in the order of addition. */
 class JsonObject {
  public:
   JsonObject() = default;
 
-  /** What the command prints about its work; "schema" tells the shape and its version. */
+  /** A report of the command; the member "schema" identifies its format and version. */
   static JsonObject report(std::string_view schema);
 
   JsonObject& add(std::string_view name, std::string_view text);
@@ -21,9 +21,9 @@ class JsonObject {
   JsonObject& add(std::string_view name, std::integral auto number) {
     return addValue(name, std::to_string(number));
   }
-  /** Fractions beyond the given number of digits are of no use to anybody. */
+  /** Rounds to the given number of digits. */
   JsonObject& add(std::string_view name, double number, int digits);
-  /** Numbers as they are. */
+  /** Adds a value that is JSON already. */
   JsonObject& addValue(std::string_view name, std::string_view json);
 
   /** One line. */

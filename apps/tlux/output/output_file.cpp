@@ -24,14 +24,15 @@ namespace tlux::app {
 
 namespace {
 
-/** The temporaries under way; locked for every change, so that a signal finds each or none. */
+/** The current temporary files; locked for every change, so a signal handler sees a consistent
+ * list. */
 struct Temporaries {
   std::mutex mutex;
   std::set<std::filesystem::path> paths;
 };
 
 Temporaries& temporaries() {
-  // Never destroyed: the thread that waits for signals may outlive everything else.
+  // Never destroyed, since the signal thread may outlive everything else.
   static auto& instance = *new Temporaries;
   return instance;
 }
@@ -39,7 +40,7 @@ Temporaries& temporaries() {
 void waitForSignal(sigset_t signals) {
   int signal = 0;
   sigwait(&signals, &signal);
-  // Held to the end: from here on nothing is made or renamed.
+  // Never unlocked: from here on no file is created or renamed.
   temporaries().mutex.lock();
   for (const std::filesystem::path& path : temporaries().paths) {
     unlink(path.c_str());
@@ -56,7 +57,7 @@ bool isIgnored(int signal) {
   return current.sa_handler == SIG_IGN;
 }
 
-/** What the process takes from the permissions of new files; asking changes it for a moment. */
+/** The umask of the process; reading it changes it for a moment. */
 mode_t permissionMask() {
   static const mode_t mask = [] {
     const mode_t current = umask(0);
@@ -81,7 +82,7 @@ std::string temporaryPattern(const std::filesystem::path& file) {
   return (file.parent_path() / ".tlux-XXXXXX").string();
 }
 
-/** A name beside @p file that most likely no file has. */
+/** A name in the folder of @p file that most likely does not exist. */
 std::string unusedName(const std::filesystem::path& file) {
   static std::mutex mutex;
   static std::minstd_rand random(std::random_device{}());
@@ -94,21 +95,20 @@ std::string unusedName(const std::filesystem::path& file) {
   return name;
 }
 
-/** By which an open file can be opened once more, or be linked. */
+/** A path by which an open file can be reopened or linked. */
 std::string nameOf(int descriptor) {
   return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
-/** The file that symbolic links lead to, whether it exists or not; nothing if they go in circles.
- */
+/** The target of symbolic links, whether it exists or not; nothing if they form a loop. */
 std::optional<std::filesystem::path> followLinks(std::filesystem::path file) {
-  constexpr int kMostLinks = 40; // as many as Linux follows
+  constexpr int kMostLinks = 40; // Linux's own limit
   for (int i = 0; i < kMostLinks; ++i) {
     std::error_code error;
     if (!std::filesystem::is_symlink(std::filesystem::symlink_status(file, error))) return file;
     const std::filesystem::path next = std::filesystem::read_symlink(file, error);
     if (error) return file;
-    file = file.parent_path() / next; // an absolute one replaces the folder
+    file = file.parent_path() / next; // an absolute path replaces the folder
   }
   return std::nullopt;
 }
@@ -138,7 +138,7 @@ void OutputFile::openWithoutName() {
   descriptor_ = open(folderOf(file_).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0600);
   if (descriptor_ < 0) return;
   way_ = Way::kNameless;
-  // Where /proc is not there the file can be neither opened again nor named.
+  // Without /proc the file can be neither reopened nor linked.
   if (access(nameOf(descriptor_).c_str(), F_OK) == 0) return;
   close(std::exchange(descriptor_, -1));
 }
@@ -189,16 +189,16 @@ void OutputFile::publish() {
   if (way_ == Way::kTemporary) replaceTarget(temporary_);
 }
 
-/** After this the content outlives a loss of power; a name given earlier could show an empty file.
- */
+/** Makes the content survive a power loss. Called before naming the file, which could otherwise be
+ * found empty. */
 void OutputFile::finishContent() {
-  // So far it was private; the finished file gets the permissions any new file would.
+  // Private until now; the finished file gets the permissions of any new file.
   if (fchmod(descriptor_, 0666 & ~permissionMask()) != 0) fail(errno);
-  // Some file systems of the user's own making know no fsync().
+  // Some user-space file systems do not support fsync().
   if (fsync(descriptor_) != 0 && errno != EINVAL && errno != ENOTSUP) fail(errno);
 }
 
-/** A name cannot be taken from another file in one step: that needs a temporary one for a moment.
+/** A link cannot replace an existing file in one step, so this uses a temporary name for a moment.
  */
 void OutputFile::nameContent() {
   const std::string content = nameOf(descriptor_);
@@ -236,12 +236,12 @@ void writeFileAtomically(const std::filesystem::path& target, std::span<const ui
 }
 
 void removeTemporariesOnSignals() {
-  // A reader that goes away is a failed write like any other.
+  // A reader that closes the pipe is treated like any failed write.
   std::signal(SIGPIPE, SIG_IGN);
   sigset_t signals;
   sigemptyset(&signals);
   for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
-    // A signal the parent has us ignore (nohup) stays ignored.
+    // Signals that the parent made us ignore (nohup) stay ignored.
     if (!isIgnored(signal)) sigaddset(&signals, signal);
   }
   pthread_sigmask(SIG_BLOCK, &signals, nullptr);

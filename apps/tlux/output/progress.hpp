@@ -6,16 +6,16 @@
 
 namespace tlux::app {
 
-/** Tells a person at the terminal how far all files together have come. Any thread may report. */
+/** Shows the progress over all files on the terminal. Any thread may report. */
 class Progress {
  public:
-  /** @param isShown false to tell nothing. */
+  /** @param isShown false to show nothing. */
   Progress(int64_t files, bool isShown) : files_(files), isShown_(isShown) {}
   ~Progress() { hide(); }
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
 
-  /** A video begins; @p frames is 0 where its length is unknown. */
+  /** A video begins; @p frames is 0 if its length is unknown. */
   void expectFrames(int64_t frames);
   void frameDone();
   void fileDone();
@@ -37,7 +37,7 @@ class Progress {
   Clock::time_point lastShown_;
 };
 
-/** Whether somebody looks at standard error. */
+/** Whether standard error is a terminal. */
 bool isTerminalWatched();
 
 } // namespace tlux::app

@@ -34,7 +34,7 @@ bool write(std::FILE* stream, std::string_view text) {
          std::fflush(stream) == 0;
 }
 
-/** Returns 0, or the reason why the text could not be written. */
+/** Returns 0, or the error number if the text could not be written. */
 int print(std::FILE* stream, std::string_view text) {
   const std::lock_guard lock(mutex);
   if (!status.empty()) write(stderr, kClearLine);
@@ -43,7 +43,7 @@ int print(std::FILE* stream, std::string_view text) {
   return reason;
 }
 
-/** There is nobody to tell if this fails. */
+/** Failures are ignored: there is nowhere to report them. */
 void printToErrors(std::string_view prefix, std::string_view text) {
   print(stderr, fmt::format("{}{}\n", prefix, oneLine(text)));
 }
@@ -92,7 +92,7 @@ void showStatus(std::string_view text) {
 }
 
 void endStatus() {
-  // Whoever prints may be held up by the terminal, and the program is about to end.
+  // Does not wait: another thread may be blocked by the terminal, and the program is about to end.
   const std::unique_lock lock(mutex, std::try_to_lock);
   if (!lock || status.empty()) return;
   write(stderr, "\n");

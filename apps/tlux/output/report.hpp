@@ -9,7 +9,7 @@
 
 namespace tlux::app {
 
-/** Time since it was made or last asked, for the figures the command prints. */
+/** Time since construction or the last call, for the printed figures. */
 class Stopwatch {
  public:
   double lapMilliseconds() {
@@ -33,26 +33,26 @@ struct Timings {
 std::string describe(const Timings& timings);
 JsonObject toJson(const Timings& timings);
 
-/** Prints exactly one line on standard error, whatever characters file names bring along. */
+/** Prints exactly one line on standard error, even if file names contain control characters. */
 void printError(std::string_view message);
 void printWarning(std::string_view message);
 
 /** Prints one line on standard output. Throws Error if that cannot be written. */
 void printLine(std::string_view text);
 
-/** Prints whole lines on standard output, likewise. */
+/** Prints whole lines on standard output; throws likewise. */
 void printText(std::string_view text);
 
 /** Prints one line on standard error that is neither an error nor a warning. */
 void printNote(std::string_view text);
 
 /**
- * Shows a line on the terminal behind standard error until the next one takes its place; an empty
- * one takes it away. All other printing goes above it. Any thread may print.
+ * Shows a status line on standard error, if a terminal, until the next one replaces it; an empty
+ * one removes it. All other output goes above it. Any thread may print.
  */
 void showStatus(std::string_view text);
 
-/** For the end of the program: leaves the line that is shown, what follows begins a new one. */
+/** For the end of the program: keeps the status line and starts a new one. */
 void endStatus();
 
 /** "1 frame", "2 frames". */

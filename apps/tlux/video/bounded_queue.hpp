@@ -9,13 +9,13 @@
 
 namespace tlux::app {
 
-/** Hands items from one thread to the next and keeps the two from drifting far apart. */
+/** Passes items between two threads and blocks the faster one when full. */
 template <typename T>
 class BoundedQueue {
  public:
   explicit BoundedQueue(size_t capacity) : capacity_(capacity) {}
 
-  /** Waits for room. False after stop(): there is nobody left to hand on to. */
+  /** Waits for room. False after stop(), when no one reads any more. */
   bool push(T item) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return stopped_ || items_.size() < capacity_; });
@@ -43,7 +43,7 @@ class BoundedQueue {
     changed_.notify_all();
   }
 
-  /** Drops everything; both sides are to give up. */
+  /** Drops everything; both sides should give up. */
   void stop() {
     const std::lock_guard lock(mutex_);
     stopped_ = true;

@@ -97,7 +97,7 @@ void FrameExporter::copyByConverter(const AVFrame& frame, AVFrame& target) {
   }
   intermediate_->chroma_location = frame.chroma_location;
   const FramePtr source(checkAllocated(av_frame_clone(&frame)));
-  // A matrix, known or not, matters on the way to red, green and blue only.
+  // The matrix matters only for conversions to RGB.
   source->colorspace = isRgbLayout(layout_) ? colorEncodingOf(frame).matrix : AVCOL_SPC_BT470BG;
   converter_.convert(*source, *intermediate_, {range_, source->colorspace});
   const FramePtr content(checkAllocated(av_frame_clone(intermediate_.get())));

@@ -5,13 +5,13 @@
 
 namespace tlux::app {
 
-/** Turns frames of the library into those an encoder takes. */
+/** Converts the library's frames to a layout that the encoder accepts. */
 class FrameExporter {
  public:
   /** @param width of the frames without their padding. */
   FrameExporter(AVPixelFormat layout, int width, int height, AVColorRange range);
 
-  /** The frame itself where it fits already. Properties go along. */
+  /** Returns the frame itself if its layout fits. Properties are kept. */
   FramePtr exportFrame(FramePtr frame);
 
  private:

@@ -47,7 +47,7 @@ void copyInto(const AVFrame& decoded, AVFrame& target) {
   }
 }
 
-/** Repeats the last luma column and row of an odd size; its chroma sample is there already. */
+/** Repeats the last luma column and row of odd sizes; the chroma sample already exists. */
 void fillMargins(AVFrame& frame) {
   const int width = frame.width;
   if (frame.crop_right > 0) {
@@ -62,7 +62,7 @@ void fillMargins(AVFrame& frame) {
   }
 }
 
-/** Leaves the range and the margins of the frame, which belong to the library's layout. */
+/** Copies properties except the range and margins, which belong to the library's layout. */
 void copyProperties(const AVFrame& decoded, AVFrame& frame) {
   const FramePtr layout(checkAllocated(av_frame_clone(&frame)));
   check(av_frame_copy_props(&frame, &decoded));
@@ -123,7 +123,7 @@ void FrameImporter::fill(const AVFrame& decoded, AVFrame& target) {
 
 void FrameImporter::fillByConverter(const AVFrame& decoded, AVFrame& target) {
   if (intermediate_ == nullptr) intermediate_ = makeFrame(AV_PIX_FMT_NV12, width_, height_);
-  // The converter leaves the chroma of gray frames alone.
+  // The converter does not write the chroma of gray frames.
   std::memset(
       intermediate_->data[1], kNeutralChroma,
       static_cast<size_t>(intermediate_->linesize[1]) * static_cast<size_t>((height_ + 1) / 2));
@@ -131,7 +131,7 @@ void FrameImporter::fillByConverter(const AVFrame& decoded, AVFrame& target) {
   const FramePtr reduced = reduceDeepColor(decoded);
   const FramePtr source(
       checkAllocated(av_frame_clone(reduced == nullptr ? &decoded : reduced.get())));
-  // Only red, green and blue meet a matrix here; any other frame keeps its own, known or not.
+  // Only RGB needs a matrix here; any other frame keeps its own, known or not.
   source->colorspace = AVCOL_SPC_BT470BG;
   converter_.convert(*source, *intermediate_, {range_, AVCOL_SPC_BT470BG});
   if (isRgbLayout(decoded.format)) target.colorspace = AVCOL_SPC_BT470BG;

@@ -6,17 +6,17 @@
 
 namespace tlux::app {
 
-/** Turns the decoded frames of one stream into frames for the library: NV12. */
+/** Converts the decoded frames of one stream to NV12 frames for the library. */
 class FrameImporter {
  public:
   /**
    * @param first a frame of the stream; the others must have its size.
-   * @param orientation how frames are turned.
-   * @param range of the frames made; those of another range are converted.
+   * @param orientation how to rotate frames.
+   * @param range of the resulting frames; others are converted.
    */
   FrameImporter(const AVFrame& first, Orientation orientation, AVColorRange range);
 
-  /** With the properties of @p decoded; odd sizes have a column or row more, told by the crop
+  /** Has the properties of @p decoded; odd sizes get an extra column or row, recorded in the crop
    * fields. */
   FramePtr import(const AVFrame& decoded);
 
@@ -34,7 +34,7 @@ class FrameImporter {
   Converter converter_;
 };
 
-/** Whether frames of this layout hold red, green and blue, or entries of such a table. */
+/** Whether a layout is RGB, directly or through a palette. */
 bool isRgbLayout(int format);
 
 } // namespace tlux::app

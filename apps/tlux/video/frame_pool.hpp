@@ -8,12 +8,12 @@
 
 namespace tlux::app {
 
-/** Frames of one kind for one thread to hand out; a frame is used again once all have let go. */
+/** A pool of frames of one kind, for one thread; frames are reused once nothing refers to them. */
 class FramePool {
  public:
   explicit FramePool(std::function<FramePtr()> make) : make_(std::move(make)) {}
 
-  /** Its pixels are those of an earlier use; its properties are as make() sets them. */
+  /** Its pixels are left over from earlier use; its properties are as set by make(). */
   FramePtr take() {
     for (const FramePtr& frame : frames_) {
       if (av_frame_is_writable(frame.get()) != 0) return share(*frame);

@@ -16,18 +16,18 @@ namespace tlux::app {
 
 namespace {
 
-// Enough to ride out frames of uneven cost; more would only hold memory.
+// Enough to smooth out frames of uneven cost; more would only use memory.
 constexpr size_t kFramesBetweenStages = 3;
 
 using PortionQueue = BoundedQueue<Portion>;
 
-/** The queues of a stream with the failure that ended it early. */
+/** The queues of a stream, and the failure that ended it early. */
 class Line {
  public:
   PortionQueue decoded{kFramesBetweenStages};
   PortionQueue enhanced{kFramesBetweenStages};
 
-  /** Does the work of a stage; the first failure of any stage stops them all. */
+  /** Runs a stage; the first failure of any stage stops them all. */
   template <typename Stage>
   void run(Stage stage) {
     try {
@@ -47,7 +47,7 @@ class Line {
     return failure_ != nullptr;
   }
 
-  /** For the time after all stages have ended. */
+  /** Call it after all stages have ended. */
   void rethrowFailure() const {
     if (failure_) std::rethrow_exception(failure_);
   }
@@ -105,7 +105,7 @@ StreamTimings enhanceStream(FrameSource& source, Enhancer& enhancer, FrameSink& 
   Line line;
   std::atomic<bool> isReadingDone = false;
   {
-    std::jthread reader; // joined before the line goes
+    std::jthread reader; // joined before the line is destroyed
     std::jthread worker;
     line.run([&] {
       reader = std::jthread([&] {
@@ -116,7 +116,7 @@ StreamTimings enhanceStream(FrameSource& source, Enhancer& enhancer, FrameSink& 
           std::jthread([&] { line.run([&] { enhanceAll(line, enhancer, timings.busy.run); }); });
       writeAll(line.enhanced, sink, progress, timings);
     });
-    // A pipe that says nothing would hold up the end.
+    // A reader blocked on a silent pipe would delay the exit.
     if (line.hasFailed() && reader.joinable()) {
       interruptReads(reader.native_handle(), isReadingDone);
     }

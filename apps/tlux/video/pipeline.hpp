@@ -9,7 +9,7 @@
 
 namespace tlux::app {
 
-/** What a run through a stream took; the stages overlap, so that their sum exceeds the whole. */
+/** Times for processing a stream; the stages overlap, so their sum exceeds the whole. */
 struct StreamTimings {
   int64_t frames = 0;
   double whole = 0; // milliseconds
@@ -17,9 +17,9 @@ struct StreamTimings {
 };
 
 /**
- * Carries all frames from @p source through @p enhancer to @p sink and finishes it. Reading, the
- * library and writing run in threads of their own with a few frames between them. When one of them
- * fails, the others stop and its failure is thrown.
+ * Passes all frames from @p source through @p enhancer to @p sink and finishes it. Reading, the
+ * library and writing run in separate threads with a few frames between them. If one fails, the
+ * others stop and its failure is thrown.
  */
 StreamTimings enhanceStream(FrameSource& source, Enhancer& enhancer, FrameSink& sink,
                             Progress& progress);
@@ -27,7 +27,7 @@ StreamTimings enhanceStream(FrameSource& source, Enhancer& enhancer, FrameSink& 
 /** "450 frames in 20.1 s, 22.4 per second". */
 std::string describeSpeed(const StreamTimings& timings);
 
-/** How long each stage was at work, as shares of the whole time. */
+/** How long each stage was busy, as shares of the whole time. */
 std::string describeShares(const StreamTimings& timings);
 
 } // namespace tlux::app

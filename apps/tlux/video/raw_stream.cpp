@@ -16,12 +16,12 @@ std::FILE* openInput(const std::filesystem::path& file) {
   checkReadable(file);
   std::FILE* stream = isPipe(file) ? stdin : std::fopen(file.c_str(), "rb");
   if (stream == nullptr) throw unreadable(file, std::generic_category().message(errno));
-  // Frames are read whole.
+  // Whole frames are read, so buffering would only copy.
   std::setvbuf(stream, nullptr, _IONBF, 0);
   return stream;
 }
 
-/** What is known before reading; a pipe tells nothing. */
+/** The number of frames if it is known before reading; for a pipe it is not. */
 int64_t countFrames(const std::filesystem::path& file, const RawLayout& layout) {
   std::error_code error;
   const std::uintmax_t bytes = std::filesystem::file_size(file, error);
@@ -29,7 +29,7 @@ int64_t countFrames(const std::filesystem::path& file, const RawLayout& layout) 
   const auto frame = static_cast<std::uintmax_t>(semiPlanarBytes(layout.height, layout.pitch));
   if (bytes % frame != 0) {
     throw unreadable(
-        file, fmt::format("holds {} bytes, but raw frames of {}x{} with rows of {} bytes have {}",
+        file, fmt::format("has {} bytes, but raw frames of {}x{} with rows of {} bytes have {}",
                           bytes, layout.width, layout.height, layout.pitch, frame));
   }
   return static_cast<int64_t>(bytes / frame);

@@ -11,7 +11,7 @@
 
 namespace tlux::app {
 
-/** Raw frames, one right after the other, from a file or standard input. */
+/** Raw frames without gaps, from a file or standard input. */
 class RawReader : public FrameSource {
  public:
   RawReader(const std::filesystem::path& file, const RawLayout& layout, AVRational frameRate);
@@ -31,10 +31,10 @@ class RawReader : public FrameSource {
   int64_t count_ = 0;
 };
 
-/** Writes the even-sized frames as they leave the library, chroma in the order of a format. */
+/** Writes the library's even-sized frames, with chroma in the order of a format. */
 class RawWriter : public FrameSink {
  public:
-  /** @param pitch bytes from row to row, 0 for the width; bytes behind the width are zero. */
+  /** @param pitch bytes from row to row, 0 for the width; bytes past the width are zero. */
   RawWriter(const std::filesystem::path& file, AVPixelFormat format, int pitch);
 
   void write(Portion portion) override;

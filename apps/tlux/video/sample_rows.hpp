@@ -6,9 +6,9 @@
 
 namespace tlux::app {
 
-// Rows of 8-bit samples on their way between limited range (luma 16 to 235, chroma 128 ± 112) and
-// full range (0 to 255, 128 ± 127.5), every value rounded to the nearest. What lies outside the
-// limited range is clamped. Sums and products stay within 16 bits, so that loops run in such lanes.
+// Converts rows of 8-bit samples between limited range (luma 16 to 235, chroma 128 ± 112) and full
+// range (0 to 255, 128 ± 127.5), rounded to nearest. Values outside the limited range are clamped.
+// Sums and products fit 16 bits, so loops use 16-bit lanes.
 
 struct Unchanged {
   static uint8_t luma(uint8_t value) { return value; }

@@ -12,26 +12,26 @@ namespace {
 
 bool canHold(const AVOutputFormat& format, const AVCodecParameters& stream) {
   if (stream.codec_id == AV_CODEC_ID_NONE) return false;
-  // Fonts and the like; the one container that holds them does not tell which.
+  // Fonts and the like; the only container that supports them does not list which kinds.
   if (stream.codec_type == AVMEDIA_TYPE_ATTACHMENT) {
     return std::string_view(format.name) == "matroska";
   }
   const int answer = avformat_query_codec(&format, stream.codec_id, FF_COMPLIANCE_NORMAL);
   if (answer >= 0) return answer != 0;
-  // Some containers do not tell. They know what to do with sound and text if it has a place there.
+  // Some containers do not list codecs. Assume that they accept sound or text if they have any.
   switch (stream.codec_type) {
     case AVMEDIA_TYPE_AUDIO:
       return format.audio_codec != AV_CODEC_ID_NONE;
     case AVMEDIA_TYPE_SUBTITLE:
       return format.subtitle_codec != AV_CODEC_ID_NONE;
     case AVMEDIA_TYPE_VIDEO:
-      return format.audio_codec != AV_CODEC_ID_NONE; // not one that holds a single stream
+      return format.audio_codec != AV_CODEC_ID_NONE; // not a container for a single stream
     default:
       return false;
   }
 }
 
-/** Tags name the codec inside a container; one that the other container has not is chosen anew. */
+/** Tags name the codec within a container; clears one that the target container does not have. */
 void keepKnownTag(AVCodecParameters& stream, const AVOutputFormat& format) {
   unsigned int tag = 0;
   const bool isKnown = format.codec_tag == nullptr ||
@@ -40,7 +40,7 @@ void keepKnownTag(AVCodecParameters& stream, const AVOutputFormat& format) {
   if (!isKnown) stream.codec_tag = 0;
 }
 
-/** AVI tells packets of a fixed length for these where they have none, and times go wrong by it. */
+/** AVI declares fixed-length packets for codecs without them, which would break the timestamps. */
 void forgetBlockLength(AVCodecParameters& stream) {
   switch (stream.codec_id) {
     case AV_CODEC_ID_AAC:
@@ -107,12 +107,12 @@ void StreamCopies::add(const AVStream& from, Copy& copy) {
     copyStreamDescription(from, *copy.to);
   } else {
     remarks_.push_back(
-        fmt::format("{} is left out, {} cannot hold it", kindOf(from), target_.oformat->name));
+        fmt::format("{} is dropped: {} does not support it", kindOf(from), target_.oformat->name));
   }
 }
 
 void StreamCopies::write(AVPacket& packet) {
-  // Containers without a table of contents may show a stream late; there is no place for it then.
+  // Containers without a header may reveal a stream late, when it can no longer be added.
   const auto index = static_cast<size_t>(packet.stream_index);
   if (index >= copies_.size() || copies_[index].to == nullptr) return;
   Copy& copy = copies_[index];
@@ -129,7 +129,7 @@ void StreamCopies::write(AVPacket& packet) {
   check(av_interleaved_write_frame(&target_, &packet));
 }
 
-/** Writers refuse times that go back, as those of damaged or joined files do. */
+/** Muxers refuse decreasing timestamps, which damaged or joined files have. */
 void StreamCopies::keepOrder(Copy& copy, AVPacket& packet) const {
   if (packet.dts == AV_NOPTS_VALUE) return;
   if (copy.lastDts != AV_NOPTS_VALUE) {
@@ -154,7 +154,7 @@ void copySideData(const AVStream& from, AVStream& to, AVPacketSideDataType type)
 
 void copyContainerDescription(const AVFormatContext& from, AVFormatContext& to) {
   check(av_dict_copy(&to.metadata, from.metadata, AV_DICT_DONT_OVERWRITE));
-  // These tell of the old file itself.
+  // These describe the old file itself.
   for (const char* key : {"major_brand", "minor_version", "compatible_brands", "encoder"}) {
     av_dict_set(&to.metadata, key, nullptr, 0);
   }

@@ -9,17 +9,17 @@
 
 namespace tlux::app {
 
-/** Carries the streams beside the enhanced one from container to container, packet by packet. */
+/** Copies all streams but the enhanced one between containers, packet by packet. */
 class StreamCopies {
  public:
   /**
-   * Adds a stream to @p target for each of @p source but @p except, with all that is told of it.
-   * Text that the target holds in another kind is converted. Streams that it cannot hold are left
-   * out and remarked on.
+   * Adds a stream to @p target for each one of @p source but @p except, with its description. Text
+   * is converted if the target needs another format. Streams that the target does not support are
+   * dropped with a remark.
    */
   StreamCopies(const AVFormatContext& source, int except, AVFormatContext& target);
 
-  /** Packets of streams left out vanish. Throws AvError. */
+  /** Drops packets of dropped streams. Throws AvError. */
   void write(AVPacket& packet);
 
   const std::vector<std::string>& remarks() const { return remarks_; }
@@ -27,8 +27,8 @@ class StreamCopies {
  private:
   struct Copy {
     const AVStream* from = nullptr;
-    AVStream* to = nullptr;                       // null when left out
-    std::unique_ptr<SubtitleConverter> converter; // for text of another kind
+    AVStream* to = nullptr;                       // null if dropped
+    std::unique_ptr<SubtitleConverter> converter; // for text in another format
     int64_t lastDts = AV_NOPTS_VALUE;
   };
   void add(const AVStream& from, Copy& copy);
@@ -42,7 +42,7 @@ class StreamCopies {
 /** Title, language and the like, and the stream's role. */
 void copyStreamDescription(const AVStream& from, AVStream& to);
 
-/** What holds for a whole stream, such as its display matrix. Does nothing when there is none. */
+/** Side data of a whole stream, such as its display matrix, if there is any. */
 void copySideData(const AVStream& from, AVStream& to, AVPacketSideDataType type);
 
 /** Title, date, place and the like, and chapters. */

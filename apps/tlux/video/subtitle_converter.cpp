@@ -18,7 +18,7 @@ bool isText(AVCodecID codec) {
   return descriptor != nullptr && (descriptor->props & AV_CODEC_PROP_TEXT_SUB) != 0;
 }
 
-/** The container's own kind of text; some, MP4 for one, hold a kind that they do not name. */
+/** The container's text format; some, such as MP4, support one without declaring it. */
 AVCodecID textCodecOf(const AVOutputFormat& format) {
   if (isText(format.subtitle_codec)) return format.subtitle_codec;
   const bool holdsMovText =
@@ -30,7 +30,7 @@ struct ReleaseSubtitle {
   void operator()(AVSubtitle* subtitle) const { avsubtitle_free(subtitle); }
 };
 
-/** The encoder wants the styles that the decoder made of the stream's header. */
+/** Passes the styles that the decoder made from the stream's header on to the encoder. */
 void handOverStyles(const AVCodecContext& decoder, AVCodecContext& encoder) {
   if (decoder.subtitle_header == nullptr) return;
   const auto size = static_cast<size_t>(decoder.subtitle_header_size);
@@ -70,13 +70,13 @@ PacketPtr SubtitleConverter::convert(AVPacket& packet) {
   const int result = avcodec_decode_subtitle2(decoder_.get(), &subtitle, &isThere, &packet);
   const std::unique_ptr<AVSubtitle, ReleaseSubtitle> owner(&subtitle);
   if (result < 0 && result != AVERROR_INVALIDDATA) check(result);
-  // What cannot be read is not shown; so is the empty text between two others.
+  // Skips unreadable text, and the empty text between two others.
   const bool hasText = result >= 0 && isThere != 0 && subtitle.num_rects > 0;
   return hasText ? encode(subtitle, packet) : nullptr;
 }
 
 PacketPtr SubtitleConverter::encode(AVSubtitle& subtitle, const AVPacket& packet) {
-  // The time at which a text begins belongs to the packet alone.
+  // The start time is only in the packet.
   subtitle.pts = av_rescale_q(packet.pts, timeBase_, kMicroseconds);
   const uint32_t shown = subtitle.end_display_time - subtitle.start_display_time;
   subtitle.end_display_time = shown;

@@ -4,10 +4,10 @@
 
 namespace tlux::app {
 
-/** Turns text subtitles of one kind into those of another, as containers ask for them. */
+/** Converts text subtitles to the format that a container needs. */
 class SubtitleConverter {
  public:
-  /** Whether a container takes text that can be converted from @p stream. */
+  /** Whether @p stream can be converted to text that the container supports. */
   static bool canConvert(const AVCodecParameters& stream, const AVOutputFormat& target);
 
   /** Describes the converted stream in @p to. Throws AvError. */

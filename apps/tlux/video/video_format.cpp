@@ -39,9 +39,9 @@ bool isAvailable(const VideoFormat& format) {
   return av_guess_format(format.muxer, nullptr, nullptr) != nullptr;
 }
 
-/** A constant rate factor out of 51 that looks about as good as a picture of the quality. */
+/** The constant rate factor (0 to 51) that looks about as good as a picture of that quality. */
 double rateFactor(int quality) {
-  // Between the points the factor runs straight; 18 is hard to tell from the source.
+  // Interpolated linearly between the points; 18 is hard to distinguish from the source.
   constexpr struct {
     int quality;
     double factor;
@@ -92,17 +92,17 @@ EncoderTraits traitsOf(const AVCodec& encoder) {
 void setVideoQuality(AVCodecContext& encoder, int quality) {
   const double factor = rateFactor(quality);
   if (encoder.codec_id == AV_CODEC_ID_HEVC) {
-    // This one prints by itself what the others log.
+    // x265 prints directly instead of using FFmpeg's log.
     av_opt_set(encoder.priv_data, "x265-params", "log-level=none", 0);
   }
   const int scale = traitsOf(*encoder.codec).qualityScale;
   if (scale > 0) {
-    encoder.bit_rate = 0; // for the quality to count alone
+    encoder.bit_rate = 0; // so that only the quality counts
     check(
         av_opt_set_double(encoder.priv_data, "crf", std::round(factor * scale / kFactorScale), 0));
     return;
   }
-  // Quantisers go from 1 to 31; those of the factor double with every 6 steps, from 2 at 18.
+  // Quantisers range from 1 to 31 and double every 6 steps of the factor, from 2 at 18.
   encoder.flags |= AV_CODEC_FLAG_QSCALE;
   if (encoder.codec_id == AV_CODEC_ID_THEORA) { // 10 is best
     encoder.global_quality = quality * FF_QP2LAMBDA / 10;
@@ -126,7 +126,7 @@ bool isMp4(const AVOutputFormat& muxer) {
 AVPixelFormat chooseLayout(const AVCodec& encoder, const StreamProperties& properties,
                            bool wholeChroma) {
   const AVPixelFormat* end = encoder.pix_fmts;
-  if (end == nullptr) return AV_PIX_FMT_YUV420P; // takes whatever it is given
+  if (end == nullptr) return AV_PIX_FMT_YUV420P; // accepts any layout
   while (*end != AV_PIX_FMT_NONE) {
     ++end;
   }

@@ -24,7 +24,7 @@ int findVideoStream(AVFormatContext& container) {
   const int index = av_find_best_stream(&container, AVMEDIA_TYPE_VIDEO, -1, -1, nullptr, 0);
   const bool isVideo =
       index >= 0 && (container.streams[index]->disposition & AV_DISPOSITION_ATTACHED_PIC) == 0;
-  if (!isVideo) throw std::runtime_error("holds no video");
+  if (!isVideo) throw std::runtime_error("contains no video");
   return index;
 }
 
@@ -72,7 +72,7 @@ void VideoReader::open(const ReadingOptions& options) {
   properties_.stream = findVideoStream(*container_.format);
   openDecoder(options.threads);
   holdsFirst_ = decode(packetsBeforeFirst_);
-  if (!holdsFirst_) throw std::runtime_error("holds no frame that can be decoded");
+  if (!holdsFirst_) throw std::runtime_error("contains no frame that can be decoded");
   const Orientation orientation = options.turnsUpright ? orientationOf(stream()) : Orientation{};
   describe(*decoded_, orientation);
   const bool isFullRange = options.fullRange || isRgbLayout(decoded_->format);
@@ -95,7 +95,7 @@ void VideoReader::describe(const AVFrame& first, Orientation orientation) {
   p.frameRate = av_guess_frame_rate(container, &stream(), nullptr);
   p.sampleAspect = av_guess_sample_aspect_ratio(container, &stream(), decoded_.get());
   if (orientation.exchangeAxes && p.sampleAspect.num > 0) p.sampleAspect = av_inv_q(p.sampleAspect);
-  // Red, green and blue know no range; limited is what videos usually have.
+  // RGB has no range; videos are usually limited.
   const bool isRgb = isRgbLayout(first.format);
   p.range = isRgb ? AVCOL_RANGE_MPEG : colorEncodingOf(first).range;
   p.matrix = isRgb ? AVCOL_SPC_BT470BG : first.colorspace;
@@ -125,7 +125,7 @@ bool VideoReader::read(Portion& portion) {
   }
 }
 
-/** The next frame goes to decoded_; false at the end. Frames too damaged to decode are left out. */
+/** Decodes the next frame into decoded_; false at the end. Skips frames too damaged to decode. */
 bool VideoReader::decode(std::vector<PacketPtr>& packets) {
   while (true) {
     const int result = avcodec_receive_frame(decoder_.get(), decoded_.get());
@@ -142,7 +142,7 @@ bool VideoReader::decode(std::vector<PacketPtr>& packets) {
   }
 }
 
-/** Gives the decoder a packet, or the end of them; false when it has had that already. */
+/** Feeds the decoder a packet or the end of the stream; false if it was at the end already. */
 bool VideoReader::feed(std::vector<PacketPtr>& packets) {
   if (packetsEnded_) return false;
   while (true) {
@@ -194,13 +194,13 @@ void VideoReader::endOfPackets(int reason) {
   check(avcodec_send_packet(decoder_.get(), nullptr));
 }
 
-/** Most of FFmpeg's readers take the end of a file that is cut short for the end of the video. */
+/** Most FFmpeg demuxers treat the end of a truncated file as the end of the video. */
 bool VideoReader::isCutShort() const {
   const AVFormatContext& container = *container_.format;
-  // Recordings of transport streams break off anywhere.
+  // Recordings of transport streams may end anywhere.
   if ((container.iformat->flags & AVFMT_TS_DISCONT) != 0) return false;
   if (isLastCorrupt_) return true;
-  // The reader of this format drops part of a frame without a word.
+  // This demuxer silently drops an incomplete frame.
   const bool isY4m = std::string_view(container.iformat->name) == "yuv4mpegpipe";
   if (isY4m) return avio_tell(container.pb) > lastByte_;
   const bool knowsDuration =
@@ -211,7 +211,7 @@ bool VideoReader::isCutShort() const {
   return lastTime_ + kTolerance < start + container.duration;
 }
 
-/** Frames need times that grow; some containers tell none, and damaged ones tell them twice. */
+/** Frames need increasing times; some containers have none, and damaged ones repeat them. */
 void VideoReader::setTimes(AVFrame& frame) {
   const AVRational& rate = properties_.frameRate;
   if (frame.pkt_duration <= 0 && rate.num > 0) {

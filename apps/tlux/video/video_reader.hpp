@@ -10,13 +10,13 @@
 namespace tlux::app {
 
 struct ReadingOptions {
-  bool turnsUpright = false; // where the output cannot hold a display matrix
-  bool fullRange = false;    // where the output is that
-  bool isStrict = false;     // damage is a failure
-  int threads = 0;           // 0 for as many as there are processors
+  bool turnsUpright = false; // if the output does not support a display matrix
+  bool fullRange = false;    // if the output is full range
+  bool isStrict = false;     // treats damage as a failure
+  int threads = 0;           // 0 for one per processor
 };
 
-/** The frames of a video in any container, with the packets of its other streams beside them. */
+/** The frames of a video in any container, with the packets of its other streams. */
 class VideoReader : public FrameSource {
  public:
   /** Decodes up to the first frame. Throws Error naming the file. */

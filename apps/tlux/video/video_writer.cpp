@@ -24,7 +24,7 @@ const AVCodec& findEncoder(const std::string& name) {
   return *encoder;
 }
 
-/** Times in transport streams begin anywhere; elsewhere that would be a pause at the start. */
+/** Transport streams may start at any time; elsewhere that would cause a pause at the start. */
 void startAtZero(const AVFormatContext& source, AVFormatContext& target) {
   const bool sourceBeginsAnywhere = (source.iformat->flags & AVFMT_TS_DISCONT) != 0;
   const bool targetDoes = (target.oformat->flags & AVFMT_TS_DISCONT) != 0;
@@ -33,7 +33,7 @@ void startAtZero(const AVFormatContext& source, AVFormatContext& target) {
   }
 }
 
-/** Programs that play while they load want the index in front. */
+/** Players that start while loading need the index at the start. */
 void setIndexPlace(const AVFormatContext& container, AVDictionary** options) {
   if (!isMp4(*container.oformat)) return;
   const bool canGoBack = (container.pb->seekable & AVIO_SEEKABLE_NORMAL) != 0;
@@ -109,7 +109,7 @@ void VideoWriter::openEncoder(const VideoFormat& format, const WritingOptions& o
   encoder.width = p.width;
   encoder.height = p.height;
   encoder.pix_fmt = chooseLayout(*encoder.codec, p, options.wholeChroma);
-  // Encoders that know one layout with halved chroma and full range mean it.
+  // An encoder whose only 4:2:0 layout is full range really encodes full range.
   const AVColorRange range = encoder.pix_fmt == AV_PIX_FMT_YUVJ420P ? AVCOL_RANGE_JPEG : p.range;
   encoder.color_range = range;
   encoder.colorspace = isRgbLayout(encoder.pix_fmt) ? AVCOL_SPC_RGB : p.matrix;
@@ -128,7 +128,7 @@ void VideoWriter::openEncoder(const VideoFormat& format, const WritingOptions& o
   if ((container_->oformat->flags & AVFMT_GLOBALHEADER) != 0) {
     encoder.flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
   }
-  // Where frames carry no times they must be stored in the order they are shown.
+  // Without timestamps, frames must be stored in display order.
   if (!format.keepsTimes) encoder.max_b_frames = 0;
   encoder.thread_count = options.threads;
   setVideoQuality(encoder, options.quality);
@@ -140,7 +140,7 @@ void VideoWriter::openEncoder(const VideoFormat& format, const WritingOptions& o
 void VideoWriter::addVideoStream(const VideoFormat& format) {
   stream_ = checkAllocated(avformat_new_stream(container_.get(), nullptr));
   check(avcodec_parameters_from_context(stream_->codecpar, encoder_.get()));
-  // The other tag that this codec has in such files is not known to all players.
+  // Not all players support the other tag for this codec.
   const bool isHevc = encoder_->codec_id == AV_CODEC_ID_HEVC;
   if (isHevc && isMp4(*container_->oformat)) {
     stream_->codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');
@@ -171,7 +171,7 @@ void VideoWriter::write(Portion portion) {
 
 void VideoWriter::encode(FramePtr frame) {
   frame = exporter_->exportFrame(std::move(frame));
-  // The encoder decides anew which frames stand alone.
+  // Lets the encoder choose its own key frames.
   frame->pict_type = AV_PICTURE_TYPE_NONE;
   frame->key_frame = 0;
   frame->quality = encoder_->global_quality;
@@ -210,8 +210,9 @@ void VideoWriter::finish() {
 
 std::string VideoWriter::describeDepth() const {
   const int kept = av_pix_fmt_desc_get(encoder_->pix_fmt)->comp[0].depth;
-  if (kept <= 8) return fmt::format("the source's {} bits a sample become 8", properties_.bits);
-  return fmt::format("tones are computed in 8 bits, and stored in {}", kept);
+  if (kept <= 8)
+    return fmt::format("the source's {} bits per sample are reduced to 8", properties_.bits);
+  return fmt::format("tones are computed in 8 bits and stored in {}", kept);
 }
 
 std::vector<std::string> VideoWriter::remarks() const {

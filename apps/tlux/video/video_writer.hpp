@@ -14,14 +14,14 @@
 namespace tlux::app {
 
 struct WritingOptions {
-  std::string encoder; // by FFmpeg's name; empty for the one that suits the container
-  std::string preset;  // of the encoder; empty for its own choice
-  int quality = 92;    // 1 to 100, for encoders that lose detail
+  std::string encoder; // FFmpeg's name; empty for the container's default
+  std::string preset;  // of the encoder; empty for its default
+  int quality = 92;    // 1 to 100, for lossy encoders
   bool wholeChroma = false;
-  int threads = 0; // 0 for as many as there are processors
+  int threads = 0; // 0 for one per processor
 };
 
-/** Encodes frames into a container, with the other streams of their source copied beside them. */
+/** Encodes frames into a container and copies the other streams of their source. */
 class VideoWriter : public FrameSink {
  public:
   VideoWriter(const std::filesystem::path& file, const VideoFormat& format,
@@ -32,7 +32,7 @@ class VideoWriter : public FrameSink {
 
   const char* encoderName() const { return encoder_->codec->name; }
 
-  /** What the encoder and the container cannot keep. */
+  /** What the encoder and the container cannot preserve. */
   std::vector<std::string> remarks() const;
 
  private:
