@@ -108,7 +108,7 @@ def main():
         "creationInfo": {"created": time, "creators": ["Tool: scripts/sbom.py"]},
         "hasExtractedLicensingInfos": [{
             "licenseId": "LicenseRef-All-Rights-Reserved", "name": "All rights reserved",
-            "extractedText": "All rights reserved. A licence must be had from the owner."}],
+            "extractedText": "All rights reserved. A licence is available only from the owner."}],
         "packages": packages, "relationships": relationships}, sys.stdout, indent=2)
     print()
 

@@ -6,8 +6,8 @@
 namespace tlux::app {
 
 /**
- * Ends the wait of a thread for input that may never come, again and again until @p isDone says
- * that the thread has noticed: its reads fail from now on.
+ * Interrupts a thread that waits for input that may never come, repeatedly until @p isDone is set by
+ * the thread. From then on its reads fail.
  */
 void interruptReads(std::thread::native_handle_type thread, const std::atomic<bool>& isDone);
 

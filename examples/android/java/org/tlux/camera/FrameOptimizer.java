@@ -48,9 +48,9 @@ public final class FrameOptimizer implements AutoCloseable {
    * Optimizes one frame (YUV_420_888, full range). All buffers are direct; their positions do not
    * matter.
    *
-   * @param strength 0 keeps the tones, 20 is moderate, 100 strong
+   * @param strength 0 keeps the tones, 30 suits most pictures, 100 is strong
    * @param output from newOutput(); overwritten, also when the frame fails; not one of the planes
-   * @return the order of the result's chroma, the frame's own where its chroma is interleaved:
+   * @return the order of the result's chroma, the frame's own if its chroma is interleaved:
    *     {@link #NV21} or {@link #NV12}
    */
   public int optimize(ByteBuffer y, int yRowStride, ByteBuffer u, ByteBuffer v, int chromaRowStride,
