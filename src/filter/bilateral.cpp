@@ -31,8 +31,7 @@ double gaussian(double distanceSquared, double sigma) {
   return std::exp(-distanceSquared / (2.0 * sigma * sigma));
 }
 
-// Half of the round window without its centre; the other half is its mirror image. Calls visit(dx,
-// dy).
+// Half of the round window without its centre; the other half mirrors it. Calls visit(dx, dy).
 template <class Visit>
 void forHalfWindow(std::int32_t radius, Visit visit) {
   for (std::int32_t dy = 0; dy <= radius; ++dy) {

@@ -13,8 +13,8 @@
 // intermediate values in registers.
 namespace tlux::detail {
 
-// The limits of the coefficients, which those of pictures respect: slopes then differ by less than
-// 2^15, and b / 2^10 by less than 2^15. The narrowest frames would not fill a vector.
+// Largest magnitudes of the coefficients, which pictures stay within: slopes then differ by less
+// than 2^15, and b / 2^10 by less than 2^15. The narrowest frames would not fill a vector.
 inline constexpr std::int32_t kLargestShortA = (1 << 14) - 1;
 inline constexpr std::int32_t kLargestShortB = 1 << 23;
 inline constexpr std::int32_t kFewestShortCells = 8;

@@ -14,7 +14,7 @@
 
 namespace tlux::detail {
 
-// Low-resolution rows of a band; one thread makes their full-resolution rows at a time.
+// Low-resolution rows of a band whose full-resolution rows one thread makes in one go.
 struct Strip {
   const GuidedBand* band;
   Band rows;
