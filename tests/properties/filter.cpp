@@ -13,7 +13,7 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-// A simple image whose last row ends at a page that cannot be touched, stored from either end.
+// A simple image that ends at an inaccessible page, stored top down or bottom up.
 class Image {
  public:
   Image(Input& input, int width, int height, int channels)
@@ -116,7 +116,7 @@ void filterGuided(Input& input) {
 
 template <class Sample, auto Blur>
 void blur(Input& input) {
-  // The formula adds up every window, so large ones are for small planes.
+  // The formula sums every window, so large windows need small planes.
   const bool isSmall = input.flag();
   const auto [width, height] = isSmall ? Extent{input.between(1, 6), 3} : input.extent(60, 24);
   const int pitch = width + input.between(0, 5);

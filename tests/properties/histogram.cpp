@@ -39,7 +39,7 @@ void count(Input& input) {
   rect.bottom = input.between(rect.top + 1, frame->height);
   const Levels expected = reference::countLevels(frame.samples(0), frame->width, frame->height,
                                                  rect.left, rect.top, rect.right, rect.bottom);
-  Levels counts = expected; // added to what is there
+  Levels counts = expected; // added to existing counts
   CalHistogram(frame.get(), counts.data(), &rect);
   for (std::size_t level = 0; level < counts.size(); ++level)
     require(counts[level] == 2 * expected[level]);

@@ -40,7 +40,7 @@ TLUX_RECT takeRect(Input& input, const Picture& picture, int width, int height) 
   return {left, top, left + width, top + height};
 }
 
-// Compares what a copy moves, the whole image long.
+// Compares all samples that a copy moves.
 void requireSamples(const TLUX_IMAGE& image, const Picture& expected) {
   require(image.format == expected.format && image.width == expected.width &&
           image.height == expected.height);
@@ -56,7 +56,7 @@ void requireSamples(const TLUX_IMAGE& image, const Picture& expected) {
   }
 }
 
-// The rectangle as an image of its own.
+// The rectangle as a separate image.
 Picture cutOut(const Picture& source, const TLUX_RECT& rect) {
   Picture part{source.format, rect.right - rect.left, rect.bottom - rect.top, {}};
   auto* plane = part.planes;
@@ -98,7 +98,7 @@ void copy(Input& input) {
   require(sourceFrame == frameOf(source));
 }
 
-// Any rectangle at all: one that does not lie inside is only tried where it is refused.
+// Any rectangle: one that is not inside the image is tried only if it is rejected.
 void refuse(Input& input) {
   const Picture picture = takePicture(input, input.oneOf(kCopied));
   const auto any = [&] { return static_cast<int>(input.word()); };
@@ -137,7 +137,7 @@ void cloneAndCrop(Input& input) {
     const Picture clone = cutOut(picture, {0, 0, picture.width, picture.height});
     requireSamples(*whole, clone);
     require(TLUX_CropImage_IMK(whole, &rect) == TLUX_OK);
-    requireSamples(*whole, cutOut(clone, rect)); // of what the clone took over
+    requireSamples(*whole, cutOut(clone, rect)); // of what the clone copied
     if (cut == TLUX_OK) require(std::ranges::equal(whole->pitch, part->pitch));
   }
   TLUX_FreeImage_IMK(&whole, memory.manager());

@@ -20,13 +20,13 @@ struct Extent {
   int height;
 };
 
-// A wrong result. What no one catches is a crash for a fuzzer.
+// A wrong result. Uncaught, it is a crash for a fuzzer.
 inline void require(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
   if (!holds) throw std::logic_error(std::string(file) + ":" + std::to_string(line));
 }
 
-// Shapes and contents taken from random bytes or those of a fuzzer; the lowest when they have run
-// out.
+// Takes shapes and contents from random bytes or a fuzzer's; returns the lowest values when they
+// run out.
 class Input {
  public:
   explicit Input(std::span<const std::uint8_t> bytes) : bytes_(bytes) {}
@@ -41,7 +41,7 @@ class Input {
     return choices[static_cast<std::size_t>(between(0, static_cast<int>(N) - 1))];
   }
 
-  // Small; every eighth is low, and as wide as a few pieces of a kernel.
+  // Small; one in eight is low and as wide as a few pieces of a kernel.
   Extent extent(int mostWidth, int mostHeight, int mostRowsOfWide = 4) {
     static const std::vector<int> kWide = test::widthsAround({128, 256, 512, 1024});
     const bool isWide = between(0, 7) == 7;
@@ -51,7 +51,7 @@ class Input {
     return {width, between(1, isWide ? mostRowsOfWide : mostHeight)};
   }
 
-  // Mostly small, sometimes any value at all.
+  // Mostly small, sometimes any value.
   int radius(int usual) {
     return between(0, 15) == 0 ? static_cast<int>(word()) : between(-1, usual);
   }
@@ -112,7 +112,7 @@ class Input {
   std::span<const std::uint8_t> bytes_;
 };
 
-// The heap, or a pool of any size that everything must be given back to.
+// The heap, or a pool of any size that must be empty again at the end.
 class Memory {
  public:
   Memory(Input& input, int largest) {
@@ -127,7 +127,7 @@ class Memory {
   ~Memory() { require(GetMaxAllocMemSize(manager_) == free_); }
 
   MMemMgr manager() const { return manager_; }
-  // Whether a call may report that there is no memory.
+  // Whether a call may run out of memory.
   bool isLimited() const { return manager_ != nullptr; }
 
  private:

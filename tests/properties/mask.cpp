@@ -30,7 +30,7 @@ MaskGrid takeMask(Input& input) {
   return takeMask(input, extent.width, extent.height);
 }
 
-// A mask in memory that ends with its last pixel, its rows from either end.
+// A mask whose memory ends with its last pixel, stored top down or bottom up.
 class MaskPlane {
  public:
   MaskPlane(Input& input, const MaskGrid& mask)
@@ -72,7 +72,7 @@ class MaskPlane {
   MaskGrid size_;
 };
 
-// On small masks: the formula goes from every pixel to every other.
+// On small masks, since the formula compares every pixel with every other.
 void erodeOrDilate(Input& input) {
   const int side = input.between(1, 150);
   const MaskGrid mask = takeMask(input, side, input.between(1, 30));

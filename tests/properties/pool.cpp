@@ -42,7 +42,7 @@ class Pool {
     forget(index);
   }
 
-  // Ignored unless it happens to be a live block.
+  // Ignored, unless it happens to be a live block.
   void releaseForeign(std::int64_t offset) {
     if (std::ranges::count(live_, offset, &Held::offset) != 0) return;
     MMemFree(handle_, at(offset));

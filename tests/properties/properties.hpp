@@ -2,7 +2,7 @@
 
 #include "properties/input.hpp"
 
-// What holds for any input: tests draw inputs at random, fuzzers search for them.
+// Properties of any input: tests draw inputs at random, fuzzers search for them.
 namespace tlux::properties {
 
 void checkPool(Input& input);

@@ -52,7 +52,7 @@ TEST_P(Properties, HoldForRandomInputs) {
   }
 }
 
-// Those that reach the most, as fuzzers found them.
+// The inputs with the best coverage found by the fuzzers.
 TEST_P(Properties, HoldForTheSeedsOfTheFuzzers) {
   int seeds = 0;
   const auto folder = std::filesystem::path(TLUX_FUZZ_SEEDS) / GetParam().name;

@@ -69,7 +69,7 @@ class Frame {
   TLUX_IMAGE image_;
 };
 
-// A destination wider than the output begins its rows that much closer together.
+// In a destination wider than the output, rows start that much closer together.
 class Destination {
  public:
   Destination(Input& input, const Reduced& expected)

@@ -17,7 +17,7 @@ Frame takeFrame(Input& input, int width, int height) {
   return Frame({width, height, pitch, chromaPitch, format});
 }
 
-// Mostly one of a few: most of the time goes into the tables of a new one.
+// Mostly one of a few values, since the tables of a new one take most of the time.
 std::uint32_t takeStrength(Input& input) {
   constexpr std::uint32_t kStrengths[] = {0, 1, 20, 50, 100, 400};
   return input.between(0, 15) == 15 ? input.word() : input.oneOf(kStrengths);

@@ -22,7 +22,7 @@ TLUX_STREAM_OPTIONS takeOptions(Input& input) {
   return options;
 }
 
-// Makes a stream open and closed again.
+// Opens and closes a stream.
 struct OpenStream {
   TLUX_STREAM* stream = nullptr;
   std::uint32_t opened;
@@ -36,7 +36,7 @@ struct OpenStream {
   ~OpenStream() { TLUX_CloseStream(&stream); }
 };
 
-// One frame by `tested`, and by what it should equal.
+// Runs one frame through `tested` and its reference, and compares.
 void runFrame(Input& input, const Memory& memory, const TLUX_STREAM_OPTIONS& options,
               TLUX_STREAM* tested, TLUX_STREAM* plain) {
   constexpr std::uint32_t kFormats[] = {TLUX_FMT_YCBCR420_YPVU, TLUX_FMT_YCBCR420_YPUV};

@@ -9,8 +9,8 @@
 
 namespace tlux::reference {
 
-// The box blur as a plain formula: the sum of the window, of 32 bits, times the rounded reciprocal
-// of its area, saturated. `plane` is read and overwritten.
+// The box blur as a plain formula: the 32-bit sum of the window times the rounded reciprocal of its
+// area, saturated. `plane` is read and overwritten.
 template <class Sample>
 void boxBlur(std::vector<Sample>& plane, int width, int height, int pitch, std::int64_t radius) {
   const std::vector<Sample> source = plane;

@@ -20,8 +20,8 @@ inline std::uint8_t scaleChromaSample(int chroma, int ratio, int zone = 8) {
   return static_cast<std::uint8_t>(std::clamp(scaled, 0, 255));
 }
 
-// Scales the pair of chroma bytes at `chroma` by the pair of luma bytes at `luma`, unless a byte of
-// them lies behind a plane of either image.
+// Scales the pair of chroma bytes at `chroma` by the pair of luma bytes at `luma`, unless any of
+// them lies past the end of a plane.
 inline void scaleChromaPair(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                             std::int64_t sourceLuma, std::int64_t outputLuma,
                             std::int64_t sourceChroma, std::int64_t outputChroma) {

@@ -7,7 +7,7 @@
 
 #include "reference/loops.hpp"
 
-// Planes here are rows end to end.
+// Planes here have rows without gaps.
 namespace tlux::reference {
 
 using Bytes = std::vector<std::uint8_t>;

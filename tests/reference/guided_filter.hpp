@@ -8,8 +8,7 @@
 
 #include "reference/loops.hpp"
 
-// The guided filter as plain formulas: every window is summed on its own. Images are rows end to
-// end.
+// The guided filter as plain formulas: every window is summed separately. Rows have no gaps.
 namespace tlux::reference {
 
 struct Size {
@@ -36,7 +35,7 @@ struct Moments {
   std::int64_t squares;
 };
 
-// Of the window around pixel `at`.
+// The moments of the window around pixel `at`.
 inline Moments windowMoments(const std::vector<std::uint8_t>& plane, Size size, int at,
                              int radius) {
   Moments m{};

@@ -7,8 +7,8 @@
 
 #include "reference/loops.hpp"
 
-// The fast guided filter from its formulas: every window is summed anew, every full-resolution
-// sample interpolated on its own.
+// The fast guided filter from its formulas: every window is summed separately, and every
+// full-resolution sample interpolated separately.
 namespace tlux::reference {
 
 // Sum of sample(x, y) over the 2r × 2r window of (x, y), columns clamped to the width and rows to

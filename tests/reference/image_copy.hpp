@@ -9,7 +9,7 @@
 
 namespace tlux::reference {
 
-// An image as the copy rules see it, and those rules a byte at a time.
+// An image as seen by the copy rules, and those rules byte by byte.
 struct Picture {
   struct PlaneBytes {
     std::vector<std::uint8_t> bytes;
@@ -122,7 +122,7 @@ class PictureCopy {
     return p.bytes.at(static_cast<std::size_t>(y * p.pitch + x));
   }
 
-  // A byte behind the plane is the one a pair before; when the row has none, the other component.
+  // A byte past the plane is that of the previous pair, or the other component if there is no pair.
   std::uint8_t source(int plane, int x, int y, int pairBytes) const {
     const auto& p = from_.planes[plane];
     int at = y * p.pitch + x;

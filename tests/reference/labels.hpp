@@ -21,7 +21,7 @@ struct Grid {
   const T& at(int x, int y) const { return values[static_cast<std::size_t>(y) * width + x]; }
   T* row(int y) { return values.data() + std::ptrdiff_t{y} * width; }
   const T* row(int y) const { return values.data() + std::ptrdiff_t{y} * width; }
-  // Beyond the grid there is nothing.
+  // Zero beyond the grid.
   T atOrZero(int x, int y) const { return holds(x, y) ? at(x, y) : T{0}; }
 };
 
@@ -88,7 +88,7 @@ inline std::uint32_t removeSmall(MaskGrid& mask, int connectivity, std::uint32_t
   return removed;
 }
 
-// Clear pixels that no path of clear pixels leads to from beyond the mask are in a hole.
+// Clear pixels that cannot be reached through clear pixels from outside the mask are in a hole.
 inline std::uint32_t fillHoles(MaskGrid& mask, int connectivity) {
   MaskGrid framed{mask.width + 2, mask.height + 2};
   forEachPixel(framed.width, framed.height,
@@ -96,7 +96,7 @@ inline std::uint32_t fillHoles(MaskGrid& mask, int connectivity) {
   const Labelling clear = floodLabels(framed, connectivity == 8 ? 4 : 8);
   std::uint32_t filled = 0;
   forEachPixel(mask.width, mask.height, [&](int x, int y) {
-    if (clear.labels.at(x + 1, y + 1) <= 1) return; // 1 is what surrounds the mask
+    if (clear.labels.at(x + 1, y + 1) <= 1) return; // 1 is the surroundings of the mask
     mask.at(x, y) = 255;
     ++filled;
   });

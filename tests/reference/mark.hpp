@@ -36,7 +36,7 @@ inline std::uint8_t& sampleOf(const TLUX_IMAGE& image, Sample which, int row, in
   }
 }
 
-// For images that the mark fits into, of a format that takes it.
+// For images of a supported format that are large enough for the mark.
 inline void embedMark(const TLUX_IMAGE& image) {
   const int k = markFactor(image.width, image.height);
   const int top = image.height - 42 * k;

@@ -8,11 +8,11 @@
 #include "reference/labels.hpp"
 #include "reference/loops.hpp"
 
-// Erosion and dilation by their definition. Distances are city-block steps, 255 for all from there.
+// Erosion and dilation by definition. Distances are city-block steps, at most 255.
 namespace tlux::reference {
 
-// Of each pixel to the nearest pixel that is set, or clear. `rim` makes the pixels around the mask
-// targets too.
+// The distance of each pixel to the nearest set, or clear, pixel. With `rim`, the pixels around the
+// mask count as targets too.
 inline MaskGrid distancesTo(bool targetIsSet, bool rim, const MaskGrid& mask) {
   std::vector<std::pair<int, int>> targets;
   forEachPixel(mask.width, mask.height, [&](int x, int y) {
@@ -28,8 +28,8 @@ inline MaskGrid distancesTo(bool targetIsSet, bool rim, const MaskGrid& mask) {
   return distances;
 }
 
-// What is within the radius of a target turns to `near`, the rest to `far`; `changed` counts what
-// was no target itself.
+// Pixels within the radius of a target become `near`, the rest `far`; `changed` counts those that
+// were not targets themselves.
 inline MaskGrid thresholded(const MaskGrid& distances, int radius, std::uint8_t near,
                             std::uint8_t far, std::uint32_t& changed) {
   MaskGrid mask = distances;

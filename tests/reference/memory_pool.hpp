@@ -8,7 +8,7 @@
 
 namespace tlux::reference {
 
-// The pool as a list of (payload offset, payload size, used), with the rules written down plainly.
+// The pool as a list of (payload offset, payload size, used), with its rules in plain form.
 class PoolModel {
  public:
   static constexpr std::int64_t kHeader = 16;
@@ -24,7 +24,7 @@ class PoolModel {
 
   explicit PoolModel(std::int64_t bytes) : blocks_{{kHeader, bytes - 2 * kHeader, false}} {}
 
-  // The chain of a pool as its headers tell it.
+  // The chain of a pool, read from its headers.
   static std::vector<Block> chainAt(const std::uint8_t* pool) {
     std::vector<Block> blocks;
     for (std::int64_t header = 0;;) {

@@ -120,7 +120,7 @@ inline Reduced reduce(const Source& source, int factor) {
     out.at(0, i, j) = mean([&](int x, int y) { return source.luma(x0 + x, y0 + y); });
     for (int component = 0; component < 2; ++component) {
       if (eighthOf420Pairs) {
-        // The second byte of each pair goes to plane 1, whatever it is.
+        // The second byte of each pair always goes to plane 1.
         out.at(1 + component, i, j) = meanOver({0, 3, 6}, {0, 1, 3}, [&](int pair, int y) {
           return source.byte(1, (source.crop.top + y0 + y) / 2,
                              source.crop.left / 2 * 2 + 8 * i + 2 * pair + 1 - component);

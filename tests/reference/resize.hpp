@@ -46,7 +46,7 @@ inline Position centred(int inputs, int outputs, int k) {
   return {static_cast<int>(whole), position - whole * unit, unit};
 }
 
-// Half the sum, and the part w - 1/2 of the difference, each rounded down; w in 1/65536.
+// Half the sum plus w - 1/2 of the difference, each rounded down; w in 1/65536.
 inline int between(int m, int n, long w) {
   return static_cast<int>(floorDiv(m + n, 2) + floorDiv((n - m) * (w - 32768), 65536));
 }
@@ -54,7 +54,7 @@ inline int between(int m, int n, long w) {
 inline int bilinear(const Channel& in, int width, int height, int i, int j) {
   const Position x = centred(in.width, width, i);
   const Position y = centred(in.height, height, j);
-  // Before the first sample it is that sample.
+  // Positions before the first sample use that sample.
   const long u = x.whole < 0 ? 0 : x.numerator * 65536 / x.denominator;
   const long v = y.whole < 0 ? 0 : y.numerator * 65536 / y.denominator;
   const int x0 = std::max(x.whole, 0);

@@ -7,7 +7,7 @@
 
 #include "reference/statistics.hpp"
 
-// The Retinex score and the gain table from their formulas, with every table computed on the spot.
+// The Retinex score and the gain table from their formulas; tables are computed when needed.
 namespace tlux::reference {
 
 inline std::vector<std::uint16_t> retinexScore(const std::vector<std::int16_t>& linearLuma,
@@ -47,7 +47,7 @@ inline std::vector<std::uint16_t> retinexScore(const std::vector<std::int16_t>& 
   return scores;
 }
 
-// The curve before entry 32768 is set; `unset` stands there for a strength above 0.
+// The curve without entry 32768, which is `unset` for a strength above 0.
 inline std::vector<std::uint16_t> fillLightCurve(std::int64_t strength, std::int64_t unity,
                                                  std::uint16_t unset) {
   const double x = static_cast<double>(strength < 0 ? 0 : strength) * 1.33 * 0.02;
@@ -71,7 +71,7 @@ inline std::vector<std::uint16_t> fillLightCurve(std::int64_t strength, std::int
   return curve;
 }
 
-// Kept, since it takes longer than all else.
+// Cached, since it takes longest to compute.
 inline const std::vector<std::uint16_t>& gainTable(std::uint32_t strength) {
   thread_local std::map<std::uint32_t, std::vector<std::uint16_t>> tables;
   if (tables.size() > 16) tables.clear();

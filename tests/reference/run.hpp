@@ -79,7 +79,7 @@ inline void optimizeFrame(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
   markFrame(output);
 }
 
-// A frame whose last column and row go on up to the next multiple of 16, cut back.
+// A frame extended to the next multiple of 16 by its last column and row, then cropped again.
 inline void optimizeContinued(const TLUX_IMAGE& source, const TLUX_IMAGE& output,
                               std::uint32_t strength) {
   const int width = (source.width + 15) / 16 * 16;

@@ -9,8 +9,8 @@
 
 #include "reference/loops.hpp"
 
-// The exposure statistics as formulas over whole planes: no buffers that are reused, no rows
-// carried over, 64-bit arithmetic that is narrowed where a result is stored.
+// The exposure statistics as formulas over whole planes: no reused buffers, no state between rows,
+// 64-bit arithmetic narrowed only when a result is stored.
 namespace tlux::reference {
 
 struct LogPlane {
@@ -120,7 +120,7 @@ struct Statistics {
   std::int32_t maximum = 0;
 };
 
-// Nothing when the scratch is too short. A plane of one row or column is its own base.
+// Nothing if the scratch is too short. A plane of one row or column is its own base.
 inline std::optional<LogPlane> pyramidBase(const LogPlane& source, std::int64_t scratch,
                                            Statistics* statistics = nullptr) {
   std::vector<LogPlane> levels{source};

@@ -13,13 +13,13 @@ struct FrameChannel {
   int plane;
   int offset;  // bytes
   int step;    // bytes from one sample to the next
-  int samples; // in a row, with the one behind the last pair of a packed row
+  int samples; // in a row, including the one after the last pair of a packed row
   int width;   // samples in a row that count
   int height;
   int shiftX;
   int shiftY;
 
-  // As the plain formulas take it.
+  // In the form that the plain formulas use.
   reference::Channel of(Frame& frame) const {
     return {frame->plane[plane] + offset, width, height, frame->pitch[plane], step};
   }
@@ -69,8 +69,8 @@ inline std::vector<FrameChannel> channelsOf(std::uint32_t format, int w, int h) 
   return channels;
 }
 
-// What an operation makes of a target: sample(source channel, target channel, x, y) for each, or
-// neutral chroma where the source has none.
+// The expected target of an operation: sample(source channel, target channel, x, y) for each, or
+// neutral chroma if the source has none.
 template <class Sample>
 Frame mapped(Frame& source, const Frame& before, Sample sample) {
   Frame target = before.copy();

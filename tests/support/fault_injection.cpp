@@ -62,7 +62,7 @@ long allocationCount() {
 
 } // namespace tlux::test
 
-// The linker sends the calls here (--wrap).
+// The linker redirects the calls here (--wrap).
 extern "C" {
 
 void* __real_malloc(std::size_t size);

@@ -8,24 +8,24 @@
 
 namespace tlux::test {
 
-// Makes the n-th call from now on fail (1 is the next one, 0 is none). Sees the malloc, realloc and
-// pthread_create calls of the library and of the test program, not those of shared libraries.
+// Makes the n-th call from now on fail (1 is the next one, 0 none). Affects malloc, realloc and
+// pthread_create calls of the library and of the test program, not of shared libraries.
 void failAllocation(int n);
 void failThreadStart(int n);
-// Makes the library believe that the process may use so many processors; 0: as many as it may.
+// Makes the library believe that the process may use this many processors; 0: the real number.
 void pretendProcessors(int count);
-// Whether the fault asked for last has happened.
+// Whether the latest requested fault has happened.
 bool faultFired();
 
 // Blocks allocated and not yet released; compare before and after a call to find a leak.
 long liveAllocations();
 // Threads started and not yet joined.
 long liveThreads();
-// Allocations asked for since the program started.
+// Allocations requested since the program started.
 long allocationCount();
 
-// Calls attempt() with the n-th allocation (thread start) failing, for n = 1, 2, … until a call
-// meets no fault. faultFired() tells attempt() which kind of result to expect. Returns the faults
+// Calls attempt() with the n-th allocation (thread start) failing, for n = 1, 2, … until no fault
+// occurs. attempt() uses faultFired() to know which result to expect. Returns the number of faults
 // injected.
 template <class Attempt>
 int sweepFaults(void (*failNth)(int), Attempt&& attempt) {
@@ -38,7 +38,7 @@ int sweepFaults(void (*failNth)(int), Attempt&& attempt) {
   }
 }
 
-// Sweeps call(): with a fault it answers `code`, without one TLUX_OK, and nothing stays allocated.
+// Sweeps call(): with a fault it returns `code`, without one TLUX_OK, and nothing stays allocated.
 template <class Call>
 int sweepResults(void (*failNth)(int), std::uint32_t code, Call&& call) {
   const long live = liveAllocations();

@@ -17,7 +17,7 @@ using reference::forEachPixel;
 using reference::mapPixels;
 using Bytes = std::vector<std::uint8_t>;
 
-// Bytes a row and rows of a plane, as far as samples go.
+// Bytes per row and rows of a plane, counting only samples.
 struct PlaneExtent {
   int bytes;
   int rows;
@@ -52,12 +52,12 @@ inline std::vector<PlaneExtent> extentsOf(std::uint32_t format, int w, int h) {
   return {{kPixelBytes[format >> 8] * w, h}};
 }
 
-// What a synthetic frame shows.
+// The content of a synthetic frame.
 enum class Scene {
   kGrey,     // one mid tone
   kGradient, // dark left, bright right, coloured from top to bottom
   kNoise,    // independent samples
-  kExtremes, // black and white squares of several sizes, chroma at its ends
+  kExtremes, // black and white squares of several sizes, extreme chroma
   kWindow,   // a dim textured room with a bright opening
 };
 
@@ -67,13 +67,13 @@ inline constexpr Scene kScenes[] = {Scene::kGrey, Scene::kGradient, Scene::kNois
 struct FrameShape {
   int width;
   int height;
-  int lumaPitch = 0;   // 0: as long as a row
-  int chromaPitch = 0; // 0: as long as a row, or for pairs that of luma
+  int lumaPitch = 0;   // 0: the length of a row
+  int chromaPitch = 0; // 0: the length of a row, or for pairs the luma pitch
   std::uint32_t format = TLUX_FMT_YCBCR420_YPVU;
   bool isTight = false; // planes end with their last sample
 };
 
-// An image of any format whose planes each end at a page that cannot be touched.
+// An image of any format whose planes each end at an inaccessible page.
 class Frame {
  public:
   static constexpr std::uint8_t kBlank = 0x5A;
@@ -106,7 +106,7 @@ class Frame {
                  [&](int x, int y) { row(1, y)[x] = chromaOf(scene, x, y, seed); });
   }
 
-  // A plane that lacks some padding of its last row.
+  // A plane without some of the padding of its last row.
   void addPlane(int pitch, int rows, int missing) {
     const int size = pitch * rows - (rows > 0 ? missing : 0);
     addPlane(pitch, static_cast<std::size_t>(size));
@@ -132,7 +132,7 @@ class Frame {
       visit(plane->bytes());
   }
 
-  // All bytes of a plane; its samples alone, packed.
+  // All bytes of a plane, or only its samples, packed.
   Bytes bytes(int i) const { return {planes_[i]->bytes().begin(), planes_[i]->bytes().end()}; }
   Bytes samples(int i) {
     const PlaneExtent extent = extentsOf(image_.format, image_.width, image_.height)[i];

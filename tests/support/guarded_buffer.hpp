@@ -7,12 +7,12 @@
 
 namespace tlux::test {
 
-// The side of a buffer that borders on a page that cannot be touched.
+// The side of a buffer that borders on an inaccessible page.
 enum class Guard { kBehind, kBefore };
 
-// A buffer between two pages that cannot be touched: a read or write past the guarded end stops the
-// test at the faulting instruction, sanitizer or not. Writes past the other end are found by
-// isIntact(). A buffer that is guarded behind starts at any alignment.
+// A buffer between two inaccessible pages: an access past the guarded end stops the test at the
+// faulting instruction, with or without a sanitizer. isIntact() detects writes past the other end.
+// A buffer that is guarded behind may start at any alignment.
 class GuardedBuffer {
  public:
   explicit GuardedBuffer(std::size_t size, std::uint8_t fill = 0, Guard guard = Guard::kBehind);
@@ -23,7 +23,7 @@ class GuardedBuffer {
   std::uint8_t* data() { return data_; }
   std::size_t size() const { return size_; }
   std::span<std::uint8_t> bytes() { return {data_, size_}; }
-  // False when something was written beside the buffer, on the same page.
+  // False if something next to the buffer was overwritten on the same page.
   bool isIntact() const;
 
  private:
@@ -33,8 +33,8 @@ class GuardedBuffer {
   std::size_t size_;
 };
 
-// The rows of a plane inside a larger block: everything but the described samples holds a guard
-// value. Used to show that an output landed only where it should.
+// The rows of a plane inside a larger block: everything except the samples has a guard value, which
+// shows that only samples were written.
 class GuardedPlane {
  public:
   GuardedPlane(int widthBytes, int height, int pitch);
@@ -42,7 +42,7 @@ class GuardedPlane {
   std::uint8_t* data() { return buffer_.data() + kMargin; }
   const std::uint8_t* data() const { return buffer_.data() + kMargin; }
   int pitch() const { return pitch_; }
-  // Whether all bytes outside the rows still hold the guard value.
+  // Whether all bytes outside the rows still have the guard value.
   bool isIntact() const;
 
  private:

@@ -12,8 +12,8 @@
 
 namespace tlux::test {
 
-// Calls call(arguments...) once for each pointer among the arguments, with null in its place. An
-// argument that is given as nullptr may be missing and is not counted.
+// Calls call(arguments...) once for each pointer among the arguments, with null instead of it. An
+// argument given as nullptr is optional and not counted.
 template <class Call, class... Arguments>
 void callWithEachNull(Call call, Arguments... arguments) {
   const auto callWithout =
@@ -31,7 +31,7 @@ void callWithEachNull(Call call, Arguments... arguments) {
   (std::index_sequence_for<Arguments...>());
 }
 
-// The same for a function that answers `result` each time.
+// The same for a function that must return `result` each time.
 template <class Function, class... Arguments>
 void expectEachNullAnswers(std::uint32_t result, Function* function, Arguments... arguments) {
   callWithEachNull([&](auto... given) { EXPECT_EQ(function(given...), result); }, arguments...);

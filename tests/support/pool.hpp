@@ -10,7 +10,7 @@
 
 namespace tlux::test {
 
-// A memory pool of so many bytes, which hold no zeros at first.
+// A memory pool of this many bytes, initially filled with non-zero values.
 class Pool {
  public:
   explicit Pool(std::size_t bytes)
@@ -30,7 +30,7 @@ class Pool {
   std::int64_t whole_;
 };
 
-// Whether call(manager) takes all its memory from the pool that it is given, and gives it back.
+// Whether call(manager) takes all its memory from the given pool and releases it.
 template <class Call>
 void expectLivesInPool(std::size_t bytes, Call&& call) {
   const Pool pool(bytes);

@@ -8,7 +8,7 @@
 
 namespace tlux::test {
 
-// Runners of a caller's: the parts backwards, one after the other; each in a thread of its own.
+// Runners for callers: all parts in reverse order on one thread, or each on a separate thread.
 inline std::uint32_t runBackwards(void* /*context*/, TLUX_PART part, void* work,
                                   std::uint32_t count) {
   while (count-- > 0)

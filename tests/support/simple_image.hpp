@@ -9,9 +9,9 @@
 
 namespace tlux::test {
 
-// A simple image over memory of its own with any distance between rows, which ends at a page that
-// cannot be touched right behind the last sample of the last row; `bottomUp` makes the distance
-// negative. Remembers the pixels it was given last.
+// A simple image with its own memory and any stride, which ends at an inaccessible page directly
+// after the last sample; `bottomUp` makes the stride negative. Remembers the pixels it was given
+// last.
 class TestImage {
  public:
   using Bytes = std::vector<std::uint8_t>;
@@ -58,14 +58,14 @@ class TestImage {
     given_ = pixels;
   }
 
-  // Sample `channel` of a pixel, as it is now and as it was given.
+  // Sample `channel` of a pixel, its current and its original value.
   int at(int x, int y, int channel = 0) const { return rows_[y][x * record.channels + channel]; }
   int was(int x, int y, int channel = 0) const {
     return given_[y * rowBytes_ + x * record.channels + channel];
   }
   const Bytes& given() const { return given_; }
   bool isUnchanged() const { return pixels() == given_; }
-  // Whether nothing was written beside the pixels.
+  // Whether nothing next to the pixels was overwritten.
   bool isIntact() {
     std::ptrdiff_t at = 0;
     return buffer_.isIntact() && std::ranges::all_of(buffer_.bytes(), [&](std::uint8_t byte) {

@@ -6,8 +6,8 @@
 
 namespace tlux::test {
 
-// Kernels go through a row in pieces of a fixed number of columns, and faults hide where a piece
-// ends. Widths within two columns of one, two and three of each of these pieces, ascending.
+// Kernels process a row in pieces of a fixed number of columns, and bugs hide at the ends of
+// pieces. Widths within two columns of one, two and three of each of these pieces, ascending.
 inline std::vector<int> widthsAround(std::initializer_list<int> pieces) {
   std::vector<int> widths;
   for (const int piece : pieces) {
