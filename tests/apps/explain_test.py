@@ -100,7 +100,7 @@ class Explain(CommandTest):
                 self.assertEqual(shown[::3], shown[1::3])
 
     def test_before_and_after_are_those_of_enhance(self):
-        # Neither side is a multiple of 16, and the picture lies on its side in the file.
+        # Neither side is a multiple of 16, and the picture is stored rotated.
         write_png(self.path("in.png"), scene(203, 149))
         ffmpeg("-i", self.path("in.png"), "-q:v", 1, self.path("in.jpg"))
         turned = self.path("turned.jpg")

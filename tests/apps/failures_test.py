@@ -1,4 +1,4 @@
-"""Whatever goes wrong is told in one line with the right exit code, and leaves no half file."""
+"""Every failure is reported in one line with the right exit code, and leaves no partial file."""
 
 import os
 import resource

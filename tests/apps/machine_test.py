@@ -1,4 +1,4 @@
-"""What the command tells of the machine it runs on."""
+"""What the command reports about the machine it runs on."""
 
 import json
 import re

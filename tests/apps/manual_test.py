@@ -1,4 +1,4 @@
-"""The manual page is sound, and tells of every command and option that the help lists."""
+"""The manual page is valid, and describes every command and option that the help lists."""
 
 import re
 import subprocess
@@ -15,7 +15,7 @@ def sections(source):
     for line in source.splitlines():
         heading = re.match(r"\.S[hs] (.*)", line)
         if heading:
-            # The arguments and options of a command stand behind its name.
+            # The arguments and options of a command follow its name.
             name = re.sub(r" (Ar|Cm|Fl|Brq|Op) .*", "", heading[1])
             found[name] = []
         elif name:

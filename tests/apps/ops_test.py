@@ -75,7 +75,7 @@ class OpTest(CommandTest):
         return result
 
     def op_frame(self, name, frame, *options, out_size=None, first="cr"):
-        """Runs the operation on a raw frame; tells what came out, and what was said."""
+        """Runs the operation on a raw frame; returns the result and the messages."""
         width, height = len(frame.luma[0]), len(frame.luma)
         self.path("in.raw").write_bytes(frame.bytes(first))
         order = "nv21" if first == "cr" else "nv12"
@@ -233,7 +233,7 @@ class Masks(OpTest):
                 self.luma[y][x] = 30 if 10 <= y < 14 and 10 <= x < 16 else 220
 
     def assert_mask(self, operation, options, name, *arguments, dark=False):
-        """The operation makes of the mask what the function does; tells the answer and the report."""
+        """The operation changes the mask like the function; returns the answer and the report."""
         mask = [[255 * ((v >= 100) != dark) for v in row] for row in self.luma]
         expected, answer = by_library(name, mask, *arguments)
         out, result = self.op_frame(operation, Frame.gray(self.luma), "--threshold", 100, *options,

@@ -11,7 +11,7 @@ LIBRARY_RUN = os.environ["TLUX_LIBRARY_RUN"]
 
 
 def raw_frame(width, height, pitch):
-    """Smooth brightness with noise, coloured; whatever lies behind the width is noise too."""
+    """Smooth brightness with noise, coloured; bytes past the width are noise too."""
     noise = random.Random(width * height + pitch)
     frame = bytearray()
     for y in range(height):

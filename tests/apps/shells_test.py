@@ -70,7 +70,7 @@ class Completion(CommandTest):
         self.assertEqual(["nearest", "bilinear", "bicubic"], self.bash(*asked, ""))
         self.assertEqual(["bicubic"], self.bash(*asked, "bic"))
         self.assertEqual(["bash"], self.bash("tlux", "completion", "ba"))
-        # No words of its own: file names where there can be any, which are the shell's affair.
+        # No words: file names, where allowed, are completed by the shell.
         for words in (("enhance", "-o", ""), ("enhance", ""), ("enhance", "--strength", "")):
             self.assertEqual([], self.bash("tlux", *words))
         fish = self.fish(*asked, "")

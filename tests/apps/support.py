@@ -14,7 +14,7 @@ CHANNELS = {GRAY: 1, RGB: 3, GRAY_ALPHA: 2, RGBA: 4}
 
 
 class CommandTest(unittest.TestCase):
-    """Each test works in a folder of its own."""
+    """Each test works in its own folder."""
 
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -33,7 +33,7 @@ class CommandTest(unittest.TestCase):
         self.assertEqual(warnings, result.stderr.count("\n"), result)
 
     def enhance(self, source, output, *options, warnings=0):
-        """Runs the command, which must succeed; tells what it said."""
+        """Runs the command, which must succeed; returns its output."""
         result = self.run_command("enhance", source, "-o", output, *options)
         self.assert_done(result, warnings)
         return result

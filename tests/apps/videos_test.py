@@ -49,7 +49,7 @@ def full(frame, luma_bytes):
 
 class VideoTest(CommandTest):
     def decoded(self, path, width=WIDTH, height=HEIGHT):
-        """The frames as they lie in the file, without any change of range."""
+        """The frames as stored in the file, without any change of range."""
         content = ffmpeg("-noautorotate", "-i", path, "-map", "0:v:0", "-vf",
                          "scale=in_range=tv:out_range=tv", "-vsync", "passthrough",
                          "-f", "rawvideo", "-pix_fmt", "nv12", "-")
@@ -202,7 +202,7 @@ class Surroundings(VideoTest):
         self.assertEqual(before["streams"][1]["disposition"], after["streams"][1]["disposition"])
         for stream in (1, 2):
             self.assertEqual(packets(source, stream), packets(self.path("out.mkv"), stream))
-        # This container does not take the sound, and says so; it has text of its own kind.
+        # This container does not support the sound, which is reported; it has its own text format.
         self.enhance(source, "out.webm", warnings=1)
         self.assertEqual(["vp9", "webvtt"],
                          [stream["codec_name"] for stream in probe(self.path("out.webm"))["streams"]])

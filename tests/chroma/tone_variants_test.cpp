@@ -11,7 +11,7 @@
 namespace tlux::test {
 namespace {
 
-// Padding between the rows, and none behind the last one.
+// Padding between the rows, and none after the last one.
 FrameShape padded(int width, int height, int padding) {
   FrameShape shape{width, height, width + padding, width + padding + 2};
   shape.isTight = true;

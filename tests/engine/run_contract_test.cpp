@@ -171,7 +171,7 @@ TEST(Run, DoesNotDependOnEarlierFrames) {
   }
 }
 
-// What the interface promises a run to need, beside the engine itself.
+// The memory that the interface promises for a run, without the engine itself.
 std::size_t promisedBytes(const FrameShape& shape) {
   const auto referencePixels = static_cast<std::size_t>(shape.width / 16 * 2) *
                                static_cast<std::size_t>(shape.height / 16 * 2);

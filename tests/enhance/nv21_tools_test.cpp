@@ -79,7 +79,7 @@ TEST(ChromaPlanes, ComeApartAndTogether) {
       Frame frame = randomFrame(random, format, width, height, 5);
       const Frame before = frame.copy();
       const auto channels = channelsOf(format, width, height);
-      const int first = format == kNv21 ? 2 : 1; // where Cb lies
+      const int first = format == kNv21 ? 2 : 1; // position of Cb
       const FrameShape shape{channels[1].width, channels[1].height, channels[1].width + 3, 0,
                              TLUX_FMT_GRAY};
       const FrameChannel plane = channelsOf(TLUX_FMT_GRAY, shape.width, shape.height)[0];

@@ -21,7 +21,7 @@ void expectCopied(const Picture& target, const TLUX_RECT& to, Picture source,
                                   << " to " << target.width << "x" << target.height << " at "
                                   << to.left << "," << to.top << " size " << to.right - to.left
                                   << "x" << to.bottom - to.top);
-  if (readsCbHalfARowLow(format, from)) { // one more row for what lies behind the plane
+  if (readsCbHalfARowLow(format, from)) { // one more row, for what is read past the plane
     auto& cb = source.planes[1];
     cb.bytes.resize(cb.bytes.size() + cb.pitch, 0x77);
   }
@@ -42,7 +42,7 @@ void expectCopied(const Picture& target, const TLUX_RECT& to, Picture source,
   EXPECT_TRUE(sourceFrame == frameOf(source));
 }
 
-// All columns of tiny images without padding: the last chroma pair may lie behind the plane.
+// All columns of tiny images without padding: the last chroma pair may be past the plane.
 TEST(Copy, FollowsTheByteWiseRulesAtTheLastByteOfAPlane) {
   Random random(10);
   for (const std::uint32_t format : kCopied) {
@@ -80,7 +80,7 @@ TLUX_IMAGE bottomUp(Frame& frame) {
   return image;
 }
 
-// With padding enough that the pair behind a row is never one of another row.
+// With enough padding that the pair after a row never belongs to another row.
 TEST(Copy, TakesPicturesThatAreStoredBottomUp) {
   Random random(11);
   for (const std::uint32_t format : kCopied) {

@@ -55,7 +55,7 @@ inline Frame randomFrame(Random& random, std::uint32_t format, int width, int he
   return frame;
 }
 
-// Whether the rows of the picture that `extents` tells are those of the image.
+// Whether the picture's rows, described by `extents`, equal those of the image.
 inline bool hasRowsOf(const TLUX_IMAGE& image, const Picture& picture,
                       const std::vector<PlaneExtent>& extents) {
   for (std::size_t i = 0; i < extents.size(); ++i) {

@@ -137,7 +137,7 @@ TEST(WorkerTeam, GivesEachThreadASlotAndWaitsForAll) {
   }
 }
 
-// What one share wrote, the next one reads, whoever does the items; no memory but the items' own.
+// Each share reads what the previous one wrote, no matter which thread did it, and no other memory.
 TEST(WorkerTeam, HandsTheResultsOfAShareToTheNext) {
   constexpr std::int64_t kItems = 64;
   long values[kItems] = {};

@@ -1,4 +1,4 @@
-"""The element within gst-launch-1.0: described, at home in pipelines, leaving nothing behind."""
+"""The element in gst-launch-1.0: documented, working in pipelines, without leaks."""
 
 import unittest
 from pathlib import Path

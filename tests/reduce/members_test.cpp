@@ -163,7 +163,7 @@ TEST(ResampleMembers, EqualTheirFormulasAtTheEndsOfStretches) {
   }
 }
 
-// Planes without gaps between their rows may be copied as blocks; nothing behind them is touched.
+// Planes without gaps between their rows may be copied as blocks; nothing after them is touched.
 TEST(ResampleMembers, ReducePlanesWithoutGaps) {
   Random random(24);
   for (const int top : {0, 1, 2}) {

@@ -18,7 +18,7 @@ TEST(ResampleMembers, ReadNoPairInARectangleOfOneColumn) {
   const TLUX_CROP_RECT lastColumn{kWidth - 1, 0, kWidth - 1, kHeight - 1};
   for (const auto widen : {TLUX_ResampleImage1_YCBYCR, TLUX_ResampleImage1_BAYER}) {
     widen(&source, &destination, &lastColumn);
-    // Also at the left edge, where the group stands in for the one before it.
+    // Also at the left edge, where the group is used instead of the one before it.
     TLUX_IMAGE column = source;
     column.plane[0] += 2 * (kWidth - 1);
     column.width = 1;

@@ -25,7 +25,7 @@ TEST(FillHoles, ConnectsHolesTheOtherWay) {
   }
 }
 
-// The labels are the host's by then: any value may stand in the plane.
+// The host may have changed the labels: the plane may contain any value.
 TEST(RegionStatistics, IgnoresLabelsWithoutARecord) {
   std::vector<std::uint32_t> labels = {0, 3, 3, 0xFFFFFFFF, 2, 2, 2, 3, 0x80000000, 0, 4, 3};
   TLUX_REGION regions[4] = {};

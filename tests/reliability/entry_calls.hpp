@@ -11,7 +11,7 @@
 #include "support/random.hpp"
 #include "tlux.h"
 
-// Tiny scenes, and the calls on them of functions that take alike arguments.
+// Tiny scenes, and calls on them for functions with similar arguments.
 namespace tlux::test {
 
 // Sides of the planes. Frames have 8 times the sides of kLowWidth × kLowHeight planes.

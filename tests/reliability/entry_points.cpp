@@ -242,7 +242,7 @@ const EntryPoint kEntryPoints[] = {
        return TLUX_TRegionLabel_FillHoles(manager, out, kWidth, kWidth, kHeight, 8, nullptr);
      }},
 
-    // Without memory of its own: here for its bytes
+    // allocates nothing; listed for its bytes
     {"ColorMap", 3 * kPixels,
      [](MMemMgr, std::uint8_t* out) {
        return ColorMap(pixels(), kWidth, out, 3 * kWidth, kWidth, kHeight);

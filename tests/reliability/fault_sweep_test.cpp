@@ -64,7 +64,7 @@ class FaultSweep : public testing::TestWithParam<EntryPoint> {
     });
   }
 
-  // Whether a call in a pool over so many bytes, which end at a protected page, did all it should.
+  // Whether a call with a pool of this size, which ends at a protected page, succeeded completely.
   bool fitsIn(std::size_t bytes) const {
     GuardedBuffer memory(bytes, 0xFF);
     MMemMgr manager = MMemMgrCreate(memory.data(), bytes);

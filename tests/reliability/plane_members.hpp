@@ -11,7 +11,7 @@ namespace tlux::test {
 
 using reference::Size;
 
-// Memory of one call: rows of samples, so many bytes apart.
+// Memory of one call: rows of samples and their distance in bytes.
 struct PlaneCall {
   const std::uint8_t* input;
   int inputPitch;

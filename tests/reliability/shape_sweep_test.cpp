@@ -24,7 +24,7 @@ int roundedUp(int value, int unit) {
   return (value + unit - 1) / unit * unit;
 }
 
-// Rows of samples that end with the last sample, at a page that cannot be touched or behind one.
+// Rows of samples that end directly before an inaccessible page, or start directly after one.
 class Rows {
  public:
   Rows(int rowBytes, int rows, int pitch, Guard guard = Guard::kBehind)
@@ -39,7 +39,7 @@ class Rows {
     for (std::ptrdiff_t y = 0; y < rows_; ++y)
       std::copy_n(samples.begin() + y * rowBytes_, rowBytes_, data() + y * pitch_);
   }
-  // Whether these are the samples, and nothing beside them was written.
+  // Whether these are the samples, and nothing else was written.
   bool holds(const Bytes& samples) {
     if (samples.size() != static_cast<std::size_t>(rowBytes_) * rows_) return false;
     for (std::ptrdiff_t y = 0; y < rows_; ++y) {

@@ -23,7 +23,7 @@ TEST(ResizeImage, CopiesEveryByteOfEqualSizes) {
   for (const std::uint32_t format : kCopied) {
     if (!isResized(format)) continue;
     for (const auto& [width, height] : kSizes) {
-      // Interleaved chroma of odd width has a byte behind its last pair.
+      // Interleaved chroma of odd width has a byte after its last pair.
       if ((format >> 8) == 8 && width % 2 != 0) continue;
       Frame in = randomFrame(random, format, width, height, 0);
       for (ResizeImage* resize : {asfImageResize_NN, asfImageResize_BL}) {

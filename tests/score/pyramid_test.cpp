@@ -21,7 +21,7 @@ using Samples = std::vector<std::int16_t>;
 
 constexpr std::int16_t kUntouched = 0x5555;
 
-// Scratch that ends at a page that cannot be touched.
+// Scratch that ends at an inaccessible page.
 class ScratchRows {
  public:
   explicit ScratchRows(std::size_t samples) : memory_(samples * sizeof(std::int16_t), 0x5A) {}

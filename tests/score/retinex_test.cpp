@@ -38,7 +38,7 @@ void expectScores(const LogPlane& linear, void* workBuffer) {
 }
 
 // Sizes around the change of the pyramid's memory (2048 and 2050 pixels), and frames too narrow for
-// it; without and with a work buffer that ends at a page that cannot be touched.
+// it; without and with a work buffer that ends at an inaccessible page.
 TEST(RetinexScore, MatchesTheFormula) {
   const std::pair<int, int> sizes[] = {{1, 1},    {1, 40},   {40, 1},   {3, 5},
                                        {23, 89},  {32, 64},  {683, 3},  {41, 50},

@@ -122,7 +122,7 @@ TEST(Stream, RejectsFramesAndWritesNothing) {
   EXPECT_EQ(TLUX_RunStream(stream.get(), frame.get(), nullptr, 50), TLUX_ERR_INVALID_PARAM);
 }
 
-// Two pictures side by side in one buffer: each lies in the padding of the other.
+// Two pictures side by side in one buffer: each is in the padding of the other.
 TEST(Stream, TakesFramesInEachOthersPadding) {
   const FrameShape shape{64, 48, 128, 128};
   Frame both(shape, Scene::kWindow);

@@ -107,7 +107,7 @@ TEST(ChromaRule, EqualsItsFormula) {
   }
 }
 
-// Whoever works, wherever the rows lie, in place or not: the same picture.
+// The same picture with any threads, any pitches, in place or not.
 TEST(NaturalStream, IsTheSamePictureForAnyThreadsPitchAndPlace) {
   Random random(11);
   const auto kinds = everyKindOfThreads(TLUX_TONES_NATURAL);
@@ -137,7 +137,7 @@ TEST(NaturalStream, IsTheSamePictureForAnyThreadsPitchAndPlace) {
   }
 }
 
-// Two streams at once, each with threads of its own.
+// Two streams at once, each with its own threads.
 TEST(NaturalStream, RunsBesideAnother) {
   const FrameShape shape{320, 180};
   Frame expected(shape);

@@ -45,7 +45,7 @@ struct Picture {
 
 Picture makePicture(const VideoShape& shape, Scene scene, std::uint32_t seed = 1);
 
-// Where the planes lie in a buffer.
+// The layout of the planes in a buffer.
 struct Layout {
   gint stride[GST_VIDEO_MAX_PLANES];
   gsize offset[GST_VIDEO_MAX_PLANES];
@@ -56,12 +56,12 @@ enum class Placing {
   kDefault, // as the caps alone say
   kTight,   // no byte that is not a sample
   kPadded,  // gaps before, between and within the planes
-  kSwapped, // chroma lies before luma
+  kSwapped, // chroma before luma
 };
 
 Layout layoutOf(const VideoShape& shape, Placing placing);
 
-// A buffer that ends at a page that cannot be touched. It says by a GstVideoMeta where its planes
+// A buffer that ends at an inaccessible page. It says by a GstVideoMeta where its planes
 // lie, unless they do so by default.
 BufferPtr makeBuffer(const VideoShape& shape, Placing placing, const Picture& picture);
 
