@@ -71,7 +71,7 @@ Command addCompare(CLI::App& app) {
       ->required()
       ->type_name("FILE");
   parser->add_flag("--split", options->split, "One picture: left half before, right half after");
-  parser->add_flag("--labels", options->labels, "Write 'before' and 'after' into the picture");
+  parser->add_flag("--labels", options->labels, "Label the two sides as before and after");
   addPictureOptions(*parser, options->picture);
   parser->footer(kExamples);
   return {parser, [options] {
