@@ -15,7 +15,7 @@ struct CopyRects {
   Rect from;
 };
 
-// Null rectangles mean the whole image. False when an image is null, the formats or the sizes of
+// Null rectangles mean the whole image. Invalid when an image is null, the formats or the sizes of
 // the rectangles differ, or a rectangle fails isRectInImage().
 Result resolveRects(const TLUX_IMAGE* target, const TLUX_RECT* targetRect, const TLUX_IMAGE* source,
                     const TLUX_RECT* sourceRect, CopyRects& rects);

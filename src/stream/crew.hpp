@@ -34,7 +34,7 @@ class Crew {
 
   int size() const { return size_; }
 
-  // Starts the stream's own threads if needed. False when that fails.
+  // Starts the stream's own threads if needed.
   Result start();
 
   // Null: the calling thread alone.

@@ -45,7 +45,7 @@ class FrameMemory {
   FrameMemory& operator=(const FrameMemory&) = delete;
   ~FrameMemory() { MMemFree(manager_, block_); }
 
-  // Makes room for a frame. False when memory runs out; the data of earlier frames is then gone.
+  // Makes room for a frame. Fails when memory runs out; the data of earlier frames is then gone.
   Result reserve(const FrameLayout& layout);
 
   const FrameLayout& layout() const { return layout_; }

@@ -37,7 +37,7 @@ Result allocateScores(MMemMgr manager, TLUX_ENGINE& engine) {
   return Result::kOk;
 }
 
-// False when the engine has no scores of this size. Scores of an earlier frame are good enough:
+// Fails when the engine has no scores of this size. Scores of an earlier frame are good enough:
 // tones that lag behind are better than no picture.
 Result updateScores(MMemMgr manager, Team& team, TLUX_ENGINE& engine) {
   const bool hasScores = engine.logGainMap != nullptr && engine.logGainWidth == engine.refWidth &&
