@@ -48,7 +48,7 @@ void addToneOptions(CLI::App& parser, Tones& tones) {
   parser.add_flag("--exact", tones.exact,
                   "Exactly the tones of the library's run, not natural ones");
   addChoice(parser, "--steady", tones.steady, 0U, kMostSteady,
-            "Frames over which the tones follow the scene; 0: each frame independently");
+            "Frames over which the tones follow the scene; 0: no smoothing");
   addChoice(parser, "--colour", tones.colour, 0U, 100U,
             "How far colour follows brightness, in per cent");
 }

@@ -106,7 +106,7 @@ Apply addGuided(CLI::App& parser) {
   addNumber(parser, "-e,--regularisation", options->regularisation, 1, 65025,
             "Square of the difference in levels that counts as an edge");
   addNumber(parser, "--fast", options->reduction, 1, 16,
-            "Work on a picture reduced by this factor, up to a quarter of the radius");
+            "Work on a reduced picture; up to a quarter of the radius");
   return [options](Channels& picture) {
     // Colours vary about a quarter as much as brightness, so this weighs their edges equally.
     const int chromaRegularisation = std::max(options->regularisation / 16, 1);
