@@ -5,7 +5,7 @@ import random
 import subprocess
 import unittest
 
-from support import CommandTest, ffmpeg, largest_difference, pixels, scene, write_png
+from support import CommandTest, ffmpeg, scene, write_png
 
 LIBRARY_RUN = os.environ["TLUX_LIBRARY_RUN"]
 
@@ -97,20 +97,6 @@ class RawFrames(CommandTest):
         nv21 = self.path("out.nv21").read_bytes()
         self.assertEqual(nv21, self.path("out.raw").read_bytes())
         self.assertEqual(exchange_chroma(nv21, width * height), self.path("out.nv12").read_bytes())
-
-    def test_raw_and_picture_show_the_same(self):
-        width, height = 64, 48
-        source = self.path("in.nv12")
-        source.write_bytes(raw_frame(width, height, width))
-        raw = ["--size", f"{width}x{height}", "--format", "nv12"]
-        for output in ["out.png", "out.nv12"]:
-            self.enhance(source, output, *raw)
-        shown = ffmpeg("-f", "rawvideo", "-pix_fmt", "nv12", "-s", f"{width}x{height}",
-                       "-color_range", "pc", "-colorspace", "smpte170m", "-i", self.path("out.nv12"),
-                       "-vf", "scale=in_range=pc:in_color_matrix=bt601:"
-                       "flags=bicubic+accurate_rnd+full_chroma_int",
-                       "-f", "rawvideo", "-pix_fmt", "rgb24", "-")
-        self.assertLessEqual(largest_difference(shown, pixels(self.path("out.png"))), 2)
 
     def test_odd_pictures_leave_as_even_frames(self):
         source = write_png(self.path("in.png"), scene(33, 21))

@@ -7,7 +7,14 @@ extern "C" {
 
 #include <fmt/format.h>
 
+#include <cstring>
+#include <optional>
 #include <stdexcept>
+
+#include "base/library_result.hpp"
+#include "media/packed_rgb.hpp"
+#include "media/semi_planar.hpp"
+#include "tlux/rgb.h"
 
 namespace tlux::app {
 
@@ -93,6 +100,52 @@ ScalerPtr makeScaler(const AVFrame& source, const AVFrame& target) {
   return scaler;
 }
 
+/** Whether rgb.h describes the frame: full range BT.601, chroma between its four luma samples. */
+bool isLibraryFrame(const AVFrame& frame) {
+  const ColorEncoding encoding = colorEncodingOf(frame);
+  return (frame.format == AV_PIX_FMT_NV12 || frame.format == AV_PIX_FMT_NV21) &&
+         encoding.range == AVCOL_RANGE_JPEG &&
+         (encoding.matrix == AVCOL_SPC_BT470BG || encoding.matrix == AVCOL_SPC_SMPTE170M) &&
+         (frame.chroma_location == AVCHROMA_LOC_UNSPECIFIED ||
+          frame.chroma_location == AVCHROMA_LOC_CENTER);
+}
+
+TLUX_PICTURE pictureOf(const AVFrame& rgb, int width, int height, uint32_t layout) {
+  return {rgb.data[0], rgb.linesize[0], width, height, layout, 0};
+}
+
+/** The library leaves the fourth bytes as they are. */
+void fillOpaque(const AVFrame& rgba, int height) {
+  for (int y = 0; y < height; ++y) {
+    std::memset(rgba.data[0] + ptrdiff_t{y} * rgba.linesize[0], 255,
+                static_cast<size_t>(4) * static_cast<size_t>(rgba.width));
+  }
+}
+
+/** Converts RGB to a frame or back as all front ends of the library do; false for other pairs. */
+bool convertByLibrary(const AVFrame& source, const AVFrame& target) {
+  const int width = source.width;
+  const int height = source.height;
+  const std::optional<uint32_t> from = packedRgbLayoutOf(source.format);
+  if (from.has_value() && isLibraryFrame(target) && target.width == FFALIGN(width, 2) &&
+      target.height == FFALIGN(height, 2)) {
+    const TLUX_PICTURE picture = pictureOf(source, width, height, *from);
+    const TLUX_IMAGE image = imageOf(target);
+    checkResult(TLUX_PictureToFrame(&picture, &image));
+    return true;
+  }
+  const std::optional<uint32_t> to = packedRgbLayoutOf(target.format);
+  if (to.has_value() && isLibraryFrame(source) && width % 2 == 0 && height % 2 == 0) {
+    const TLUX_IMAGE image = imageOf(source);
+    const TLUX_PICTURE picture = pictureOf(target, width, height, *to);
+    const bool hasFourthBytes = *to == TLUX_RGBA || *to == TLUX_BGRA;
+    if (hasFourthBytes) fillOpaque(target, height);
+    checkResult(TLUX_FrameToPicture(&image, &picture));
+    return true;
+  }
+  return false;
+}
+
 } // namespace
 
 ColorEncoding colorEncodingOf(const AVFrame& frame) {
@@ -123,6 +176,7 @@ void Converter::convert(const AVFrame& source, AVFrame& target, ColorEncoding en
     throw std::runtime_error(
         fmt::format("pixel layout {} is not supported", descriptorOf(source).name));
   }
+  if (convertByLibrary(source, target)) return;
   if (scaler_ == nullptr || layoutOf(source) != source_ || layoutOf(target) != target_) {
     scaler_ = makeScaler(source, target);
     source_ = layoutOf(source);

@@ -16,6 +16,7 @@ ColorEncoding colorEncodingOf(const AVFrame& frame);
 /**
  * Fills @p target (allocated, at least as large as @p source in each direction) from @p source,
  * with accurate rounding and interpolated chroma, and records the encoding in it. Alpha is ignored.
+ * RGB and frames of the library's own encoding go through tlux/rgb.h, all else through libswscale.
  * Throws std::runtime_error for a layout or matrix that cannot be converted.
  */
 void convert(const AVFrame& source, AVFrame& target, ColorEncoding encoding);

@@ -12,9 +12,9 @@ extern "C" {
 #include "media/alpha.hpp"
 #include "media/color_profile.hpp"
 #include "media/convert.hpp"
-#include "media/deep_color.hpp"
 #include "media/display_color.hpp"
 #include "media/orientation.hpp"
+#include "media/packed_rgb.hpp"
 #include "media/semi_planar.hpp"
 
 namespace tlux::app {
@@ -52,8 +52,8 @@ FramePtr toSemiPlanar(const AVFrame& decoded) {
               static_cast<size_t>(frame->linesize[1]) * static_cast<size_t>(height / 2));
   const FramePtr shown = toDisplayColor(decoded);
   const AVFrame& colors = shown == nullptr ? decoded : *shown;
-  const FramePtr reduced = reduceDeepColor(colors);
-  const AVFrame& source = reduced == nullptr ? colors : *reduced;
+  const FramePtr packed = packRgb(colors);
+  const AVFrame& source = packed == nullptr ? colors : *packed;
   convert(source, *frame, {AVCOL_RANGE_JPEG, colorEncodingOf(source).matrix});
   padToEven(*frame, decoded.width, decoded.height);
   copyColorProfile(decoded, *frame);

@@ -9,7 +9,7 @@ extern "C" {
 #include <cstring>
 #include <utility>
 
-#include "media/deep_color.hpp"
+#include "media/packed_rgb.hpp"
 #include "media/semi_planar.hpp"
 #include "video/sample_rows.hpp"
 
@@ -122,16 +122,18 @@ void FrameImporter::fill(const AVFrame& decoded, AVFrame& target) {
 }
 
 void FrameImporter::fillByConverter(const AVFrame& decoded, AVFrame& target) {
-  if (intermediate_ == nullptr) intermediate_ = makeFrame(AV_PIX_FMT_NV12, width_, height_);
-  // The converter does not write the chroma of gray frames.
+  if (intermediate_ == nullptr) {
+    intermediate_ = makeFrame(AV_PIX_FMT_NV12, FFALIGN(width_, 2), FFALIGN(height_, 2));
+  }
+  // The converter leaves the chroma of gray frames alone.
   std::memset(
       intermediate_->data[1], kNeutralChroma,
       static_cast<size_t>(intermediate_->linesize[1]) * static_cast<size_t>((height_ + 1) / 2));
   intermediate_->chroma_location = decoded.chroma_location;
-  const FramePtr reduced = reduceDeepColor(decoded);
+  const FramePtr packed = packRgb(decoded);
   const FramePtr source(
-      checkAllocated(av_frame_clone(reduced == nullptr ? &decoded : reduced.get())));
-  // Only RGB needs a matrix here; any other frame keeps its own, known or not.
+      checkAllocated(av_frame_clone(packed == nullptr ? &decoded : packed.get())));
+  // Only red, green and blue meet a matrix here; any other frame keeps its own, known or not.
   source->colorspace = AVCOL_SPC_BT470BG;
   converter_.convert(*source, *intermediate_, {range_, AVCOL_SPC_BT470BG});
   if (isRgbLayout(decoded.format)) target.colorspace = AVCOL_SPC_BT470BG;
