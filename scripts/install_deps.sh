@@ -29,7 +29,7 @@ missing_command() {
 packages_of() {
   case $1 in
     build) echo g++ cmake ninja-build pkg-config ;;
-    test) echo libgtest-dev python3 ffmpeg libtiff-tools libheif-examples libimage-exiftool-perl parallel groff-base mandoc zsh fish ;;
+    test) echo libgtest-dev python3 python3-numpy ffmpeg libtiff-tools libheif-examples libimage-exiftool-perl parallel groff-base mandoc zsh fish ;;
     app) echo libavformat-dev libavcodec-dev libswscale-dev libavutil-dev libcli11-dev libfmt-dev libavfilter-dev libjpeg-dev libtiff-dev liblcms2-dev libexiv2-dev libheif-dev fonts-dejavu-core ;;
     bench) echo python3 libbenchmark-dev libopencv-dev libopencv-contrib-dev libyuv-dev gstreamer1.0-opencv ;;
     clang) echo clang libclang-rt-dev ;;

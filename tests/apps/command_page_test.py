@@ -1,16 +1,11 @@
 """The commands of docs/command.md, each block in a folder that holds what it names."""
 
-import os
 import re
 import shutil
-import subprocess
-import unittest
-from pathlib import Path
 
-from support import COMMAND, CommandTest, scene, write_png
+from programs import SOURCE_DIR, CommandTest, scene, write_png
 
-PAGE = Path(os.environ["TLUX_SOURCE_DIR"]) / "docs/command.md"
-BLOCKS = re.findall(r"^```sh\n(.*?)^```$", PAGE.read_text(), re.MULTILINE | re.DOTALL)
+BLOCKS = re.findall(r"^```sh\n(.*?)^```$", (SOURCE_DIR / "docs/command.md").read_text(), re.MULTILINE | re.DOTALL)
 
 
 class CommandPage(CommandTest):
@@ -21,22 +16,16 @@ class CommandPage(CommandTest):
         clip = ["-f", "lavfi", "-i", "testsrc=size=160x96:rate=10:duration=0.5", "-pix_fmt", "yuv420p"]
         raw = ["-f", "lavfi", "-i", "testsrc=size=320x240:rate=2:duration=1", "-pix_fmt", "nv21", "-f", "rawvideo"]
         for arguments in (["-i", "photo.png", "photo.jpg"], [*clip, "clip.mp4"], [*raw, "frames.nv21"]):
-            subprocess.run(["ffmpeg", "-loglevel", "error", *arguments], cwd=self.folder, check=True)
+            self.run_tool("ffmpeg", *arguments)
         shutil.copy(self.path("photo.jpg"), self.path("holiday/beach.jpg"))
         shutil.copy(self.path("clip.mp4"), self.path("holiday/waves.mp4"))
 
     def test_every_block_runs_and_makes_what_it_names(self):
         self.assertGreater(len(BLOCKS), 4)
-        path = f"{Path(COMMAND).parent}{os.pathsep}{os.environ['PATH']}"
         for block in BLOCKS:
             with self.subTest(block):
-                result = subprocess.run(["sh", "-euc", block], cwd=self.folder, env={**os.environ, "PATH": path},
-                                        capture_output=True, text=True, timeout=300, check=False)
+                result = self.run_blocks(block)
                 self.assertEqual(0, result.returncode, result.stderr)
                 for output in re.findall(r" -[od] ([\w.]+)|(better\.mkv)", block):
                     self.assertTrue(self.path(max(output)).exists(), output)
-        self.assertEqual(["beach.jpg", "waves.mp4"], sorted(os.listdir(self.path("enhanced"))))
-
-
-if __name__ == "__main__":
-    unittest.main()
+        self.assertEqual(["beach.jpg", "waves.mp4"], self.files("enhanced"))

@@ -1,11 +1,8 @@
 """Whole folders: what is taken from them, how results are named, what is left alone."""
 
 import os
-import unittest
 
-from support import CommandTest, scene, write_png
-
-USAGE, UNREADABLE, FAILED = 1, 2, 3
+from programs import FAILED, UNREADABLE, USAGE, CommandTest, scene, write_png
 
 
 class Folders(CommandTest):
@@ -32,41 +29,28 @@ class Folders(CommandTest):
                  ("trip/out", [], whole | {"old.png"})]
         for folder, options, expected in cases:
             with self.subTest(folder=folder):
-                self.assert_done(self.run_command("enhance", "trip", "-d", folder, *options))
+                self.do("enhance", "trip", "-d", folder, *options)
                 self.assertEqual(expected, self.results(folder))
 
     def test_what_exists_is_skipped_or_refused_on_demand(self):
         arguments = ("enhance", "trip", "-d", "out", "--match", "[bc].*")
         self.path("out").mkdir()
         self.path("out/b.png").write_text("before")
-        skipping = self.run_command(*arguments, "--skip-existing")
-        self.assert_done(skipping)
-        self.assertIn("trip/b.png -> out/b.png: skipped", skipping.stdout)
+        self.assertIn("trip/b.png -> out/b.png: skipped", self.do(*arguments, "--skip-existing").stdout)
         self.path("out/day 1/c.png").unlink()
         self.assert_fails(self.run_command(*arguments, "--no-clobber"), FAILED, "out/b.png", "exists")
         self.assertEqual({"b.png", "day 1/c.png"}, self.results("out"))
         self.assertEqual("before", self.path("out/b.png").read_text())
 
     def test_inputs_of_one_name_are_refused_and_the_others_done(self):
-        result = self.run_command("enhance", "trip", "one.png", "trip/day 1/c.png", "-d", "new",
-                                  "--match", "[bc].*", "--name", "{name}")
-        self.assert_done(result)
+        self.do("enhance", "trip", "one.png", "trip/day 1/c.png", "-d", "new", "--match", "[bc].*", "--name", "{name}")
         result = self.run_command("enhance", "trip/b.png", "one.png", "trip/./b.png", "-d", "out")
         self.assert_fails(result, USAGE, "out/b.png", "trip/b.png and trip/./b.png")
         self.assertEqual({"one.png"}, self.results("out"))
 
     def test_nonsense_is_refused(self):
         self.path("empty").mkdir()
-        for arguments, code, mention in [
-                (["empty", "-d", "out"], UNREADABLE, "empty"),
-                (["trip", "-d", "out", "--match", "*.gif"], UNREADABLE, "trip"),
-                (["trip", "-o", "out.png"], UNREADABLE, "trip"),
-                (["one.png", "-d", "out", "--name", "a/{name}"], USAGE, "--name"),
-                (["one.png", "-d", "out", "--name", "{title}"], USAGE, "--name")]:
-            with self.subTest(arguments=arguments):
-                self.assert_fails(self.run_command("enhance", *arguments), code, mention)
-        self.assertFalse(self.path("out").exists())
-
-
-if __name__ == "__main__":
-    unittest.main()
+        self.assert_each_fails((code, ["enhance", *words.split()], mention) for words, code, mention in [
+            ("empty -d out", UNREADABLE, "empty"), ("trip -d out --match *.gif", UNREADABLE, "trip"),
+            ("trip -o out.png", UNREADABLE, "trip"), ("one.png -d out --name a/{name}", USAGE, "--name"),
+            ("one.png -d out --name {title}", USAGE, "--name")])

@@ -1,14 +1,12 @@
 """What --json prints: one line for each result, of the shape that the documentation gives."""
 
 import json
-import os
 import re
-import unittest
-from pathlib import Path
 
-from support import CommandTest, scene, write_png
+import numpy as np
+from programs import SOURCE_DIR, CommandTest, scene, write_png
 
-PAGE = (Path(os.environ["TLUX_SOURCE_DIR"]) / "docs/command.md").read_text()
+PAGE = (SOURCE_DIR / "docs/command.md").read_text()
 TIMES = {"decode", "run", "encode"}
 
 
@@ -44,8 +42,7 @@ class Json(CommandTest):
                     self.assertLessEqual(TIMES, set(report["milliseconds"]))
 
     def test_numbers_are_those_of_the_work(self):
-        stripes = b"".join(bytes([255 * (x // 8 % 2)]) * 3 for x in range(48))
-        write_png(self.path("in.png"), [stripes] * 32)
+        write_png(self.path("in.png"), np.tile(np.uint8([0, 255]).repeat(8), (32, 3)))
         [report] = self.reports("op", "label", "in.png", "-o", "out.png")
         self.assertEqual(3, report["components"])
 
@@ -64,7 +61,3 @@ class Json(CommandTest):
         self.assertIn("no such file", by_input["missing.png"]["error"])
         for report in reports:
             self.assertLessEqual(set(report), documented("tlux.enhance.1"))
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -2,15 +2,13 @@
 
 import json
 import re
-import unittest
 
-from support import CommandTest
+from programs import USAGE, CommandTest
 
 
 class Machine(CommandTest):
     def test_info(self):
-        result = self.run_command("info")
-        self.assert_done(result)
+        result = self.do("info")
         self.assertRegex(result.stdout, r"(?m)^Processor +(AVX-512|AVX2|SSE2|NEON), \d+ threads")
         sizes = re.findall(r"(?m)^Pool +(\d+) bytes for frames of (\d+)x(\d+)$", result.stdout)
         self.assertIn(("1920", "1080"), [(width, height) for _, width, height in sizes])
@@ -20,17 +18,12 @@ class Machine(CommandTest):
             self.assertLess(pool, 2**20 + width * height)
 
     def test_bench_table(self):
-        result = self.run_command("bench", "--size", "64x48", "--seconds", "0")
-        self.assert_done(result)
-        header, row = result.stdout.splitlines()
+        header, row = self.do("bench", "--size", "64x48", "--seconds", "0").stdout.splitlines()
         self.assertEqual(["frame", "run", "frames/s", "copy", "ratio"], header.split())
         self.assertRegex(row, r"^ +64x48 +[\d.]+ ms +[\d.]+ +[\d.]+ ms +[\d.]+$")
 
     def test_bench_json(self):
-        result = self.run_command("bench", "--json", "--size", "320x240", "--seconds", "0",
-                                  "--strength", "70")
-        self.assert_done(result)
-        report = json.loads(result.stdout)
+        report = json.loads(self.do("bench", "--json", "--size", "320x240", "--seconds", "0", "-s", "70").stdout)
         self.assertEqual(70, report["strength"])
         [measured] = report["results"]
         self.assertEqual((320, 240), (measured["width"], measured["height"]))
@@ -39,11 +32,6 @@ class Machine(CommandTest):
         self.assertGreater(measured["copyMilliseconds"], 0)
 
     def test_bench_nonsense(self):
-        for option, value in (("--size", "63x48"), ("--size", "0x0"), ("--size", "wide"),
-                              ("--strength", "101"), ("--seconds", "-1"), ("--seconds", "long")):
-            with self.subTest(option=option, value=value):
-                self.assert_fails(self.run_command("bench", f"{option}={value}"), 1, option)
-
-
-if __name__ == "__main__":
-    unittest.main()
+        self.assert_each_fails((USAGE, ["bench", f"{option}={value}"], option) for option, value in (
+            ("--size", "63x48"), ("--size", "0x0"), ("--size", "wide"), ("--strength", "101"), ("--seconds", "-1"),
+            ("--seconds", "long")))

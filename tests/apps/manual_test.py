@@ -2,9 +2,8 @@
 
 import re
 import subprocess
-import unittest
 
-from support import CommandTest
+from programs import CommandTest
 
 HELP = {}  # of each command asked for
 
@@ -36,17 +35,13 @@ def options_in(lines):
 class Manual(CommandTest):
     def setUp(self):
         super().setUp()
-        result = self.run_command("help", "--manual")
-        self.assert_done(result)
-        self.page = result.stdout
+        self.page = self.do("help", "--manual").stdout
         self.sections = sections(self.page)
         self.common = options_in(self.sections["COMMON OPTIONS"]) | {"-h", "--help"}
 
     def help_of(self, *command):
         if command not in HELP:
-            result = self.run_command(*command, "--help")
-            self.assert_done(result)
-            HELP[command] = result.stdout
+            HELP[command] = self.do(*command, "--help").stdout
         return HELP[command]
 
     def commands(self, *above):
@@ -68,28 +63,17 @@ class Manual(CommandTest):
                                         check=False)
                 self.assertEqual((0, "", ""), (result.returncode, result.stdout, result.stderr))
 
-    def test_tells_of_every_command_and_option(self):
+    def test_tells_of_the_commands_and_options_that_there_are(self):
         commands = list(self.commands())
         self.assertIn(("op", "blur"), commands)
         for command in commands:
             with self.subTest(command=" ".join(command)):
-                self.assertIn(" ".join(command), self.sections)
-                known = options_in(self.sections[" ".join(command)]) | self.common
-                self.assertEqual(set(), self.options(*command) - known)
-        self.assertLessEqual(self.options(), options_in(self.sections["DESCRIPTION"]))
-
-    def test_tells_of_no_option_that_is_not_there(self):
-        for command in self.commands():
-            with self.subTest(command=" ".join(command)):
                 told = options_in(self.sections[" ".join(command)])
-                self.assertEqual(set(), told - self.options(*command))
+                self.assertEqual((set(), set()), (self.options(*command) - told - self.common, told - self.options(*command)))
+        self.assertLessEqual(self.options(), options_in(self.sections["DESCRIPTION"]))
 
     def test_every_help_teaches(self):
         for command in [(), *self.commands()]:
             text = self.help_of(*command)
             self.assertRegex(text, r"Examples?:\n  \S", command)
             self.assertLess(max(map(len, text.splitlines())), 100, command)
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,102 +1,61 @@
 """Contact sheets and comparisons show what enhance makes, in its place."""
 
-import unittest
-
-from support import CommandTest, pixels, scene, size, write_png
+import numpy as np
+from programs import FAILED, UNREADABLE, USAGE, CommandTest, gray, pixels, scene, write_png
 
 BACKGROUND = 36
 
 
-class Picture:
-    """RGB pixels by rows and columns."""
-
-    def __init__(self, path):
-        self.width, self.height = size(path)
-        self.data = pixels(path)
-
-    def row(self, y, left=0, width=None):
-        start = 3 * (y * self.width + left)
-        return self.data[start:start + 3 * (self.width - left if width is None else width)]
-
-    def part(self, left, top, width, height):
-        return b"".join(self.row(y, left, width) for y in range(top, top + height))
-
-    def is_background(self, y):
-        return set(self.row(y)) == {BACKGROUND}
-
-
 def runs(flags):
     """(start, length) of each run of true flags."""
-    found = []
-    for index, flag in enumerate([*flags, False]):
-        if flag and (index == 0 or not flags[index - 1]):
-            start = index
-        elif not flag and index and flags[index - 1]:
-            found.append((start, index - start))
-    return found
+    edges = np.flatnonzero(np.diff(np.concatenate([[0], flags, [0]])))
+    return [(start, end - start) for start, end in zip(edges[::2], edges[1::2])]
 
 
 class Sweep(CommandTest):
-    def sheet(self, *options, source="in.png", output="sheet.png"):
-        result = self.run_command("sweep", source, "-o", output, *options)
-        self.assert_done(result)
-        return result, Picture(self.path(output))
+    def sheet(self, *options, output="sheet.png"):
+        said = self.do("sweep", "in.png", "-o", output, *options).stdout
+        return said, pixels(self.path(output))
 
     def tiles_of(self, sheet, width, height):
         """Left top corners of what is as high as a tile, found by looking."""
-        rows = [run for run in runs([not sheet.is_background(y) for y in range(sheet.height)])
-                if run[1] >= height]
-        corners = []
-        for top, _ in rows:
-            middle = sheet.row(top + height // 2)
-            filled = [middle[3 * x:3 * x + 3] != bytes([BACKGROUND] * 3) for x in range(sheet.width)]
-            corners += [(left, top) for left, length in runs(filled) if length == width]
-        return corners
+        filled = (sheet != BACKGROUND).any(axis=2)
+        return [(left, top) for top, rows in runs(filled.any(axis=1)) if rows >= height
+                for left, columns in runs(filled[top + height // 2]) if columns == width]
 
     def test_tiles_are_what_enhance_makes(self):
         for width, height, columns in [(173, 129, 2), (96, 131, 3), (320, 48, 1)]:
             with self.subTest(size=(width, height)):
                 write_png(self.path("in.png"), scene(width, height))
-                strengths = [0, 35, 100]
-                result, sheet = self.sheet("--strengths", "0,35,100", "--columns", columns)
-                self.assertIn("strengths 0, 35, 100", result.stdout)
+                said, sheet = self.sheet("--strengths", "0,35,100", "--columns", columns)
+                self.assertIn("strengths 0, 35, 100", said)
                 corners = self.tiles_of(sheet, width, height)
-                self.assertEqual(len(strengths), len(corners))
                 self.assertEqual(columns, len({left for left, _ in corners}))
-                for strength, (left, top) in zip(strengths, corners):
+                for strength, (left, top) in zip((0, 35, 100), corners, strict=True):
                     self.enhance("in.png", "one.png", "-s", strength)
-                    self.assertEqual(pixels(self.path("one.png")),
-                                     sheet.part(left, top, width, height))
+                    self.assert_near(pixels(self.path("one.png")), sheet[top:top + height, left:left + width])
 
     def test_each_tile_has_its_own_label_below(self):
         width, height = 200, 100
-        write_png(self.path("in.png"), [bytes(3 * width)] * height)
+        write_png(self.path("in.png"), np.zeros((height, width, 3), np.uint8))
         _, sheet = self.sheet("--strengths", "0,100", "--columns", 2)
-        corners = self.tiles_of(sheet, width, height)
-        texts = []
-        for left, top in corners:
-            below = sheet.part(left, top + height, width, sheet.height - top - height)
-            self.assertGreater(max(below), 200)
-            rows = [set(below[3 * width * y:3 * width * (y + 1)]) != {BACKGROUND}
-                    for y in range(len(below) // (3 * width))]
-            (start, length), = runs(rows)
+        (left, top), (right, _) = self.tiles_of(sheet, width, height)
+        labels = [sheet[top + height:, x:x + width] for x in (left, right)]
+        (one,), (other,) = (runs((label != BACKGROUND).any(axis=(1, 2))) for label in labels)
+        self.assertEqual(one[0], other[0])
+        for label, (_, length) in zip(labels, (one, other)):
+            self.assertGreater(label.max(), 200)
             self.assertGreaterEqual(length, 10)
-            texts.append(start)
-            texts.append(below)
-        self.assertEqual(texts[0], texts[2])
-        self.assertNotEqual(texts[1], texts[3])
+        self.assertFalse(np.array_equal(*labels))
 
     def test_large_pictures_are_scaled_to_the_tile(self):
         write_png(self.path("in.png"), scene(300, 201))
         _, sheet = self.sheet("--strengths", "50", "--tile-width", 100)
         (left, top), = self.tiles_of(sheet, 100, 67)
         self.enhance("in.png", "one.png", "-s", 50)
-        one = Picture(self.path("one.png"))
+        one = pixels(self.path("one.png"))
         for x, y in [(20, 20), (50, 40), (90, 60)]:
-            block = one.part(3 * x, 3 * y, 3, 3)
-            mean = sum(block) / len(block)
-            shown = sheet.part(left + x, top + y, 1, 1)
-            self.assertLess(abs(sum(shown) / 3 - mean), 12)
+            self.assertLess(abs(sheet[top + y, left + x].mean() - one[3 * y:3 * y + 3, 3 * x:3 * x + 3].mean()), 12)
 
     def test_any_picture_size_makes_a_sheet(self):
         for width, height in [(1, 1), (17, 3), (15, 15)]:
@@ -107,57 +66,45 @@ class Sweep(CommandTest):
 
     def test_nonsense_is_refused(self):
         write_png(self.path("in.png"), scene(20, 20))
-        cases = [(["--strengths", "0,101"], "--strengths"),
-                 (["--strengths", "a"], "--strengths"), (["--tile-width", "0"], "--tile-width"),
-                 (["--columns", "0"], "--columns"), (["-s", "50"], "-s"), (["-o", "in.png"], "in.png"),
-                 (["-o", "out.nv21"], "out.nv21")]
-        for options, mention in cases:
-            with self.subTest(options=options):
-                output = [] if "-o" in options else ["-o", "out.png"]
-                self.assert_fails(self.run_command("sweep", "in.png", *output, *options), 1, mention)
-        self.assert_fails(self.run_command("sweep", "none.png", "-o", "out.png"), 2, "none.png")
-        self.assert_fails(self.run_command("sweep", "in.png", "-o", "no/out.png"), 3, "no/out.png")
-        self.assert_only_files("in.png")
+        self.assert_each_fails((code, ["sweep", "in.png", "-o", "out.png", *options], mention) for code, options, mention in [
+            *((USAGE, option.split(), option.split()[0]) for option in (
+                "--strengths 0,101", "--strengths a", "--tile-width 0", "--columns 0", "-s 50"))])
+        self.assert_each_fails([(USAGE, ["sweep", "in.png", "-o", name], name) for name in ("in.png", "out.nv21")] +
+                               [(UNREADABLE, ["sweep", "none.png", "-o", "out.png"], "none.png"),
+                                (FAILED, ["sweep", "in.png", "-o", "no/out.png"], "no/out.png")])
 
 
 class Compare(CommandTest):
-    def test_split_shows_a_half_of_each(self):
+    def compare(self, output, *options):
+        self.do("compare", "in.png", "-o", output, *options)
+        return pixels(self.path(output))
+
+    def test_shows_both_beside_a_seam_or_a_half_of_each(self):
         for width, height in [(160, 48), (173, 49)]:
             with self.subTest(size=(width, height)):
                 write_png(self.path("in.png"), scene(width, height))
-                self.assert_done(self.run_command("compare", "in.png", "-o", "halves.bmp", "--split",
-                                                  "-s", 90))
                 self.enhance("in.png", "after.bmp", "-s", 90)
-                self.assert_done(self.run_command("compare", "in.png", "-o", "both.bmp", "-s", 90))
-                halves, after, both = (Picture(self.path(name + ".bmp"))
-                                       for name in ("halves", "after", "both"))
-                self.assertEqual((width, height), (halves.width, halves.height))
+                before, after = pixels(self.path("in.png")), pixels(self.path("after.bmp"))
+                both, halves = self.compare("both.bmp", "-s", 90), self.compare("halves.bmp", "--split", "-s", 90)
+                self.assertGreater(both[:, both.shape[1] // 2].min(), 250)
+                shown = gray(self.path("both.bmp"))
+                self.assert_near(gray(self.path("in.png")), shown[:, :width], 2)
+                self.assert_near(gray(self.path("after.bmp"))[:, 8:], shown[:, 8 - width:], 2)
+                self.assertEqual(before.shape, halves.shape)
                 middle = width // 2
-                self.assertGreater(min(halves.part(middle, 0, 1, 8)), 240)
+                self.assertGreater(halves[:8, middle].min(), 240)
                 # Chroma of the seam reaches a few pixels into both halves.
-                self.assertEqual(both.part(0, 0, middle - 8, height),
-                                 halves.part(0, 0, middle - 8, height))
-                self.assertEqual(after.part(middle + 8, 0, width - middle - 8, height),
-                                 halves.part(middle + 8, 0, width - middle - 8, height))
+                self.assert_near(both[:, :middle - 8], halves[:, :middle - 8])
+                self.assert_near(after[:, middle + 8:], halves[:, middle + 8:])
 
     def test_labels_stand_in_the_top_corners(self):
-        write_png(self.path("in.png"), [bytes([0, 0, 0] * 320)] * 100)
+        write_png(self.path("in.png"), np.zeros((100, 320, 3), np.uint8))
         for options in ([], ["--split"]):
             with self.subTest(options=options):
-                for name, labels in (("plain.png", []), ("labelled.png", ["--labels"])):
-                    self.assert_done(self.run_command("compare", "in.png", "-o", name, *options,
-                                                      *labels))
-                plain, labelled = Picture(self.path("plain.png")), Picture(self.path("labelled.png"))
-                self.assertNotEqual(plain.row(20, 0, 100), labelled.row(20, 0, 100))
-                right = plain.width - 100
-                self.assertNotEqual(plain.row(20, right), labelled.row(20, right))
-                self.assertEqual(plain.part(0, 45, plain.width, 55),
-                                 labelled.part(0, 45, plain.width, 55))
+                differs = (self.compare("plain.png", *options) != self.compare("out.png", "--labels", *options)).any(axis=2)
+                self.assertTrue(differs[20, :100].any() and differs[20, -100:].any())
+                self.assertFalse(differs[45:].any())
 
     def test_small_pictures_go_without_labels(self):
         write_png(self.path("in.png"), scene(40, 20))
-        self.assert_done(self.run_command("compare", "in.png", "-o", "out.png", "--labels"), warnings=1)
-
-
-if __name__ == "__main__":
-    unittest.main()
+        self.do("compare", "in.png", "-o", "out.png", "--labels", warnings=1)

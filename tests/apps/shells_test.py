@@ -3,9 +3,8 @@
 import os
 import shutil
 import subprocess
-import unittest
 
-from support import COMMAND, CommandTest
+from programs import USAGE, CommandTest
 
 # Prints what zsh's functions for completion are given, in place of a menu.
 ZSH_PROBE = r"""
@@ -90,7 +89,3 @@ class Completion(CommandTest):
     def test_other_shells_are_refused(self):
         self.assert_fails(self.run_command("completion", "tcsh"), 1, "tcsh")
         self.assert_fails(self.run_command("completion"), 1, "shell")
-
-
-if __name__ == "__main__":
-    unittest.main()

@@ -1,7 +1,5 @@
 """The filter within FFmpeg and melt: the same frames from both."""
 
-import unittest
-
 from support import HostTest
 
 WIDTH, HEIGHT, FRAMES = 320, 184, 10
@@ -24,19 +22,19 @@ class Hosts(HostTest):
 
     def setUp(self):
         super().setUp()
-        (self.folder / "profile").write_text(PROFILE)
+        self.path("profile").write_text(PROFILE)
         self.ffmpeg("-f", "lavfi", "-i", f"testsrc2=s={WIDTH}x{HEIGHT}:r=25:d={FRAMES / 25}", "-vf",
                     "eq=brightness=-0.2", "-pix_fmt", "bgra", "-c:v", "ffv1", "clip.mkv")
 
     def with_ffmpeg(self, parameters):
         self.ffmpeg("-i", "clip.mkv", "-vf", f"frei0r=tlux:{parameters}", "-f", "rawvideo", "-pix_fmt", "rgba", "ffmpeg.raw")
-        return self.hash("ffmpeg.raw")
+        return self.read("ffmpeg.raw")
 
     def with_melt(self, *parameters, threads=0):
-        self.run_in_folder("melt", "-silent", "-profile", self.folder / "profile", "clip.mkv", "-filter", "frei0r.tlux", *parameters,
+        self.run_tool("melt", "-silent", "-profile", self.path("profile"), "clip.mkv", "-filter", "frei0r.tlux", *parameters,
                            "-consumer", "avformat:melt.raw", "f=rawvideo", "vcodec=rawvideo", "pix_fmt=rgba",
                            "mlt_image_format=rgba", "an=1", f"real_time={-threads}")
-        return self.hash("melt.raw")
+        return self.read("melt.raw")
 
     def test_both_give_the_same(self):
         self.assertEqual(self.with_ffmpeg("0.6"), self.with_melt("strength=0.6"))
@@ -52,7 +50,3 @@ class Hosts(HostTest):
                 self.ffmpeg("-f", "lavfi", "-i", "testsrc=r=5:d=0.4", "-vf",
                             f"format=rgba,scale={width}:{height},frei0r=tlux:0.6", "-f", "rawvideo", "out.raw")
                 self.assertEqual(2 * width * height * 4, len(self.read("out.raw")))
-
-
-if __name__ == "__main__":
-    unittest.main()

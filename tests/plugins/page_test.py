@@ -5,12 +5,12 @@ import os
 import re
 import socket
 import subprocess
-import unittest
 from pathlib import Path
 
+from programs import SOURCE_DIR
 from support import DEBIAN_PYTHON, HostTest
 
-PAGE = Path(os.environ["TLUX_SOURCE_DIR"]) / "docs/video-pipelines.md"
+PAGE = SOURCE_DIR / "docs/video-pipelines.md"
 FRAMES = 30
 
 
@@ -41,32 +41,33 @@ class Pipelines(HostTest):
         for old, new in replacements:
             self.assertIn(old, block)
             block = block.replace(old, new)
-        return self.run_in_folder("sh", "-euc", block)
+        return self.run_tool("sh", "-euc", block)
 
     def frame_counts(self, name):
-        """The number of frames of each stream, as decoded."""
-        return self.run_in_folder("ffprobe", "-v", "error", "-count_frames", "-show_entries",
-                                  "stream=codec_type,nb_read_frames", "-of", "csv=p=0", name).split()
+        """The number of frames of each kind of stream, as decoded."""
+        lines = self.run_tool("ffprobe", "-v", "error", "-count_frames", "-show_entries",
+                              "stream=codec_type,nb_read_frames", "-of", "csv=p=0", name).split()
+        return {kind: int(count) for kind, count in (line.split(",") for line in lines)}
 
     def test_paths_of_the_build(self):
         exports = [line for line in command_with("GST_PLUGIN_PATH=").splitlines() if line.startswith("export")]
         root = Path(os.environ["TLUX_BUILD_DIR"]).parents[1]
         script = "\n".join([f"cd {root}", *exports, "gst-inspect-1.0 tlux", 'ls "${FREI0R_PATH%%:*}/tlux.so"'])
-        self.assertIn("strength", self.run_in_folder("sh", "-euc", script.replace(
+        self.assertIn("strength", self.run_tool("sh", "-euc", script.replace(
             "build/release", str(Path(os.environ["TLUX_BUILD_DIR"]).relative_to(root)))))
 
     def test_components(self):
         for component, file in (("gstreamer", "gstreamer-1.0/libgsttlux.so"), ("frei0r", "frei0r-1/tlux.so")):
-            self.run_in_folder("cmake", "--install", os.environ["TLUX_BUILD_DIR"], "--prefix", component,
+            self.run_tool("cmake", "--install", os.environ["TLUX_BUILD_DIR"], "--prefix", component,
                                "--component", component)
             installed = ["/".join(path.parts[-2:]) for path in (self.folder / component).rglob("*") if path.is_file()]
             self.assertEqual([file], installed)
 
     def test_file_to_file(self):
         self.run_block("better.mp4 \\\n")
-        counts = dict(line.split(",") for line in self.frame_counts("better.mp4"))
-        self.assertEqual(str(FRAMES), counts["video"])
-        self.assertGreater(int(counts["audio"]), 0)
+        counts = self.frame_counts("better.mp4")
+        self.assertEqual(FRAMES, counts["video"])
+        self.assertGreater(counts["audio"], 0)
 
     def test_camera_to_screen(self):
         self.run_block("v4l2src", ("v4l2src", f"videotestsrc is-live=true num-buffers={FRAMES}"),
@@ -80,7 +81,7 @@ class Pipelines(HostTest):
         else:
             self.fail("no pipeline ended")
         # The last ones may still be on their way when the pipeline ends.
-        self.assertGreater(int(self.frame_counts("received.h264")[0].split(",")[1]), FRAMES // 2)
+        self.assertGreater(self.frame_counts("received.h264")["video"], FRAMES // 2)
 
     def passes_on_rtsp(self):
         port = unused_port()
@@ -100,9 +101,4 @@ class Pipelines(HostTest):
     def test_frei0r_hosts(self):
         self.run_block("ffmpeg -loglevel error")
         for name in ("better.mp4", "better-too.mp4"):
-            counts = dict(line.split(",") for line in self.frame_counts(name))
-            self.assertEqual(str(FRAMES), counts["video"])
-
-
-if __name__ == "__main__":
-    unittest.main()
+            self.assertEqual(FRAMES, self.frame_counts(name)["video"])
