@@ -1,11 +1,12 @@
 #!/usr/bin/python3
 """Measures what the library's tones and two peers do to pictures, and prints tables in Markdown.
 
-usage: scripts/quality.py [--library FILE] [--strength N] [--quick] [--check] [PICTURE | FOLDER ...]
+usage: scripts/quality.py [--strength N] [--quick] [--check] [PICTURE | FOLDER ...]
 
-The default pictures are those in examples/images. --quick skips the ramps, --check fails if a figure is worse than its
-bar. Build the library first (cmake --preset release). The files in scripts/quality_measures explain each figure and
-name its source.
+Without pictures it takes those of examples/images. --quick leaves out the ramps, --check fails when a figure is
+worse than its bar. The build of the library comes first (cmake --preset release), unless
+TLUX_LIBRARY names another one. What each figure means, with its
+source, is told by the files of scripts/quality_measures.
 """
 
 import argparse
@@ -15,6 +16,8 @@ from pathlib import Path
 import numpy as np
 
 from quality_measures import appearance, methods, pictures, smoothness, steadiness
+
+import tlux  # which quality_measures has found
 
 ROOT = Path(__file__).resolve().parent.parent
 
@@ -45,31 +48,35 @@ MEAN_BARS = {"clipped, points added": 4.0}
 LARGEST_CHANGE_OF_MEAN = 1.25
 
 
-def results(library, rgb, strength):
-    """The picture processed by each available method."""
-    y, uv = library.frame_of(rgb)
-    found = {name: library.rgb_of(*methods.Stream(library, tones, **options).run(y, uv, strength))
+def stream_of(tones, **options):
+    return tlux.Stream(exact=tones == "exact", **options)
+
+
+def results(rgb, strength):
+    """The picture by each method; a method without its library is left out."""
+    y, uv = tlux.rgb_to_frame(rgb)
+    found = {name: tlux.frame_to_rgb(*stream_of(tones, **options).run(y, uv, strength=strength))
              for name, (tones, options) in STREAMS.items()}
     equalized = methods.clahe(y)
     if equalized is not None:
-        found["CLAHE"] = library.rgb_of(equalized, uv)
+        found["CLAHE"] = tlux.frame_to_rgb(equalized, uv)
     found["gamma"] = methods.gamma_to_mean(rgb, appearance.luma(found["natural"][::4, ::4]).mean())
     return found
 
 
-def measured(library, rgb, strength):
+def measured(rgb, strength):
     """Figures by measure and method."""
     before = pictures.without_mark(rgb)
-    after = {name: pictures.without_mark(result) for name, result in results(library, rgb, strength).items()}
+    after = {name: pictures.without_mark(result) for name, result in results(rgb, strength).items()}
     return {measure: {name: of(before, picture) for name, picture in after.items()}
             for measure, of in MEASURES.items()}
 
 
-def ramps(library, rgb, tones):
-    y, uv = library.frame_of(rgb)
-    stream = methods.Stream(library, tones)
+def ramps(rgb, tones):
+    y, uv = tlux.rgb_to_frame(rgb)
+    stream = stream_of(tones)
     lowest, highest = steadiness.ramp_of_means(stream, y, uv)
-    first, left = steadiness.lamp(methods.Stream(library, tones, **({"steady": 8} if tones == "natural" else {})), y, uv)
+    first, left = steadiness.lamp(stream_of(tones, **({"steady": 8} if tones == "natural" else {})), y, uv)
     return {
         "largest jump of a block, codes": steadiness.largest_jump(stream, y, uv),
         "smallest step of the mean, codes": lowest,
@@ -120,19 +127,17 @@ def failures(figures, ramped):
 def main():
     parser = argparse.ArgumentParser(description=__doc__.split("\n\n", maxsplit=1)[0])
     parser.add_argument("pictures", nargs="*", default=[ROOT / "examples/images"])
-    parser.add_argument("--library", default=ROOT / "build/release/src/libtlux.so")
     parser.add_argument("--strength", type=int, default=steadiness.STRENGTH)
     parser.add_argument("--quick", action="store_true", help="skip the ramps")
     parser.add_argument("--check", action="store_true", help="fail if a figure is worse than its bar")
     options = parser.parse_args()
 
-    library = methods.Library(options.library)
     figures, ramped = {}, {}
     for path in pictures.find(options.pictures):
         rgb = pictures.read(path)
-        figures[path.stem] = measured(library, rgb, options.strength)
+        figures[path.stem] = measured(rgb, options.strength)
         if not options.quick:
-            ramped[path.stem] = {tones: ramps(library, rgb, tones) for tones in ("exact", "natural")}
+            ramped[path.stem] = {tones: ramps(rgb, tones) for tones in ("exact", "natural")}
     if not figures:
         parser.error("no pictures")
 

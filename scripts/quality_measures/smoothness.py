@@ -3,6 +3,7 @@
 import ctypes
 
 import numpy as np
+from tlux._library import lib
 
 from .pictures import without_mark
 from .steadiness import STRENGTH
@@ -12,10 +13,10 @@ ENLARGEMENT = 8
 BLOCK, LARGEST_RANGE = 64, 3  # pixels, codes: what counts as smooth
 
 
-def mapped(library, reference, gains):
+def mapped(reference, gains):
     """The reference through its gains: multiplied in linear light, inverted where a gain darkens."""
-    linear = np.array((ctypes.c_uint16 * 256).in_dll(library.calls, "TLUX_Degamma_Table")).astype(np.int64)
-    coded = np.array((ctypes.c_uint8 * 4096).in_dll(library.calls, "TLUX_Gamma_Table8"))
+    linear = np.array((ctypes.c_uint16 * 256).in_dll(lib, "TLUX_Degamma_Table")).astype(np.int64)
+    coded = np.array((ctypes.c_uint8 * 4096).in_dll(lib, "TLUX_Gamma_Table8"))
     gains = gains.astype(np.int64)
     inversion = np.where(gains < 1024, 255, 0)
     applied = np.where(gains < 1024, (1 << 20) // np.maximum(gains, 1), gains)
@@ -63,9 +64,9 @@ def smooth_blocks(plane):
 def largest_difference(stream, y, uv):
     """Codes between a stream's luma and the same steps in double precision; 0 for a picture without smooth blocks."""
     stream.reset()
-    result = without_mark(stream.run(y, uv, STRENGTH)[0])
-    reference, gains = stream.report()
-    slope, offset = coefficients(reference.astype(float), mapped(stream.library, reference, gains))
+    result = without_mark(stream.run(y, uv, strength=STRENGTH)[0])
+    report = stream.explain()
+    slope, offset = coefficients(report.reference.astype(float), mapped(report.reference, report.gains))
     y = without_mark(y)
     rows = -(-y.shape[0] // ENLARGEMENT) + 1
     slope, offset = (enlarged(plane[:rows])[:y.shape[0], :y.shape[1]] for plane in (slope, offset))

@@ -12,7 +12,7 @@ def frames_of(stream, y, uv, exposures):
     for exposure in exposures:
         source = exposure_curve(exposure)[y]
         stream.reset()
-        yield without_mark(source), without_mark(stream.run(source, uv, STRENGTH)[0])
+        yield without_mark(source), without_mark(stream.run(source, uv, strength=STRENGTH)[0])
 
 
 def largest_jump(stream, y, uv, step=1.01, first=0.3, last=3.0):
@@ -61,7 +61,7 @@ def lamp(stream, y, uv, share=0.02, level=250):
     stream.reset()
 
     def far(source):
-        means = block_means(without_mark(stream.run(source, uv, STRENGTH)[0]))
+        means = block_means(without_mark(stream.run(source, uv, strength=STRENGTH)[0]))
         return means[:, means.shape[1] // 2:]
 
     for _ in range(4):
