@@ -1,12 +1,11 @@
-"""What the tests share: scenes, and the command whose bytes the package must give."""
+"""What the tests share: scenes, and the command that archives are enhanced with."""
 
 from __future__ import annotations
 
 import os
 import shutil
-import subprocess
 from pathlib import Path
-from typing import Callable, Tuple
+from typing import Tuple
 
 import numpy as np
 import pytest
@@ -48,23 +47,3 @@ def command() -> str:
     if not found:
         pytest.skip("the command tlux is not there; TLUX_COMMAND names it")
     return found
-
-
-@pytest.fixture()
-def run_command(command: str, tmp_path: Path) -> Callable[..., bytes]:
-    """Sends a file's bytes through 'tlux enhance' and returns those of the result."""
-
-    def run(content: bytes, name: str, *options: str) -> bytes:
-        source, result = tmp_path / f"in-{name}", tmp_path / f"out-{name}"
-        source.write_bytes(content)
-        subprocess.run([command, "enhance", "--quiet", source, "-o", result, *options], check=True)
-        return result.read_bytes()
-
-    return run
-
-
-@pytest.fixture(scope="session")
-def exact_option(command: str) -> Tuple[str, ...]:
-    """The option with which the command gives the tones of the run to the byte, where it has other ones."""
-    text = subprocess.run([command, "enhance", "--help"], capture_output=True, text=True, check=True).stdout
-    return ("--exact",) if "--exact" in text else ()
