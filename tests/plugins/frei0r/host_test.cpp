@@ -9,8 +9,7 @@
 #include <thread>
 
 #include "support/frame.hpp"
-#include "tlux/rgb.h"
-#include "tlux/stream.h"
+#include "tlux.hpp"
 
 namespace tlux::test {
 namespace {
@@ -83,33 +82,27 @@ Bytes makePicture(Size size, int seed) {
 // What the library makes of pictures one after the other.
 class Expected {
  public:
-  explicit Expected(Size size) : size_(size) {
-    TLUX_InitStreamOptions(&options, sizeof options, TLUX_TONES_NATURAL);
-    TLUX_OpenStream(nullptr, &options, &stream_);
-  }
-  ~Expected() { TLUX_CloseStream(&stream_); }
-  Expected(const Expected&) = delete;
-  Expected& operator=(const Expected&) = delete;
+  explicit Expected(Size size) : size_(size) {}
 
-  void reset() { TLUX_ResetStream(stream_); }
+  void reset() { stream_.reset(); }
   Bytes run(Bytes pixels, std::uint32_t strength) {
-    EXPECT_EQ(TLUX_ChangeStream(stream_, &options), TLUX_OK);
+    EXPECT_EQ(stream_.change(options), TLUX_OK);
     const TLUX_PICTURE picture = {pixels.data(), size_.width * 4, size_.width,
                                   size_.height,  TLUX_RGBA,       0};
     Frame frame({.width = (size_.width + 1) / 2 * 2,
                  .height = (size_.height + 1) / 2 * 2,
                  .format = TLUX_FMT_YCBCR420_YPUV});
     EXPECT_EQ(TLUX_PictureToFrame(&picture, frame.get()), TLUX_OK);
-    EXPECT_EQ(TLUX_RunStream(stream_, frame.get(), frame.get(), strength), TLUX_OK);
+    EXPECT_EQ(stream_.run(*frame.get(), strength), TLUX_OK);
     EXPECT_EQ(TLUX_FrameToPicture(frame.get(), &picture), TLUX_OK);
     return pixels;
   }
 
-  TLUX_STREAM_OPTIONS options = {};
+  TLUX_STREAM_OPTIONS options = Stream::options(TLUX_TONES_NATURAL);
 
  private:
   Size size_;
-  TLUX_STREAM* stream_ = nullptr;
+  Stream stream_;
 };
 
 class Frei0r : public testing::TestWithParam<Size> {};

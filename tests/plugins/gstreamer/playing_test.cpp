@@ -68,7 +68,7 @@ TEST_F(Playing, SettingsTakeEffectWithTheNextFrame) {
 TEST_F(Playing, ExactTonesComeAndGo) {
   expectSame(30);
   const TLUX_STREAM_OPTIONS natural = expected_.options();
-  TLUX_InitStreamOptions(&expected_.options(), sizeof(TLUX_STREAM_OPTIONS), TLUX_TONES_EXACT);
+  expected_.options() = Stream::options(TLUX_TONES_EXACT);
   expected_.setShape(shape_);
   element_.set("exact", TRUE);
   expectSame(30);

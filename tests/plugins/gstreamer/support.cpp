@@ -111,21 +111,13 @@ Picture pictureIn(GstBuffer* buffer, const VideoShape& shape) {
   return picture;
 }
 
-Expected::Expected(const VideoShape& shape, std::uint32_t tones) {
-  TLUX_InitStreamOptions(&options_, sizeof options_, tones);
-  setShape(shape);
-  TLUX_STREAM* stream = nullptr;
-  EXPECT_EQ(TLUX_OpenStream(nullptr, &options_, &stream), TLUX_OK);
-  stream_.reset(stream);
-}
-
 void Expected::setShape(const VideoShape& shape) {
   shape_ = shape;
   options_.range = shape.isFull ? TLUX_RANGE_FULL : TLUX_RANGE_LIMITED;
 }
 
 Picture Expected::run(const Picture& picture, std::uint32_t strength) {
-  EXPECT_EQ(TLUX_ChangeStream(stream_.get(), &options_), TLUX_OK);
+  EXPECT_EQ(stream_.change(options_), TLUX_OK);
   // Sides are made even by repeating the last column and row.
   const int width = shape_.chromaBytes();
   const int height = shape_.chromaRows() * 2;
@@ -140,7 +132,7 @@ Picture Expected::run(const Picture& picture, std::uint32_t strength) {
       height,
       {luma.data(), result.chroma.data()},
       {width, width}};
-  EXPECT_EQ(TLUX_RunStream(stream_.get(), &image, &image, strength), TLUX_OK);
+  EXPECT_EQ(stream_.run(image, strength), TLUX_OK);
   result.luma = mapPixels(shape_.width, shape_.height,
                           [&](int x, int y) { return luma[std::size_t(y) * width + x]; });
   return result;

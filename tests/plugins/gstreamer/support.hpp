@@ -8,7 +8,7 @@
 #include <string>
 
 #include "support/frame.hpp"
-#include "tlux/stream.h"
+#include "tlux.hpp"
 
 namespace tlux::test::gstreamer {
 
@@ -72,21 +72,18 @@ Picture pictureIn(GstBuffer* buffer, const VideoShape& shape);
 // What the library makes of a stream of pictures.
 class Expected {
  public:
-  explicit Expected(const VideoShape& shape, std::uint32_t tones = TLUX_TONES_NATURAL);
+  explicit Expected(const VideoShape& shape) { setShape(shape); }
 
   // Takes effect with the next picture.
   TLUX_STREAM_OPTIONS& options() { return options_; }
   void setShape(const VideoShape& shape);
-  void reset() { TLUX_ResetStream(stream_.get()); }
+  void reset() { stream_.reset(); }
   Picture run(const Picture& picture, std::uint32_t strength);
 
  private:
-  struct Close {
-    void operator()(TLUX_STREAM* stream) const { TLUX_CloseStream(&stream); }
-  };
   VideoShape shape_;
-  TLUX_STREAM_OPTIONS options_ = {};
-  std::unique_ptr<TLUX_STREAM, Close> stream_;
+  TLUX_STREAM_OPTIONS options_ = Stream::options(TLUX_TONES_NATURAL);
+  Stream stream_;
 };
 
 // The element between two pads of the test's.
