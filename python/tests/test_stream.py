@@ -297,7 +297,8 @@ def test_other_threads_go_on_during_a_run() -> None:
     with tlux.Stream(threads=1) as stream:
         counter = threading.Thread(target=count)
         counter.start()
-        # With the GIL held the other thread would have a turn or two at the ends of a run.
-        assert any(ticks_in_a_run() > 20 for _ in range(30))
+        # With the GIL held the other thread has a turn or two at the ends of most runs.
+        median = sorted(ticks_in_a_run() for _ in range(15))[7]
         is_over.set()
         counter.join()
+    assert median > 20
