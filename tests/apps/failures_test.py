@@ -29,7 +29,8 @@ class Usage(CommandTest):
             ([*png, "-s", "101"], "--strength: '101' is not a whole number from 0 to 100"),
             *(([*png, "-s", number], "whole number") for number in ("50.5", "0x10", "-1", "much")),
             (["enhance", "in.png", "-o", "out.jpg", "--quality", "0"], "--quality"),
-            *((["enhance", "in.png", "-o", name], name) for name in ("out", "out.xyz", "out.raw", "in.png", "same.png")),
+            *((["enhance", "in.png", "-o", name], name)
+              for name in ("out", "out.xyz", "out.raw", "in.png", "same.png")),
             (["enhance", "in.png", "-o", "./in.png"], "in.png"),
             (["enhance", "in.png", "-d", "."], "in.png"),
             (["enhance", "in.png", "same.png", "-o", "out.png"], "-d FOLDER"),

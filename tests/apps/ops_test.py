@@ -12,7 +12,8 @@ from programs import (FAILED, UNREADABLE, USAGE, CommandTest, ffmpeg, pixels, pl
 
 MASKS = ["erode", "dilate", "fill", "clean", "outline", "label"]
 SIZED = {"resize": ["--to", "21x34"], "reduce": ["--by", "2"]}
-OPERATIONS = [*SIZED, "flip", "blur", "gauss", "bilateral", "guided", "sharpen", "contrast", "equalize", "match", *MASKS]
+OPERATIONS = [*SIZED, "flip", "blur", "gauss", "bilateral", "guided", "sharpen", "contrast", "equalize", "match",
+              *MASKS]
 
 
 def random_frame(width, height):
@@ -54,7 +55,8 @@ CHANNELS = [
     ("bilateral", [], lambda p, is_luma: tlux.denoise_bilateral(p, *((5, 25, 2.5) if is_luma else (3, 25, 1.25)))),
     ("bilateral", ["-r", 3, "--range", 40, "--space", 2],
      lambda p, is_luma: tlux.denoise_bilateral(p, *((3, 40, 2) if is_luma else (2, 40, 1)))),
-    ("guided", ["--fast", 2], lambda p, is_luma: tlux.guided_filter(p, *((8, 400) if is_luma else (4, 25)), subsample=2)),
+    ("guided", ["--fast", 2],
+     lambda p, is_luma: tlux.guided_filter(p, *((8, 400) if is_luma else (4, 25)), subsample=2)),
     ("sharpen", ["-g", 1, "-t", 0], UNCHANGED), ("contrast", ["-g", 1], UNCHANGED),
     ("equalize", [], luma_alone(tlux.equalize_hist)),
     ("equalize", ["--method", "adaptive"], luma_alone(tlux.equalize_tiles)),
@@ -76,7 +78,8 @@ class OpTest(CommandTest):
         height, width = frame[0].shape
         chroma = np.stack(frame[:0:-1] if order == "nv21" else frame[1:], axis=2)
         self.path("in.raw").write_bytes(frame[0].tobytes() + chroma.tobytes())
-        said = self.op(name, "in.raw", "out." + order, "--size", f"{width}x{height}", "--format", order, *options).stdout
+        raw = ["--size", f"{width}x{height}", "--format", order]
+        said = self.op(name, "in.raw", "out." + order, *raw, *options).stdout
         luma, chroma = planes(self.path("out." + order).read_bytes(), *(out_size or (width, height)))
         first, second = chroma[:, :, 0], chroma[:, :, 1]
         return [luma, second, first] if order == "nv21" else [luma, first, second], said
@@ -126,7 +129,8 @@ class Masks(OpTest):
         """The operation makes of the mask what the function does. Words stand for planes and sides."""
         mask = np.where((self.luma >= 100) != dark, 255, 0).astype(np.uint8)
         expected, shown, count = mask.copy(), np.zeros_like(mask), ctypes.c_uint32()
-        places = {"plane": expected.ctypes, "out": shown.ctypes, "width": 32, "height": 24, "count": ctypes.byref(count)}
+        places = {"plane": expected.ctypes, "out": shown.ctypes, "width": 32, "height": 24,
+                  "count": ctypes.byref(count)}
         answer = getattr(tlux._library.lib, name)(*(places.get(a, a) for a in arguments))
         out, said = self.op_frame(operation, [self.luma, *random_frame(32, 24)[1:]], "--threshold", 100, *options,
                                   *["--dark"] * dark)
@@ -234,12 +238,14 @@ class EveryOperation(OpTest):
             (USAGE, ["blur"], "input"), (USAGE, ["blur", "in.png"], "--output"),
             *((USAGE, ["blur", *files, "-r", radius], "--radius") for radius in (21, 0, "wide")),
             (USAGE, ["blur", *files, "-s", "50"], "-s"),
-            (USAGE, ["blur", "in.png", "-o", "in.png"], "in.png"), (USAGE, ["blur", "in.png", "-o", "out.xyz"], "out.xyz"),
+            (USAGE, ["blur", "in.png", "-o", "in.png"], "in.png"),
+            (USAGE, ["blur", "in.png", "-o", "out.xyz"], "out.xyz"),
             (USAGE, ["reduce", *files, "--by", "9"], "--by"), (USAGE, ["resize", *files], "--to"),
             *((USAGE, ["resize", *files, "--to", size], "--to") for size in ("20", "0x5", "5x70000", "5x5x5")),
             (USAGE, ["resize", *files, "--to", "5x5", "-m", "cubist"], "--method"),
             (USAGE, ["erode", *files, "--radius", "254"], "--radius"),
-            (USAGE, ["label", *files, "-t", "0"], "--threshold"), (USAGE, ["label", *files, "-c", "6"], "--connectivity"),
+            (USAGE, ["label", *files, "-t", "0"], "--threshold"),
+            (USAGE, ["label", *files, "-c", "6"], "--connectivity"),
             (USAGE, ["bilateral", *files, "--range", "0"], "--range"), (USAGE, ["match", *files], "--to"),
             (UNREADABLE, ["match", *files, "--to", "other.png"], "other.png"),
             (UNREADABLE, ["blur", "missing.png", "-o", "out.png"], "missing.png"),

@@ -50,7 +50,8 @@ class Conversion(CommandTest):
             layers = {"gray.png": levels, "gray16.png": levels.astype(np.uint16) * 257,
                       "gray_alpha.png": np.dstack([levels, np.full_like(levels, 255)])}
             return write_png(path, layers[kind])
-        ffmpeg("-i", write_png(self.path("rgb.png"), RAMP), "-vf", "scale=out_color_matrix=bt709:out_range=tv,format=yuv420p",
+        ffmpeg("-i", write_png(self.path("rgb.png"), RAMP),
+               "-vf", "scale=out_color_matrix=bt709:out_range=tv,format=yuv420p",
                "-colorspace", "bt709", "-color_range", "tv", "-c:v", "ffv1", path)
         return path
 

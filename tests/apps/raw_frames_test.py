@@ -25,8 +25,8 @@ class RawFrames(CommandTest):
             self.path("in.raw").write_bytes(frame)
             for exact in (False, True):
                 with self.subTest(name=name, size=(width, height), pitch=pitch, exact=exact):
-                    self.enhance("in.raw", "out." + name, "-s", strength, "--size", f"{width}x{height}", "--format", name,
-                                 "--pitch", pitch, *["--exact"] * exact)
+                    self.enhance("in.raw", "out." + name, "-s", strength, "--size", f"{width}x{height}",
+                                 "--format", name, "--pitch", pitch, *["--exact"] * exact)
                     actual = self.path("out." + name).read_bytes()
                     self.assertEqual(len(frame), len(actual))
                     expected = by_library(frame, width, height, strength, name, pitch, exact)
@@ -37,7 +37,8 @@ class RawFrames(CommandTest):
         for width, height in [(80, 64), (112, 48), (128, 96)]:
             photo = self.path("photo.jpg")
             ffmpeg("-i", write_png(self.path("in.png"), scene(width, height)), "-pix_fmt", "yuvj420p", "-q:v", 1, photo)
-            frame = ffmpeg("-i", photo, "-vf", "scale=in_range=pc:out_range=pc", "-f", "rawvideo", "-pix_fmt", "nv12", "-")
+            frame = ffmpeg("-i", photo, "-vf", "scale=in_range=pc:out_range=pc", "-f", "rawvideo",
+                           "-pix_fmt", "nv12", "-")
             with self.subTest(size=(width, height)):
                 self.enhance(photo, "out.nv12", "-s", 80, "--exact")
                 # FFmpeg's decoder rounds otherwise than the command's.

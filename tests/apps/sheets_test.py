@@ -66,12 +66,11 @@ class Sweep(CommandTest):
 
     def test_nonsense_is_refused(self):
         write_png(self.path("in.png"), scene(20, 20))
-        self.assert_each_fails((code, ["sweep", "in.png", "-o", "out.png", *options], mention) for code, options, mention in [
-            *((USAGE, option.split(), option.split()[0]) for option in (
-                "--strengths 0,101", "--strengths a", "--tile-width 0", "--columns 0", "-s 50"))])
-        self.assert_each_fails([(USAGE, ["sweep", "in.png", "-o", name], name) for name in ("in.png", "out.nv21")] +
-                               [(UNREADABLE, ["sweep", "none.png", "-o", "out.png"], "none.png"),
-                                (FAILED, ["sweep", "in.png", "-o", "no/out.png"], "no/out.png")])
+        self.assert_each_fails((code, ["sweep", *words.split()], mention) for words, code, mention in [
+            *((f"in.png -o out.png {option}", USAGE, option.split()[0]) for option in (
+                "--strengths 0,101", "--strengths a", "--tile-width 0", "--columns 0", "-s 50")),
+            ("in.png -o in.png", USAGE, "in.png"), ("in.png -o out.nv21", USAGE, "out.nv21"),
+            ("none.png -o out.png", UNREADABLE, "none.png"), ("in.png -o no/out.png", FAILED, "no/out.png")])
 
 
 class Compare(CommandTest):
@@ -101,7 +100,8 @@ class Compare(CommandTest):
         write_png(self.path("in.png"), np.zeros((100, 320, 3), np.uint8))
         for options in ([], ["--split"]):
             with self.subTest(options=options):
-                differs = (self.compare("plain.png", *options) != self.compare("out.png", "--labels", *options)).any(axis=2)
+                plain, labelled = self.compare("plain.png", *options), self.compare("out.png", "--labels", *options)
+                differs = (plain != labelled).any(axis=2)
                 self.assertTrue(differs[20, :100].any() and differs[20, -100:].any())
                 self.assertFalse(differs[45:].any())
 

@@ -146,7 +146,8 @@ class Raw(StreamTest):
         lamp = bright.tobytes() + chroma.tobytes()
         for options, steady in (([], None), (["--steady", "0"], 0), (["--steady", "3"], 3)):
             with tlux.Stream(steady=8 if steady is None else steady) as stream:
-                expected = [b"".join(plane.tobytes() for plane in stream.run(y, chroma)) for y in (luma, bright, bright)]
+                expected = [b"".join(plane.tobytes() for plane in stream.run(y, chroma))
+                            for y in (luma, bright, bright)]
             self.assertEqual(steady != 0, expected[1] != expected[2])
             self.assertEqual(b"".join(expected), self.piped(dark + lamp + lamp, "-", "-o", "-", *RAW, *options))
             for name in ("a.nv12", "b.nv12"):
@@ -194,7 +195,8 @@ class Breaks(StreamTest):
         self.path("text.mkv").write_text("no video at all\n" * 100)
         self.path("in.y4m").write_bytes(y4m(to_planar(raw_frames(2))))
         self.assert_each_fails(
-            [(UNREADABLE, ["enhance", name, "-o", "out.mkv"], name) for name in ("sound.wav", "text.mkv", "missing.mkv")] +
+            [(UNREADABLE, ["enhance", name, "-o", "out.mkv"], name)
+             for name in ("sound.wav", "text.mkv", "missing.mkv")] +
             [(FAILED, ["enhance", "in.y4m", "-o", name], name)
              for name in ("/proc/out.mkv", "missing/out.mp4", "in.y4m/out.nv12")] +
             [(USAGE, ["enhance", "in.y4m", "-o", "out.mkv", option, value], option)
