@@ -3,10 +3,9 @@
 
 usage: scripts/quality.py [--strength N] [--quick] [--check] [PICTURE | FOLDER ...]
 
-Without pictures it takes those of examples/images. --quick leaves out the ramps, --check fails when a figure is
-worse than its bar. The build of the library comes first (cmake --preset release), unless
-TLUX_LIBRARY names another one. What each figure means, with its
-source, is told by the files of scripts/quality_measures.
+The default pictures are those in examples/images. --quick skips the ramps, --check fails if a figure is worse than its
+bar. Build the library first (cmake --preset release), or name one in TLUX_LIBRARY. The files in
+scripts/quality_measures explain each figure and name its source.
 """
 
 import argparse
@@ -53,7 +52,7 @@ def stream_of(tones, **options):
 
 
 def results(rgb, strength):
-    """The picture by each method; a method without its library is left out."""
+    """The picture processed by each available method."""
     y, uv = tlux.rgb_to_frame(rgb)
     found = {name: tlux.frame_to_rgb(*stream_of(tones, **options).run(y, uv, strength=strength))
              for name, (tones, options) in STREAMS.items()}

@@ -1,4 +1,4 @@
-"""What scripts/quality.py measures, a file for each kind of figure."""
+"""The measures of scripts/quality.py, one file for each kind of figure."""
 
 import os
 import sys

@@ -29,7 +29,7 @@ def frame_times(video):
 
 class VideoTest(CommandTest):
     def decoded(self, path):
-        """The NV12 frames as they lie in the file, without any change of range."""
+        """The NV12 frames as stored in the file, without any change of range."""
         content = ffmpeg("-noautorotate", "-i", path, "-map", "0:v:0", "-vf", "scale=in_range=tv:out_range=tv",
                          "-vsync", "passthrough", "-f", "rawvideo", "-pix_fmt", "nv12", "-")
         return np.frombuffer(content, np.uint8).reshape(-1, WIDTH * HEIGHT * 3 // 2)

@@ -12,8 +12,8 @@ std::optional<uint32_t> packedRgbLayoutOf(int format);
 
 /**
  * An RGB24 copy of an RGB picture in any other layout; null for those and for what is not RGB.
- * The converter takes samples of more than 8 bits for multiples of 256 and dithers them, up to two
- * levels off; here 65535 becomes 255 and everything is rounded.
+ * FFmpeg's converter treats samples of more than 8 bits as multiples of 256 and dithers them, off
+ * by up to two levels; here 65535 becomes 255 and everything is rounded.
  */
 FramePtr packRgb(const AVFrame& picture);
 

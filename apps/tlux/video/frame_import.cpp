@@ -125,7 +125,7 @@ void FrameImporter::fillByConverter(const AVFrame& decoded, AVFrame& target) {
   if (intermediate_ == nullptr) {
     intermediate_ = makeFrame(AV_PIX_FMT_NV12, FFALIGN(width_, 2), FFALIGN(height_, 2));
   }
-  // The converter leaves the chroma of gray frames alone.
+  // The converter does not write the chroma of gray frames.
   std::memset(
       intermediate_->data[1], kNeutralChroma,
       static_cast<size_t>(intermediate_->linesize[1]) * static_cast<size_t>((height_ + 1) / 2));
@@ -133,7 +133,7 @@ void FrameImporter::fillByConverter(const AVFrame& decoded, AVFrame& target) {
   const FramePtr packed = packRgb(decoded);
   const FramePtr source(
       checkAllocated(av_frame_clone(packed == nullptr ? &decoded : packed.get())));
-  // Only red, green and blue meet a matrix here; any other frame keeps its own, known or not.
+  // Only RGB needs a matrix here; any other frame keeps its own, known or not.
   source->colorspace = AVCOL_SPC_BT470BG;
   converter_.convert(*source, *intermediate_, {range_, AVCOL_SPC_BT470BG});
   if (isRgbLayout(decoded.format)) target.colorspace = AVCOL_SPC_BT470BG;
