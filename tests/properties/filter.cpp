@@ -4,61 +4,19 @@
 #include "properties/properties.hpp"
 #include "reference/box_blur.hpp"
 #include "reference/guided_filter.hpp"
-#include "support/guarded_buffer.hpp"
+#include "support/simple_image.hpp"
 #include "tlux/box_blur.h"
 #include "tlux/guided_filter.h"
 
 namespace tlux::properties {
 namespace {
 
-using Bytes = std::vector<std::uint8_t>;
+using Bytes = test::TestImage::Bytes;
 
-// A simple image that ends at an inaccessible page, stored top down or bottom up.
-class Image {
- public:
-  Image(Input& input, int width, int height, int channels)
-      : rowBytes_(static_cast<std::size_t>(width * channels)),
-        stride_(rowBytes_ + static_cast<std::size_t>(input.between(0, 9))),
-        buffer_(stride_ * static_cast<std::size_t>(height - 1) + rowBytes_, kGap) {
-    for (int y = 0; y < height; ++y) {
-      rows_.push_back(buffer_.data() + stride_ * static_cast<std::size_t>(y));
-    }
-    const int stride = static_cast<int>(stride_);
-    const bool isBottomUp = input.flag();
-    if (isBottomUp) std::ranges::reverse(rows_);
-    record = {width,    height,      isBottomUp ? -stride : stride, height * stride, channels, 8,
-              rows_[0], rows_.data()};
-  }
-
-  void set(const Bytes& pixels) {
-    for (std::size_t y = 0; y < rows_.size(); ++y) {
-      std::copy_n(pixels.begin() + static_cast<std::ptrdiff_t>(y * rowBytes_), rowBytes_, rows_[y]);
-    }
-  }
-  Bytes pixels() const {
-    Bytes out;
-    for (const std::uint8_t* row : rows_) {
-      out.insert(out.end(), row, row + rowBytes_);
-    }
-    return out;
-  }
-  bool isIntact() {
-    for (std::size_t i = 0; i < buffer_.size(); ++i) {
-      if (i % stride_ >= rowBytes_ && buffer_.data()[i] != kGap) return false;
-    }
-    return buffer_.isIntact();
-  }
-
-  img record{};
-
- private:
-  static constexpr std::uint8_t kGap = 0xA5;
-
-  std::size_t rowBytes_;
-  std::size_t stride_;
-  test::GuardedBuffer buffer_;
-  std::vector<std::uint8_t*> rows_;
-};
+test::TestImage takeImage(Input& input, int width, int height, int channels, const Bytes& pixels) {
+  const int gap = input.between(0, 9);
+  return {width, height, channels, pixels, gap, input.flag()};
+}
 
 struct Filter {
   void (*apply)(MMemMgr, const img*, const img*, img*, std::int32_t);
@@ -89,18 +47,15 @@ void filterGuided(Input& input) {
   const Bytes guide = input.samples(pixels * static_cast<std::size_t>(filter.channels));
   const Bytes in = input.samples(pixels);
   const Bytes before = input.samples(pixels);
-  Image I(input, size.width, size.height, filter.channels);
-  Image p(input, size.width, size.height, 1);
-  Image q(input, size.width, size.height, 1);
-  I.set(guide);
-  p.set(in);
-  q.set(before);
+  test::TestImage I = takeImage(input, width, height, filter.channels, guide);
+  test::TestImage p = takeImage(input, width, height, 1, in);
+  test::TestImage q = takeImage(input, width, height, 1, before);
   const int radius = input.radius(24);
   Memory memory(input, 60000);
-  filter.apply(memory.manager(), &I.record, &p.record, &q.record, radius);
+  filter.apply(memory.manager(), I, p, q, radius);
 
   require(I.isIntact() && p.isIntact() && q.isIntact());
-  require(I.pixels() == guide && p.pixels() == in);
+  require(I.isUnchanged() && p.isUnchanged());
   const Bytes out = q.pixels();
   if (radius < 0 || (memory.isLimited() && out == before)) {
     require(out == before);

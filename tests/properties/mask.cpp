@@ -4,7 +4,7 @@
 #include "properties/properties.hpp"
 #include "reference/labels.hpp"
 #include "reference/mask.hpp"
-#include "support/guarded_buffer.hpp"
+#include "region/region_masks.hpp"
 #include "tlux/mask.h"
 #include "tlux/region.h"
 
@@ -30,47 +30,10 @@ MaskGrid takeMask(Input& input) {
   return takeMask(input, extent.width, extent.height);
 }
 
-// A mask whose memory ends with its last pixel, stored top down or bottom up.
-class MaskPlane {
- public:
-  MaskPlane(Input& input, const MaskGrid& mask)
-      : stride_(mask.width + input.between(0, 9)),
-        isBottomUp_(input.flag()),
-        buffer_(static_cast<std::size_t>(stride_ * (mask.height - 1) + mask.width), kGap),
-        size_(mask) {
-    for (int y = 0; y < mask.height; ++y) {
-      std::copy_n(&mask.at(0, y), mask.width, row(y));
-    }
-  }
-
-  std::uint8_t* data() { return row(0); }
-  std::int32_t pitch() const { return isBottomUp_ ? -stride_ : stride_; }
-  std::uint32_t width() const { return static_cast<std::uint32_t>(size_.width); }
-  std::uint32_t height() const { return static_cast<std::uint32_t>(size_.height); }
-
-  void requireEqual(const MaskGrid& expected) {
-    for (int y = 0; y < expected.height; ++y) {
-      require(std::equal(row(y), row(y) + expected.width, &expected.at(0, y)));
-    }
-    for (std::size_t i = 0; i < buffer_.size(); ++i) {
-      const int column = static_cast<int>(i) % stride_;
-      require(column < size_.width || buffer_.data()[i] == kGap);
-    }
-    require(buffer_.isIntact());
-  }
-
- private:
-  static constexpr std::uint8_t kGap = 0xA5;
-
-  std::uint8_t* row(int y) {
-    return buffer_.data() + std::ptrdiff_t{isBottomUp_ ? size_.height - 1 - y : y} * stride_;
-  }
-
-  int stride_;
-  bool isBottomUp_;
-  test::GuardedBuffer buffer_;
-  MaskGrid size_;
-};
+test::PaddedMask takePlane(Input& input, const MaskGrid& mask) {
+  const int padding = input.between(0, 9);
+  return test::PaddedMask(mask, padding, input.flag());
+}
 
 // On small masks, since the formula compares every pixel with every other.
 void erodeOrDilate(Input& input) {
@@ -105,7 +68,7 @@ void erodeOrDilate(Input& input) {
       }
     }
   }
-  MaskPlane plane(input, mask);
+  test::PaddedMask plane = takePlane(input, mask);
   if (!isErosion && plane.pitch() < 0) return; // its pitch has no sign
   const std::uint32_t actual =
       isErosion
@@ -113,7 +76,7 @@ void erodeOrDilate(Input& input) {
           : TLUX_DilateEx(plane.data(), static_cast<std::uint32_t>(plane.pitch()), plane.width(),
                           plane.height(), radius, &rect);
   require(actual == changed);
-  plane.requireEqual(expected);
+  require(plane.holds(expected));
 }
 
 void measure(const LabelGrid& labels, std::uint32_t count) {
@@ -144,40 +107,30 @@ void measure(const LabelGrid& labels, std::uint32_t count) {
 
 void label(Input& input) {
   const MaskGrid mask = takeMask(input);
-  MaskPlane plane(input, mask);
+  test::PaddedMask plane = takePlane(input, mask);
   const int connectivity = input.flag() ? 4 : 8;
   const auto labelRegions =
       connectivity == 4 ? TRegionLabel_RegionLabel4 : TRegionLabel_RegionLabel8;
-  const int stride = mask.width + input.between(0, 3);
-  test::GuardedBuffer memory(static_cast<std::size_t>(stride * (mask.height - 1) + mask.width) * 4,
-                             0xA5);
-  auto* labels = reinterpret_cast<std::uint32_t*>(memory.data());
+  test::PaddedGrid<std::uint32_t> labels({mask.width, mask.height}, input.between(0, 3));
   Memory working(input, 40000);
   std::uint32_t count = 0xDEAD;
   const std::uint32_t result =
       labelRegions(working.manager(), plane.data(), plane.pitch(), plane.width(), plane.height(),
-                   labels, 4 * stride, &count);
-  plane.requireEqual(mask);
+                   labels.data(), labels.pitch(), &count);
+  require(plane.holds(mask));
   if (result != TLUX_OK) {
     require(working.isLimited() && result == TLUX_ERR_NO_MEMORY && count == 0xDEAD);
     return;
   }
   const reference::Labelling expected = reference::floodLabels(mask, connectivity);
   require(count == expected.count);
-  for (int y = 0; y < mask.height; ++y) {
-    const std::uint32_t* row = labels + std::ptrdiff_t{y} * stride;
-    require(std::equal(row, row + mask.width, &expected.labels.at(0, y)));
-    if (y < mask.height - 1) {
-      require(std::all_of(row + mask.width, row + stride, [](auto v) { return v == 0xA5A5A5A5; }));
-    }
-  }
-  require(memory.isIntact());
+  require(labels.holds(expected.labels));
   if (count < 40) measure(expected.labels, count);
 }
 
 void cleanUp(Input& input) {
   const MaskGrid mask = takeMask(input);
-  MaskPlane plane(input, mask);
+  test::PaddedMask plane = takePlane(input, mask);
   const int connectivity = input.flag() ? 4 : 8;
   const auto sides = static_cast<std::uint32_t>(connectivity);
   const bool fills = input.flag();
@@ -192,20 +145,20 @@ void cleanUp(Input& input) {
                                           plane.width(), plane.height(), sides, minimum, &changed);
   if (result != TLUX_OK) {
     require(working.isLimited() && result == TLUX_ERR_NO_MEMORY && changed == 0xDEAD);
-    plane.requireEqual(mask);
+    require(plane.holds(mask));
     return;
   }
   MaskGrid expected = mask;
   require(changed == (fills ? reference::fillHoles(expected, connectivity)
                             : reference::removeSmall(expected, connectivity, minimum)));
-  plane.requireEqual(expected);
+  require(plane.holds(expected));
 }
 
 void outlineAndCompare(Input& input) {
   const MaskGrid mask = takeMask(input);
   const MaskGrid other = takeMask(input, mask.width, mask.height);
-  MaskPlane a(input, mask);
-  MaskPlane b(input, other);
+  test::PaddedMask a = takePlane(input, mask);
+  test::PaddedMask b = takePlane(input, other);
   TLUX_MASK_AGREEMENT agreement{};
   require(TLUX_TRegionLabel_Compare(a.data(), a.pitch(), b.data(), b.pitch(), a.width(), a.height(),
                                     &agreement) == TLUX_OK);
@@ -222,8 +175,8 @@ void outlineAndCompare(Input& input) {
   require(TLUX_TRegionLabel_Boundary(a.data(), a.pitch(), a.width(), a.height(),
                                      static_cast<std::uint32_t>(connectivity), b.data(),
                                      b.pitch()) == TLUX_OK);
-  a.requireEqual(mask);
-  b.requireEqual(reference::boundary(mask, connectivity));
+  require(a.holds(mask));
+  require(b.holds(reference::boundary(mask, connectivity)));
 }
 
 } // namespace

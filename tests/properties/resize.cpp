@@ -43,13 +43,12 @@ template <class Resize, class SampleOf>
 void checkPlane(Input& input, const Side& from, const Side& to, Resize resize, SampleOf sampleOf) {
   test::GuardedBuffer source(from.bytes());
   input.fill(source.bytes());
-  test::GuardedPlane target(to.width, to.height, to.pitch);
+  test::GuardedRows target(to.width, to.height, to.pitch - to.width);
   require(resize(source.data(), target.data()) == TLUX_OK);
   require(source.isIntact() && target.isIntact());
   const Channel in = planeOf(source, from.width, from.height, from.pitch);
-  reference::forEachPixel(to.width, to.height, [&](int x, int y) {
-    require(target.data()[y * to.pitch + x] == sampleOf(in, x, y));
-  });
+  reference::forEachPixel(to.width, to.height,
+                          [&](int x, int y) { require(target.row(y)[x] == sampleOf(in, x, y)); });
 }
 
 void resizeBilinear(Input& input) {

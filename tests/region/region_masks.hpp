@@ -30,42 +30,33 @@ MaskGrid drawMask(int width, int height, IsSet&& isSet) {
   return mask;
 }
 
-// A mask in a plane with padded rows, of which the last ends with its last pixel at a page that
-// cannot be touched.
+// A mask in a plane with padded rows, from either end.
 template <class T>
 class PaddedGrid {
  public:
-  explicit PaddedGrid(const reference::Grid<T>& grid, int padding = 5)
-      : grid_(grid),
-        stride_(grid.width + padding),
-        buffer_(sizeof(T) * (stride_ * (grid.height - 1) + grid.width), kGap) {
-    for (int y = 0; y < grid.height; ++y)
-      std::copy_n(grid.row(y), grid.width, data() + y * stride_);
+  explicit PaddedGrid(const reference::Grid<T>& grid, int padding = 5, bool isBottomUp = false)
+      : grid_(grid), rows_(sizeof(T) * grid.width, grid.height, sizeof(T) * padding, isBottomUp) {
+    rows_.set(bytesOf(grid));
   }
 
-  T* data() { return reinterpret_cast<T*>(buffer_.data()); }
-  std::int32_t pitch() const { return sizeof(T) * stride_; }
+  T* data() const { return reinterpret_cast<T*>(rows_.data()); }
+  std::int32_t pitch() const { return rows_.pitch(); }
   std::uint32_t width() const { return grid_.width; }
   std::uint32_t height() const { return grid_.height; }
 
   // Whether it holds this, and nothing was written beside it.
   bool holds(const reference::Grid<T>& expected) {
-    const std::uint8_t* last = buffer_.data() + buffer_.size();
-    for (int y = 0; y < grid_.height; ++y) {
-      const T* row = data() + y * stride_;
-      const auto* gap = reinterpret_cast<const std::uint8_t*>(row + grid_.width);
-      const auto* end = std::min(gap + sizeof(T) * (stride_ - grid_.width), last);
-      if (!std::equal(row, row + grid_.width, expected.row(y))) return false;
-      if (std::count(gap, end, kGap) != end - gap) return false;
-    }
-    return buffer_.isIntact();
+    return std::ranges::equal(rows_.samples(), bytesOf(expected)) && rows_.isIntact();
   }
 
  private:
-  static constexpr std::uint8_t kGap = 0xA5;
+  static std::span<const std::uint8_t> bytesOf(const reference::Grid<T>& grid) {
+    return {reinterpret_cast<const std::uint8_t*>(grid.values.data()),
+            sizeof(T) * grid.values.size()};
+  }
+
   reference::Grid<T> grid_;
-  std::ptrdiff_t stride_;
-  GuardedBuffer buffer_;
+  GuardedRows rows_;
 };
 using PaddedMask = PaddedGrid<std::uint8_t>;
 

@@ -295,4 +295,23 @@ std::span<const PlaneMember> planeMembers() {
   return kMembers;
 }
 
+bool followsItsFormula(const PlaneMember& member, Size size, Gaps gaps, Guard guard,
+                       const std::function<void(std::span<std::uint8_t> row)>& fill) {
+  // Distances are multiples of the sample's alignment.
+  const auto rows = [&](Size of, int bytes, int gap) {
+    const int unit = bytes == 3 ? 1 : bytes;
+    return GuardedRows(of.width * bytes, of.height, member.isPacked ? 0 : gap * unit, false, guard);
+  };
+  const Size inputSize = member.inputSize(size);
+  GuardedRows input = rows(inputSize, member.inputBytes, gaps.input);
+  GuardedRows output = rows(size, member.outputBytes, gaps.output);
+  for (int y = 0; y < inputSize.height; ++y)
+    fill({input.row(y), static_cast<std::size_t>(inputSize.width * member.inputBytes)});
+  const Bytes samples = input.samples();
+  const std::uint32_t result =
+      member.apply({input.data(), input.pitch(), inputSize, output.data(), output.pitch(), size});
+  return result == TLUX_OK && input.holds(samples) &&
+         output.holds(member.formula(samples, inputSize, size));
+}
+
 } // namespace tlux::test

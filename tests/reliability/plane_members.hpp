@@ -1,11 +1,13 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <ostream>
 #include <span>
 #include <vector>
 
 #include "reference/guided_filter.hpp"
+#include "support/guarded_buffer.hpp"
 
 namespace tlux::test {
 
@@ -39,5 +41,14 @@ inline std::ostream& operator<<(std::ostream& out, const PlaneMember& member) {
 }
 
 std::span<const PlaneMember> planeMembers();
+
+// Whether the member makes of samples that fill(row) puts into its input what its formula makes of
+// them, and touches nothing else. Planes have so many samples between their rows; packed ones none.
+struct Gaps {
+  int input;
+  int output;
+};
+bool followsItsFormula(const PlaneMember& member, Size size, Gaps gaps, Guard guard,
+                       const std::function<void(std::span<std::uint8_t> row)>& fill);
 
 } // namespace tlux::test

@@ -43,21 +43,30 @@ bool GuardedBuffer::isIntact() const {
          std::all_of(data_ + size_, pages_ + mapped_ - pageSize(), isBeside);
 }
 
-GuardedPlane::GuardedPlane(int widthBytes, int height, int pitch)
-    : width_(widthBytes),
-      height_(height),
-      pitch_(pitch),
-      buffer_(2 * kMargin + static_cast<std::size_t>(height) * static_cast<std::size_t>(pitch),
-              kGuard) {}
+GuardedRows::GuardedRows(int rowBytes, int rows, int gap, bool isBottomUp, Guard guard)
+    : rowBytes_(rowBytes),
+      rows_(rows),
+      pitch_(isBottomUp ? -(rowBytes + gap) : rowBytes + gap),
+      buffer_(static_cast<std::size_t>(std::max(rows * (rowBytes + gap) - gap, 0)), kGap, guard),
+      first_(buffer_.data() + (isBottomUp ? std::ptrdiff_t{rows - 1} * (rowBytes + gap) : 0)) {}
 
-bool GuardedPlane::isIntact() const {
-  const auto first = static_cast<std::ptrdiff_t>(kMargin);
-  const std::ptrdiff_t end = first + static_cast<std::ptrdiff_t>(height_) * pitch_;
-  for (std::ptrdiff_t i = 0; i < static_cast<std::ptrdiff_t>(buffer_.size()); ++i) {
-    const bool inside = i >= first && i < end && (i - first) % pitch_ < width_;
-    if (!inside && buffer_[static_cast<std::size_t>(i)] != kGuard) return false;
-  }
-  return true;
+void GuardedRows::set(std::span<const std::uint8_t> samples) {
+  for (int y = 0; y < rows_; ++y)
+    std::copy_n(samples.begin() + std::ptrdiff_t{y} * rowBytes_, rowBytes_, row(y));
+}
+
+std::vector<std::uint8_t> GuardedRows::samples() const {
+  std::vector<std::uint8_t> samples;
+  for (int y = 0; y < rows_; ++y)
+    samples.insert(samples.end(), row(y), row(y) + rowBytes_);
+  return samples;
+}
+
+bool GuardedRows::isIntact() {
+  std::ptrdiff_t at = 0;
+  return buffer_.isIntact() && std::ranges::all_of(buffer_.bytes(), [&](std::uint8_t byte) {
+           return at++ % std::abs(pitch_) < rowBytes_ || byte == kGap;
+         });
 }
 
 } // namespace tlux::test

@@ -33,26 +33,36 @@ class GuardedBuffer {
   std::size_t size_;
 };
 
-// The rows of a plane inside a larger block: everything except the samples has a guard value, which
-// shows that only samples were written.
-class GuardedPlane {
+// Rows of bytes that end with the last sample of the last row, from either end, with a guard value
+// in all of them and between them.
+class GuardedRows {
  public:
-  GuardedPlane(int widthBytes, int height, int pitch);
+  GuardedRows(int rowBytes, int rows, int gap = 0, bool isBottomUp = false,
+              Guard guard = Guard::kBehind);
 
-  std::uint8_t* data() { return buffer_.data() + kMargin; }
-  const std::uint8_t* data() const { return buffer_.data() + kMargin; }
+  std::uint8_t* data() const { return first_; }
   int pitch() const { return pitch_; }
-  // Whether all bytes outside the rows still have the guard value.
-  bool isIntact() const;
+  std::uint8_t* row(int y) const { return first_ + std::ptrdiff_t{y} * pitch_; }
+  // All rows with what is between them.
+  std::span<std::uint8_t> bytes() { return buffer_.bytes(); }
+
+  // Samples alone, end to end.
+  void set(std::span<const std::uint8_t> samples);
+  std::vector<std::uint8_t> samples() const;
+  // Whether all other bytes are as they were.
+  bool isIntact();
+  bool holds(const std::vector<std::uint8_t>& expected) {
+    return samples() == expected && isIntact();
+  }
 
  private:
-  static constexpr std::size_t kMargin = 64;
-  static constexpr std::uint8_t kGuard = 0xA5;
+  static constexpr std::uint8_t kGap = 0xA5;
 
-  int width_;
-  int height_;
+  int rowBytes_;
+  int rows_;
   int pitch_;
-  std::vector<std::uint8_t> buffer_;
+  GuardedBuffer buffer_;
+  std::uint8_t* first_;
 };
 
 } // namespace tlux::test

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <algorithm>
+#include <cstdlib>
 #include <vector>
 
 #include "support/guarded_buffer.hpp"
@@ -17,16 +17,11 @@ class TestImage {
   using Bytes = std::vector<std::uint8_t>;
 
   TestImage(int width, int height, int channels, int depth, int gap = 0, bool bottomUp = false)
-      : rowBytes_(width * channels * depth / 8),
-        stride_(rowBytes_ + gap),
-        buffer_(stride_ * (height - 1) + rowBytes_, kGap) {
+      : pixels_(width * channels * depth / 8, height, gap, bottomUp), given_(pixels()) {
     for (int y = 0; y < height; ++y)
-      rows_.push_back(buffer_.data() + stride_ * y);
-    if (bottomUp) std::reverse(rows_.begin(), rows_.end());
-    const int stride = static_cast<int>(stride_);
-    record = {width,    height,      bottomUp ? -stride : stride, height * stride, channels, depth,
-              rows_[0], rows_.data()};
-    given_ = pixels();
+      rows_.push_back(pixels_.row(y));
+    record = {width,    height, pixels_.pitch(), height * std::abs(pixels_.pitch()),
+              channels, depth,  pixels_.data(),  rows_.data()};
   }
 
   // Images of bytes with the given pixels.
@@ -43,44 +38,26 @@ class TestImage {
   operator img*() { return &record; }
   img* operator->() { return &record; }
 
-  Bytes pixels() const {
-    Bytes out;
-    for (const std::uint8_t* row : rows_)
-      out.insert(out.end(), row, row + rowBytes_);
-    return out;
-  }
+  Bytes pixels() const { return pixels_.samples(); }
   void setPixels(const Bytes& pixels) {
-    auto from = pixels.begin();
-    for (std::uint8_t* row : rows_) {
-      std::copy_n(from, rowBytes_, row);
-      from += rowBytes_;
-    }
+    pixels_.set(pixels);
     given_ = pixels;
   }
 
   // Sample `channel` of a pixel, its current and its original value.
   int at(int x, int y, int channel = 0) const { return rows_[y][x * record.channels + channel]; }
   int was(int x, int y, int channel = 0) const {
-    return given_[y * rowBytes_ + x * record.channels + channel];
+    return given_[(y * record.width + x) * record.channels + channel];
   }
   const Bytes& given() const { return given_; }
   bool isUnchanged() const { return pixels() == given_; }
-  // Whether nothing next to the pixels was overwritten.
-  bool isIntact() {
-    std::ptrdiff_t at = 0;
-    return buffer_.isIntact() && std::ranges::all_of(buffer_.bytes(), [&](std::uint8_t byte) {
-             return at++ % stride_ < rowBytes_ || byte == kGap;
-           });
-  }
+  // Whether nothing was written beside the pixels.
+  bool isIntact() { return pixels_.isIntact(); }
 
   img record{};
 
  private:
-  static constexpr std::uint8_t kGap = 0xA5;
-
-  std::ptrdiff_t rowBytes_;
-  std::ptrdiff_t stride_;
-  GuardedBuffer buffer_;
+  GuardedRows pixels_;
   std::vector<std::uint8_t*> rows_;
   Bytes given_;
 };
