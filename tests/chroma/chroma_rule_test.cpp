@@ -146,15 +146,5 @@ TEST(ChromaRule, ExportedFormStepsByTheRoundedWidth) {
   }
 }
 
-TEST(ChromaRule, EmptyAndNullFramesAreLeftAlone) {
-  std::uint8_t bytes[8] = {1, 2, 3, 4, 5, 6, 7, 8};
-  const auto before = std::to_array(bytes);
-  NV21NV12_Tone(bytes, bytes, bytes, bytes, 1, 4, 4);
-  NV21NV12_Tone(bytes, bytes, bytes, bytes, -2, 4, 4);
-  NV21NV12_Tone(bytes, bytes, bytes, bytes, 2, 0, 4);
-  NV21NV12_Tone(bytes, bytes, nullptr, bytes, 2, 4, 4);
-  EXPECT_EQ(std::to_array(bytes), before);
-}
-
 } // namespace
 } // namespace tlux::test

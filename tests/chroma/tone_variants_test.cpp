@@ -5,7 +5,6 @@
 #include "reference/chroma.hpp"
 #include "reference/guided_filter_fast.hpp"
 #include "support/frame.hpp"
-#include "support/widths.hpp"
 #include "tlux/tone.h"
 
 namespace tlux::test {
@@ -95,45 +94,6 @@ TEST(GuideTone, AppliesTheFilteredDeltaToLumaAndChroma) {
       EXPECT_TRUE(*target == expected) << width << "x" << height;
     }
   }
-}
-
-TEST(ToneVariants, RefuseBadArguments) {
-  Random random(47);
-  GuidedFrame frame(16, 16, 2, 2, random);
-  Frame small(padded(14, 16, 2), random);
-  const TLUX_IMAGE good = frame.source.image();
-  TLUX_IMAGE planar = good;
-  planar.format = TLUX_FMT_YCBCR420_P;
-  TLUX_IMAGE narrow = good;
-  narrow.pitch[1] = 15;
-  TLUX_IMAGE incomplete = good;
-  incomplete.plane[1] = nullptr;
-
-  const Frame before = frame.output.copy();
-  TLUX_IMAGE* output = frame.output.get();
-  const auto guided = [&](const TLUX_IMAGE* source, int lowW, int lowH) {
-    return MultiThreadGuideTone(nullptr, source, output, frame.delta.data(), frame.guide.data(),
-                                lowW, lowH, 2, 3, 20);
-  };
-  for (const auto& [image, result] :
-       {std::pair<const TLUX_IMAGE*, std::uint32_t>{nullptr, TLUX_ERR_INVALID_PARAM},
-        {&planar, TLUX_ERR_UNSUPPORTED},
-        {&narrow, TLUX_ERR_INVALID_PARAM},
-        {&incomplete, TLUX_ERR_INVALID_PARAM}}) {
-    EXPECT_EQ(NV21NV12_ToneMT(image, output), result);
-    EXPECT_EQ(NV21NV12_ToneMap(output, image, &good), result);
-    EXPECT_EQ(guided(image, 2, 2), result);
-  }
-  EXPECT_EQ(NV21NV12_ToneMT(&good, small.get()), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(NV21NV12_ToneMap(output, &good, small.get()), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(guided(small.get(), 2, 2), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(guided(&good, 2, 3), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(guided(&good, 2, -1), TLUX_ERR_NO_MEMORY);
-  EXPECT_EQ(guided(&good, 0, 2), TLUX_OK);
-  SingleThreadGuideTone(nullptr);
-  EXPECT_EQ(NV21NV12_ToneSingleThread(nullptr), 0u);
-  GuideToneNV21Line(0, output->plane[0], nullptr, good.plane[0], good.plane[1], good.plane[0], 16);
-  EXPECT_TRUE(frame.output == before);
 }
 
 } // namespace

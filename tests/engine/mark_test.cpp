@@ -51,52 +51,6 @@ TEST(Mark, EqualsTheFormulaForEveryFormatAndFactor) {
   }
 }
 
-// First and last column and row of a picture's visible pixels.
-struct Extent {
-  int left, right, top, bottom;
-
-  bool operator==(const Extent&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Extent& extent) {
-  return out << extent.left << ".." << extent.right << " x " << extent.top << ".." << extent.bottom;
-}
-
-template <class IsVisible>
-Extent extentOf(int width, int height, IsVisible isVisible) {
-  Extent extent = {width, -1, height, -1};
-  forEachPixel(width, height, [&](int x, int y) {
-    if (!isVisible(x, y)) return;
-    extent.left = std::min(extent.left, x);
-    extent.right = std::max(extent.right, x);
-    extent.top = std::min(extent.top, y);
-    extent.bottom = y;
-  });
-  return extent;
-}
-
-TEST(Mark, GrowsWithTheFrameAndStaysInItsCorner) {
-  const Extent drawn = extentOf(TLUX_MARK_WIDTH, TLUX_MARK_HEIGHT, [](int x, int y) {
-    return gTolMarkDataA[y * TLUX_MARK_WIDTH + x] > 0;
-  });
-  for (const auto& [size, k] : {std::pair{Size{640, 480}, 1},
-                                {Size{1920, 1080}, 2},
-                                {Size{900, 900}, 2},
-                                {Size{4000, 3000}, 7},
-                                {Size{8000, 6000}, 8}}) {
-    const auto [width, height] = size;
-    SCOPED_TRACE(testing::Message() << width << 'x' << height);
-    Frame frame({width, height});
-    TLUX_EmbeddedMark(frame.get());
-    const int left = width - 122 * k;
-    const int top = height - 42 * k;
-    EXPECT_EQ(
-        extentOf(width, height, [&](int x, int y) { return frame.row(0, y)[x] != Frame::kBlank; }),
-        (Extent{left + drawn.left * k, left + drawn.right * k + k - 1, top + drawn.top * k,
-                top + drawn.bottom * k + k - 1}));
-  }
-}
-
 // Discreet: at most a quarter opaque.
 TEST(Mark, LetsThePictureThrough) {
   EXPECT_LE(*std::ranges::max_element(gTolMarkDataA), 255 / 4);

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "engine/scoped_engine.hpp"
+#include "support/fault_injection.hpp"
 #include "support/frame.hpp"
 #include "tlux/platform.h"
 
@@ -61,6 +62,13 @@ class Life {
   std::vector<Run> runs_;
 };
 
+// What the interface promises a run to need at most.
+std::uint64_t promisedBytes(const FrameShape& shape) {
+  const auto referencePixels = static_cast<std::uint64_t>(shape.width / 16 * 2) *
+                               static_cast<std::uint64_t>(shape.height / 16 * 2);
+  return sizeof(TLUX_ENGINE) + (128U << 10) + (12 + 40) * referencePixels + (1U << 20);
+}
+
 TEST(PoolSize, IsEnoughAndHardlyMore) {
   for (const FrameShape& shape :
        {FrameShape{16, 16}, FrameShape{34, 18}, FrameShape{16, 1024}, FrameShape{2048, 16},
@@ -68,10 +76,13 @@ TEST(PoolSize, IsEnoughAndHardlyMore) {
         FrameShape{1280, 720, 1280, 1280, TLUX_FMT_YCBCR420_YPUV}}) {
     SCOPED_TRACE(testing::Message() << shape.width << 'x' << shape.height);
     const std::uint64_t bytes = TLUX_GetPoolSize(shape.width, shape.height);
+    EXPECT_LE(bytes, promisedBytes(shape));
     Life life(shape);
+    const long asked = allocationCount();
     for (const std::size_t misalignment : {0U, 1U, 7U}) {
       EXPECT_TRUE(life.fitsIn(bytes, misalignment)) << misalignment;
     }
+    EXPECT_EQ(allocationCount(), asked); // no heap beside a pool
     EXPECT_FALSE(life.fitsIn(bytes - kLess, 0));
   }
 }

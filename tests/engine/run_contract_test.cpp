@@ -4,12 +4,10 @@
 #include <array>
 #include <thread>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 #include "engine/scoped_engine.hpp"
 #include "support/fault_injection.hpp"
-#include "support/pool.hpp"
 #include "tlux/mark.h"
 #include "tlux/resample.h"
 #include "tlux/tone_stage.h"
@@ -19,68 +17,6 @@ namespace {
 
 constexpr FrameShape kSmall{160, 96};
 constexpr std::uint32_t kStrength = 50;
-
-struct Call {
-  TLUX_ENGINE* engine;
-  const TLUX_IMAGE* source;
-  std::uint32_t mode;
-  TLUX_IMAGE* output;
-  const std::uint32_t* strength;
-};
-
-TEST(Run, RejectsUnfitArgumentsAndWritesNothing) {
-  using Damage = void (*)(Call & call, TLUX_IMAGE & source, TLUX_IMAGE & output);
-#define DAMAGE(CHANGE)                                  \
-  {                                                     \
-#CHANGE, [](auto& call, auto& source, auto& output) { \
-    static_cast<void>(call), static_cast<void>(source), static_cast<void>(output); CHANGE; } \
-  }
-  const std::pair<const char*, Damage> kDamages[] = {
-      DAMAGE(call.mode = 0),
-      DAMAGE(call.mode = 2),
-      DAMAGE(call.engine = nullptr),
-      DAMAGE(call.source = nullptr),
-      DAMAGE(call.output = nullptr),
-      DAMAGE(call.strength = nullptr),
-      DAMAGE(call = Call{}),
-      DAMAGE(source.width = 159),
-      DAMAGE(source.height = 95),
-      DAMAGE(source.width = -160),
-      DAMAGE(source.height = -96),
-      DAMAGE(source.plane[0] = nullptr),
-      DAMAGE(source.plane[1] = nullptr),
-      DAMAGE(source.format = TLUX_FMT_YCBCR420_P),
-      DAMAGE(source.format = TLUX_FMT_YCBCR422_YPUV),
-      DAMAGE(source.pitch[0] = 159),
-      DAMAGE(source.pitch[1] = 159),
-      DAMAGE(output.plane[0] = nullptr),
-      DAMAGE(output.plane[1] = nullptr),
-      DAMAGE(output.format = TLUX_FMT_GRAY),
-      DAMAGE(output.pitch[0] = 150),
-      DAMAGE(output.pitch[1] = -160),
-      DAMAGE(output.width = 158),
-      DAMAGE(output.height = 94),
-      DAMAGE(output.plane[0] = source.plane[0]), // in place
-  };
-#undef DAMAGE
-  ScopedEngine engine;
-  const TLUX_ENGINE fresh = engine.state();
-  Frame source(kSmall, Scene::kWindow);
-  const Frame original(kSmall, Scene::kWindow);
-  Frame output(kSmall);
-  for (const auto& [name, damage] : kDamages) {
-    SCOPED_TRACE(name);
-    TLUX_IMAGE sourceRecord = source.image();
-    TLUX_IMAGE outputRecord = output.image();
-    Call call{&engine.state(), &sourceRecord, 1, &outputRecord, &kStrength};
-    damage(call, sourceRecord, outputRecord);
-    EXPECT_EQ(TLUX_RunDynamicRangeOptimizationImage(nullptr, call.engine, call.source, call.mode,
-                                                    call.output, call.strength, 0),
-              TLUX_ERR_INVALID_PARAM);
-    EXPECT_TRUE(source == original && output == Frame(kSmall));
-    EXPECT_EQ(MMemCmp(&engine.state(), &fresh, sizeof fresh), 0);
-  }
-}
 
 TEST(Run, DescribesTheFrameInTheEngine) {
   for (const auto& [width, height, refWidth, refHeight] :
@@ -148,57 +84,6 @@ TEST(Run, LeavesAWholeReferenceFrameWhateverTheResult) {
   }
 }
 
-// Whatever an engine ran before, it gives what a fresh one gives.
-TEST(Run, DoesNotDependOnEarlierFrames) {
-  struct Step {
-    FrameShape shape;
-    Scene scene;
-    std::uint32_t strength;
-  };
-  const Step kSteps[] = {{{160, 96}, Scene::kWindow, 50},   {{160, 96}, Scene::kNoise, 50},
-                         {{96, 160}, Scene::kWindow, 50},   {{96, 160}, Scene::kWindow, 0},
-                         {{330, 250}, Scene::kGradient, 9}, {{12, 12}, Scene::kNoise, 9},
-                         {{160, 96}, Scene::kWindow, 50},   {{170, 106}, Scene::kWindow, 50}};
-  ScopedEngine veteran;
-  for (const Step& step : kSteps) {
-    ScopedEngine fresh;
-    Frame source(step.shape, step.scene);
-    Frame first(step.shape);
-    Frame second(step.shape);
-    ASSERT_EQ(veteran.run(source, first, step.strength), TLUX_OK);
-    ASSERT_EQ(fresh.run(source, second, step.strength), TLUX_OK);
-    EXPECT_TRUE(first == second) << step.shape.width << 'x' << step.shape.height;
-  }
-}
-
-// The memory that the interface promises for a run, without the engine itself.
-std::size_t promisedBytes(const FrameShape& shape) {
-  const auto referencePixels = static_cast<std::size_t>(shape.width / 16 * 2) *
-                               static_cast<std::size_t>(shape.height / 16 * 2);
-  return sizeof(TLUX_ENGINE) + (128U << 10) + (12 + 40) * referencePixels + (1U << 20);
-}
-
-TEST(Run, NeedsNoMoreMemoryThanPromisedAndNoHeapBesideAPool) {
-  for (const FrameShape& shape : {FrameShape{640, 480}, {1920, 1080}, {2048, 16}, {16, 2048}}) {
-    SCOPED_TRACE(testing::Message() << shape.width << 'x' << shape.height);
-    Frame source(shape, Scene::kWindow);
-    Frame output(shape);
-    Frame heapOutput(shape);
-    Pool pool(promisedBytes(shape));
-    {
-      ScopedEngine engine(pool);
-      const long heapCalls = allocationCount();
-      const std::uint32_t result = engine.run(source, output, kStrength);
-      EXPECT_EQ(allocationCount(), heapCalls);
-      ASSERT_EQ(result, TLUX_OK);
-    }
-    EXPECT_TRUE(pool.isWhole());
-    ScopedEngine engine;
-    ASSERT_EQ(engine.run(source, heapOutput, kStrength), TLUX_OK);
-    EXPECT_TRUE(output == heapOutput);
-  }
-}
-
 // Engines share nothing: frames of different sizes and strengths at the same time, marks included.
 // As many threads as processors, none for a small frame; the same picture with any number of them.
 TEST(Run, WorksOnAsManyThreadsAsThereAreProcessors) {
@@ -255,24 +140,6 @@ TEST(ToneStage, IsTheRunWithoutCopyAndMark) {
       TLUX_OK);
   TLUX_EmbeddedMark(&output.image());
   EXPECT_TRUE(output == marked);
-}
-
-TEST(ToneStage, RejectsAnEngineThatDoesNotFitTheFrame) {
-  Frame source(kSmall, Scene::kWindow);
-  Frame output(kSmall);
-  Frame blank(kSmall);
-  ScopedEngine engine;
-  const auto stage = [&](TLUX_ENGINE* state, const std::uint32_t* strength) {
-    return TLUX_Tonemapping(nullptr, state, &source.image(), &output.image(), 0, strength);
-  };
-  EXPECT_EQ(stage(&engine.state(), &kStrength), TLUX_ERR_INVALID_PARAM); // no reference frame yet
-  EXPECT_EQ(stage(nullptr, &kStrength), TLUX_ERR_INVALID_PARAM);
-  Frame larger({176, 112}, Scene::kGrey);
-  Frame largerOutput({176, 112});
-  ASSERT_EQ(engine.run(larger, largerOutput, kStrength), TLUX_OK);
-  EXPECT_EQ(stage(&engine.state(), &kStrength), TLUX_ERR_INVALID_PARAM); // of a larger frame
-  EXPECT_EQ(stage(&engine.state(), nullptr), TLUX_ERR_INVALID_PARAM);
-  EXPECT_TRUE(output == blank);
 }
 
 // Without memory for new scores, those of the frame before serve: its tones, this frame's picture.

@@ -203,56 +203,5 @@ TEST(ColorMap, RisesInLightnessUpToTheRoundingOfItsColours) {
   }
 }
 
-TEST(Detail, RejectsBadArgumentsAndLeavesEmptyPlanesAlone) {
-  Random random(4);
-  TestImage in(random, 6, 5, 1);
-  TestImage out(random, 6, 5, 1);
-  const Call colour = [](const img& from, const img& to) {
-    return ColorMap(from.data, from.stride, to.data, 3 * to.stride, from.width, from.height);
-  };
-  for (const Call& call : {lee(2, 2000), enhance(2, 50, 9000), residual(2, 90, 3, 2000),
-                           baseDetail(2, 0.1f, 2.f), colour}) {
-    const auto with = [&](TestImage& image, auto img::*field, auto value) {
-      const img original = image.record;
-      image.record.*field = value;
-      const auto result = call(in.record, out.record);
-      image.record = original;
-      return result;
-    };
-    for (TestImage* image : {&in, &out}) {
-      EXPECT_EQ(with(*image, &img::data, nullptr), TLUX_ERR_INVALID_PARAM);
-      EXPECT_EQ(with(*image, &img::stride, 5), TLUX_ERR_INVALID_PARAM);
-      EXPECT_EQ(with(*image, &img::stride, -6), TLUX_ERR_INVALID_PARAM);
-    }
-    EXPECT_EQ(with(in, &img::height, 0), TLUX_OK);
-    EXPECT_EQ(with(in, &img::width, -1), TLUX_OK);
-    EXPECT_EQ(with(in, &img::width, 7), TLUX_ERR_INVALID_PARAM);
-  }
-  const float kNan = std::numeric_limits<float>::quiet_NaN();
-  for (const Call& call : {lee(-1, 1024),
-                           lee(1, -1),
-                           lee(1, 16385),
-                           enhance(-1, 10, 2000),
-                           enhance(1, 0, 2000),
-                           enhance(1, 128, 2000),
-                           enhance(1, 10, 1023),
-                           enhance(1, 10, 16385),
-                           residual(-1, 10, 0, 1024),
-                           residual(1, 0, 0, 1024),
-                           residual(1, 10, -1, 1024),
-                           residual(1, 10, 256, 1024),
-                           residual(1, 10, 0, -1),
-                           residual(1, 10, 0, 16385),
-                           baseDetail(0, 0.1f, 5),
-                           baseDetail(23171, 0.1f, 5),
-                           baseDetail(1, 0, 5),
-                           baseDetail(1, kNan, 5),
-                           baseDetail(1, 0.1f, 1),
-                           baseDetail(1, 0.1f, kNan)}) {
-    EXPECT_EQ(call(in.record, out.record), TLUX_ERR_INVALID_PARAM);
-  }
-  EXPECT_TRUE(out.isUnchanged());
-}
-
 } // namespace
 } // namespace tlux::test

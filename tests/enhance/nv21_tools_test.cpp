@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "support/components.hpp"
-#include "support/null_arguments.hpp"
 #include "support/simple_image.hpp"
 #include "tlux/guided_filter.h"
 #include "tlux/nv21_tools.h"
@@ -60,16 +59,6 @@ TEST(GuideFilterNv21, FiltersAChannelByAnyGuide) {
             TLUX_OK);
   EXPECT_TRUE(target.isIntact());
   EXPECT_EQ(target.pixels(), guided(guide.given(), channel.given(), kWidth, kHeight, 3));
-  expectRefusesEachNull(DstFilterChannel, nullptr, guide->data, kWidth, channel->data, kWidth,
-                        target->data, kPitch, kWidth, kHeight, 1);
-  for (const auto& [pitch, width, height, radius] : {std::tuple{kWidth - 1, kWidth, kHeight, 1},
-                                                     {kWidth, 0, kHeight, 1},
-                                                     {kWidth, kWidth, kHeight, -1},
-                                                     {1 << 26, 1 << 26, 1 << 26, 1}}) {
-    EXPECT_EQ(DstFilterChannel(nullptr, guide->data, pitch, channel->data, pitch, target->data,
-                               pitch, width, height, radius),
-              TLUX_ERR_INVALID_PARAM);
-  }
 }
 
 TEST(ChromaPlanes, ComeApartAndTogether) {
@@ -163,57 +152,6 @@ TEST(ImageRollOver, TurnsEveryComponent) {
         ASSERT_TRUE(out == mapped(in, before, turned)) << std::hex << format << " " << flags;
       }
     }
-  }
-}
-
-TEST(Nv21Tools, RefuseBadFrames) {
-  using Image = TLUX_IMAGE;
-  static std::uint8_t planes[2][64];
-  const struct {
-    std::uint32_t from, to;
-    std::uint32_t (*run)(const Image*, Image*);
-  } tools[] = {
-      {kNv21, kNv21, [](const Image* a, Image* b) { return GuideFilterNV21(nullptr, a, b, 1); }},
-      {kNv21, kNv21, [](const Image* a, Image* b) { return ImageRollOver(a, b, TLUX_ROLL_ROWS); }},
-      {k444, k444, [](const Image* a, Image* b) { return GaussSmoothI444(a, b, 7); }},
-      {k444, kNv21, FormatI444TONV21},
-      {kNv21, kNv21, [](const Image* a, Image* b) {
-         const std::uint32_t outcome = ExtractUVchannel(a, planes[0], planes[1], 4);
-         return outcome != TLUX_OK ? outcome : PushUVchannel(planes[0], planes[1], 4, b);
-       }}};
-  const struct {
-    void (*change)(Image& in, Image& out);
-    std::uint32_t outcome;
-  } changes[] = {
-      {[](Image& in, Image&) { in.plane[1] = nullptr; }, TLUX_ERR_INVALID_PARAM},
-      {[](Image&, Image& out) { out.plane[1] = nullptr; }, TLUX_ERR_INVALID_PARAM},
-      {[](Image& in, Image&) { in.pitch[1] = 7; }, TLUX_ERR_INVALID_PARAM},
-      {[](Image&, Image& out) { out.height = 0; }, TLUX_ERR_INVALID_PARAM},
-      {[](Image& in, Image& out) { in.format = out.format = 0x300; }, TLUX_ERR_UNSUPPORTED}};
-  for (const auto& [from, to, run] : tools) {
-    Frame in({8, 6, 0, 0, from});
-    Frame out({8, 6, 0, 0, to});
-    for (const auto& [change, outcome] : changes) {
-      Image badIn = in.image();
-      Image badOut = out.image();
-      change(badIn, badOut);
-      EXPECT_EQ(run(&badIn, &badOut), outcome);
-    }
-    expectRefusesEachNull(run, in.get(), out.get());
-    EXPECT_TRUE(out == Frame({8, 6, 0, 0, to}));
-    EXPECT_EQ(run(in.get(), out.get()), TLUX_OK);
-  }
-  Frame frame({8, 6});
-  Frame other({8, 6});
-  expectRefusesEachNull(ExtractUVchannel, frame.get(), planes[0], planes[1], 4);
-  expectRefusesEachNull(PushUVchannel, planes[0], planes[1], 4, frame.get());
-  EXPECT_EQ(ExtractUVchannel(frame.get(), planes[0], planes[1], 3), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(ImageRollOver(frame.get(), other.get(), 4), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(ImageRollOver(frame.get(), frame.get(), 1), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(GuideFilterNV21(nullptr, frame.get(), other.get(), -1), TLUX_ERR_INVALID_PARAM);
-  for (const auto& [width, height] : {std::pair{8, 4}, {8, 8}, {6, 6}, {10, 6}}) {
-    Frame source({width, height, 0, 0, k444});
-    EXPECT_EQ(FormatI444TONV21(source.get(), frame.get()), TLUX_ERR_INVALID_PARAM);
   }
 }
 

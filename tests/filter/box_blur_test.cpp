@@ -4,12 +4,10 @@
 
 #include <algorithm>
 #include <limits>
-#include <span>
 #include <vector>
 
 #include "reference/box_blur.hpp"
 #include "support/guarded_buffer.hpp"
-#include "support/pool.hpp"
 #include "support/random.hpp"
 
 namespace tlux::test {
@@ -83,30 +81,6 @@ TYPED_TEST(BoxBlur, KeepsUniformPlanesUniformUpToTheRoundingOfTheReciprocal) {
           std::clamp((value * area * k + 32768) >> 16, TypeParam::kMin, TypeParam::kMax);
       EXPECT_EQ(plane, std::vector<Sample>(12, static_cast<Sample>(mean))) << radius;
     }
-  }
-}
-
-TYPED_TEST(BoxBlur, LeavesThePlaneAloneWhenThereIsNothingToDo) {
-  std::vector<typename TypeParam::Sample> plane = {1, 2, 3, 4, 5, 6};
-  const auto original = plane;
-  for (const auto& [width, height, radius] :
-       {std::tuple{3, 2, 0}, {3, 2, -1}, {0, 2, 1}, {3, -2, 1}}) {
-    EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), width, height, 3, radius), TLUX_OK);
-  }
-  EXPECT_EQ(TypeParam::blur(nullptr, nullptr, 3, 2, 3, 1), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(plane, original);
-}
-
-// The path selects nothing, whichever memory is used.
-TYPED_TEST(BoxBlur, LivesInAPool) {
-  for (const int radius : {3, 20, 150}) {
-    auto plane = Random(8).values<typename TypeParam::Sample>(90);
-    auto other = plane;
-    EXPECT_EQ(TypeParam::blur(nullptr, plane.data(), 10, 9, 10, radius), TLUX_OK);
-    expectLivesInPool(4096, [&](MMemMgr pool) {
-      return TypeParam::blur(pool, other.data(), 10, 9, 10, radius, 1);
-    });
-    EXPECT_EQ(other, plane);
   }
 }
 

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "reference/guided_filter.hpp"
-#include "support/null_arguments.hpp"
 #include "support/simple_image.hpp"
 #include "tlux/guided_filter.h"
 
@@ -66,38 +65,6 @@ TEST(GuidedAlpha, FlatGuideKeepsTheCovarianceOfTruncatedMeans) {
   guided_box_alpha(nullptr, I, p, a, b, 1);
   EXPECT_EQ(valuesOf(a), (Values{25, 25}));
   EXPECT_EQ(valuesOf(b), (Values{-75, -75}));
-}
-
-TEST(GuidedAlpha, WritesNothingForImagesItDoesNotTake) {
-  for (const auto alpha : {guided_box_alpha, guided_box_alpha_half}) {
-    TestImage I(1, 1, 1, Bytes{200});
-    TestImage p(1, 1, 1, Bytes{100});
-    TestImage a(1, 1, 1, 32);
-    TestImage b(1, 1, 1, 32);
-    const Values before = valuesOf(a);
-    const auto expectUntouched = [&](int radius) {
-      alpha(nullptr, I, p, a, b, radius);
-      EXPECT_EQ(valuesOf(a), before);
-      EXPECT_EQ(valuesOf(b), before);
-    };
-    expectUntouched(-1);
-    for (TestImage* image : {&I, &p, &a, &b}) {
-      const img original = image->record;
-      for (int img::*field : {&img::width, &img::height, &img::channels, &img::depth}) {
-        image->record.*field += 16;
-        expectUntouched(1);
-        image->record = original;
-      }
-      image->record.rows = nullptr;
-      expectUntouched(1);
-      image->record = original;
-    }
-    callWithEachNull(alpha, nullptr, &I.record, &p.record, &a.record, &b.record, 1);
-    EXPECT_EQ(valuesOf(a), before);
-    EXPECT_EQ(valuesOf(b), before);
-    alpha(nullptr, I, p, a, b, 1);
-    EXPECT_EQ(valuesOf(b), Values{25600});
-  }
 }
 
 } // namespace

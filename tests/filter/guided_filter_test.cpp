@@ -2,13 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-#include <limits>
 #include <tuple>
 #include <vector>
 
 #include "reference/guided_filter.hpp"
-#include "support/null_arguments.hpp"
 #include "support/simple_image.hpp"
 
 namespace tlux::test {
@@ -70,67 +67,6 @@ TEST(GuidedFilter, GivesTheSameInBlocks) {
     guided_filter_bin_blocks3d(nullptr, I, p, blocks, radius);
     EXPECT_EQ(whole.pixels(), blocks.pixels());
   }
-}
-
-// Blue and red of one brightness: a grey guide has no edge there, one with channels does.
-TEST(GuidedFilter, ThreeChannelsKeepAnEdgeOfColour) {
-  constexpr int kWidth = 24;
-  constexpr int kHeight = 12;
-  Bytes colour;
-  Bytes input;
-  for (int i = 0; i < kWidth * kHeight; ++i) {
-    const bool right = i % kWidth >= kWidth / 2;
-    for (const int value : {right ? 200 : 50, 100, right ? 50 : 200}) {
-      colour.push_back(static_cast<std::uint8_t>(value));
-    }
-    input.push_back(right ? 220 : 20);
-  }
-  TestImage I(kWidth, kHeight, 3, colour);
-  TestImage grey(kWidth, kHeight, 1, Bytes(input.size(), 100));
-  TestImage p(kWidth, kHeight, 1, input);
-  TestImage kept(kWidth, kHeight, 1, 8);
-  TestImage blurred(kWidth, kHeight, 1, 8);
-  guided_filter_3d(nullptr, I, p, kept, 3);
-  guided_filter_1d(nullptr, grey, p, blurred, 3);
-  const std::size_t edge = 6 * kWidth + kWidth / 2;
-  EXPECT_GT(kept.pixels()[edge] - kept.pixels()[edge - 1], 190);
-  EXPECT_LT(blurred.pixels()[edge] - blurred.pixels()[edge - 1], 60);
-}
-
-TEST(GuidedFilter, WritesNothingForImagesItDoesNotTake) {
-  for (const Member& member : kMembers) {
-    SCOPED_TRACE(member.name);
-    TestImage I(6, 5, member.channels, 8);
-    TestImage p(6, 5, 1, 8);
-    TestImage q(6, 5, 1, Bytes(30, 9));
-    const auto expectUntouched = [&](const img* guide, const img* input, img* output, int radius) {
-      member.filter(nullptr, guide, input, output, radius);
-      EXPECT_EQ(q.pixels(), Bytes(30, 9));
-    };
-    expectUntouched(I, p, q, -1);
-    callWithEachNull(expectUntouched, &I.record, &p.record, &q.record, 1);
-    for (TestImage* image : {&I, &p, &q}) {
-      const img original = image->record;
-      const auto expectUntouchedWith = [&](auto img::*field, auto value) {
-        image->record.*field = value;
-        expectUntouched(I, p, q, 1);
-        image->record = original;
-      };
-      for (const int width : {5, 7, 0, -6}) {
-        expectUntouchedWith(&img::width, width);
-      }
-      expectUntouchedWith(&img::height, 4);
-      expectUntouchedWith(&img::channels, 2);
-      expectUntouchedWith(&img::depth, 32);
-      expectUntouchedWith(&img::rows, nullptr);
-    }
-    for (TestImage* image : {&I, &p, &q}) {
-      image->record.width = 1 << 20;
-      image->record.height = 1 << 20;
-    }
-    expectUntouched(I, p, q, 1);
-  }
-  EXPECT_EQ(guided_filter_bin_max3d(-5), -5);
 }
 
 } // namespace

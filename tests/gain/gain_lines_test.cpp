@@ -4,7 +4,6 @@
 
 #include "reference/gain_lines.hpp"
 #include "support/frame.hpp"
-#include "support/null_arguments.hpp"
 #include "tlux/gain_lines.h"
 
 namespace tlux::test {
@@ -40,53 +39,6 @@ TEST(GainLine, RollsOffInHighlights) {
       }
     }
   }
-}
-
-TEST(GainLine, TakesNullAndEmptyRows) {
-  Gains table(65536, 1);
-  Gains lines(64, 9);
-  for (const auto& member : kMembers) {
-    const auto expectNothing = [&](auto... arguments) {
-      EXPECT_EQ(member.call(arguments...), nullptr);
-    };
-    callWithEachNull(expectNothing, 0, 0, 4, lines.data(), nullptr, table.data(), table.data(), 0,
-                     0);
-    expectNothing(0, 0, 0, lines.data(), nullptr, table.data(), table.data(), 0, 0);
-    EXPECT_EQ(lines, Gains(64, 9));
-  }
-}
-
-TEST(SingleThreadMapping, AnswersForWhatIsMissing) {
-  Gains table(65536, 1024);
-  Gains lines(3 * 16);
-  Frame frame({8, 8});
-  const TLUX_MAPPING_STATE good = {
-      table.data(), TLUX_Degamma_Table, TLUX_Gamma_Table8, lines.data(), table.data(), 1, 1};
-  const auto run = [&](const TLUX_MAPPING_STATE& state, int first = 0, int end = 8) {
-    const TLUX_MAPPING_CONTEXT context = {first, end, frame.get(), &state};
-    return SingleThreadMapping(&context);
-  };
-  EXPECT_EQ(run(good), TLUX_OK);
-  EXPECT_EQ(run(good, 8, 8), TLUX_OK);
-  EXPECT_EQ(run(good, 3, 2), TLUX_OK);
-  EXPECT_EQ(run(good, -8, 8), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(SingleThreadMapping(nullptr), TLUX_ERR_INVALID_PARAM);
-  TLUX_MAPPING_STATE bad = good;
-  bad.lineBuffer = nullptr;
-  EXPECT_EQ(run(bad), TLUX_ERR_NO_MEMORY);
-  EXPECT_EQ(run(bad, 8, 8), TLUX_ERR_NO_MEMORY);
-  for (const auto& spoil : {+[](TLUX_MAPPING_STATE& s) { s.gains = nullptr; },
-                            +[](TLUX_MAPPING_STATE& s) { s.degamma = nullptr; },
-                            +[](TLUX_MAPPING_STATE& s) { s.gamma = nullptr; },
-                            +[](TLUX_MAPPING_STATE& s) { s.mapping = nullptr; },
-                            +[](TLUX_MAPPING_STATE& s) { s.gainWidth = 0; },
-                            +[](TLUX_MAPPING_STATE& s) { s.gainHeight = -1; }}) {
-    bad = good;
-    spoil(bad);
-    EXPECT_EQ(run(bad), TLUX_ERR_INVALID_PARAM);
-  }
-  frame->plane[1] = nullptr;
-  EXPECT_EQ(run(good), TLUX_ERR_INVALID_PARAM);
 }
 
 } // namespace

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "reference/gain_lines.hpp"
-#include "support/null_arguments.hpp"
 #include "support/random.hpp"
 #include "support/widths.hpp"
 #include "tlux/gain_lines.h"
@@ -100,24 +99,6 @@ TEST(LineTone, WorksInGroupsOfFourAndLeavesOddRowsTheirChroma) {
       EXPECT_EQ(chroma, expectedChroma);
     }
   }
-}
-
-TEST(LineTone, TakesNullAndEmptyRows) {
-  Bytes luma(4, 50);
-  Bytes chroma(4, 60);
-  const std::vector<std::uint16_t> gains(4, 2048);
-  const auto* degamma = TLUX_Degamma_Table;
-  const auto* gamma = TLUX_Gamma_Table8;
-  for (const int width : {0, -4}) {
-    toneLine(0, luma, chroma, width, gains);
-    toneLine(1, luma, chroma, width, gains);
-  }
-  callWithEachNull(AME_NV21NV12_LineTone, 0, luma.data(), chroma.data(), 4, gains.data(), degamma,
-                   gamma);
-  EXPECT_EQ(luma, Bytes(4, 50));
-  EXPECT_EQ(chroma, Bytes(4, 60));
-  AME_NV21NV12_LineTone(1, luma.data(), nullptr, 4, gains.data(), degamma, gamma);
-  EXPECT_NE(luma, Bytes(4, 50));
 }
 
 } // namespace

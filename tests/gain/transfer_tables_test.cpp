@@ -20,11 +20,5 @@ TEST(TransferTables, EveryEntryIsTheRoundedCurve) {
   }
 }
 
-TEST(TransferTables, EncodingUndoesDecoding) {
-  for (int i = 0; i < 256; ++i) {
-    EXPECT_EQ(TLUX_Gamma_Table8[TLUX_Degamma_Table[i]], i);
-  }
-}
-
 } // namespace
 } // namespace tlux::test

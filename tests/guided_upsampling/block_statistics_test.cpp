@@ -1,13 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
 #include <vector>
 
 #include "guided_upsampling/block_mean.hpp"
 #include "guided_upsampling/window_sums.hpp"
 #include "reference/guided_filter_fast.hpp"
 #include "support/frame.hpp"
-#include "support/null_arguments.hpp"
 #include "tlux/fast_guided_filter.h"
 
 namespace tlux::test {
@@ -122,45 +120,6 @@ TEST(TruncatedMean, IsTheTruncatedQuotient) {
   }
 }
 
-TEST(BlockMean, BandFormsAreTheFormula) {
-  struct Case {
-    int width, height, padding, first, rows, radius;
-  };
-  Random random(2);
-  for (const Case& c :
-       {Case{1, 1, 0, 0, 1, 1}, Case{1, 9, 2, 0, 9, 2}, Case{13, 12, 0, 3, 6, 2},
-        Case{13, 12, 1, 3, 6, 4}, Case{9, 40, 0, 5, 33, 16}, Case{5, 20, 0, 10, 40, 3},
-        Case{6, 10, 0, 4, 2, 5}, Case{4, 6, 0, 9, 2, 4}, Case{30, 8, 3, 0, 8, 1}}) {
-    SCOPED_TRACE(testing::Message() << c.width << "x" << c.height << " rows " << c.first << "+"
-                                    << c.rows << " radius " << c.radius);
-    const int stride = c.width + c.padding;
-    const auto source = random.values<std::int32_t>(stride * c.height, -400000, 300000);
-    std::vector<std::int32_t> inBand(c.width * c.height, kUntouched);
-    std::vector<std::int32_t> whole = inBand;
-    ASSERT_EQ(BlockMeanVarIntMTBorder(nullptr, c.first, c.rows, source.data(), c.height, c.width,
-                                      stride, inBand.data(), c.radius),
-              TLUX_OK);
-    ASSERT_EQ(BlockMeanVarIntMT(nullptr, c.first, c.rows, source.data(), c.height, c.width, stride,
-                                whole.data(), c.radius),
-              TLUX_OK);
-    const int end = std::min(c.first + c.rows, c.height);
-    forEachPixel(c.width, c.height, [&](int x, int y) {
-      const bool inside = y >= c.first && y < end;
-      // The three-tap groups of a short band reach over its edges.
-      const bool written = inside || (y >= c.first && y < c.first + c.radius) ||
-                           (y >= c.first + c.rows - c.radius && y < end);
-      const int at = y * c.width + x;
-      const auto banded = reference::smoothedInBand(source.data(), x, y, c.width, c.height, stride,
-                                                    c.first, c.rows, c.radius);
-      const auto mean = reference::windowSum(x, y, c.radius, c.width, 0, c.height,
-                                             [&](int u, int v) { return source[v * stride + u]; }) /
-                        (4 * c.radius * c.radius);
-      ASSERT_EQ(inBand[at], written ? banded : kUntouched) << x << "," << y;
-      ASSERT_EQ(whole[at], inside ? mean : kUntouched) << x << "," << y;
-    });
-  }
-}
-
 // A worker of the filter writes the rows of its band alone, also of one shorter than the radius.
 TEST(BlockMean, ABandOfAWorkerKeepsToItsRows) {
   constexpr int kWidth = 5;
@@ -262,40 +221,6 @@ TEST(UpsampleLine, DeliversTheLinesOfABandInOrder) {
     }
     EXPECT_TRUE(memory.isIntact());
   }
-}
-
-TEST(BlockStatistics, RefuseBadArguments) {
-  std::uint8_t bytes[16] = {};
-  std::int32_t ints[16] = {};
-  std::int32_t out[16] = {};
-  float floats[16] = {};
-  float mean[16] = {};
-  struct Arguments {
-    int startRow, bandRows, height, width, stride, radius;
-    std::uint32_t expected;
-  };
-  for (const Arguments& g :
-       {Arguments{-1, 4, 4, 4, 4, 1, TLUX_ERR_INVALID_PARAM},
-        Arguments{0, 4, 4, 4, 3, 1, TLUX_ERR_INVALID_PARAM},
-        Arguments{0, 4, 4, 4, 4, 0, TLUX_ERR_INVALID_PARAM},
-        Arguments{0, 4, 4, 4, 4, 23171, TLUX_ERR_INVALID_PARAM},
-        Arguments{0, 0, 4, 4, 4, 1, TLUX_OK}, Arguments{4, 4, 4, 4, 4, 1, TLUX_OK},
-        Arguments{0, 4, 0, 4, 4, 1, TLUX_OK}, Arguments{0, 4, 4, 0, 4, 1, TLUX_OK},
-        Arguments{INT32_MAX, INT32_MAX, 4, 4, 4, 2, TLUX_OK}}) {
-    EXPECT_EQ(GuideBlockIntMT(nullptr, g.startRow, g.bandRows, bytes, bytes, g.height, g.width,
-                              g.stride, ints, out, g.radius, 20),
-              g.expected);
-    EXPECT_EQ(BlockMeanVarIntMTBorder(nullptr, g.startRow, g.bandRows, ints, g.height, g.width,
-                                      g.stride, out, g.radius),
-              g.expected);
-    EXPECT_EQ(BlockMeanVarIntMT(nullptr, g.startRow, g.bandRows, ints, g.height, g.width, g.stride,
-                                out, g.radius),
-              g.expected);
-  }
-  expectRefusesEachNull(GuideBlock, nullptr, floats, floats, 4, 4, 4, mean, mean, 1, 1.0F);
-  EXPECT_EQ(BlockMeanVar(nullptr, floats, 4, 4, 3, mean, mean, 1), TLUX_ERR_INVALID_PARAM);
-  callWithEachNull(UPSampleLine8Int, 0, 8, ints, out);
-  UPSampleLine8Int(-1, 8, ints, out);
 }
 
 } // namespace

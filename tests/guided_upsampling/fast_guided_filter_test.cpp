@@ -2,13 +2,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <limits>
-#include <tuple>
 #include <vector>
 
-#include "base/bands.hpp"
 #include "reference/guided_filter_fast.hpp"
-#include "support/fault_injection.hpp"
 #include "support/guarded_buffer.hpp"
 #include "support/pool.hpp"
 #include "support/random.hpp"
@@ -16,8 +12,6 @@
 
 namespace tlux::test {
 namespace {
-
-using namespace detail;
 
 using Bytes = std::vector<std::uint8_t>;
 
@@ -72,21 +66,6 @@ struct Frame {
   GuardedBuffer fullGuide;
   GuardedBuffer fullOut;
 };
-
-TEST(FastGuidedFilter, IsTheFormulaForEverySizeOfBand) {
-  Random random(21);
-  for (int height = 1; height <= 14; ++height) {
-    for (const int width : {1, 2, 5, 12}) {
-      for (const int radius : {1, 2, 16}) {
-        Frame frame({width, height}, height % 3, 2 * (width % 4), random);
-        const int eps = random.intBetween(1, 60);
-        ASSERT_EQ(frame.filter(nullptr, radius, eps), TLUX_OK);
-        ASSERT_TRUE(frame.outputIs(frame.expected(radius, eps)))
-            << width << "x" << height << " radius " << radius << " eps " << eps;
-      }
-    }
-  }
-}
 
 // Bands higher than twice the radius have rows of both kinds of smoothing.
 TEST(FastGuidedFilter, IsTheFormulaOnLargerFrames) {
@@ -149,68 +128,6 @@ TEST(FastGuidedFilter, LivesInAPoolOfTheDocumentedSize) {
   expectLivesInPool(4 * (40 * 10 * 4 + 16) + 4 * (320 * 40 + 16) + 64,
                     [&](MMemMgr pool) { return frame.filter(pool, 16, 20); });
   EXPECT_TRUE(frame.outputIs(expected));
-}
-
-// A worker whose memory runs out leaves its band alone.
-TEST(FastGuidedFilter, WorkerWithoutMemoryLeavesItsBandAlone) {
-  Random random(30);
-  Frame frame({6, 5}, 0, 0, random);
-  std::vector<std::int32_t> maps(4 * 30);
-  TLUX_GUIDE_CONTEXT context = {nullptr,
-                                &maps[0],
-                                &maps[30],
-                                &maps[60],
-                                &maps[90],
-                                frame.input.data(),
-                                frame.guide.data(),
-                                frame.fullGuide.data(),
-                                frame.fullOut.data(),
-                                1,
-                                9,
-                                6,
-                                5,
-                                frame.lowPitch,
-                                frame.fullPitch,
-                                1,
-                                20};
-  const long live = liveAllocations();
-  EXPECT_GE(sweepFaults(failAllocation,
-                        [&] {
-                          std::ranges::fill(frame.fullOut.bytes(), kHeld);
-                          FastGuideFilterSingleThread(&context);
-                          const auto rows = frame.fullOut.bytes();
-                          EXPECT_EQ(std::ranges::count(rows.first(8 * 48), kHeld), 8 * 48);
-                          const auto held = std::ranges::count(rows.subspan(8 * 48), kHeld);
-                          EXPECT_EQ(held > 32 * 48 / 2, faultFired());
-                        }),
-            3);
-  EXPECT_EQ(liveAllocations(), live);
-  FastGuideFilterSingleThread(nullptr);
-}
-
-TEST(FastGuidedFilter, AnswersBadAndEmptyArguments) {
-  constexpr int kHuge = std::numeric_limits<int>::max();
-  static_assert(bandHeight(kHuge) == 1 << 29);
-  Random random(31);
-  Frame frame({4, 4}, 0, 0, random);
-  for (const auto& [lowW, lowH, lowPitch, fullPitch, radius, result] :
-       {std::tuple{0, 4, 4, 32, 16, TLUX_OK},
-        {4, 0, 4, 32, 16, TLUX_OK},
-        {4, -4, 4, 32, 16, TLUX_ERR_NO_MEMORY},
-        {-4, -4, 4, 32, 16, TLUX_ERR_NO_MEMORY},
-        {4, 4, 3, 32, 16, TLUX_ERR_INVALID_PARAM},
-        {4, 4, 4, 31, 16, TLUX_ERR_INVALID_PARAM},
-        {4, 4, 4, 32, 0, TLUX_ERR_INVALID_PARAM},
-        {kHuge / 8, kHuge, kHuge, kHuge, 16, TLUX_ERR_NO_MEMORY}}) {
-    EXPECT_EQ(
-        FastGuideFilterMT(nullptr, frame.input.data(), frame.guide.data(), frame.fullGuide.data(),
-                          frame.fullOut.data(), lowW, lowH, lowPitch, fullPitch, radius, 20),
-        result);
-  }
-  EXPECT_EQ(FastGuideFilterMT(nullptr, frame.input.data(), nullptr, frame.fullGuide.data(),
-                              frame.fullOut.data(), 4, 4, 4, 32, 16, 20),
-            TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(std::ranges::count(frame.fullOut.bytes(), kHeld), 32 * 32);
 }
 
 } // namespace

@@ -5,7 +5,6 @@
 #include <vector>
 
 #include "support/frame.hpp"
-#include "support/null_arguments.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/resample.h"
 
@@ -68,35 +67,6 @@ TEST(FloatGuidedFilter, UniformSourceGivesItsReducedLevel) {
   Frame frame({48, 32});
   ASSERT_EQ(FastGuidedFilter(nullptr, frame.get(), frame.get(), frame.get(), 4, 1.0F), TLUX_OK);
   EXPECT_EQ(frame.bytes(0), Bytes(48 * 32, Frame::kBlank - 1));
-}
-
-TEST(FloatGuidedFilter, AnswersBadArguments) {
-  Frame source({32, 32});
-  Frame output({32, 32});
-  Frame tiny({15, 40, 16});
-  Frame gray({32, 32});
-  gray->format = TLUX_FMT_GRAY;
-  struct Case {
-    const TLUX_IMAGE* source;
-    const TLUX_IMAGE* guide;
-    TLUX_IMAGE* output;
-    int radius;
-    float eps;
-    std::uint32_t result;
-  };
-  const TLUX_IMAGE* const good = source.get();
-  TLUX_IMAGE* const out = output.get();
-  for (const Case& c : {Case{good, tiny.get(), out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
-                        {tiny.get(), good, out, 2, 1.0F, TLUX_ERR_INVALID_PARAM},
-                        {good, good, out, 0, 1.0F, TLUX_ERR_INVALID_PARAM},
-                        {gray.get(), good, out, 2, 1.0F, TLUX_ERR_UNSUPPORTED},
-                        {good, good, out, 2, 0.0F, TLUX_GUIDE_UNSOLVABLE},
-                        {good, good, tiny.get(), 2, 1.0F, TLUX_ERR_INVALID_PARAM},
-                        {tiny.get(), tiny.get(), tiny.get(), 2, 1.0F, TLUX_OK}}) {
-    EXPECT_EQ(FastGuidedFilter(nullptr, c.source, c.guide, c.output, c.radius, c.eps), c.result);
-  }
-  expectRefusesEachNull(FastGuidedFilter, nullptr, good, good, out, 2, 1.0F);
-  EXPECT_TRUE(output == Frame({32, 32}));
 }
 
 } // namespace

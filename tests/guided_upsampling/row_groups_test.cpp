@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <vector>
 
+#include "reference/guided_filter_fast.hpp"
 #include "support/guarded_buffer.hpp"
 #include "support/random.hpp"
 
@@ -39,24 +40,9 @@ Maps mapsOf(int width, Content content, Random& random) {
   return maps;
 }
 
-// k/8 of the way from m to n, rounded down.
-std::int64_t between(std::int64_t m, std::int64_t n, int k) {
-  return (8 * m + k * (n - m)) >> 3;
-}
-
-std::int64_t enlarged(const Samples& map, int width, int x, int y, int last) {
-  const auto line = [&](int row) {
-    const int left = row * width + x / 8;
-    const int right = row * width + std::min(x / 8 + 1, width - 1);
-    return between(map[static_cast<std::size_t>(left)], map[static_cast<std::size_t>(right)],
-                   x % 8);
-  };
-  return between(line(y / 8), line(std::min(y / 8 + 1, last)), y % 8);
-}
-
 std::uint8_t lumaAt(const Maps& maps, int x, int y, std::uint8_t guide) {
-  const std::int64_t a = enlarged(maps.a, maps.width, x, y, kRows - 1);
-  const std::int64_t b = enlarged(maps.b, maps.width, x, y, kRows - 1);
+  const std::int64_t a = reference::enlarged(maps.a.data(), maps.width, kRows - 1, x, y);
+  const std::int64_t b = reference::enlarged(maps.b.data(), maps.width, kRows - 1, x, y);
   return static_cast<std::uint8_t>(std::clamp<std::int64_t>((a * guide + b) >> 10, 0, 255));
 }
 

@@ -2,12 +2,10 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <limits>
 #include <utility>
 
 #include "image/picture.hpp"
-#include "support/null_arguments.hpp"
 
 namespace tlux::test {
 namespace {
@@ -132,25 +130,12 @@ TEST(Copy, AcceptsRectanglesByTheirExtentAlone) {
   std::uint8_t bytes[15] = {};
   TLUX_IMAGE target{TLUX_FMT_GRAY, 15, 1, {bytes}, {15}};
   constexpr int kMax = std::numeric_limits<int>::max();
-  constexpr int kMin = std::numeric_limits<int>::min();
 
   memory[24] = 9;
   const TLUX_RECT sticksOut{10, 0, 25, 1};
   EXPECT_EQ(TLUX_CopyImageROI_IMK(&target, nullptr, &source, &sticksOut), TLUX_OK);
   EXPECT_EQ(bytes[14], 9);
   for (const auto copy : {TLUX_CopyImageROI_IMK, TLUX_CopyImageROIOddRect_IMK}) {
-    for (const TLUX_RECT& refused : {TLUX_RECT{-1, 0, 14, 1},
-                                     {0, -1, 15, 0},
-                                     {15, 0, 0, 1},
-                                     {0, 1, 15, 0},
-                                     {0, 0, 21, 1},
-                                     {0, 0, 15, 3},
-                                     {0, 0, 14, 1},
-                                     {0, 0, 15, 2},
-                                     {kMin, 0, kMax, 1},
-                                     {0, kMax, 15, kMin}}) {
-      EXPECT_EQ(copy(&target, nullptr, &source, &refused), TLUX_ERR_INVALID_PARAM);
-    }
     const TLUX_RECT nothing{kMax, kMax, kMax, kMax};
     EXPECT_EQ(copy(&target, &nothing, &source, &nothing), TLUX_OK);
   }
@@ -176,22 +161,6 @@ TEST(Copy, AnswersWhatItCannotCopy) {
       if (copiesLuma) PictureCopy(target, {0, 0, 9, 4}, source, {0, 0, 9, 4}).plain();
       EXPECT_TRUE(to == frameOf(target)) << std::hex << format;
     }
-
-    const Picture picture = randomPicture(random, TLUX_FMT_YCBCR444_P, 6, 4, 0);
-    Frame source = frameOf(randomPicture(random, TLUX_FMT_YCBCR444_P, 6, 4, 0));
-    Frame target = frameOf(picture);
-    expectRefusesEachNull(copy, target.get(), nullptr, source.get(), nullptr);
-    for (TLUX_IMAGE* image : {source.get(), target.get()}) {
-      const TLUX_IMAGE kept = *image;
-      for (const auto& damage : {+[](TLUX_IMAGE& i) { i.plane[0] = nullptr; },
-                                 +[](TLUX_IMAGE& i) { i.plane[2] = nullptr; },
-                                 +[](TLUX_IMAGE& i) { i.format = TLUX_FMT_YCBCR444_P_B; }}) {
-        damage(*image);
-        EXPECT_EQ(copy(target.get(), nullptr, source.get(), nullptr), TLUX_ERR_INVALID_PARAM);
-        *image = kept;
-      }
-    }
-    EXPECT_TRUE(target == frameOf(picture));
   }
   // A plane of which nothing is copied may be missing.
   std::uint8_t luma[2] = {1, 2};
@@ -211,7 +180,8 @@ TEST(IsImageEqual, ComparesGeometryAlone) {
     const TLUX_IMAGE b{format, width, height, {}, {}};
     EXPECT_EQ(TLUX_IsImageEqual_IMK(&a, &b), equal);
   }
-  callWithEachNull([](auto... images) { EXPECT_EQ(TLUX_IsImageEqual_IMK(images...), 0); }, &a, &a);
+  EXPECT_EQ(TLUX_IsImageEqual_IMK(nullptr, &a), 0);
+  EXPECT_EQ(TLUX_IsImageEqual_IMK(&a, nullptr), 0);
 }
 
 } // namespace

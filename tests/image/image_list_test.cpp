@@ -3,11 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <limits>
 #include <vector>
 
-#include "support/null_arguments.hpp"
-#include "support/pool.hpp"
+#include "support/fault_injection.hpp"
+#include "tlux/platform.h"
 
 namespace tlux::test {
 namespace {
@@ -107,19 +106,6 @@ TEST(ImageList, RemovesFromBothEnds) {
   EXPECT_EQ(backward(list).front().value, 4);
   EXPECT_EQ(backward(list).size(), 3u);
 
-  for (const auto remove : {RemoveFirstImage_IMK, RemoveLastImage_IMK}) {
-    while (list.count > 0) {
-      remove(&list, nullptr);
-    }
-    EXPECT_EQ(list.first, nullptr);
-    EXPECT_EQ(list.current, nullptr);
-    EXPECT_EQ(list.last, nullptr);
-    EXPECT_EQ(remove(&list, nullptr), 0u);
-    EXPECT_EQ(list.count, 0u);
-    insert(list, 7);
-    insert(list, 8);
-    SetCurrentImageToFirstOne_IMK(&list);
-  }
   const TLUX_IMAGE_NODE* cursor = list.current;
   TLUX_FreeImageLink_IMK(&list, nullptr);
   EXPECT_EQ(list.count, 0u);
@@ -187,37 +173,17 @@ TEST(ImageList, IsUnchangedWhenAnInsertFails) {
     EXPECT_EQ(TLUX_InsertImageToLinkROI_IMK(&list, &frame.image, nullptr, &rect, 0, 0, nullptr),
               TLUX_ERR_INVALID_PARAM);
   }
-  expectRefusesEachNull(TLUX_InsertImageToLink_IMK, &list, &frame.image, nullptr, 0, 0, nullptr);
-  expectRefusesEachNull(TLUX_InsertImageToLinkROI_IMK, &list, &frame.image, nullptr, &part, 0, 0,
-                        nullptr);
+  for (TLUX_IMAGE_LIST* to : {static_cast<TLUX_IMAGE_LIST*>(nullptr), &list}) {
+    const TLUX_IMAGE* image = to == nullptr ? &frame.image : nullptr;
+    EXPECT_EQ(TLUX_InsertImageToLink_IMK(to, image, nullptr, 0, 0, nullptr),
+              TLUX_ERR_INVALID_PARAM);
+    EXPECT_EQ(TLUX_InsertImageToLinkROI_IMK(to, image, nullptr, &part, 0, 0, nullptr),
+              TLUX_ERR_INVALID_PARAM);
+  }
+  EXPECT_EQ(TLUX_InsertImageToLinkROI_IMK(&list, &frame.image, nullptr, nullptr, 0, 0, nullptr),
+            TLUX_ERR_INVALID_PARAM);
   expectUnchanged();
   TLUX_FreeImageLink_IMK(&list, nullptr);
-}
-
-TEST(ImageList, NullListIsAnEmptyOne) {
-  SetCurrentImageToFirstOne_IMK(nullptr);
-  SetCurrentImageToLastOne_IMK(nullptr);
-  EXPECT_EQ(GetCurrentImage_IMK(nullptr, nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(GetCurrentImageINV_IMK(nullptr, nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(RemoveFirstImage_IMK(nullptr, nullptr), 0u);
-  EXPECT_EQ(RemoveLastImage_IMK(nullptr, nullptr), 0u);
-  TLUX_FreeImageLink_IMK(nullptr, nullptr);
-}
-
-// A list in a pool gives back all of it.
-TEST(ImageList, LeavesNothingInAPool) {
-  const Pool pool(8192);
-  TLUX_IMAGE_LIST list{};
-  Gray frame(3);
-  std::uint32_t result = TLUX_OK;
-  while (result == TLUX_OK) {
-    result = TLUX_InsertImageToLink_IMK(&list, &frame.image, frame.map.data(), 0, 0, pool);
-  }
-  EXPECT_EQ(result, TLUX_ERR_NO_MEMORY);
-  EXPECT_GT(list.count, 10u);
-  EXPECT_EQ(forward(list).size(), list.count);
-  TLUX_FreeImageLink_IMK(&list, pool);
-  EXPECT_TRUE(pool.isWhole());
 }
 
 } // namespace

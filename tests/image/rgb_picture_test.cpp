@@ -160,28 +160,5 @@ TEST(RgbPicture, KeepsGrayToTheCode) {
   EXPECT_TRUE(std::ranges::equal(picture.block().bytes(), back.block().bytes()));
 }
 
-TEST(RgbPicture, IsRefusedWithAFrameThatDoesNotFit) {
-  const auto refused = [](auto damage) {
-    TestPicture picture(kLayouts[1], 5, 3, 0);
-    Frame frame(frameShapeFor(5, 3, true));
-    const Bytes luma = frame.bytes(0);
-    damage(*picture.get(), frame.image());
-    return TLUX_PictureToFrame(picture.get(), frame.get()) == TLUX_ERR_INVALID_PARAM &&
-           TLUX_FrameToPicture(frame.get(), picture.get()) == TLUX_ERR_INVALID_PARAM &&
-           frame.bytes(0) == luma;
-  };
-  EXPECT_TRUE(refused([](auto& picture, auto&) { picture.pixels = nullptr; }));
-  EXPECT_TRUE(refused([](auto& picture, auto&) { picture.width = 0; }));
-  EXPECT_TRUE(refused([](auto& picture, auto&) { picture.height = -3; }));
-  EXPECT_TRUE(refused([](auto& picture, auto&) { picture.pitch = 19; }));
-  EXPECT_TRUE(refused([](auto& picture, auto&) { picture.pitch = -19; }));
-  EXPECT_TRUE(refused([](auto& picture, auto&) { picture.layout = 4; }));
-  EXPECT_TRUE(refused([](auto&, auto& frame) { frame.width = 8; }));
-  EXPECT_TRUE(refused([](auto&, auto& frame) { frame.height = 3; }));
-  EXPECT_TRUE(refused([](auto&, auto& frame) { frame.pitch[1] = 5; }));
-  EXPECT_TRUE(refused([](auto&, auto& frame) { frame.format = TLUX_FMT_YCBCR422_YPUV; }));
-  EXPECT_EQ(TLUX_PictureToFrame(nullptr, nullptr), TLUX_ERR_INVALID_PARAM);
-}
-
 } // namespace
 } // namespace tlux::test

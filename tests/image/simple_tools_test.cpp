@@ -196,48 +196,6 @@ TEST(SimpleTools, ResizeFromTheCorner) {
   EXPECT_EQ(resize_Cubic1(), 0u);
 }
 
-// Every tool, given an image that is missing, too small or has too few channels, does nothing.
-TEST(SimpleTools, DoNothingWithImagesThatDoNotFit) {
-  Random random(6);
-  TestImage colour(random, 8, 4, 3);
-  TestImage plane(random, 8, 4, 1);
-  TestImage samples(random, 8, 4, 1, 32);
-  TestImage low(random, 24, 3, 1);
-  TestImage narrow(random, 7, 9, 1);
-  Bytes bytes(32, 9);
-  for (img* bad : {static_cast<img*>(nullptr), &low.record, &narrow.record}) {
-    for (const auto toOne : {to_gray, to_maxgray, img_lab}) {
-      toOne(colour, bad);
-      toOne(bad, plane);
-    }
-    img_subnorm(plane, bad, plane);
-    img_subnorm(plane, samples, bad);
-    img_subnorm3(plane, plane, bad, plane);
-    img_subnorm2(plane, plane, plane, plane, bad, plane);
-    img_or(plane, bad, plane);
-    int2byte(bad, bytes.data());
-    byte2int(bytes.data(), 0, bad);
-  }
-  img_lab(colour, plane);
-  resize_a(nullptr, plane);
-  resize_a(colour, nullptr);
-  resize_a(colour, plane); // fewer channels than the source
-  img_subnorm(nullptr, plane, plane);
-  int2byte(samples, nullptr);
-  byte2int(nullptr, 0, samples);
-  samples->height = -1;
-  byte2int(bytes.data(), 0, samples);
-  samples->height = 4;
-  samples->width = -8;
-  byte2int(bytes.data(), 0, samples);
-  for (TestImage* picture : {&colour, &plane, &samples, &low, &narrow}) {
-    EXPECT_TRUE(picture->isUnchanged());
-  }
-  EXPECT_EQ(bytes, Bytes(32, 9));
-  EXPECT_EQ(resize_C1(nullptr, nullptr, plane), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(resize_C1(nullptr, plane, nullptr), TLUX_ERR_INVALID_PARAM);
-}
-
 TEST(SimpleTools, ResizeOneChannelGoesToTheExportedResizer) {
   Random random(7);
   TestImage source(random, 31, 17, 1, 8, 2);

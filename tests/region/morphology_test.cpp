@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <functional>
 #include <numeric>
 #include <span>
@@ -92,22 +91,6 @@ TEST(Morphology, LeavesTheMaskAloneWhenThereIsNothingToDo) {
     EXPECT_EQ(run(kind, mask.row(0), 8, 0, 8, 2), 0u);
     EXPECT_EQ(run(kind, nullptr, 8, 8, 8, 2), 0u);
     EXPECT_EQ(mask.values, original.values);
-  }
-}
-
-TEST(Morphology, CountsTheKnownCases) {
-  std::vector<std::uint8_t> mask(100, 1);
-  EXPECT_EQ(TLUX_ErodeEx(mask.data(), 10, 10, 10, 1, nullptr), 36u);
-  mask.assign(100, 7);
-  EXPECT_EQ(TLUX_ErodeEx(mask.data(), 10, 10, 10, 5, nullptr), 100u);
-  mask.assign(100, 0);
-  EXPECT_EQ(TLUX_DilateEx(mask.data(), 10, 10, 10, 253, nullptr), 0u);
-  EXPECT_EQ(mask, std::vector<std::uint8_t>(100, 0));
-  mask[44] = 1;
-  EXPECT_EQ(TLUX_DilateEx(mask.data(), 10, 10, 10, 2, nullptr), 12u);
-  for (int i = 0; i < 100; ++i) {
-    const bool near = std::abs(i % 10 - 4) + std::abs(i / 10 - 4) <= 2;
-    EXPECT_EQ(mask[static_cast<std::size_t>(i)], near ? 255 : 0) << i;
   }
 }
 

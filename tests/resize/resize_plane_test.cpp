@@ -1,12 +1,10 @@
 #include <gtest/gtest.h>
 
-#include <array>
 #include <vector>
 
 #include "reference/loops.hpp"
 #include "reference/resize.hpp"
 #include "reference/simple_tools.hpp"
-#include "support/null_arguments.hpp"
 #include "support/simple_image.hpp"
 #include "tlux/resize.h"
 
@@ -121,55 +119,6 @@ TEST(CubicTable, HoldsKeysWeights) {
       }
     }
   }
-  std::int16_t entry = 7;
-  EXPECT_EQ(InitCubicCoeffTab(nullptr, -128), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(InitCubicCoeffTab(&entry, -257), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(InitCubicCoeffTab(&entry, 1), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(entry, 7);
-}
-
-class PlaneResizers : public testing::TestWithParam<ResizePlane*> {};
-INSTANTIATE_TEST_SUITE_P(All, PlaneResizers,
-                         testing::Values(asfImageResize_BL_C1, ImageResize_Cubic_C1));
-
-TEST_P(PlaneResizers, KeepFlatPlanesAndEqualSizes) {
-  for (const int level : {0, 1, 128, 255}) {
-    forEachSample(GetParam(), level, level, [&](const Resized& flat, const Resize&, int x, int y) {
-      ASSERT_EQ(flat.at(x, y), level);
-    });
-  }
-  Random random(2);
-  for (const Resize& r : kResizes) {
-    const Resized copy(random, {r.width, r.height, r.width, r.height}, 0, 255, GetParam());
-    reference::forEachPixel(
-        r.width, r.height, [&](int x, int y) { ASSERT_EQ(copy.at(x, y), copy.source().at(x, y)); });
-    // The columns of equal width are copied too while the rows change.
-    const Resized stretched(random, {r.width, 1, r.width, r.height}, 0, 255, GetParam());
-    for (int x = 0; x < r.width; ++x) {
-      ASSERT_EQ(stretched.at(x, r.height - 1), stretched.source().at(x, 0));
-    }
-  }
-}
-
-TEST_P(PlaneResizers, RefuseBadPlanes) {
-  TestImage source(4, 4, 1, 8);
-  TestImage target(4, 4, 1, 8);
-  const std::uint8_t* in = source->data;
-  for (const auto& [sourceWidth, sourceHeight, sourceStride, width, height, stride] :
-       {std::array{0, 4, 4, 4, 4, 4},
-        {4, -1, 4, 4, 4, 4},
-        {4, 4, 3, 4, 4, 4},
-        {4, 4, 4, 0, 4, 4},
-        {4, 4, 4, 4, -4, 4},
-        {4, 4, 4, 4, 4, -4}}) {
-    EXPECT_EQ(GetParam()(in, sourceWidth, sourceHeight, sourceStride, target->data, width, height,
-                         stride),
-              TLUX_ERR_INVALID_PARAM);
-  }
-  expectRefusesEachNull(GetParam(), in, 4, 4, 4, target->data, 4, 4, 4);
-  EXPECT_EQ(Resize_Bicubic_8u_C1(in, 4, 4, 4, target->data, 4, 4, 4, nullptr),
-            TLUX_ERR_INVALID_PARAM);
-  EXPECT_TRUE(target.isUnchanged());
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "support/components.hpp"
-#include "support/null_arguments.hpp"
 #include "support/simple_image.hpp"
 #include "tlux/fast_guided_filter.h"
 #include "tlux/upscale.h"
@@ -32,40 +31,6 @@ TEST(UpscaleLine, IsTheLineOfTheToneCore) {
       ASSERT_TRUE(std::equal(line.bytes().begin(), line.bytes().end(), lines.begin()));
     }
   }
-}
-
-TEST(UpscaleCrop, RefusesBadArguments) {
-  std::uint8_t low[4] = {};
-  std::uint8_t out[64] = {};
-  expectRefusesEachNull(TLUX_UpscaleCalLine8s, low, low, 2, 0, out);
-  for (const auto& [width, phase] : {std::pair{0, 0}, {1 << 28, 0}, {2, 8}, {2, -1}}) {
-    EXPECT_EQ(TLUX_UpscaleCalLine8s(low, low, width, phase, out), TLUX_ERR_INVALID_PARAM);
-  }
-  struct Case {
-    std::uint8_t* low;
-    int stride, left, top;
-    std::uint8_t* out;
-    int width, height, outStride;
-  };
-  for (const Case& c : {Case{nullptr, 2, 0, 0, out, 4, 4, 4},
-                        {low, 1, 0, 0, out, 4, 4, 4},
-                        {low, 2, -1, 0, out, 4, 4, 4},
-                        {low, 2, 13, 0, out, 4, 4, 4},
-                        {low, 2, 0, 13, out, 4, 4, 4},
-                        {low, 2, 2147483647, 0, out, 4, 4, 4},
-                        {low, 2, 0, 0, nullptr, 4, 4, 4},
-                        {low, 2, 0, 0, out, 0, 4, 4},
-                        {low, 2, 0, 0, out, 4, 4, 3}}) {
-    EXPECT_EQ(
-        UpcaleCropGray(c.low, 2, 2, c.stride, c.left, c.top, c.out, c.width, c.height, c.outStride),
-        TLUX_ERR_INVALID_PARAM);
-    const TLUX_IMAGE in{TLUX_FMT_GRAY, 2, 2, {c.low}, {c.stride}};
-    TLUX_IMAGE image{TLUX_FMT_GRAY, c.width, c.height, {c.out}, {c.outStride}};
-    EXPECT_EQ(UpcaleCropImage(&in, c.left, c.top, &image), TLUX_ERR_INVALID_PARAM);
-  }
-  const TLUX_IMAGE in{TLUX_FMT_GRAY, 2, 2, {low}, {2}};
-  TLUX_IMAGE image{TLUX_FMT_GRAY, 4, 4, {out}, {4}};
-  expectRefusesEachNull(UpcaleCropImage, &in, 0, 0, &image);
 }
 
 } // namespace

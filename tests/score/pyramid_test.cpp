@@ -1,14 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
-#include <cstring>
-#include <limits>
 #include <vector>
 
 #include "score/contents.hpp"
 #include "score/smooth_double_blend.hpp"
 #include "support/guarded_buffer.hpp"
-#include "support/null_arguments.hpp"
 #include "tlux/statistics.h"
 
 namespace tlux::test {
@@ -157,22 +154,6 @@ TEST(PyramidFilter, SkipsWhatHasNoLevelsOrPlanes) {
     EXPECT_EQ(actual.output.samples[0], kUntouched);
     expectStatistics(actual, {});
   }
-  Samples plane(64, 7);
-  Samples output(64, kUntouched);
-  Samples scratch(64);
-  callWithEachNull(AME_PyramidFilter, nullptr, nullptr, plane.data(), 8, 8, output.data(), 8, 8,
-                   scratch.data(), 64);
-  AME_PyramidFilter(nullptr, nullptr, plane.data(), 8, 7, output.data(), 8, 8, scratch.data(), 64);
-  AME_PyramidFilter(nullptr, nullptr, plane.data(), 8, 8, output.data(), 8, 8, scratch.data(), -1);
-  EXPECT_EQ(output, Samples(64, kUntouched));
-}
-
-TEST(PyramidConstants, HaveTheirPublishedValues) {
-  EXPECT_EQ(PF_BLEND_START, 0.9);
-  EXPECT_EQ(PF_BLEND_DIV, 0.65);
-  EXPECT_EQ(SDB_TEMP_ADD_COLS, 4);
-  EXPECT_EQ(PF_EXP_LIMIT, 1.0);
-  EXPECT_EQ(PF_ISO_LIMIT, 400);
 }
 
 } // namespace

@@ -2,14 +2,13 @@
 
 #include <vector>
 
+#include "platform/pool_need.hpp"
 #include "platform/worker_team.hpp"
 #include "reference/retinex.hpp"
 #include "score/contents.hpp"
 #include "score/score_reference.hpp"
 #include "support/fault_injection.hpp"
 #include "support/guarded_buffer.hpp"
-#include "support/null_arguments.hpp"
-#include "support/pool.hpp"
 #include "support/random.hpp"
 #include "tlux/retinex.h"
 #include "tlux/transfer.h"
@@ -75,9 +74,12 @@ TEST(RetinexScore, OfCodesMatchesTheFormulaWhoeverDoesIt) {
       }
     }
     Scores actual(linear.samples.size(), 0xBEEF);
-    ASSERT_EQ(scoreReference(nullptr, team, {codes.data(), width, height, pitch},
-                             TLUX_Degamma_Table, actual.data()),
-              Result::kOk);
+    // In exactly the memory that this needs.
+    GuardedBuffer memory(
+        static_cast<std::size_t>(poolOf(scoreReferencePoolBytes(width, height)) + 7) / 8 * 8);
+    MMemMgr pool = MMemMgrCreate(memory.data(), memory.size());
+    ASSERT_TRUE(scoreReference(pool, team, {codes.data(), width, height, pitch}, TLUX_Degamma_Table,
+                               actual.data()));
     EXPECT_EQ(actual, reference::retinexScore(linear.samples, width, height));
   }
 }
@@ -94,38 +96,6 @@ TEST(RetinexScore, UsesTheWorkBufferOfALargeFrame) {
     EXPECT_EQ(scores, reference::retinexScore(linear.samples, width, height));
     EXPECT_TRUE(work.isIntact());
   }
-}
-
-// The base of a uniform frame is the frame: a score is the negated log luminance about its anchor,
-// positive (brightening) in the dark and negative in the light.
-TEST(RetinexScore, OfAUniformFrameIsItsNegatedLogLuma) {
-  for (const int linear : {0, 40, 737, 4095}) {
-    std::vector<std::int16_t> log(60 * 34, static_cast<std::int16_t>(linear));
-    Scores scores(log.size());
-    ASSERT_EQ(AME_GenerateRetinexLogGain(nullptr, nullptr, log.data(), 60, 34, scores.data()),
-              TLUX_OK);
-    for (std::size_t i = 0; i < scores.size(); ++i) {
-      ASSERT_EQ(static_cast<std::int16_t>(scores[i]), -log[0]);
-    }
-    EXPECT_NEAR(log[0], -0.5 * (6761.4 - 1024 * std::log(linear + 30.0)) - 512, 2);
-  }
-}
-
-TEST(RetinexScore, RefusesWhatIsNoFrame) {
-  std::int16_t log = 5;
-  std::uint16_t score = 6;
-  expectRefusesEachNull(AME_GenerateRetinexLogGain, nullptr, nullptr, &log, 1, 1, &score);
-  constexpr int kMax = std::numeric_limits<int>::max();
-  for (const auto& [width, height, result] : {std::tuple{0, 4, TLUX_OK},
-                                              {4, 0, TLUX_OK},
-                                              {-3, -4, TLUX_ERR_NO_MEMORY},
-                                              {-3, 4, TLUX_ERR_NO_MEMORY},
-                                              {3, -4, TLUX_ERR_NO_MEMORY},
-                                              {kMax, kMax, TLUX_ERR_NO_MEMORY}}) {
-    EXPECT_EQ(AME_GenerateRetinexLogGain(nullptr, nullptr, &log, width, height, &score), result);
-  }
-  EXPECT_EQ(log, 5);
-  EXPECT_EQ(score, 6);
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "score/contents.hpp"
-#include "support/null_arguments.hpp"
 #include "tlux/statistics.h"
 
 namespace tlux::test {
@@ -79,8 +78,6 @@ TEST(Downscale, WritesNoMoreThanItCan) {
   output.assign(10, -1);
   AME_Downscale2x2(source.data(), 4, 2, output.data(), 1, 2, &mean);
   AME_Downscale2x2(source.data(), 4, 2, output.data(), 2, 0, &mean);
-  AME_Downscale2x2(nullptr, 4, 2, output.data(), 2, 1, &mean);
-  AME_Downscale2x2(source.data(), 4, 2, nullptr, 2, 1, &mean);
   EXPECT_EQ(output, Samples(10, -1));
   EXPECT_EQ(mean, -3);
   AME_Downscale2x2(source.data(), 1, 2, output.data(), 1, 1, nullptr);
@@ -171,20 +168,6 @@ TEST(Score, MatchesTheFormula) {
       EXPECT_TRUE(std::equal(expected.begin(), expected.end(), output));
     }
   }
-}
-
-TEST(Statistics, TakeNullPlanes) {
-  std::int16_t sample = 3;
-  std::uint16_t score = 4;
-  std::uint32_t sum = 5;
-  expectEachNullAnswers(0, AME_LogTable_mageMean, &sample, &sample, &sum, 1, 1);
-  expectEachNullAnswers(0, AME_LogTable_mageMean2, &sample, &score, 1, 1);
-  callWithEachNull(AME_Adjust_meanLogLum, &sample, 1, 1, 1);
-  callWithEachNull(AME_Generate_Score, &sample, &sample, &score, &sample, &sum, 1, 1, 1);
-  callWithEachNull(AME_Downscale2x2_lines, &sample, &sample, 1, &sample, &sum);
-  EXPECT_EQ(sample, 3);
-  EXPECT_EQ(score, 4);
-  EXPECT_EQ(sum, 5u);
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 #include <vector>
 
 #include "reference/loops.hpp"
-#include "support/null_arguments.hpp"
 #include "support/random.hpp"
 #include "tlux/statistics.h"
 
@@ -96,16 +95,6 @@ TEST(ConvertTo8Bit, RepeatsTheBorder) {
                 return table[source[sy * w + sx]];
               }));
   }
-}
-
-TEST(BytePlanes, TakeNullAndEmptyPlanes) {
-  std::uint8_t byte = 9;
-  std::int64_t index = 0;
-  expectEachNullAnswers(0, AME_ReduceBlock, &byte, &byte, 1, 1, 0);
-  expectEachNullAnswers(0, AME_ConvertTo8Bit, &byte, &index, 1, 1, &byte);
-  EXPECT_EQ(AME_ReduceBlock(&byte, &byte, 0, 1, 0), 0);
-  EXPECT_EQ(AME_ConvertTo8Bit(&byte, &index, 0, 1, &byte), 0);
-  EXPECT_EQ(byte, 9);
 }
 
 } // namespace

@@ -65,6 +65,10 @@ TEST(StreamOptions, AreRejectedOutOfRange) {
     EXPECT_EQ(TLUX_GetStreamPoolSize(&options, 64, 64), 0U);
   }
   TLUX_STREAM_OPTIONS options = streamOptions(TLUX_TONES_NATURAL);
+  options.steady = 1000;
+  options.threads = 64;
+  EXPECT_GT(TLUX_GetStreamPoolSize(&options, 64, 64), 0U);
+  options = streamOptions(TLUX_TONES_NATURAL);
   EXPECT_EQ(TLUX_OpenStream(nullptr, &options, nullptr), TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(TLUX_ChangeStream(stream.get(), nullptr), TLUX_ERR_INVALID_PARAM);
   EXPECT_EQ(TLUX_ChangeStream(nullptr, &options), TLUX_ERR_INVALID_PARAM);
@@ -73,53 +77,15 @@ TEST(StreamOptions, AreRejectedOutOfRange) {
   EXPECT_EQ(TLUX_ChangeStream(stream.get(), &options), TLUX_ERR_INVALID_PARAM);
 }
 
-TEST(Stream, RejectsFramesAndWritesNothing) {
-  using Change = std::function<void(TLUX_IMAGE & source, TLUX_IMAGE & output)>;
-  const Change kBad[] = {
-      [](auto& source, auto&) { source.format = TLUX_FMT_YCBCR420_P; },
-      [](auto&, auto& output) { output.format = TLUX_FMT_YCBCR420_YPUV; },
-      [](auto& source, auto& output) { source.width = output.width = 63; },
-      [](auto& source, auto& output) { source.height = output.height = 47; },
-      [](auto& source, auto& output) { source.height = output.height = 0; },
-      [](auto& source, auto& output) { source.width = output.width = -2; },
-      [](auto&, auto& output) { output.width -= 2; },
-      [](auto&, auto& output) { output.height -= 2; },
-      [](auto& source, auto&) { source.plane[0] = nullptr; },
-      [](auto& source, auto&) { source.plane[1] = nullptr; },
-      [](auto&, auto& output) { output.plane[0] = nullptr; },
-      [](auto&, auto& output) { output.plane[1] = nullptr; },
-      [](auto& source, auto&) { source.pitch[0] = 63; },
-      [](auto&, auto& output) { output.pitch[1] = 63; },
-      [](auto&, auto& output) { output.pitch[0] = -64; },
-      // Overlaps: a shifted plane, one plane of two, equal planes of other pitches, and planes of
-      // the output that lie on each other.
-      [](auto& source, auto& output) { output.plane[0] = source.plane[0] + 2; },
-      [](auto& source, auto& output) { output.plane[0] = source.plane[0] + 20 * 80; },
-      [](auto& source, auto& output) { output.plane[1] = source.plane[1]; },
-      [](auto& source, auto& output) { output.plane[1] = source.plane[0] + 64 - 1; },
-      [](auto& source, auto& output) {
-        output = source;
-        output.pitch[0] = 64;
-      },
-      [](auto&, auto& output) { output.plane[1] = output.plane[0]; },
-  };
-  const FrameShape shape{64, 48, 80, 80};
-  ScopedStream stream(TLUX_TONES_EXACT);
-  for (std::size_t i = 0; i < std::size(kBad); ++i) {
-    Frame source(shape, Scene::kWindow);
-    Frame output(shape);
-    const Frame before = source.copy();
-    const Frame blank = output.copy();
-    TLUX_IMAGE in = source.image();
-    TLUX_IMAGE out = output.image();
-    kBad[i](in, out);
-    EXPECT_EQ(TLUX_RunStream(stream.get(), &in, &out, 50), TLUX_ERR_INVALID_PARAM) << i;
-    EXPECT_TRUE(source == before && output == blank) << i;
+TEST(StreamOptions, AskForAsManyThreadsAsProcessorsUpToFour) {
+  Frame frame({320, 240}, Scene::kWindow);
+  for (const auto& [processors, threads] : {std::pair{1, 1}, {3, 3}, {64, 4}}) {
+    pretendProcessors(processors);
+    ScopedStream stream(TLUX_TONES_NATURAL);
+    EXPECT_EQ(stream.run(frame, frame, 50), TLUX_OK);
+    EXPECT_EQ(liveThreads(), threads - 1);
   }
-  Frame frame(shape, Scene::kWindow);
-  EXPECT_EQ(TLUX_RunStream(nullptr, frame.get(), frame.get(), 50), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_RunStream(stream.get(), nullptr, frame.get(), 50), TLUX_ERR_INVALID_PARAM);
-  EXPECT_EQ(TLUX_RunStream(stream.get(), frame.get(), nullptr, 50), TLUX_ERR_INVALID_PARAM);
+  pretendProcessors(0);
 }
 
 // Two pictures side by side in one buffer: each is in the padding of the other.

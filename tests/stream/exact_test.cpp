@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include "engine/scoped_engine.hpp"
 #include "reference/run.hpp"
 #include "stream/scoped_stream.hpp"
 #include "stream/threads.hpp"
@@ -94,23 +93,6 @@ TEST_F(ExactStream, EqualsTheRunForLargeSizes) {
                                   {50, 4098},
                                   {1440, 1080, 1536, 1600}}) {
     expectEqual(stream, shape, shape, Scene::kWindow, 50);
-  }
-}
-
-// Whole blocks need no continuing: the bytes of the run itself.
-TEST_F(ExactStream, EqualsTheRunItself) {
-  for (const FrameShape& shape :
-       {FrameShape{640, 480}, {1280, 720, 0, 0, TLUX_FMT_YCBCR420_YPUV}}) {
-    for (const std::uint32_t strength : {0U, 30U, 100U}) {
-      Frame source(shape, Scene::kWindow);
-      Frame expected(shape);
-      Frame output(shape);
-      ScopedEngine engine;
-      ASSERT_EQ(engine.run(source, expected, strength), TLUX_OK);
-      ScopedStream stream(TLUX_TONES_EXACT);
-      ASSERT_EQ(stream.run(source, output, strength), TLUX_OK);
-      EXPECT_TRUE(output == expected);
-    }
   }
 }
 
