@@ -39,7 +39,7 @@ ROOMS = {
     "chroma": (9, "engine reliability"),
     "reduce": (11, "engine reliability"),
     "engine": (8, "reliability"),
-    "stream": (11, ""),
+    "stream": (11, "reliability"),
     "tone": (7, "engine reliability"),
     "guided_upsampling": (14, "plain_lanes engine reliability"),
     "platform": (9, "reliability stream"),
