@@ -78,8 +78,9 @@ TEST(RetinexScore, OfCodesMatchesTheFormulaWhoeverDoesIt) {
     GuardedBuffer memory(
         static_cast<std::size_t>(poolOf(scoreReferencePoolBytes(width, height)) + 7) / 8 * 8);
     MMemMgr pool = MMemMgrCreate(memory.data(), memory.size());
-    ASSERT_TRUE(scoreReference(pool, team, {codes.data(), width, height, pitch}, TLUX_Degamma_Table,
-                               actual.data()));
+    ASSERT_EQ(scoreReference(pool, team, {codes.data(), width, height, pitch}, TLUX_Degamma_Table,
+                             actual.data()),
+              Result::kOk);
     EXPECT_EQ(actual, reference::retinexScore(linear.samples, width, height));
   }
 }
