@@ -120,11 +120,23 @@ int WorkerTeam::started() {
   return startedCount_;
 }
 
+void WorkerTeam::dealOut(std::int64_t count) {
+  std::int64_t first = 0;
+  for (int slot = 0; slot < size(); ++slot) {
+    Items& items = items_[static_cast<std::size_t>(slot)];
+    items.next.store(first, std::memory_order_relaxed);
+    items.end = first += count / size() + (slot < count % size() ? 1 : 0);
+  }
+}
+
 void WorkerTeam::takePart(int slot) {
-  while (true) {
-    const std::int64_t item = next_.fetch_add(1, std::memory_order_relaxed);
-    if (item >= count_) return;
-    call_(work_, item, slot);
+  for (int i = 0; i < size(); ++i) {
+    Items& items = items_[static_cast<std::size_t>((slot + i) % size())];
+    while (true) {
+      const std::int64_t item = items.next.fetch_add(1, std::memory_order_relaxed);
+      if (item >= items.end) break;
+      call_(work_, item, slot);
+    }
   }
 }
 
@@ -139,9 +151,8 @@ void WorkerTeam::perform(std::int64_t count, Call call, void* work) {
     const Lock lock(mutex_);
     call_ = call;
     work_ = work;
-    count_ = count;
-    next_.store(0, std::memory_order_relaxed);
-    slots_ = 1;
+    dealOut(count);
+    joined_ = 1;
     isOpen_ = true;
     ++shares_;
     pthread_cond_signal(&opened_); // also when one looks: it may have lost its processor meanwhile
@@ -153,10 +164,6 @@ void WorkerTeam::perform(std::int64_t count, Call call, void* work) {
   while (active_ > 0) {
     pthread_cond_wait(&left_, &mutex_);
   }
-}
-
-bool WorkerTeam::canJoin(std::int64_t served) const {
-  return isOpen_ && served != shares_ && slots_ < size();
 }
 
 // Call with the mutex held, when there is nothing to join. May return without a share.
@@ -174,15 +181,15 @@ void WorkerTeam::waitForShare() {
 void WorkerTeam::serve() {
   std::int64_t served = 0;
   const Lock lock(mutex_);
+  const int slot = slots_++;
   while (!isDismissed_) {
-    if (!canJoin(served)) {
+    if (!isOpen_ || served == shares_) {
       waitForShare();
       continue;
     }
     served = shares_;
-    const int slot = slots_++;
     ++active_;
-    if (slots_ < size()) pthread_cond_signal(&opened_);
+    if (++joined_ < size()) pthread_cond_signal(&opened_);
     pthread_mutex_unlock(&mutex_);
     takePart(slot);
     pthread_mutex_lock(&mutex_);

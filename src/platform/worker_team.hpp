@@ -20,8 +20,9 @@ int usefulParticipants();
 // calling thread takes part from the beginning and does not wait for the others to start: a late
 // thread finds the work done.
 //
-// Work items are not assigned in advance: each free thread claims the next one, since cores differ
-// in speed and may be busy with other things.
+// Each participant begins with a part of the items that is always the same, so that it finds what
+// it wrote in the share before in the caches of its own core. Whoever is done goes on with the
+// items of others, one by one, since cores are of different speed and busy with other things.
 class WorkerTeam : public Team {
  public:
   static constexpr int kSize = 4; // participants when the library picks the number itself
@@ -48,9 +49,9 @@ class WorkerTeam : public Team {
   void startOthers();
   void startNext();
   void perform(std::int64_t count, Call call, void* work);
+  void dealOut(std::int64_t count);
   void takePart(int slot);
   void serve();
-  bool canJoin(std::int64_t served) const;
   void waitForShare();
 
   const int wanted_; // threads
@@ -66,13 +67,19 @@ class WorkerTeam : public Team {
   bool isOpen_ = false;
   std::atomic<std::int64_t> shares_{0};
   std::atomic<bool> isDismissed_{false};
-  int slots_ = 0;              // taken in the open share
+  int slots_ = 1;              // given to participants
+  int joined_ = 0;             // participants of the open share
   std::atomic<int> active_{0}; // threads inside the share
+
+  // The items that a participant begins with.
+  struct Items {
+    std::atomic<std::int64_t> next{0};
+    std::int64_t end = 0;
+  };
 
   Call call_ = nullptr;
   void* work_ = nullptr;
-  std::int64_t count_ = 0;
-  std::atomic<std::int64_t> next_{0};
+  std::array<Items, kMostThreads + 1> items_;
 };
 
 } // namespace tlux::detail
