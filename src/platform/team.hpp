@@ -41,6 +41,18 @@ class Team {
   int size_;
 };
 
+// From this many pixels a team shares the steps of a frame. The fuzzers set a smaller number.
+#ifndef TLUX_SHARED_PIXELS
+#define TLUX_SHARED_PIXELS 8192
+#endif
+inline constexpr std::int64_t kSharedPixels = TLUX_SHARED_PIXELS;
+
+// The team if the frame is large enough to share its steps, otherwise null: for a small frame,
+// handing over the work takes longer than doing it.
+inline Team* teamFor(Team& team, std::int64_t pixels) {
+  return pixels >= kSharedPixels ? &team : nullptr;
+}
+
 // Calls work(item, slot) for the items 0 to count − 1, shared by a team or, null, by the caller.
 template <class Work>
 void shareItems(Team* team, std::int64_t count, Work&& work) {

@@ -1,6 +1,7 @@
 #include "score/downscale.hpp"
 
 #include <algorithm>
+#include <atomic>
 
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
@@ -26,15 +27,14 @@ TLUX_MULTIVERSION std::int32_t halveRows(const std::int16_t* __restrict upper,
 
 } // namespace
 
-double downscale2x2(Plane<const std::int16_t> source, Plane<std::int16_t> destination) {
+double downscale2x2(Plane<const std::int16_t> source, Plane<std::int16_t> destination, Team* team) {
   const std::int32_t count = std::min(source.width / 2, destination.width);
   const bool hasExtra = destination.width > count;
   // The extra column takes the last source column and the one before it.
   const std::int32_t right = std::min(2 * count, source.width - 1);
   const std::int32_t left = std::max(2 * count - 1, 0);
 
-  double total = 0;
-  for (std::int32_t y = 0; y < destination.height; ++y) {
+  const auto makeRow = [&](std::int32_t y) {
     const std::int64_t y0 = std::min(std::int64_t{2} * y, std::int64_t{source.height} - 1);
     const std::int64_t y1 = std::min(y0 + 1, std::int64_t{source.height} - 1);
     const std::int16_t* upper = source.row(y0);
@@ -46,10 +46,19 @@ double downscale2x2(Plane<const std::int16_t> source, Plane<std::int16_t> destin
       output[count] = static_cast<std::int16_t>(mean);
       sum = wrappingAdd(sum, mean);
     }
-    total += sum;
-  }
+    return sum;
+  };
+  constexpr std::int32_t kPartRows = 16;
+  std::atomic<std::int64_t> total{0};
+  shareRows(team, destination.height, kPartRows, [&](Band rows, int /*slot*/) {
+    std::int64_t part = 0;
+    for (std::int32_t y = rows.first; y < rows.end; ++y) {
+      part += makeRow(y);
+    }
+    total.fetch_add(part, std::memory_order_relaxed);
+  });
   const double columns = static_cast<double>(count) + (hasExtra ? 1 : 0);
-  return total / (destination.height * columns);
+  return static_cast<double>(total.load()) / (destination.height * columns);
 }
 
 } // namespace tlux::detail

@@ -6,15 +6,25 @@
 #include "tlux/statistics.h"
 
 namespace tlux::detail {
+namespace {
 
-TLUX_MULTIVERSION void shiftSamples(Plane<std::int16_t> plane, std::int32_t offset) {
-  const auto low = static_cast<std::uint16_t>(offset);
-  for (std::int32_t y = 0; y < plane.height; ++y) {
-    std::int16_t* row = plane.row(y);
-    for (std::ptrdiff_t x = 0; x < plane.width; ++x) {
-      row[x] = static_cast<std::int16_t>(static_cast<std::uint16_t>(row[x]) - low);
-    }
+// Returns the sum of the row.
+TLUX_MULTIVERSION std::int32_t shiftRow(std::int16_t* row, std::ptrdiff_t width,
+                                        std::uint16_t offset) {
+  std::uint32_t sum = 0;
+  for (std::ptrdiff_t x = 0; x < width; ++x) {
+    row[x] = static_cast<std::int16_t>(static_cast<std::uint16_t>(row[x]) - offset);
+    sum += static_cast<std::uint32_t>(row[x]);
   }
+  return static_cast<std::int32_t>(sum);
+}
+
+} // namespace
+
+std::int32_t shiftSamples(Plane<std::int16_t> plane, std::int32_t offset) {
+  const auto low = static_cast<std::uint16_t>(offset);
+  return meanOfRowMeans(plane.width, plane.height,
+                        [&](std::int32_t y) { return shiftRow(plane.row(y), plane.width, low); });
 }
 
 } // namespace tlux::detail

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "base/multiversion.hpp"
 #include "base/plane.hpp"
 #include "score/mean.hpp"
 
@@ -15,17 +16,17 @@ std::int32_t convertSamples(Plane<Sample> source, Plane<std::int16_t> destinatio
   const auto convertRow = [&](std::int32_t y) {
     const Sample* in = source.row(y);
     std::int16_t* out = destination.row(y);
-    std::uint32_t sum = 0;
+    TLUX_UNROLLED
     for (std::ptrdiff_t x = 0; x < source.width; ++x) {
       out[x] = static_cast<std::int16_t>(convert(in[x]));
-      sum += static_cast<std::uint32_t>(out[x]);
     }
-    return static_cast<std::int32_t>(sum);
+    return sumOf(out, source.width);
   };
   return meanOfRowMeans(source.width, source.height, convertRow, team);
 }
 
-// Subtracts an offset from every sample, with 16-bit wrap-around.
-void shiftSamples(Plane<std::int16_t> plane, std::int32_t offset);
+// Subtracts an offset from every sample, with 16-bit wrap-around, and returns the mean of the row
+// means.
+std::int32_t shiftSamples(Plane<std::int16_t> plane, std::int32_t offset);
 
 } // namespace tlux::detail

@@ -6,7 +6,6 @@
 #include "tlux/statistics.h"
 
 namespace tlux::detail {
-namespace {
 
 TLUX_MULTIVERSION std::int32_t sumOf(const std::int16_t* row, std::ptrdiff_t width) {
   std::uint32_t sum = 0;
@@ -16,7 +15,9 @@ TLUX_MULTIVERSION std::int32_t sumOf(const std::int16_t* row, std::ptrdiff_t wid
   return static_cast<std::int32_t>(sum);
 }
 
-// In the width of the samples, to use as many lanes as possible.
+namespace {
+
+// In the width of the samples, for as many lanes as can be.
 struct SampleRange {
   std::int16_t minimum;
   std::int16_t maximum;

@@ -1,5 +1,7 @@
 #include "score/pyramid.hpp"
 
+#include <algorithm>
+
 #include "base/fixed_point.hpp"
 #include "platform/pool_need.hpp"
 #include "platform/scratch.hpp"
@@ -18,48 +20,28 @@ Plane<std::int16_t> planeOf(const AmePyramidLevel& level) {
   return packedPlane(level.data, level.width, level.height);
 }
 
-// The levels from the largest to the smallest, stacked in the scratch. The destructor releases
-// their records on every path.
-class Pyramid {
- public:
-  Pyramid(MMemMgr manager, Plane<const std::int16_t> source, PyramidScratch scratch,
-          FollowedLevels* followed)
-      : manager_(manager),
-        source_(source),
-        mean_(meanOf(source)),
-        followed_(followed),
-        free_(scratch) {}
-  Pyramid(const Pyramid&) = delete;
-  Pyramid& operator=(const Pyramid&) = delete;
-  ~Pyramid() {
-    while (smallest_ != nullptr) {
-      drop();
-    }
+std::int32_t halved(std::int32_t side) {
+  return side / 2 + side % 2;
+}
+
+bool hasSmallerLevel(std::int32_t width, std::int32_t height) {
+  return width > 1 && height > 1;
+}
+
+// The team where a level is large enough to be shared, otherwise null.
+Team* largeEnough(std::int64_t samples, Team* team) {
+  return team == nullptr ? nullptr : teamFor(*team, samples);
+}
+
+} // namespace
+
+Pyramid::~Pyramid() {
+  while (smallest_ != nullptr) {
+    drop();
   }
+}
 
-  PyramidOutcome build(MeanAndRange* statistics);
-  PyramidOutcome collapse(Plane<std::int16_t> output, Team* team);
-
- private:
-  PyramidOutcome add(std::int32_t width, std::int32_t height);
-  void drop();
-  // Of a weight · mean_ / level.mean, left to right.
-  double matched(double weight, const AmePyramidLevel& level) const {
-    return followed_ == nullptr ? weight * mean_ / level.mean : weight;
-  }
-  void followEarlierFrames();
-  void scaleSmallestToMean();
-  void blendIntoOutput(Plane<std::int16_t> output, double share, Team* team);
-
-  MMemMgr manager_;
-  Plane<const std::int16_t> source_;
-  std::int32_t mean_; // of the source
-  FollowedLevels* followed_;
-  PyramidScratch free_;
-  AmePyramidLevel* smallest_ = nullptr;
-};
-
-PyramidOutcome Pyramid::add(std::int32_t width, std::int32_t height) {
+PyramidOutcome Pyramid::add(std::int32_t width, std::int32_t height, Team* team) {
   auto* level = static_cast<AmePyramidLevel*>(allocateBytes(manager_, sizeof(AmePyramidLevel)));
   if (level == nullptr) return PyramidOutcome::kNoMemory;
   const std::int64_t samples = std::int64_t{width} * height;
@@ -71,7 +53,7 @@ PyramidOutcome Pyramid::add(std::int32_t width, std::int32_t height) {
   free_ = {free_.data + samples, free_.samples - samples};
   const Plane<const std::int16_t> larger =
       smallest_ == nullptr ? source_ : Plane<const std::int16_t>(planeOf(*smallest_));
-  level->mean = downscale2x2(larger, planeOf(*level));
+  level->mean = downscale2x2(larger, planeOf(*level), largeEnough(samples, team));
   smallest_ = level;
   return PyramidOutcome::kDone;
 }
@@ -84,22 +66,14 @@ void Pyramid::drop() {
   MMemFree(manager_, level);
 }
 
-std::int32_t halved(std::int32_t side) {
-  return side / 2 + side % 2;
-}
-
-bool hasSmallerLevel(std::int32_t width, std::int32_t height) {
-  return width > 1 && height > 1;
-}
-
-PyramidOutcome Pyramid::build(MeanAndRange* statistics) {
+PyramidOutcome Pyramid::build(MeanAndRange* statistics, Team* team) {
   bool measured = statistics == nullptr;
   std::int32_t width = source_.width;
   std::int32_t height = source_.height;
   while (hasSmallerLevel(width, height)) {
     width = halved(width);
     height = halved(height);
-    const PyramidOutcome outcome = add(width, height);
+    const PyramidOutcome outcome = add(width, height, team);
     if (outcome != PyramidOutcome::kDone) return outcome;
     if (!measured && width <= kMeasuredWidth) {
       *statistics = meanAndRangeOf(planeOf(*smallest_));
@@ -107,6 +81,11 @@ PyramidOutcome Pyramid::build(MeanAndRange* statistics) {
     }
   }
   return smallest_ == nullptr ? PyramidOutcome::kNoLevel : PyramidOutcome::kDone;
+}
+
+// Of a weight · mean_ / level.mean, left to right.
+double Pyramid::matched(double weight, const AmePyramidLevel& level) const {
+  return followed_ == nullptr ? weight * mean_ / level.mean : weight;
 }
 
 void Pyramid::followEarlierFrames() {
@@ -124,39 +103,41 @@ void Pyramid::scaleSmallestToMean() {
   }
 }
 
-// The source has the size of the output, or is read as if it had.
-void Pyramid::blendIntoOutput(Plane<std::int16_t> output, double share, Team* team) {
-  constexpr std::int32_t kPartRows = 32;
-  const std::int64_t scratch = smoothDoubleScratch(smallest_->width);
-  const bool isShared = team != nullptr && free_.samples >= team->size() * scratch;
-  const auto source = packedPlane(source_.data, output.width, output.height);
-  shareRows(isShared ? team : nullptr, output.height, kPartRows, [&](Band rows, int slot) {
-    smoothDoubleBlend(planeOf(*smallest_), source, output, rows, free_.data + slot * scratch,
-                      1 - share, share);
-  });
+Team* Pyramid::sharing(const Blend& blend, Team* team) const {
+  const std::int64_t samples = std::int64_t{blend.output.width} * blend.output.height;
+  Team* const wanted = largeEnough(samples, team);
+  const bool hasRoom =
+      wanted != nullptr && free_.samples >= wanted->size() * smoothDoubleScratch(smallest_->width);
+  return hasRoom ? wanted : nullptr;
 }
 
-PyramidOutcome Pyramid::collapse(Plane<std::int16_t> output, Team* team) {
+// Two parts for each participant, an even number of rows, as four of each part are smoothed twice.
+std::int32_t Pyramid::partRows(const Blend& blend, const Team* team) {
+  const std::int32_t parts = team == nullptr ? 1 : 2 * team->size();
+  return std::clamp(blend.output.height / parts / 2 * 2 + 2, 16, 32);
+}
+
+void Pyramid::make(const Blend& blend, Band rows, int slot) {
+  std::int16_t* const scratch = free_.data + slot * smoothDoubleScratch(smallest_->width);
+  smoothDoubleBlend(planeOf(*smallest_), blend.large, blend.output, rows, scratch,
+                    blend.enlargedWeight, blend.largeWeight);
+}
+
+PyramidOutcome Pyramid::collapse(Team* team) {
   if (followed_ != nullptr) {
     followEarlierFrames();
   } else {
     scaleSmallestToMean();
   }
-  for (double decay = 1; smallest_ != nullptr; decay *= kBlendDecay, drop()) {
+  for (double decay = 1;; decay *= kBlendDecay, drop()) {
     if (free_.samples < smoothDoubleScratch(smallest_->width)) return PyramidOutcome::kNoScratch;
-    const double share = kBlendStart * decay;
-    if (AmePyramidLevel* larger = smallest_->larger; larger != nullptr) {
-      const Plane<std::int16_t> plane = planeOf(*larger);
-      smoothDoubleBlend(planeOf(*smallest_), plane, plane, {0, plane.height}, free_.data, 1 - share,
-                        matched(share, *larger));
-    } else {
-      blendIntoOutput(output, share, team);
-    }
+    share_ = kBlendStart * decay;
+    const AmePyramidLevel* const larger = smallest_->larger;
+    if (larger == nullptr) return PyramidOutcome::kDone;
+    const Plane<std::int16_t> plane = planeOf(*larger);
+    forEachPart({plane, plane, 1 - share_, matched(share_, *larger)}, team, [](Band) {});
   }
-  return PyramidOutcome::kDone;
 }
-
-} // namespace
 
 std::int64_t pyramidPoolBytes(std::int32_t width, std::int32_t height) {
   std::int64_t records = 0;
@@ -164,18 +145,6 @@ std::int64_t pyramidPoolBytes(std::int32_t width, std::int32_t height) {
     records += poolBlock(sizeof(AmePyramidLevel));
   }
   return records;
-}
-
-PyramidOutcome smoothPyramid(MMemMgr manager, Plane<const std::int16_t> source,
-                             Plane<std::int16_t> output, PyramidScratch scratch,
-                             MeanAndRange* statistics, Team* team, FollowedLevels* followed) {
-  Pyramid pyramid(manager, source, scratch, followed);
-  MeanAndRange measured{0, 0, 0};
-  PyramidOutcome outcome = pyramid.build(statistics == nullptr ? nullptr : &measured);
-  if (outcome == PyramidOutcome::kDone) outcome = pyramid.collapse(output, team);
-  const bool finished = outcome == PyramidOutcome::kDone || outcome == PyramidOutcome::kNoLevel;
-  if (finished && statistics != nullptr) *statistics = measured;
-  return outcome;
 }
 
 } // namespace tlux::detail
@@ -195,10 +164,11 @@ void AME_PyramidFilter(MMemMgr manager, uint32_t statistics[3], const int16_t* s
   if (width < 1 || height < 1 || outputWidth < 1 || outputHeight < 1) return;
   if (int64_t{outputWidth} * outputHeight > int64_t{width} * height) return;
 
+  const Plane<const int16_t> plane = packedPlane(source, width, height);
   MeanAndRange measured{0, 0, 0};
-  const PyramidOutcome outcome = smoothPyramid(manager, packedPlane(source, width, height),
-                                               packedPlane(output, outputWidth, outputHeight),
-                                               {scratch, scratchLength}, &measured, nullptr);
+  Pyramid pyramid(manager, plane, meanOf(plane), {scratch, scratchLength});
+  const PyramidOutcome outcome = pyramid.smooth(packedPlane(output, outputWidth, outputHeight),
+                                                &measured, nullptr, [](Band) {});
   const bool finished = outcome == PyramidOutcome::kDone || outcome == PyramidOutcome::kNoLevel;
   if (!finished || statistics == nullptr) return;
   statistics[0] = static_cast<uint32_t>(measured.mean);

@@ -40,54 +40,83 @@ std::int16_t logLumaOf(std::int16_t linear) {
   return kLogTable[static_cast<std::size_t>(clampTo(linear, 0, kLinearLevels - 1))];
 }
 
-// energy = detail² / 1024, saturated. A square beyond 31 bits counts as 0.
-TLUX_MULTIVERSION void detailEnergy(const std::int16_t* __restrict logLuma,
-                                    const std::int16_t* __restrict base, std::ptrdiff_t count,
-                                    std::int16_t* __restrict energy) {
-  for (std::ptrdiff_t i = 0; i < count; ++i) {
+// energy = detail² / 1024, saturated. A square that leaves 31 bits counts as none. Returns the sum
+// of the row.
+TLUX_MULTIVERSION std::int32_t detailEnergy(const std::int16_t* __restrict logLuma,
+                                            const std::int16_t* __restrict base,
+                                            std::ptrdiff_t width, std::int16_t* __restrict energy) {
+  std::int32_t sum = 0;
+  for (std::ptrdiff_t i = 0; i < width; ++i) {
     const std::int32_t detail = logLuma[i] - base[i];
     const std::int32_t square = wrappingMul(detail, detail) >> 10;
     energy[i] = static_cast<std::int16_t>(clampTo(square, 0, kLargestEnergy));
+    sum = wrappingAdd(sum, energy[i]);
   }
+  return sum;
 }
 
-// Energy to deviation, in place; returns the frame's mean deviation.
-std::int32_t toDeviation(const Samples& plane, Team* team) {
-  const auto deviationOf = [](std::int16_t v) {
-    return kDeviationTable[static_cast<std::size_t>(std::max<std::int32_t>(v, 0))];
-  };
-  return convertSamples(plane, plane, deviationOf, team);
+// Energy to deviation, in place. Returns the sum of the row.
+std::int32_t toDeviation(std::int16_t* row, std::ptrdiff_t width) {
+  TLUX_UNROLLED
+  for (std::ptrdiff_t i = 0; i < width; ++i) {
+    row[i] = kDeviationTable[static_cast<std::size_t>(std::max<std::int32_t>(row[i], 0))];
+  }
+  return sumOf(row, width);
 }
 
-// `memory` holds workSamples(), `frame` the log luminance relative to `anchor`. `steadiness` null:
-// the frame is independent of others.
+// Smooths a plane into another, or in place, and calls made(rows) when rows of it are made. A plane
+// without a pyramid stays as it is. False when memory is short.
+template <class Made>
+bool smooth(Pyramid pyramid, const Samples& source, const Samples& output, Team* team, Made made) {
+  const PyramidOutcome outcome = pyramid.smooth(output, nullptr, team, made);
+  if (outcome == PyramidOutcome::kNoMemory) return false;
+  if (outcome == PyramidOutcome::kDone) return true;
+  if (output.data != source.data) {
+    std::copy_n(source.data, std::int64_t{source.width} * source.height, output.data);
+  }
+  made(Band{0, output.height});
+  return true;
+}
+
+// `memory` holds workSamples(), the frame log luminance, counted from `anchor`. `steadiness` null:
+// the frame is by itself.
 Result scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexFrame& frame,
                     std::int32_t anchor, Steadiness* steadiness, Team* team) {
-  const std::int64_t pixels = std::int64_t{frame.width} * frame.height;
-  const auto planeAt = [&](auto* data) { return packedPlane(data, frame.width, frame.height); };
-  const Samples logLuma = planeAt(frame.logLuma);
-  const Samples base = planeAt(memory);
-  const Samples energy = planeAt(memory + pixels);
+  const std::int32_t width = frame.width;
+  const std::int32_t height = frame.height;
+  const std::int64_t pixels = std::int64_t{width} * height;
+  const Samples logLuma = packedPlane(frame.logLuma, width, height);
+  const Samples base = packedPlane(memory, width, height);
+  const Samples energy = packedPlane(memory + pixels, width, height);
   const PyramidScratch scratch{memory + 2 * pixels, pyramidSamples(pixels)};
-
   const bool isSteady = steadiness != nullptr && steadiness->isOn();
-  shiftSamples(logLuma, anchor);
-  const PyramidOutcome smoothing = smoothPyramid(manager, logLuma, base, scratch, nullptr, team,
-                                                 isSteady ? &steadiness->base() : nullptr);
-  if (smoothing == PyramidOutcome::kNoMemory) return Result::kNoMemory;
-  // A frame without a pyramid is its own base: no detail.
-  if (smoothing != PyramidOutcome::kDone) std::copy_n(logLuma.data, pixels, base.data);
 
-  detailEnergy(logLuma.data, base.data, pixels, energy.data);
-  if (smoothPyramid(manager, energy, energy, scratch, nullptr, team,
-                    isSteady ? &steadiness->energy() : nullptr) == PyramidOutcome::kNoMemory) {
+  const std::int32_t mean = shiftSamples(logLuma, anchor); // sharing it would take longer
+  RowMeans energies(width, height);
+  const auto toEnergy = [&](Band rows) {
+    energies.add(rows, [&](std::int32_t y) {
+      return detailEnergy(logLuma.row(y), base.row(y), width, energy.row(y));
+    });
+  };
+  FollowedLevels* const followedBase = isSteady ? &steadiness->base() : nullptr;
+  if (!smooth(Pyramid(manager, logLuma, mean, scratch, followedBase), logLuma, base, team,
+              toEnergy)) {
     return Result::kNoMemory;
   }
-  const std::int32_t deviation = toDeviation(energy, team);
-  auto contrast = saturatingTrunc<std::int32_t>(std::sqrt(deviation / 1024.0) * 1024);
+
+  RowMeans deviations(width, height);
+  const auto toDeviations = [&](Band rows) {
+    deviations.add(rows, [&](std::int32_t y) { return toDeviation(energy.row(y), width); });
+  };
+  FollowedLevels* const followedEnergy = isSteady ? &steadiness->energy() : nullptr;
+  if (!smooth(Pyramid(manager, energy, energies.mean(), scratch, followedEnergy), energy, energy,
+              team, toDeviations)) {
+    return Result::kNoMemory;
+  }
+  auto contrast = saturatingTrunc<std::int32_t>(std::sqrt(deviations.mean() / 1024.0) * 1024);
   if (steadiness != nullptr) contrast = steadiness->followContrast(contrast);
-  computeScore({logLuma, base, energy}, kReciprocalTable.data(), contrast, planeAt(frame.scores),
-               team);
+  computeScore({logLuma, base, energy}, kReciprocalTable.data(), contrast,
+               packedPlane(frame.scores, width, height), team);
   return Result::kOk;
 }
 

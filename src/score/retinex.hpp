@@ -31,18 +31,6 @@ Result scoreLogFrame(MMemMgr manager, const RetinexFrame& frame, Steadiness& ste
 // The reference value for log luminance of this mean.
 std::int32_t anchorOf(std::int32_t mean);
 
-// From this many pixels a team shares the steps of a frame. The fuzzers set a smaller number.
-#ifndef TLUX_SHARED_PIXELS
-#define TLUX_SHARED_PIXELS 8192
-#endif
-inline constexpr std::int64_t kSharedPixels = TLUX_SHARED_PIXELS;
-
-// The team if the frame is large enough to share its steps, otherwise null: for a small frame,
-// handing over the work takes longer than doing it.
-inline Team* teamFor(Team& team, std::int64_t pixels) {
-  return pixels >= kSharedPixels ? &team : nullptr;
-}
-
 // Log luminance of every code, derived from its linear light.
 std::array<std::int16_t, 256> logLumaOfCodes(const std::uint16_t* degamma);
 

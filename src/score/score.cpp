@@ -38,7 +38,7 @@ TLUX_MULTIVERSION void scoreRow(const std::int16_t* logLuma, const std::int16_t*
 
 void computeScore(const ScorePlanes& planes, const std::uint32_t* reciprocals,
                   std::int32_t contrast, Plane<std::uint16_t> score, Team* team) {
-  constexpr std::int32_t kPartRows = 16;
+  constexpr std::int32_t kPartRows = 8;
   shareRows(team, score.height, kPartRows, [&](Band rows, int /*slot*/) {
     for (std::int32_t y = rows.first; y < rows.end; ++y) {
       scoreRow(planes.logLuma.row(y), planes.base.row(y), planes.deviation.row(y), reciprocals,

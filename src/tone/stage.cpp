@@ -19,7 +19,7 @@ namespace tlux::detail {
 namespace {
 
 // Reference rows that one thread maps at a time.
-constexpr std::int32_t kMappedRows = 16;
+constexpr std::int32_t kMappedRows = 8;
 
 void releaseScores(MMemMgr manager, TLUX_ENGINE& engine) {
   MMemFree(manager, std::exchange(engine.logGainMap, nullptr));
