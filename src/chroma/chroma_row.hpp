@@ -36,12 +36,16 @@ struct ChromaKernels {
 };
 
 template <int kZone>
-void scaleChromaRow(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
-                    const std::uint8_t* chromaIn, std::uint8_t* chromaOut, std::ptrdiff_t pairs) {
+ScaleChromaRow chromaRowScaler() {
   static_assert(kZone == kNeutralZone || kZone == kWideNeutralZone);
   const ChromaKernels& table = kernels<ChromaKernels>();
-  const ScaleChromaRow scale = kZone == kNeutralZone ? table.scaleNarrowly : table.scaleWidely;
-  scale(oldLuma, newLuma, chromaIn, chromaOut, pairs);
+  return kZone == kNeutralZone ? table.scaleNarrowly : table.scaleWidely;
+}
+
+template <int kZone>
+void scaleChromaRow(const std::uint8_t* oldLuma, const std::uint8_t* newLuma,
+                    const std::uint8_t* chromaIn, std::uint8_t* chromaOut, std::ptrdiff_t pairs) {
+  chromaRowScaler<kZone>()(oldLuma, newLuma, chromaIn, chromaOut, pairs);
 }
 
 // The same with the narrow zone and the caller's rule: the ratio is 1 + (ratio − 1) · percent /

@@ -23,13 +23,17 @@ std::int64_t planeBytes(const TLUX_IMAGE& image, int plane) {
 
 } // namespace
 
+std::int64_t ChromaWalk::pairsWithin(std::int64_t j) const {
+  return std::min({oldLuma_.pairsFrom(j), newLuma_.pairsFrom(j), chromaIn_.pairsFrom(j),
+                   chromaOut_.pairsFrom(j)});
+}
+
 void ChromaWalk::scaleColumns(std::int64_t j, std::int64_t first, std::int64_t end) const {
-  const std::int64_t last = std::min({end / 2, pairs_, oldLuma_.pairsFrom(j), newLuma_.pairsFrom(j),
-                                      chromaIn_.pairsFrom(j), chromaOut_.pairsFrom(j)});
+  std::int64_t last = std::min(end / 2, pairs_);
+  if (!areRowsWhole_) last = std::min(last, pairsWithin(j));
   if (first / 2 >= last) return;
-  scaleChromaRow<kNeutralZone>(oldLuma_.row(j) + first, newLuma_.row(j) + first,
-                               chromaIn_.row(j) + first, chromaOut_.row(j) + first,
-                               last - first / 2);
+  scale_(oldLuma_.row(j) + first, newLuma_.row(j) + first, chromaIn_.row(j) + first,
+         chromaOut_.row(j) + first, last - first / 2);
 }
 
 void ChromaWalk::scaleRows(std::int64_t first, std::int64_t end) const {

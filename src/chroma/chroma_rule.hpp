@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <limits>
 
+#include "chroma/chroma_row.hpp"
 #include "tlux/image.h"
 
 namespace tlux::detail {
@@ -32,7 +33,8 @@ class ChromaWalk {
         chromaIn_(chromaIn),
         chromaOut_(chromaOut),
         rows_(rows),
-        pairs_(pairs) {}
+        pairs_(pairs),
+        areRowsWhole_(rows > 0 && pairsWithin(rows - 1) >= pairs) {}
 
   static constexpr std::int64_t kAllColumns = std::numeric_limits<std::int64_t>::max();
 
@@ -48,12 +50,17 @@ class ChromaWalk {
   void scaleRows(std::int64_t first, std::int64_t end) const;
 
  private:
+  // Whole pairs from the start of row j to the first end of a plane.
+  std::int64_t pairsWithin(std::int64_t j) const;
+
   Track<const std::uint8_t> oldLuma_;
   Track<const std::uint8_t> newLuma_;
   Track<const std::uint8_t> chromaIn_;
   Track<std::uint8_t> chromaOut_;
+  ScaleChromaRow scale_ = chromaRowScaler<kNeutralZone>();
   std::int64_t rows_;
   std::int64_t pairs_; // of a row
+  bool areRowsWhole_;  // also the last, the shortest
 };
 
 // The walk over two frames. With equal pitches it is the walk of NV21NV12_Tone(), minus anything

@@ -111,10 +111,14 @@ Result renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& ref
     if (rest == Rest::kCopied) copyChroma(source, output);
   }
 
+  // Rows of the reference that lie in a band.
+  const std::int32_t rows = std::min(kBandCount * bandHeight(frame.height()), frame.height());
   const auto makeStrip = [&](const Strip& strip) {
     fillReference(strip.rows); // before the output's chroma, which may take the source's place
-    if (filterStrip(strip, renderer) == Result::kOk) return;
-    renderer.copyRows(kUpsampling * strip.rows.first, kUpsampling * strip.rows.end);
+    if (filterStrip(strip, renderer) != Result::kOk) {
+      renderer.copyRows(kUpsampling * strip.rows.first, kUpsampling * strip.rows.end);
+    }
+    if (strip.rows.end == rows) renderer.copyRows(std::int64_t{kUpsampling} * rows, output.height);
   };
 
   const std::int64_t bytes = workerPoolBytes(frame.width(), frame.radius);
@@ -127,9 +131,7 @@ Result renderFrame(MMemMgr manager, WorkerTeam& team, const MappedReference& ref
     return result;
   }
 
-  const std::int64_t filteredRows =
-      std::int64_t{kUpsampling} * std::min(kBandCount * bandHeight(frame.height()), frame.height());
-  renderer.copyRows(filteredRows, output.height);
+  if (rows == 0) renderer.copyRows(0, output.height); // a single row is in no band
   if (!renderer.chromaFollows()) {
     team.share((chroma.rows() + kChromaRows - 1) / kChromaRows, [&](std::int64_t i, int /*slot*/) {
       chroma.scaleRows(i * kChromaRows, std::min((i + 1) * kChromaRows, chroma.rows()));
