@@ -1,7 +1,6 @@
 // The fast guided filter (windows of 2r × 2r, edges repeated): coefficients of bands.
 #include "guided_upsampling/band_coefficients.hpp"
 
-#include <algorithm>
 #include <cstddef>
 
 #include "base/multiversion.hpp"
@@ -12,15 +11,15 @@
 namespace tlux::detail {
 namespace {
 
+// Whether all values are within −largest − 1 … largest, which is 2^n − 1: above n bits all have
+// nothing but their sign. SSE2 has no minimum of 32 bits.
 TLUX_MULTIVERSION bool isWithin(const std::int32_t* values, std::ptrdiff_t count,
-                                std::int32_t magnitude) {
-  std::int32_t lowest = 0;
-  std::int32_t highest = 0;
+                                std::int32_t largest) {
+  std::int32_t bits = 0;
   for (std::ptrdiff_t i = 0; i < count; ++i) {
-    lowest = std::min(lowest, values[i]);
-    highest = std::max(highest, values[i]);
+    bits |= values[i] ^ (values[i] >> 31);
   }
-  return lowest >= -magnitude && highest <= magnitude;
+  return bits <= largest;
 }
 
 bool isShort(const GuidedBand& band) {

@@ -13,10 +13,10 @@
 // intermediate values in registers.
 namespace tlux::detail {
 
-// Largest magnitudes of the coefficients, which pictures stay within: slopes then differ by less
-// than 2^15, and b / 2^10 by less than 2^15. The narrowest frames would not fill a vector.
+// For coefficients from −largest − 1 to largest, as those of pictures are: slopes then differ by
+// less than 2^15, and b / 2^10 by less than 2^15. The narrowest frames would not fill a vector.
 inline constexpr std::int32_t kLargestShortA = (1 << 14) - 1;
-inline constexpr std::int32_t kLargestShortB = 1 << 23;
+inline constexpr std::int32_t kLargestShortB = (1 << 23) - 1;
 inline constexpr std::int32_t kFewestShortCells = 8;
 
 // A row of coefficients, split into 16-bit parts, one element per cell. a' and b' belong to the

@@ -29,8 +29,8 @@ enum class Content { kRandom, kLimits, kSmooth };
 Maps mapsOf(int width, Content content, Random& random) {
   Maps maps{width, {}, {}};
   const auto sample = [&](std::int32_t limit, int i) {
-    if (content == Content::kRandom) return random.intBetween(-limit, limit);
-    if (content == Content::kLimits) return random.intBetween(0, 1) == 0 ? -limit : limit;
+    if (content == Content::kRandom) return random.intBetween(-limit - 1, limit);
+    if (content == Content::kLimits) return random.intBetween(0, 1) == 0 ? -limit - 1 : limit;
     return limit / 16 + 3 * (i % width) + random.intBetween(0, 40);
   };
   for (int i = 0; i < width * kRows; ++i) {
