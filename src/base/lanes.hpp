@@ -49,10 +49,6 @@ template <class Vector, class T>
   std::memcpy(to, &vector, sizeof vector);
 }
 
-[[gnu::always_inline]] inline Shorts magnitude(Shorts v) {
-  return maximum(v, -v);
-}
-
 [[gnu::always_inline]] inline Bytes loadBytes(const std::uint8_t* from) {
   return load<Bytes>(from);
 }
@@ -60,6 +56,30 @@ template <class Vector, class T>
 [[gnu::always_inline]] inline Shorts loadShorts(const std::int16_t* from) {
   return load<Shorts>(from);
 }
+
+// What NEON has instructions of its own for.
+#if !defined(TLUX_NEON_LANES)
+
+// a · b / 2^10, rounded down, for −2^9 <= b < 2^9.
+[[gnu::always_inline]] inline Shorts multiplyQ10(Shorts a, Shorts b) {
+  return multiplyHigh(a, b << 6);
+}
+
+[[gnu::always_inline]] inline BytePairs loadPairs(const std::uint8_t* from) {
+  return {load<Bytes>(from), load<Bytes>(from + kColumns)};
+}
+
+[[gnu::always_inline]] inline void storePairs(std::uint8_t* to, const BytePairs& pairs) {
+  store(to, pairs.first);
+  store(to + kColumns, pairs.second);
+}
+
+// Numbers of pairs, kColumns / 2 early and as many late ones, for the columns of loadPairs().
+[[gnu::always_inline]] inline PairHalves forPairs(Shorts early, Shorts late) {
+  return {twice(early), twice(late)};
+}
+
+#endif
 
 // A vector of one number.
 [[gnu::always_inline]] inline Shorts all(std::int16_t value) {

@@ -30,8 +30,12 @@ namespace {
   return as<Shorts>(_mm256_max_epi16(raw(a), raw(b)));
 }
 
-[[gnu::always_inline]] inline bool isAny(Shorts mask) {
-  return _mm256_movemask_epi8(raw(mask)) != 0;
+[[gnu::always_inline]] inline Shorts magnitude(Shorts v) {
+  return as<Shorts>(_mm256_abs_epi16(raw(v)));
+}
+
+[[gnu::always_inline]] inline bool isAnyFrom(std::int16_t limit, Shorts v) {
+  return _mm256_movemask_epi8(raw(v >= limit)) != 0;
 }
 
 [[gnu::always_inline]] inline Halves widen(Bytes v) {

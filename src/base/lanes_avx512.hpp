@@ -30,8 +30,12 @@ namespace {
   return as<Shorts>(_mm512_max_epi16(raw(a), raw(b)));
 }
 
-[[gnu::always_inline]] inline bool isAny(Shorts mask) {
-  return _mm512_movepi16_mask(raw(mask)) != 0;
+[[gnu::always_inline]] inline Shorts magnitude(Shorts v) {
+  return as<Shorts>(_mm512_abs_epi16(raw(v)));
+}
+
+[[gnu::always_inline]] inline bool isAnyFrom(std::int16_t limit, Shorts v) {
+  return _mm512_movepi16_mask(raw(v >= limit)) != 0;
 }
 
 [[gnu::always_inline]] inline Halves widen(Bytes v) {

@@ -1,5 +1,9 @@
 #pragma once
 
+#if defined(TLUX_PLAIN_LANES) // in tests, to have that arithmetic compared, too
+#define TLUX_WIDE_PRODUCTS
+#endif
+
 namespace tlux::detail {
 namespace {
 inline constexpr int kColumns = 16;
@@ -40,13 +44,17 @@ inline constexpr int kShorts = kColumns / 2; // in a vector
   return out;
 }
 
-// Whether a mask holds for any of its elements.
-[[gnu::always_inline]] inline bool isAny(Shorts mask) {
-  int bits = 0;
+[[gnu::always_inline]] inline Shorts magnitude(Shorts v) {
+  return maximum(v, -v);
+}
+
+// Whether any number is at least `limit`.
+[[gnu::always_inline]] inline bool isAnyFrom(std::int16_t limit, Shorts v) {
+  bool isAny = false;
   for (int i = 0; i < kShorts; ++i) {
-    bits |= mask[i];
+    isAny |= v[i] >= limit;
   }
-  return bits != 0;
+  return isAny;
 }
 
 // Bytes as 16-bit numbers, and back with clamping to 0 … 255. The low half holds the first eight of
@@ -111,6 +119,70 @@ inline constexpr int kShorts = kColumns / 2; // in a vector
   }
   return out;
 }
+
+#if defined(TLUX_WIDE_PRODUCTS)
+
+// Bytes times 2^kShift, in the order of widen().
+template <int kShift>
+[[gnu::always_inline]] inline Halves widenScaled(Bytes v) {
+  const Halves wide = widen(v);
+  return {wide.low << kShift, wide.high << kShift};
+}
+
+// (a + b) / 2, rounded down.
+[[gnu::always_inline]] inline Shorts halfway(Shorts a, Shorts b) {
+  Shorts out = {};
+  for (int i = 0; i < kShorts; ++i) {
+    out[i] = static_cast<std::int16_t>((a[i] + b[i]) >> 1);
+  }
+  return out;
+}
+
+[[gnu::always_inline]] inline Wide product(Shorts a, Shorts b) {
+  Wide out = {};
+  for (int i = 0; i < kShorts / 2; ++i) {
+    out.low[i] = a[i] * b[i];
+    out.high[i] = a[kShorts / 2 + i] * b[kShorts / 2 + i];
+  }
+  return out;
+}
+
+// (a + b) / 2^16, rounded down.
+[[gnu::always_inline]] inline Shorts upperHalves(const Wide& a, const Wide& b) {
+  const Wide sum = a + b;
+  Shorts out = {};
+  for (int i = 0; i < kShorts / 2; ++i) {
+    out[i] = static_cast<std::int16_t>(sum.low[i] >> 16);
+    out[kShorts / 2 + i] = static_cast<std::int16_t>(sum.high[i] >> 16);
+  }
+  return out;
+}
+
+// from + k · step / 8, rounded down, for the columns k = 0 … 7 of kColumns / 8 cells, which have
+// one number each. Up to four numbers of either are read.
+[[gnu::always_inline]] inline Halves eighths(const std::int16_t* from, const std::int16_t* steps) {
+  Halves out = {};
+  for (int k = 0; k < 8; ++k) {
+    out.low[k] = static_cast<std::int16_t>(from[0] + ((k * steps[0]) >> 3));
+    out.high[k] = static_cast<std::int16_t>(from[1] + ((k * steps[1]) >> 3));
+  }
+  return out;
+}
+
+// from + k · step.
+[[gnu::always_inline]] inline WideHalves ramps(const std::int32_t* from,
+                                               const std::int32_t* steps) {
+  WideHalves out = {};
+  for (int k = 0; k < 4; ++k) {
+    out.low.low[k] = from[0] + k * steps[0];
+    out.low.high[k] = from[0] + (4 + k) * steps[0];
+    out.high.low[k] = from[1] + k * steps[1];
+    out.high.high[k] = from[1] + (4 + k) * steps[1];
+  }
+  return out;
+}
+
+#endif
 
 } // namespace
 } // namespace tlux::detail

@@ -21,6 +21,41 @@ struct Halves {
   Shorts high;
 };
 
+// kColumns pairs of interleaved bytes, in two vectors, and the 16-bit numbers of both. Which pairs
+// are where is known to loadPairs(), storePairs() and forPairs().
+struct BytePairs {
+  Bytes first;
+  Bytes second;
+};
+
+struct PairHalves {
+  Halves first;
+  Halves second;
+};
+
+// Numbers of 32 bits for the columns of a vector of 16-bit ones, and those of both halves.
+struct Wide {
+  Ints low;
+  Ints high;
+
+  friend Wide operator+(const Wide& a, const Wide& b) { return {a.low + b.low, a.high + b.high}; }
+  friend Wide operator-(const Wide& a, const Wide& b) { return {a.low - b.low, a.high - b.high}; }
+  friend Wide operator<<(const Wide& a, int count) { return {a.low << count, a.high << count}; }
+  friend Wide operator&(const Wide& a, int bits) { return {a.low & bits, a.high & bits}; }
+};
+
+struct WideHalves {
+  Wide low;
+  Wide high;
+
+  friend WideHalves operator+(const WideHalves& a, const WideHalves& b) {
+    return {a.low + b.low, a.high + b.high};
+  }
+  friend WideHalves operator-(const WideHalves& a, const WideHalves& b) {
+    return {a.low - b.low, a.high - b.high};
+  }
+};
+
 // The same bits as another type.
 template <class To, class From>
 [[gnu::always_inline]] inline To as(const From& from) {

@@ -6,8 +6,8 @@ namespace tlux::detail {
 namespace {
 
 constexpr std::int16_t kNeutral = 128;
-constexpr std::int32_t kUnity = 1024; // Q10
-constexpr std::ptrdiff_t kPairs = kColumns / 2;
+constexpr std::int32_t kUnity = 1024;       // Q10
+constexpr std::ptrdiff_t kPairs = kColumns; // that are made at a time, two vectors of bytes
 
 constexpr int log2Of(int powerOfTwo) {
   return powerOfTwo == 1 ? 0 : 1 + log2Of(powerOfTwo / 2);
@@ -34,7 +34,7 @@ constexpr std::int32_t kShortRatio = kUnity * 256 / kZone;
 template <int kZone>
 [[gnu::always_inline]] inline Shorts scaleSamples(Shorts chroma, Shorts change) {
   const Shorts d = chroma - kNeutral;
-  const Shorts e = multiplyHigh(change, d << 6);
+  const Shorts e = multiplyQ10(change, d);
   const Shorts weight = minimum(magnitude(d), all(kZone));
   return chroma + ((weight * e) >> log2Of(kZone));
 }
@@ -86,24 +86,38 @@ template <int kZone, class Rule>
   }
 }
 
-// A vector of columns. False, and nothing is written, when a ratio is too large.
-template <int kZone, class Rule>
-[[gnu::always_inline]] inline bool scaleVector(Rule rule, const std::uint8_t* oldLuma,
-                                               const std::uint8_t* newLuma,
-                                               const std::uint8_t* chromaIn,
-                                               std::uint8_t* chromaOut) {
+template <class Rule>
+[[gnu::always_inline]] inline Shorts changeOf(Rule rule, const std::uint8_t* oldLuma,
+                                              const std::uint8_t* newLuma) {
   const Shorts before = rule.lit(pairSums(loadBytes(oldLuma)));
   const Shorts after = rule.lit(pairSums(loadBytes(newLuma)));
   const Shorts isLit = before > 0;
   const Shorts ratio = quotientsQ10(after, maximum(before, all(1)));
-  const Shorts change = (ratio - static_cast<std::int16_t>(kUnity)) & isLit;
-  // Quotients are saturated, so the largest may mean any ratio.
+  return (ratio - static_cast<std::int16_t>(kUnity)) & isLit;
+}
+
+template <int kZone>
+[[gnu::always_inline]] inline Bytes scaleBytes(Bytes bytes, const Halves& changes) {
+  const Halves chroma = widen(bytes);
+  return narrow({scaleSamples<kZone>(chroma.low, changes.low),
+                 scaleSamples<kZone>(chroma.high, changes.high)});
+}
+
+// Pairs of two vectors of columns. False, and nothing is written, when a ratio is too large.
+template <int kZone, class Rule>
+[[gnu::always_inline]] inline bool scaleVectors(Rule rule, const std::uint8_t* oldLuma,
+                                                const std::uint8_t* newLuma,
+                                                const std::uint8_t* chromaIn,
+                                                std::uint8_t* chromaOut) {
+  const Shorts early = changeOf(rule, oldLuma, newLuma);
+  const Shorts late = changeOf(rule, oldLuma + kColumns, newLuma + kColumns);
+  // Quotients are saturated: the largest may stand for any.
   constexpr std::int32_t kTooLarge = kZone == kNeutralZone ? 32767 : kShortRatio<kZone>;
-  if (isAny(change >= static_cast<std::int16_t>(kTooLarge - kUnity))) return false;
-  const Halves chroma = widen(loadBytes(chromaIn));
-  const Halves changes = twice(rule.part(change));
-  store(chromaOut, narrow({scaleSamples<kZone>(chroma.low, changes.low),
-                           scaleSamples<kZone>(chroma.high, changes.high)}));
+  if (isAnyFrom(static_cast<std::int16_t>(kTooLarge - kUnity), maximum(early, late))) return false;
+  const BytePairs chroma = loadPairs(chromaIn);
+  const PairHalves changes = forPairs(rule.part(early), rule.part(late));
+  storePairs(chromaOut, {scaleBytes<kZone>(chroma.first, changes.first),
+                         scaleBytes<kZone>(chroma.second, changes.second)});
   return true;
 }
 
@@ -112,26 +126,27 @@ template <int kZone, class Rule>
                                             const std::uint8_t* newLuma,
                                             const std::uint8_t* chromaIn, std::uint8_t* chromaOut,
                                             std::ptrdiff_t pairs) {
+  constexpr std::ptrdiff_t kStep = 2 * kPairs;
   const std::ptrdiff_t columns = 2 * pairs;
   std::ptrdiff_t x = 0;
-  while (true) { // no calls inside the loop: they would keep constants out of registers
-    while (x + kColumns <= columns &&
-           scaleVector<kZone>(rule, oldLuma + x, newLuma + x, chromaIn + x, chromaOut + x)) {
-      x += kColumns;
+  while (true) { // a loop without calls inside, which would keep constants out of registers
+    while (x + kStep <= columns &&
+           scaleVectors<kZone>(rule, oldLuma + x, newLuma + x, chromaIn + x, chromaOut + x)) {
+      x += kStep;
     }
-    if (x + kColumns > columns) break;
+    if (x + kStep > columns) break;
     scalePairs<kZone>(rule, oldLuma + x, newLuma + x, chromaIn + x, chromaOut + x);
-    x += kColumns;
+    x += kStep;
   }
   if (x < columns) {
     const auto rest = static_cast<std::size_t>(columns - x);
-    std::uint8_t before[kColumns] = {};
-    std::uint8_t after[kColumns] = {};
-    std::uint8_t chroma[kColumns] = {};
+    std::uint8_t before[kStep] = {};
+    std::uint8_t after[kStep] = {};
+    std::uint8_t chroma[kStep] = {};
     std::memcpy(before, oldLuma + x, rest);
     std::memcpy(after, newLuma + x, rest);
     std::memcpy(chroma, chromaIn + x, rest);
-    if (!scaleVector<kZone>(rule, before, after, chroma, chroma)) {
+    if (!scaleVectors<kZone>(rule, before, after, chroma, chroma)) {
       scalePairs<kZone>(rule, before, after, chroma, chroma);
     }
     std::memcpy(chromaOut + x, chroma, rest);

@@ -19,25 +19,12 @@ inline constexpr std::int32_t kLargestShortA = (1 << 14) - 1;
 inline constexpr std::int32_t kLargestShortB = (1 << 23) - 1;
 inline constexpr std::int32_t kFewestShortCells = 8;
 
-// A row of coefficients, split into 16-bit parts, one element per cell. a' and b' belong to the
-// next sample (the last one is its own next), and X = 8 · b is split into high · 2^13 + low:
+// A row of coefficients of so many cells, as the kernels keep it.
 struct CellRow {
-  std::int16_t* a;
-  std::int16_t* aStep;      // a' − a
-  std::int16_t* middleHigh; // X half-way, 4 · (b + b'); low 0 … 8191
-  std::int16_t* middleLow;
-  std::int16_t* stepHigh; // change of X per column, b' − b; low −4096 … 4095
-  std::int16_t* stepLow;
+  std::int16_t* memory; // samples() of it, aligned for 32-bit numbers
+  std::ptrdiff_t cells;
 
   static constexpr std::int64_t samples(std::int64_t cells) { return 6 * cells; }
-  static CellRow in(std::int16_t* memory, std::ptrdiff_t cells) {
-    return {memory,
-            memory + cells,
-            memory + 2 * cells,
-            memory + 3 * cells,
-            memory + 4 * cells,
-            memory + 5 * cells};
-  }
 };
 
 // Rows of luma, one below the other.
@@ -69,11 +56,10 @@ struct GroupPart {
 };
 
 struct RowGroupKernels {
-  void (*splitCells)(const std::int32_t* a, const std::int32_t* b, std::ptrdiff_t cells,
-                     const CellRow& row);
-  void (*startLine)(const CellRow& row, std::ptrdiff_t cells, std::int16_t* line);
-  // On entry `line` holds, for these columns, the line above the group; on return the one below,
-  // made from `lower`. guide and out begin with the first column; out may be guide.
+  void (*splitCells)(const std::int32_t* a, const std::int32_t* b, const CellRow& row);
+  void (*startLine)(const CellRow& row, std::int16_t* line);
+  // `line` is that above the group, and for these columns becomes the one below, that of `lower`.
+  // guide and out begin with the first column; out may be guide.
   void (*makeLuma)(const CellRow& lower, const GroupPart& part, std::int16_t* line,
                    LumaRows<const std::uint8_t> guide, LumaRows<std::uint8_t> out);
 };

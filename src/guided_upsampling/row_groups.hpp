@@ -31,18 +31,18 @@ class ShortGroups {
   ShortGroups(const CoefficientMaps& maps, Sample* scratch)
       : maps_(maps),
         kernels_(kernels<RowGroupKernels>()),
-        lower_(CellRow::in(scratch, maps.width)),
+        lower_{scratch, maps.width},
         line_(scratch + CellRow::samples(maps.width) + kCellSlack) {
     std::fill_n(line_ - kCellSlack, kCellSlack, Sample{0});
   }
 
   void start(std::int32_t y) {
     advance(y);
-    kernels_.startLine(lower_, maps_.width, line_);
+    kernels_.startLine(lower_, line_);
   }
   void advance(std::int32_t next) {
     const std::ptrdiff_t row = next * maps_.width;
-    kernels_.splitCells(maps_.a + row, maps_.b + row, maps_.width, lower_);
+    kernels_.splitCells(maps_.a + row, maps_.b + row, lower_);
   }
   // guide and out begin with the first column; out may be guide.
   void makeLuma(const GroupPart& part, LumaRows<const std::uint8_t> guide,
