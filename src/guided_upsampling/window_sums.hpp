@@ -12,6 +12,7 @@
 #include "base/bands.hpp"
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
+#include "guided_upsampling/sums_of_32.hpp"
 
 // Box sums whose cost hardly depends on the radius: column sums slide down the rows, and in each
 // row sums of 2r columns are built from sums of 4, 16 …; floating-point sums and large radii slide
@@ -166,6 +167,14 @@ class WindowSums {
       if (radius_ <= kLargestFolded) {
         for (std::size_t k = 0; k < kMoments; ++k) {
           repeatEnds(padded_[k]);
+        }
+        if constexpr (std::is_same_v<Sum, std::uint32_t>) {
+          if (2 * radius_ == SumsOf32::kSpan && width_ >= SumsOf32::kFewest) {
+            for (std::size_t k = 0; k < kMoments; ++k) {
+              SumsOf32::make(padded_[k], width_, sums_[k]);
+            }
+            return;
+          }
         }
         for (std::ptrdiff_t first = 0; first < width_; first += kPiece) {
           sweepPiece(first, std::min(kPiece, width_ - first));
