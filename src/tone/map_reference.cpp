@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "base/by_eights.hpp"
 #include "base/multiversion.hpp"
 
 namespace tlux::detail {
@@ -25,20 +26,19 @@ TLUX_MULTIVERSION void mapChunk(const std::uint8_t* codes, const std::uint16_t* 
   std::int32_t linear[kChunk];
   std::uint8_t inversions[kChunk];
   std::uint8_t inverted[kChunk];
-  for (std::int32_t i = 0; i < count; ++i) {
-    gains[i] = tables.gain[scores[i]];
-  }
+  const ToneTables table = tables; // a copy: its pointers are not reloaded after each byte stored
+  forEachByEights(count,
+                  [&](std::ptrdiff_t i) TLUX_INLINED_LAMBDA { gains[i] = table.gain[scores[i]]; });
   for (std::int32_t i = 0; i < count; ++i) {
     inversions[i] = inversionFor(gains[i]);
     inverted[i] = codes[i] ^ inversions[i];
   }
-  for (std::int32_t i = 0; i < count; ++i) {
-    linear[i] = tables.curves.degamma[inverted[i]];
-  }
+  forEachByEights(count, [&](std::ptrdiff_t i) TLUX_INLINED_LAMBDA {
+    linear[i] = table.curves.degamma[inverted[i]];
+  });
   applyGains(gains, linear, count);
-  for (std::int32_t i = 0; i < count; ++i) {
-    inverted[i] = tables.curves.gamma[linear[i]];
-  }
+  forEachByEights(count, [&](std::ptrdiff_t i)
+                             TLUX_INLINED_LAMBDA { inverted[i] = table.curves.gamma[linear[i]]; });
   for (std::int32_t i = 0; i < count; ++i) {
     mapped[i] = inverted[i] ^ inversions[i];
   }
