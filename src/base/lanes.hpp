@@ -60,9 +60,23 @@ template <class Vector, class T>
 // What NEON has instructions of its own for.
 #if !defined(TLUX_NEON_LANES)
 
-// a · b / 2^10, rounded down, for −2^9 <= b < 2^9.
-[[gnu::always_inline]] inline Shorts multiplyQ10(Shorts a, Shorts b) {
-  return multiplyHigh(a, b << 6);
+// a · (v − 128) / 2^10, rounded down, in the order of widen().
+[[gnu::always_inline]] inline Halves multiplyCentredQ10(const Halves& a, Bytes v) {
+  const Halves wide = widen(v);
+  return {multiplyHigh(a.low, (wide.low - 128) << 6), multiplyHigh(a.high, (wide.high - 128) << 6)};
+}
+
+// |v − 128|
+[[gnu::always_inline]] inline Halves distancesFromCentre(Bytes v) {
+  const Halves wide = widen(v);
+  return {magnitude(wide.low - 128), magnitude(wide.high - 128)};
+}
+
+// v + b / 2^kShift, rounded down and clamped to 0 … 255, where v · 2^kShift + b fits 16 bits.
+template <int kShift>
+[[gnu::always_inline]] inline Bytes addShifted(Bytes v, const Halves& b) {
+  const Halves wide = widen(v);
+  return narrow({wide.low + (b.low >> kShift), wide.high + (b.high >> kShift)});
 }
 
 [[gnu::always_inline]] inline BytePairs loadPairs(const std::uint8_t* from) {

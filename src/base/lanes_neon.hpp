@@ -28,21 +28,12 @@ namespace {
   return as<Shorts>(vuzp2q_s16(low, high));
 }
 
-// Half of twice the product is kept.
-[[gnu::always_inline]] inline Shorts multiplyQ10(Shorts a, Shorts b) {
-  return as<Shorts>(vqdmulhq_s16(raw(a), raw(b << 5)));
-}
-
 [[gnu::always_inline]] inline Shorts minimum(Shorts a, Shorts b) {
   return as<Shorts>(vminq_s16(raw(a), raw(b)));
 }
 
 [[gnu::always_inline]] inline Shorts maximum(Shorts a, Shorts b) {
   return as<Shorts>(vmaxq_s16(raw(a), raw(b)));
-}
-
-[[gnu::always_inline]] inline Shorts magnitude(Shorts v) {
-  return as<Shorts>(vabsq_s16(raw(v)));
 }
 
 [[gnu::always_inline]] inline bool isAnyFrom(std::int16_t limit, Shorts v) {
@@ -73,6 +64,27 @@ template <int kShift>
   return as<Shorts>(vpaddlq_u8(as<uint8x16_t>(v)));
 }
 
+// The upper half of twice the product with 2^5 · (v − 128).
+[[gnu::always_inline]] inline Halves multiplyCentredQ10(const Halves& a, Bytes v) {
+  const auto centred = as<int8x16_t>(v ^ 0x80);
+  return {as<Shorts>(vqdmulhq_s16(raw(a.low), vshll_n_s8(vget_low_s8(centred), 5))),
+          as<Shorts>(vqdmulhq_s16(raw(a.high), vshll_high_n_s8(centred, 5)))};
+}
+
+[[gnu::always_inline]] inline Halves distancesFromCentre(Bytes v) {
+  const auto bytes = as<uint8x16_t>(v);
+  const uint8x16_t centre = vdupq_n_u8(128);
+  return {as<Shorts>(vabdl_u8(vget_low_u8(bytes), vget_low_u8(centre))),
+          as<Shorts>(vabdl_high_u8(bytes, centre))};
+}
+
+template <int kShift>
+[[gnu::always_inline]] inline Bytes addShifted(Bytes v, const Halves& b) {
+  const Halves scaled = widenScaled<kShift>(v);
+  const uint8x8_t low = vqshrun_n_s16(raw(scaled.low + b.low), kShift);
+  return as<Bytes>(vqshrun_high_n_s16(low, raw(scaled.high + b.high), kShift));
+}
+
 // The first bytes of all pairs, and the second ones.
 [[gnu::always_inline]] inline BytePairs loadPairs(const std::uint8_t* from) {
   const uint8x16x2_t pairs = vld2q_u8(from);
@@ -80,7 +92,8 @@ template <int kShift>
 }
 
 [[gnu::always_inline]] inline void storePairs(std::uint8_t* to, const BytePairs& pairs) {
-  vst2q_u8(to, {{as<uint8x16_t>(pairs.first), as<uint8x16_t>(pairs.second)}});
+  const uint8x16x2_t both = {{as<uint8x16_t>(pairs.first), as<uint8x16_t>(pairs.second)}};
+  vst2q_u8(to, both);
 }
 
 [[gnu::always_inline]] inline PairHalves forPairs(Shorts early, Shorts late) {

@@ -26,17 +26,18 @@ std::uint8_t scaleSample(std::uint8_t chroma, std::int32_t ratio) {
   return static_cast<std::uint8_t>(moved < 0 ? 0 : (moved > 255 ? 255 : moved));
 }
 
-// The same for a vector of samples, for ratios below kShortRatio: |d| <= 128 then keeps |e| · zone
-// below 2^15.
+// The same for a vector of samples, for ratios below kShortRatio: |d| <= 128 then keeps zone ·
+// (chroma + e) within 16 bits.
 template <int kZone>
-constexpr std::int32_t kShortRatio = kUnity * 256 / kZone;
+constexpr std::int32_t kShortRatio = kUnity*(256 / kZone - 1);
 
 template <int kZone>
-[[gnu::always_inline]] inline Shorts scaleSamples(Shorts chroma, Shorts change) {
-  const Shorts d = chroma - kNeutral;
-  const Shorts e = multiplyQ10(change, d);
-  const Shorts weight = minimum(magnitude(d), all(kZone));
-  return chroma + ((weight * e) >> log2Of(kZone));
+[[gnu::always_inline]] inline Bytes scaleBytes(Bytes chroma, const Halves& change) {
+  const Halves e = multiplyCentredQ10(change, chroma);
+  const Halves distance = distancesFromCentre(chroma);
+  const Halves weighted = {minimum(distance.low, all(kZone)) * e.low,
+                           minimum(distance.high, all(kZone)) * e.high};
+  return addShifted<log2Of(kZone)>(chroma, weighted);
 }
 
 // The luma of a pair, and how the ratio's change is taken: as it is,
@@ -96,13 +97,6 @@ template <class Rule>
   return (ratio - static_cast<std::int16_t>(kUnity)) & isLit;
 }
 
-template <int kZone>
-[[gnu::always_inline]] inline Bytes scaleBytes(Bytes bytes, const Halves& changes) {
-  const Halves chroma = widen(bytes);
-  return narrow({scaleSamples<kZone>(chroma.low, changes.low),
-                 scaleSamples<kZone>(chroma.high, changes.high)});
-}
-
 // Pairs of two vectors of columns. False, and nothing is written, when a ratio is too large.
 template <int kZone, class Rule>
 [[gnu::always_inline]] inline bool scaleVectors(Rule rule, const std::uint8_t* oldLuma,
@@ -111,9 +105,8 @@ template <int kZone, class Rule>
                                                 std::uint8_t* chromaOut) {
   const Shorts early = changeOf(rule, oldLuma, newLuma);
   const Shorts late = changeOf(rule, oldLuma + kColumns, newLuma + kColumns);
-  // Quotients are saturated: the largest may stand for any.
-  constexpr std::int32_t kTooLarge = kZone == kNeutralZone ? 32767 : kShortRatio<kZone>;
-  if (isAnyFrom(static_cast<std::int16_t>(kTooLarge - kUnity), maximum(early, late))) return false;
+  constexpr auto kTooLarge = static_cast<std::int16_t>(kShortRatio<kZone> - kUnity);
+  if (isAnyFrom(kTooLarge, maximum(early, late))) return false;
   const BytePairs chroma = loadPairs(chromaIn);
   const PairHalves changes = forPairs(rule.part(early), rule.part(late));
   storePairs(chromaOut, {scaleBytes<kZone>(chroma.first, changes.first),
