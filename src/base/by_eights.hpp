@@ -6,8 +6,8 @@
 
 namespace tlux::detail {
 
-// Calls body(i) for i of 0 … count − 1, eight in a round of the loop: for what has no vector
-// instruction, as look-ups in a table, beside which counting takes as long.
+// Calls body(i) for each i from 0 to count − 1, eight per iteration of the loop. For work without
+// vector instructions, such as table look-ups, where counting would take as long as the work.
 template <class Body>
 TLUX_INLINED void forEachByEights(std::ptrdiff_t count, Body body) {
   std::ptrdiff_t i = 0;

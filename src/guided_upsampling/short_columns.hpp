@@ -1,10 +1,11 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): arithmetic of row groups in 16 bits.
 #pragma once
 
 #include "base/lanes.hpp"
 #include "guided_upsampling/row_group.hpp"
 
-// The arithmetic of row groups for processors whose products are of 16 bits, either half by one
-// instruction: everything is in 16-bit lanes.
+// For processors that multiply 16-bit numbers and return either half of the products: everything
+// stays in 16-bit lanes.
 namespace tlux::detail {
 namespace {
 

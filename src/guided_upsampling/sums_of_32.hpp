@@ -1,3 +1,4 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): sums over 32 columns.
 #pragma once
 
 #include <cstddef>

@@ -1,10 +1,11 @@
+// The fast guided filter (windows of 2r × 2r, edges repeated): arithmetic of row groups in 32 bits.
 #pragma once
 
 #include "base/lanes.hpp"
 #include "guided_upsampling/row_group.hpp"
 
-// The arithmetic of row groups for processors that widen products to 32 bits as they make them and
-// take the upper halves of sums: b is kept in 32 bits.
+// For processors with instructions for 32-bit products of 16-bit numbers and for the upper halves
+// of sums: b stays in 32 bits.
 namespace tlux::detail {
 namespace {
 
