@@ -132,7 +132,7 @@ class Surroundings(VideoTest):
             "[CHAPTER]\nTIMEBASE=1/10\nSTART=5\nEND=12\ntitle=Two\n")
         source = self.path("in.mkv")
         ffmpeg(*TEST_VIDEO, *TEST_SOUND, "-i", self.path("words.srt"), "-i", self.path("chapters.txt"), "-map", 0,
-               "-map", 1, "-map", 2, "-pix_fmt", "yuv420p", "-c:v", "ffv1", "-c:a", "aac", "-c:s", "srt",
+               "-map", 1, "-map", 2, "-pix_fmt", "yuv420p", "-c:v", "ffv1", "-c:a", "flac", "-c:s", "srt",
                "-metadata", "title=Night", "-metadata:s:a", "language=fra", "-disposition:a", "default+comment",
                "-attach", self.path("font.ttf"), "-metadata:s:t", "mimetype=application/x-truetype-font", source)
         self.enhance(source, "out.mkv")
@@ -141,13 +141,14 @@ class Surroundings(VideoTest):
         self.assertEqual(before["chapters"], after["chapters"])
         self.assertEqual("fra", after["streams"][1]["tags"]["language"])
         self.assertEqual(before["streams"][1]["disposition"], after["streams"][1]["disposition"])
-        self.assertEqual(["h264", "aac", "subrip", "ttf"], self.codecs("out.mkv"))
+        self.assertEqual(["h264", "flac", "subrip", "ttf"], self.codecs("out.mkv"))
         for stream in (1, 2):
             self.assertEqual(packets(source, stream), packets(self.path("out.mkv"), stream))
         # These take no fonts, the first not the sound either, and say so; they have text of their own kind.
         self.enhance(source, "out.webm", warnings=2)
         self.assertEqual(["vp9", "webvtt"], self.codecs("out.webm"))
         self.enhance(source, "there.mp4", warnings=1)
+        self.assertIn("flac", self.codecs("there.mp4"))
         self.enhance("there.mp4", "back.mkv", warnings=1)  # of the text of its chapters
         times = set()
         for name, codec in (("in.mkv", "subrip"), ("there.mp4", "mov_text"), ("back.mkv", "ass")):

@@ -96,6 +96,8 @@ void VideoWriter::open(const VideoFormat& format, const WritingOptions& options)
     copyContainerDescription(*properties_.container, *container_);
     copies_.emplace(*properties_.container, properties_.stream, *container_);
   }
+  // Copied streams stay even where a muxer calls them experimental, such as FLAC in MP4.
+  container_->strict_std_compliance = FF_COMPLIANCE_EXPERIMENTAL;
   AVDictionary* muxing = nullptr;
   setIndexPlace(*container_, &muxing);
   const int result = avformat_write_header(container_.get(), &muxing);
