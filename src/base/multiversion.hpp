@@ -35,8 +35,8 @@
 #define TLUX_UNROLLED _Pragma("GCC unroll 8")
 #endif
 
-// Before a loop whose iterations touch nothing of each other's, where a compiler cannot see that
-// and would check at run time, or give up.
+// Before a loop with independent iterations, where a compiler cannot prove it and would check at
+// run time or give up.
 #if defined(__clang__)
 #define TLUX_INDEPENDENT _Pragma("clang loop vectorize(assume_safety)")
 #else

@@ -58,8 +58,8 @@ struct GroupPart {
 struct RowGroupKernels {
   void (*splitCells)(const std::int32_t* a, const std::int32_t* b, const CellRow& row);
   void (*startLine)(const CellRow& row, std::int16_t* line);
-  // `line` is that above the group, and for these columns becomes the one below, that of `lower`.
-  // guide and out begin with the first column; out may be guide.
+  // On entry `line` holds, for these columns, the line above the group; on return the one below,
+  // made from `lower`. guide and out begin with the first column; out may be guide.
   void (*makeLuma)(const CellRow& lower, const GroupPart& part, std::int16_t* line,
                    LumaRows<const std::uint8_t> guide, LumaRows<std::uint8_t> out);
 };

@@ -54,7 +54,7 @@ template <int kRow>
   }
 }
 
-// Columns that do not fill a vector, or rows that do not fill a group.
+// For columns that do not fill a vector, or rows that do not fill a group.
 void makeSome(const SplitCells& lower, std::ptrdiff_t cell, std::size_t columns, int rows,
               std::int16_t* line, const LumaRows<const std::uint8_t>& guide,
               const LumaRows<std::uint8_t>& out) {

@@ -11,9 +11,8 @@ namespace {
 
 inline constexpr std::ptrdiff_t kHalfColumns = kColumns / 2;
 
-// A row of coefficients, split for 16 bits, one element per cell. With a' and b' of the next
-// sample, the last one being its own next, and X = 8 · b, which is taken apart as high · 2^13 +
-// low:
+// A row of coefficients, split into 16-bit parts, one element per cell. a' and b' belong to the
+// next sample (the last one is its own next), and X = 8 · b is split into high · 2^13 + low:
 struct SplitCells {
   std::int16_t* a;
   std::int16_t* aStep;      // a' − a
@@ -78,8 +77,8 @@ struct Lines {
   Line high;
 };
 
-// An eighth step to a later column or row counts back from the next sample, since the upper half of
-// a product with k · 2^13 is k/8 of a number for −4 <= k < 4 only.
+// A step of k/8 to a later column or row is counted back from the next sample, since the upper half
+// of a product with k · 2^13 is k/8 of a number only for −4 <= k < 4.
 constexpr int eighthsFor(int phase) {
   return phase < kUpsampling / 2 ? phase : phase - kUpsampling;
 }
@@ -88,8 +87,8 @@ constexpr std::int16_t scaleFor(int phase) {
   return static_cast<std::int16_t>(eighthsFor(phase) * (1 << 13));
 }
 
-// The line at the columns of cells. In 8 · b = high · 2^13 + low, low stays within 16 bits, counted
-// from the middle of the cell.
+// The line at the columns of cells. In 8 · b = high · 2^13 + low, low stays within 16 bits when
+// counted from the middle of the cell.
 [[gnu::always_inline]] inline Line interpolate(Shorts a, Shorts aStep, Shorts middleHigh,
                                                Shorts middleLow, Shorts stepHigh, Shorts stepLow) {
   constexpr EightShorts kScales = {{scaleFor(0), scaleFor(1), scaleFor(2), scaleFor(3), scaleFor(4),
@@ -132,9 +131,9 @@ constexpr std::int16_t scaleFor(int phase) {
   return {loadLine(from), loadLine(from + 3 * kHalfColumns)};
 }
 
-// Going down the rows of a group: a between two lines, and X = 8 · b = high · 2^13 + low, which
-// grows by stepHigh and stepLow from row to row. Of row k, low is within ±|k − 4| · 2^12 of
-// 0 … 8191, so that 8 · 1023 can be added to it.
+// Moves down the rows of a group: a between two lines, and X = 8 · b = high · 2^13 + low, which
+// grows by stepHigh and stepLow from row to row. In row k, low is at most |k − 4| · 2^12 outside 0
+// … 8191, so 8 · 1023 can be added to it.
 struct Column {
   Shorts above;
   Shorts below;
@@ -150,7 +149,7 @@ struct Column {
   column.above = above.a;
   column.below = below.a;
   column.aStep = below.a - above.a;
-  // The step d = high · 2^10 + low: its lowest 13 bits with their sign, and what is left.
+  // The step d = high · 2^10 + low: its lowest 13 bits with their sign, and the rest.
   const Shorts high = below.high - above.high;
   const Shorts low = below.low - above.low;
   column.stepLow = ((high << 13) + (low << 3)) >> 3;

@@ -20,9 +20,9 @@ int usefulParticipants();
 // calling thread takes part from the beginning and does not wait for the others to start: a late
 // thread finds the work done.
 //
-// Each participant begins with a part of the items that is always the same, so that it finds what
-// it wrote in the share before in the caches of its own core. Whoever is done goes on with the
-// items of others, one by one, since cores are of different speed and busy with other things.
+// Each participant begins with the same part of the items in every share, so that the caches of its
+// core still hold what it wrote in the previous share. When its part is done it takes items of
+// other participants, one by one, since cores differ in speed and may be busy.
 class WorkerTeam : public Team {
  public:
   static constexpr int kSize = 4; // participants when the library picks the number itself

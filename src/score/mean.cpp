@@ -17,7 +17,7 @@ TLUX_MULTIVERSION std::int32_t sumOf(const std::int16_t* row, std::ptrdiff_t wid
 
 namespace {
 
-// In the width of the samples, for as many lanes as can be.
+// In the width of the samples, to use as many lanes as possible.
 struct SampleRange {
   std::int16_t minimum;
   std::int16_t maximum;

@@ -78,8 +78,8 @@ bool smooth(Pyramid pyramid, const Samples& source, const Samples& output, Team*
   return true;
 }
 
-// `memory` holds workSamples(), the frame log luminance, counted from `anchor`. `steadiness` null:
-// the frame is by itself.
+// `memory` holds workSamples(), `frame` the log luminance relative to `anchor`. `steadiness` null:
+// the frame is independent of others.
 Result scoreFrameIn(std::int16_t* memory, MMemMgr manager, const RetinexFrame& frame,
                     std::int32_t anchor, Steadiness* steadiness, Team* team) {
   const std::int32_t width = frame.width;

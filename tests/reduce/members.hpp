@@ -7,7 +7,7 @@
 #include "support/frame.hpp"
 #include "support/guarded_buffer.hpp"
 
-// The members of the reductions with their formulas, and planes to call them on.
+// The reductions with their formulas, and planes to call them on.
 namespace tlux::test {
 
 inline constexpr int kFourThirds = 0; // in place of a factor
@@ -80,7 +80,7 @@ class ReducedFrame {
   TLUX_IMAGE image_;
 };
 
-// A destination wider than the output begins its rows that much closer together.
+// In a destination wider than the output, rows start that much closer together.
 class Destination {
  public:
   template <class Between>
@@ -95,7 +95,7 @@ class Destination {
   }
   TLUX_IMAGE& image() { return image_; }
 
-  // Whether it holds the output, and nothing else was written.
+  // Whether it holds the output and nothing else was written.
   bool holdsExpected() {
     return planes_[0]->holds(expected_.planes[0]) && planes_[1]->holds(expected_.planes[1]) &&
            planes_[2]->holds(expected_.planes[2]);

@@ -13,7 +13,7 @@ namespace {
 
 using namespace detail;
 
-// Random bytes with runs of extreme values, which make the sums reach their ends.
+// Random bytes with runs of extreme values, so that sums reach their limits.
 ReducedFrame sourceOf(std::uint32_t format, int width, int height, Random& random) {
   const auto between = [&](int low, int high) { return random.intBetween(low, high); };
   return ReducedFrame(format, width, height, between, [&](std::span<std::uint8_t> bytes) {
@@ -118,7 +118,7 @@ TEST(ScaleCropImage, TakesNv12ReducedByEightAsNv21) {
   EXPECT_EQ(outputs[1], outputs[3]);
 }
 
-// What is not handled answers as documented and writes nothing.
+// Unsupported calls return the documented code and write nothing.
 TEST(ScaleCropImage, LeavesTheDestinationAloneWhereThereIsNothingToDo) {
   constexpr int kLow = std::numeric_limits<int>::min();
   constexpr int kHigh = std::numeric_limits<int>::max();

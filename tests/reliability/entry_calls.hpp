@@ -140,7 +140,7 @@ void onBand(MMemMgr manager, std::uint8_t* out, Work work) {
   work(band);
 }
 
-// Scores of 0 stand for a score that had no memory.
+// All scores are 0 if scoring ran out of memory.
 template <auto Generate>
 std::uint32_t generateScores(MMemMgr manager, std::uint8_t* out) {
   const TLUX_IMAGE source = grayOver(pixels());
@@ -157,7 +157,7 @@ std::uint32_t generateScores(MMemMgr manager, std::uint8_t* out) {
   return result;
 }
 
-// Two frames on one engine. On the heap only one of them can meet the fault, and the engine serves
+// Two frames on one engine. On the heap only one of them can hit the fault; the engine must handle
 // the other as if nothing had happened.
 inline std::uint32_t runTwice(MMemMgr manager, std::uint8_t* out) {
   TLUX_ENGINE* engine = nullptr;
@@ -181,8 +181,8 @@ inline std::uint32_t runTwice(MMemMgr manager, std::uint8_t* out) {
   return std::max(results[0], results[1]);
 }
 
-// A single picture twice through one stream: where the first cannot have what it needs, its output
-// is the source, and the second is made as if nothing had happened.
+// The same picture twice through one stream: if the first run lacks a resource, its output is the
+// source, and the second run works as if nothing had happened.
 inline std::uint32_t streamTwice(MMemMgr manager, std::uint8_t* out) {
   TLUX_STREAM_OPTIONS options;
   EXPECT_EQ(TLUX_InitStreamOptions(&options, sizeof options, TLUX_TONES_NATURAL), TLUX_OK);
@@ -206,7 +206,7 @@ inline std::uint32_t streamTwice(MMemMgr manager, std::uint8_t* out) {
   return result;
 }
 
-// The stage of a run, on a reference frame of the caller's.
+// The tone stage of a run, on the caller's reference frame.
 inline std::uint32_t toneMap(MMemMgr manager, std::uint8_t* out) {
   TLUX_IMAGE reference{TLUX_FMT_YCBCR444_P,
                        kLowWidth,

@@ -9,7 +9,7 @@
 
 namespace tlux::test {
 
-// What a call does when it cannot have memory.
+// What a call does when memory runs out.
 enum class Failure {
   kReported, // it says so, and its output is untouched
   kPartial,  // it says so; what it has written by then is what the whole call writes
@@ -20,8 +20,8 @@ enum class Failure {
 struct EntryPoint {
   const char* name;
   std::size_t outputBytes;
-  // The output is in and out: it holds beforePixels() at first. Everything else is the call's own,
-  // and released by it.
+  // The output is input as well: it first holds beforePixels(). The call owns and releases
+  // everything else.
   std::uint32_t (*call)(MMemMgr manager, std::uint8_t* output);
   Failure failure = Failure::kReported;
   bool mayDoWithout = false; // whether it can also do all it should without

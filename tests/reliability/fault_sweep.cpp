@@ -21,7 +21,7 @@ std::uint32_t FaultSweeper::call(MMemMgr manager) {
   return swept_.call(manager);
 }
 
-// Otherwise it must have failed as its interface says.
+// Otherwise the call must fail as its interface documents.
 bool FaultSweeper::isWhole(std::uint32_t result, std::uint32_t code) const {
   if (result == TLUX_OK && std::ranges::equal(swept_.memory, whole_)) return true;
   EXPECT_EQ(result, swept_.failure == Failure::kSilent ? TLUX_OK : code);
@@ -58,7 +58,7 @@ int FaultSweeper::everyFailedThreadStart() {
   return faults;
 }
 
-// Whether a call in a pool over so many bytes, which end at a protected page, did all it should.
+// Whether a call with a pool of this size, which ends at a protected page, succeeded completely.
 bool FaultSweeper::fitsIn(std::size_t bytes) {
   GuardedBuffer memory(bytes, 0xFF);
   MMemMgr manager = MMemMgrCreate(memory.data(), bytes);

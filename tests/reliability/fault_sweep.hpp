@@ -17,13 +17,13 @@ struct SweptCall {
   bool mayDoWithout = false;
 };
 
-// Makes a call again and again without something that it needs. Each time it does all it should or
-// fails as its interface says, and leaves no block and no thread behind.
+// Repeats a call with one resource missing each time. The call must succeed completely or fail as
+// its interface documents, and leave no block and no thread behind.
 class FaultSweeper {
  public:
   explicit FaultSweeper(SweptCall swept);
 
-  // Faults or pools that were tried.
+  // The number of faults or pools tried.
   int everyFailedAllocation();
   int everyFailedThreadStart();
   int everyPoolThatIsTooSmall();

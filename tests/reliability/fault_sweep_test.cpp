@@ -46,7 +46,7 @@ TEST_P(FaultSweep, EveryPoolThatIsTooSmall) {
   EXPECT_GT(sweeper().everyPoolThatIsTooSmall(), 0);
 }
 
-// Names of the functions of the public headers that are given a pool, by themselves or in a record.
+// Names of the public functions that take a pool, directly or in a record.
 std::set<std::string> functionsWithMemory() {
   std::set<std::string> names;
   for (const auto& file : std::filesystem::directory_iterator(TLUX_PUBLIC_HEADERS)) {
@@ -67,8 +67,8 @@ std::set<std::string> functionsWithMemory() {
   return names;
 }
 
-// The pool itself, what only releases, and what ignores the handle. createimg() keeps what it has
-// had when a later block fails; its own test pins that.
+// The pool itself, functions that only release memory, and those that ignore the handle.
+// createimg() keeps its earlier blocks when a later one fails; its own test pins that.
 const std::set<std::string> kNotSwept = {"MMemMgrDestroy",
                                          "MMemAlloc",
                                          "MMemFree",
@@ -89,9 +89,9 @@ const std::set<std::string> kNotSwept = {"MMemMgrDestroy",
                                          "resize_C1",
                                          "createimg"};
 
-// A failed run leaves no half picture and no mark: its output is the copy, or as it was. The run
-// that follows fails too or gives its whole picture: it never takes for scores what the failed one
-// left unfinished.
+// A failed run leaves no half-made picture and no mark: its output is a copy or unchanged. The next
+// run fails too or makes its whole picture: it never uses scores that the failed run left
+// unfinished.
 class FailedRuns : public testing::Test {
  protected:
   static constexpr FrameShape kShape{128, 48}; // large enough for the mark
@@ -142,7 +142,7 @@ TEST_F(FailedRuns, WithoutThreads) {
   }
 }
 
-// Those that the table of refusals has good calls of, which are swept there.
+// The functions with a good call in the table of refusals, which are swept there.
 std::set<std::string> goodCalls() {
   std::set<std::string> names;
   for (const char* file : {"refusals_of_images_test.cpp", "refusals_of_planes_test.cpp"}) {

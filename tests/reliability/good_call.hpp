@@ -19,7 +19,7 @@
 
 namespace tlux::test {
 
-// All that the calls read and write.
+// Everything the calls read and write.
 struct CallMemory {
   alignas(16) std::uint8_t bytes[3][2048];
   std::int16_t shorts[3][1024];
@@ -39,7 +39,7 @@ struct CallMemory {
   TLUX_MAPPING_STATE mapping;
   TLUX_MAPPING_CONTEXT mapped;
 
-  // All but the records.
+  // Everything except the records.
   std::span<std::uint8_t> outputs() { return {bytes[0], offsetof(CallMemory, source)}; }
 };
 
@@ -48,9 +48,9 @@ inline CallMemory& callMemory() {
   return memory;
 }
 
-// A call that its function accepts. One that takes memory is swept for faults, and its bytes are
-// pinned. Called with damages, it is made again with one of them at a
-// time: it answers the code, if it has one, and leaves the memory as it was.
+// A call that its function accepts. If the function takes a memory manager, the call is swept for
+// faults and its bytes are pinned. Applied to damages, it repeats the call with one damage at a
+// time: the function must return the code, if it returns one, and leave the memory unchanged.
 template <class Result, class... Arguments>
 class GoodCall {
  public:
@@ -89,14 +89,14 @@ class GoodCall {
     }
     (std::index_sequence_for<Arguments...>());
   }
-  // In memory that is damaged.
+  // With damaged memory.
   void refused(std::uint32_t code) { refused(code, arguments_); }
 
  private:
   template <std::size_t kAt>
   using Argument = std::tuple_element_t<kAt, std::tuple<Arguments...>>;
 
-  // What an engine holds is not in the memory here.
+  // An engine keeps its data outside this memory.
   using Second = std::tuple_element_t<1, std::tuple<Arguments..., void*>>;
   static constexpr bool kIsSwept =
       std::is_same_v<Argument<0>, MMemMgr> && !std::is_same_v<Second, TLUX_ENGINE*>;
@@ -149,17 +149,17 @@ class GoodCall {
   int cases_ = 0;
 };
 
-// Null for each pointer that was given.
+// Replaces each non-null pointer by null.
 inline constexpr auto nulls = [](auto& call, std::uint32_t code) { call.replaceByNulls(code); };
 
-// Each value, at one place or the same at several.
+// Tries each value for one argument, or for several arguments at once.
 template <std::size_t... kAt, class... Values>
 auto at(Values... values) {
   return
       [=](auto& call, std::uint32_t code) { (call.template replace<kAt...>(code, values), ...); };
 }
 
-// Each value, in a field of a record or the same in all of them.
+// Tries each value in a field of a record; setAll() sets one value in several fields.
 template <class Field, class... Values>
 auto set(Field& field, Values... values) {
   return [=, &field](auto& call, std::uint32_t code) {
@@ -174,13 +174,13 @@ auto setAll(Value value, Fields&... fields) {
   };
 }
 
-// What such damages are answered with.
+// The code to expect for these damages.
 template <class... Damages>
 auto answers(std::uint32_t code, Damages... damages) {
   return [=](auto& call, std::uint32_t) { (damages(call, code), ...); };
 }
 
-// The six arguments input, pitch, output, pitch, width and height, of eight bytes by rows.
+// Damages of the six arguments input, pitch, output, pitch, width and height, for rows of 8 bytes.
 template <std::size_t kInput>
 auto planes(std::uint32_t whenEmpty = TLUX_OK) {
   return [=](auto& call, std::uint32_t) {
@@ -189,7 +189,7 @@ auto planes(std::uint32_t whenEmpty = TLUX_OK) {
   };
 }
 
-// Each plane of an image missing, or with rows that are too short.
+// Each plane of an image missing, or with a pitch that is too small.
 inline auto planesOf(TLUX_IMAGE& image) {
   return [&](auto& call, std::uint32_t code) {
     for (int i = 0; i < 4 && image.plane[i] != nullptr; ++i)
@@ -199,7 +199,7 @@ inline auto planesOf(TLUX_IMAGE& image) {
 
 #define GOOD(FUNCTION, ...) GoodCall(#FUNCTION, FUNCTION, __VA_ARGS__)
 
-// Noise everywhere, and records over it.
+// Memory filled with noise, and valid records.
 class Refusals : public testing::Test {
  protected:
   Refusals() {
@@ -234,7 +234,7 @@ class Refusals : public testing::Test {
     m.target = frame(target, m.bytes[1]);
   }
 
-  // Images of eight by six pixels.
+  // Images of 8 × 6 pixels.
   img* simple(int i, void* pixels, int channels = 1, int depth = 8) {
     const int stride = 8 * channels * depth / 8;
     for (int y = 0; y < 6; ++y)

@@ -6,8 +6,8 @@
 
 namespace tlux::test {
 
-// Whether a function still writes the bytes that it always wrote: the same from every compiler,
-// optimisation and processor.
+// Checks that a function still writes the bytes it always wrote, the same with every compiler,
+// optimisation level and processor.
 void expectPinned(const std::string& name, std::span<const std::uint8_t> bytes);
 
 } // namespace tlux::test

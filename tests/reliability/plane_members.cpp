@@ -80,8 +80,8 @@ int enlargedSample(const reference::Channel& in, int, int, int x, int y) {
   return reference::enlargedByEight(in, kCropLeft + x, kCropTop + y);
 }
 
-// Pixels within the radius of a clear one, or of what is beyond the mask, are cleared; those within
-// the radius of a set one are set.
+// Erosion clears pixels within the radius of a clear pixel or of the outside of the mask; dilation
+// sets pixels within the radius of a set pixel.
 template <bool kIsErosion>
 Bytes morphed(const Bytes& in, Size, Size size) {
   return reference::mapPixels(size.width, size.height, [&](int x, int y) {
@@ -137,7 +137,7 @@ Bytes gaussSmoothed(const Bytes& in, Size, Size size) {
   });
 }
 
-// Rows of old luma, of new luma and of chroma, one kind below the other.
+// Rows of old luma, then of new luma, then of chroma.
 Size threePlanes(Size size) {
   return {size.width, 3 * size.height};
 }
@@ -297,7 +297,7 @@ std::span<const PlaneMember> planeMembers() {
 
 bool followsItsFormula(const PlaneMember& member, Size size, Gaps gaps, Guard guard,
                        const std::function<void(std::span<std::uint8_t> row)>& fill) {
-  // Distances are multiples of the sample's alignment.
+  // Pitches are multiples of the sample's alignment.
   const auto rows = [&](Size of, int bytes, int gap) {
     const int unit = bytes == 3 ? 1 : bytes;
     return GuardedRows(of.width * bytes, of.height, member.isPacked ? 0 : gap * unit, false, guard);

@@ -13,7 +13,7 @@ namespace tlux::test {
 
 using reference::Size;
 
-// Memory of one call: rows of samples and their distance in bytes.
+// The memory of one call: rows of samples and their pitch in bytes.
 struct PlaneCall {
   const std::uint8_t* input;
   int inputPitch;
@@ -23,7 +23,7 @@ struct PlaneCall {
   Size size;
 };
 
-// An exported function of planes, and the formula that it follows to the bit.
+// An exported function of planes and its bit-exact formula.
 struct PlaneMember {
   const char* name;
   int inputBytes; // a pixel
@@ -42,8 +42,9 @@ inline std::ostream& operator<<(std::ostream& out, const PlaneMember& member) {
 
 std::span<const PlaneMember> planeMembers();
 
-// Whether the member makes of samples that fill(row) puts into its input what its formula makes of
-// them, and touches nothing else. Planes have so many samples between their rows; packed ones none.
+// Whether the member's output for the samples that fill(row) puts into its input equals its
+// formula's, and nothing else is touched. Planes have this many samples between their rows; packed
+// planes have none.
 struct Gaps {
   int input;
   int output;

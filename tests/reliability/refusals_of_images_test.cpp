@@ -4,7 +4,7 @@
 #include "reliability/good_call.hpp"
 #include "stream/scoped_stream.hpp"
 
-// What functions of images and frames do not take: a good call of each, and its damages.
+// What functions of images and frames refuse: a good call of each, and its damages.
 namespace tlux::test {
 namespace {
 
@@ -20,11 +20,11 @@ auto missing(TLUX_IMAGE& image) {
       if (plane != nullptr) call(set(plane, nullptr));
   };
 }
-// Of one unknown format.
+// One image with an unknown format.
 auto unknown(CallMemory& m) {
   return answers(TLUX_ERR_UNSUPPORTED, setAll(0x300, m.source.format, m.target.format));
 }
-// Of two formats, or sizes that do not fit.
+// Images of different formats, or of sizes that do not fit.
 auto unlike(CallMemory& m) {
   return [&](auto& call, std::uint32_t) {
     call(set(m.source.format, TLUX_FMT_YCBCR420_P), set(m.target.format, TLUX_FMT_GRAY),
@@ -192,7 +192,7 @@ TEST_F(Refusals, OfStreams) {
    set(m.target.plane[1], out), likeSource);
 }
 
-// Each image of the call in turn.
+// Damages each image of the call in turn.
 auto simpleImages(CallMemory& m, int images) {
   return [&m, images](auto& call, std::uint32_t) {
     call(nulls);
@@ -226,7 +226,7 @@ TEST_F(Refusals, OfGuidedFiltersOfSimpleImages) {
   GOOD(guided_box_alpha_half, nullptr, I, p, a, b, 1)(simpleImages(m, 4), at<5>(-1));
 }
 
-// Images that are too small for the first one of the call, or have too few channels.
+// Images that are too small for the first image of the call, or have too few channels.
 TEST_F(Refusals, OfSimpleTools) {
   const auto tooSmall = [](img& image) {
     return answers(TLUX_ERR_INVALID_PARAM, set(image.width, 7), set(image.height, 5));

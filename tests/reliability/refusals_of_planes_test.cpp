@@ -5,7 +5,7 @@
 
 #include "reliability/good_call.hpp"
 
-// What functions of planes and rows do not take: a good call of each, and its damages.
+// What functions of planes and rows refuse: a good call of each, and its damages.
 namespace tlux::test {
 namespace {
 
@@ -13,7 +13,7 @@ constexpr int kMin = std::numeric_limits<int>::min();
 constexpr int kMax = std::numeric_limits<int>::max();
 constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
 constexpr std::uint32_t kLarge = 0x80000000;
-constexpr std::uint32_t kNone = TLUX_OK; // nothing to do is no fault
+constexpr std::uint32_t kNone = TLUX_OK; // nothing to do is not an error
 
 TEST_F(Refusals, OfFilters) {
   const auto [in, out, more] = std::tuple(m.bytes[0], m.bytes[1], m.bytes[2]);

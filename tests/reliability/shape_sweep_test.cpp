@@ -36,7 +36,7 @@ void fillWithNoise(std::span<std::uint8_t> row) {
 
 class ShapeSweep : public testing::TestWithParam<PlaneMember> {
  protected:
-  // Calls until one fails, and says of which shape that was.
+  // Calls until one fails, and reports the shape of that call.
   static void check(Size size, Gaps gaps) {
     if (HasFatalFailure()) return;
     SCOPED_TRACE(testing::Message() << size.width << "x" << size.height << " gaps " << gaps.input

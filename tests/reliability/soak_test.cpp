@@ -35,7 +35,7 @@ constexpr Step kSteps[] = {
     {{34, 18}, Scene::kNoise, 0xFFFFFFFF},
 };
 
-// What can be seen of an engine's memory.
+// What is visible of an engine's memory.
 struct Held {
   std::int64_t largestFree;
   long liveBlocks;
@@ -50,8 +50,8 @@ int framesWanted() {
   return kIsFast ? 400 : 60;
 }
 
-// One engine over so many frames: from the second round on, each step finds the memory as it was
-// the round before and leaves the same picture, which is that of a fresh engine.
+// One engine over many frames: from the second round on, each step finds the memory as it was in
+// the round before, and makes the same picture as a fresh engine.
 void soak(std::optional<Pool> pool) {
   const MMemMgr manager = pool ? static_cast<MMemMgr>(*pool) : nullptr;
   const long before = liveAllocations();

@@ -33,8 +33,8 @@ class GuardedBuffer {
   std::size_t size_;
 };
 
-// Rows of bytes that end with the last sample of the last row, from either end, with a guard value
-// in all of them and between them.
+// Rows of bytes that end with the last sample of the last row, guarded at either end, with a guard
+// value in and between the rows.
 class GuardedRows {
  public:
   GuardedRows(int rowBytes, int rows, int gap = 0, bool isBottomUp = false,
@@ -43,13 +43,13 @@ class GuardedRows {
   std::uint8_t* data() const { return first_; }
   int pitch() const { return pitch_; }
   std::uint8_t* row(int y) const { return first_ + std::ptrdiff_t{y} * pitch_; }
-  // All rows with what is between them.
+  // All rows, including the bytes between them.
   std::span<std::uint8_t> bytes() { return buffer_.bytes(); }
 
-  // Samples alone, end to end.
+  // The samples only, packed.
   void set(std::span<const std::uint8_t> samples);
   std::vector<std::uint8_t> samples() const;
-  // Whether all other bytes are as they were.
+  // Whether all other bytes are unchanged.
   bool isIntact();
   bool holds(const std::vector<std::uint8_t>& expected) {
     return samples() == expected && isIntact();

@@ -51,7 +51,7 @@ class TestImage {
   }
   const Bytes& given() const { return given_; }
   bool isUnchanged() const { return pixels() == given_; }
-  // Whether nothing was written beside the pixels.
+  // Whether nothing next to the pixels was overwritten.
   bool isIntact() { return pixels_.isIntact(); }
 
   img record{};
