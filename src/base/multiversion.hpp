@@ -27,14 +27,6 @@
 // not to alias once the function is inlined into the loop over rows.
 #define TLUX_OUT_OF_LINE [[gnu::noinline]]
 
-// Before a loop of look-ups, which no vector unit takes over and compilers leave rolled: an element
-// then takes three instructions instead of six.
-#if defined(__clang__)
-#define TLUX_UNROLLED _Pragma("clang loop unroll_count(8)")
-#else
-#define TLUX_UNROLLED _Pragma("GCC unroll 8")
-#endif
-
 // Before a loop with independent iterations, where a compiler cannot prove it and would check at
 // run time or give up.
 #if defined(__clang__)

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "base/by_eights.hpp"
 #include "base/multiversion.hpp"
 #include "base/plane.hpp"
 #include "score/mean.hpp"
@@ -16,10 +17,9 @@ std::int32_t convertSamples(Plane<Sample> source, Plane<std::int16_t> destinatio
   const auto convertRow = [&](std::int32_t y) {
     const Sample* in = source.row(y);
     std::int16_t* out = destination.row(y);
-    TLUX_UNROLLED
-    for (std::ptrdiff_t x = 0; x < source.width; ++x) {
+    forEachByEights(source.width, [&](std::ptrdiff_t x) TLUX_INLINED_LAMBDA {
       out[x] = static_cast<std::int16_t>(convert(in[x]));
-    }
+    });
     return sumOf(out, source.width);
   };
   return meanOfRowMeans(source.width, source.height, convertRow, team);

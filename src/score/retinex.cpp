@@ -4,6 +4,7 @@
 #include <cmath>
 #include <limits>
 
+#include "base/by_eights.hpp"
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
 #include "base/plane.hpp"
@@ -57,10 +58,9 @@ TLUX_MULTIVERSION std::int32_t detailEnergy(const std::int16_t* __restrict logLu
 
 // Energy to deviation, in place. Returns the sum of the row.
 std::int32_t toDeviation(std::int16_t* row, std::ptrdiff_t width) {
-  TLUX_UNROLLED
-  for (std::ptrdiff_t i = 0; i < width; ++i) {
+  forEachByEights(width, [=](std::ptrdiff_t i) TLUX_INLINED_LAMBDA {
     row[i] = kDeviationTable[static_cast<std::size_t>(std::max<std::int32_t>(row[i], 0))];
-  }
+  });
   return sumOf(row, width);
 }
 

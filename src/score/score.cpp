@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 
+#include "base/by_eights.hpp"
 #include "base/fixed_point.hpp"
 #include "base/multiversion.hpp"
 #include "tlux/statistics.h"
@@ -20,10 +21,10 @@ TLUX_MULTIVERSION void scoreRow(const std::int16_t* logLuma, const std::int16_t*
   std::array<std::uint16_t, kPiece> result;
   for (std::ptrdiff_t first = 0; first < width; first += kPiece) {
     const std::ptrdiff_t count = std::min(kPiece, width - first);
-    for (std::ptrdiff_t i = 0; i < count; ++i) {
+    forEachByEights(count, [&](std::ptrdiff_t i) TLUX_INLINED_LAMBDA {
       const auto index = static_cast<std::uint16_t>(deviation[first + i]);
       reciprocal[i] = static_cast<std::int32_t>(reciprocals[index]);
-    }
+    });
     for (std::ptrdiff_t i = 0; i < count; ++i) {
       const std::int32_t l = logLuma[first + i];
       const std::int32_t detail = wrappingMul(l - base[first + i], contrast) >> 4;
