@@ -164,20 +164,30 @@ template <class Relax>
       });
 }
 
-// Row `here` of targets (0) and others (kFar), and its neighbours, become a finished row of the
-// mask.
-TLUX_MULTIVERSION std::uint32_t crossMaskRow(const std::uint8_t* above, const std::uint8_t* here,
-                                             const std::uint8_t* below, std::size_t width,
-                                             const Morphology& op, std::uint8_t* row) {
-  const std::uint8_t nearValue = op.nearValue();
-  const std::uint8_t farValue = op.farValue();
+// The pixels of row `here` that are clear or have a clear neighbour are cleared in `row`.
+TLUX_MULTIVERSION std::uint32_t erodeCross(const std::uint8_t* above, const std::uint8_t* here,
+                                           const std::uint8_t* below, std::size_t width,
+                                           std::uint8_t* row) {
   return countChanges(
       width, [=](std::size_t x) __attribute__((always_inline)) {
-        const std::uint8_t centre = here[x];
         const std::uint8_t inRow = std::min(*(here + x - 1), here[x + 1]);
         const std::uint8_t aside = std::min(std::min(above[x], below[x]), inRow);
-        row[x] = std::min(aside, centre) == 0 ? nearValue : farValue;
-        return aside < centre;
+        const std::uint8_t centre = here[x];
+        row[x] = std::min(aside, centre) == 0 ? 0 : 255;
+        return (aside == 0) & (centre != 0);
+      });
+}
+
+// Those that are set or have a set neighbour are set.
+TLUX_MULTIVERSION std::uint32_t dilateCross(const std::uint8_t* above, const std::uint8_t* here,
+                                            const std::uint8_t* below, std::size_t width,
+                                            std::uint8_t* row) {
+  return countChanges(
+      width, [=](std::size_t x) __attribute__((always_inline)) {
+        const int aside = *(here + x - 1) | here[x + 1] | above[x] | below[x];
+        const std::uint8_t centre = here[x];
+        row[x] = (aside | centre) != 0 ? 255 : 0;
+        return (aside != 0) & (centre == 0);
       });
 }
 
@@ -214,43 +224,32 @@ std::uint32_t apply(const MaskView& mask, const Morphology& op) {
   return changed + finishTopRow(mask.row(0), mask.width, op);
 }
 
-// A radius of 1 needs no distances: a pixel is near where it or one of its four neighbours is a
-// target. The targets of three rows are kept, since the mask changes in place.
+// A radius of 1 needs no distances: it is enough to look at a pixel and its four neighbours. Two
+// rows are kept, since the mask changes in place. Pixels beyond the rectangle are clear.
 class CrossPass {
  public:
   static constexpr std::size_t kMostColumns = kChunk;
 
-  CrossPass(const MaskView& mask, const Morphology& op) : mask_(mask), op_(op) {}
+  explicit CrossPass(const MaskView& mask) : mask_(mask) {}
 
-  std::uint32_t apply() {
-    std::uint8_t* above = rows_[0];
-    std::uint8_t* here = rows_[1];
-    std::uint8_t* below = rows_[2];
-    load(mask_.height, above); // beyond the rectangle
-    load(0, here);
+  std::uint32_t apply(bool targetIsSet) {
+    const auto cross = targetIsSet ? dilateCross : erodeCross;
+    std::uint8_t* above = rows_[0] + 1;
+    std::uint8_t* here = rows_[1] + 1;
     std::uint32_t changed = 0;
     for (std::size_t y = 0; y < mask_.height; ++y) {
-      load(y + 1, below);
-      changed += crossMaskRow(above + 1, here + 1, below + 1, mask_.width, op_, mask_.row(y));
+      const bool isLast = y + 1 == mask_.height;
+      std::memcpy(here, mask_.row(y), mask_.width);
+      changed += cross(above, here, isLast ? clear_ : mask_.row(y + 1), mask_.width, mask_.row(y));
       std::swap(above, here);
-      std::swap(here, below);
     }
     return changed;
   }
 
  private:
-  void load(std::size_t y, std::uint8_t* targets) const {
-    if (y == mask_.height) {
-      std::fill_n(targets, mask_.width + 2, op_.outside);
-      return;
-    }
-    targets[0] = targets[mask_.width + 1] = op_.outside;
-    seedDistances(mask_.row(y), mask_.width, op_, targets + 1);
-  }
-
   const MaskView& mask_;
-  const Morphology& op_;
-  std::uint8_t rows_[3][kMostColumns + 2]; // a distance of 0 is a target
+  std::uint8_t rows_[2][kMostColumns + 2] = {}; // with a clear pixel on either side
+  std::uint8_t clear_[kMostColumns] = {};
 };
 
 std::uint32_t applyInside(std::uint8_t* mask, std::ptrdiff_t pitch, const TLUX_MASK_RECT& rect,
@@ -261,7 +260,9 @@ std::uint32_t applyInside(std::uint8_t* mask, std::ptrdiff_t pitch, const TLUX_M
   const MaskView view{first, pitch, rect.right - rect.left, rect.bottom - rect.top};
   const std::uint8_t outside = targetIsSet ? kFar : 0; // clear: a target of erosion only
   const Morphology op = {targetIsSet, outside, static_cast<std::uint8_t>(radius)};
-  if (radius == 1 && view.width <= CrossPass::kMostColumns) return CrossPass(view, op).apply();
+  if (radius == 1 && view.width <= CrossPass::kMostColumns) {
+    return CrossPass(view).apply(targetIsSet);
+  }
   return apply(view, op);
 }
 
