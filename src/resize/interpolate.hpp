@@ -204,23 +204,23 @@ class InterpolatedRun {
     }
   }
 
-  // Two neighbours of three bytes each become pairs of taps. For each, four bytes are loaded and
+  // Two neighbours of three bytes each become pairs of taps. For each, eight bytes are loaded and
   // eight stored, of which the next pixel overwrites two; at the end of the row pixels are gathered
   // byte by byte.
   void pairPixels(const std::uint8_t* __restrict in, std::uint8_t* __restrict taps) const {
     std::int32_t end = insideEnd_;
-    while (end > insideFirst_ && offsets_[1][end - 3] + 4 > rowBytes_) {
+    while (end > insideFirst_ && offsets_[1][end - 3] + 8 > rowBytes_) {
       end -= 3;
     }
     const std::uint16_t* __restrict distances = distances_;
+#pragma GCC unroll 4
     for (std::int32_t k = insideFirst_; k < end; k += 3) {
       using EightBytes [[gnu::vector_size(8)]] = std::uint8_t;
-      std::uint32_t neighbours[2];
-      std::memcpy(&neighbours[0], in + distances[k], 4);
-      std::memcpy(&neighbours[1], in + distances[k] + 3, 4);
-      EightBytes both;
-      std::memcpy(&both, neighbours, sizeof both);
-      const EightBytes pairs = __builtin_shufflevector(both, both, 0, 4, 1, 5, 2, 6, 3, 7);
+      EightBytes left;
+      EightBytes right;
+      std::memcpy(&left, in + distances[k], sizeof left);
+      std::memcpy(&right, in + distances[k] + 3, sizeof right);
+      const EightBytes pairs = __builtin_shufflevector(left, right, 0, 8, 1, 9, 2, 10, 3, 11);
       std::memcpy(taps + std::ptrdiff_t{2} * k, &pairs, sizeof pairs);
     }
     gatherEach(in - offsets_[0][insideFirst_], taps, end, insideEnd_);
