@@ -57,7 +57,7 @@ template <class Vector, class T>
   return load<Shorts>(from);
 }
 
-// What NEON has instructions of its own for.
+// Operations for which NEON has its own instructions.
 #if !defined(TLUX_NEON_LANES)
 
 // a · (v − 128) / 2^10, rounded down, in the order of widen().
@@ -88,7 +88,8 @@ template <int kShift>
   store(to + kColumns, pairs.second);
 }
 
-// Numbers of pairs, kColumns / 2 early and as many late ones, for the columns of loadPairs().
+// Numbers that belong to pairs, the first kColumns / 2 in `early` and the rest in `late`, in the
+// order of loadPairs().
 [[gnu::always_inline]] inline PairHalves forPairs(Shorts early, Shorts late) {
   return {twice(early), twice(late)};
 }

@@ -85,7 +85,7 @@ template <int kShift>
   return as<Bytes>(vqshrun_high_n_s16(low, raw(scaled.high + b.high), kShift));
 }
 
-// The first bytes of all pairs, and the second ones.
+// The first bytes of all pairs, then the second bytes.
 [[gnu::always_inline]] inline BytePairs loadPairs(const std::uint8_t* from) {
   const uint8x16x2_t pairs = vld2q_u8(from);
   return {as<Bytes>(pairs.val[0]), as<Bytes>(pairs.val[1])};
@@ -100,7 +100,8 @@ template <int kShift>
   return {{early, late}, {early, late}};
 }
 
-// Truncated quotients of four sums, Q26, which saturate where those of Q10 in 16 bits would.
+// Truncated quotients of four sums in Q26. They saturate exactly where quotients in Q10 would in 16
+// bits.
 [[gnu::always_inline]] inline int16x8_t quotientsQ26(uint16x4_t dividends, uint16x4_t divisors) {
   const float32x4_t quotients =
       vdivq_f32(vcvtq_f32_u32(vmovl_u16(dividends)), vcvtq_f32_u32(vmovl_u16(divisors)));

@@ -1,6 +1,6 @@
 #pragma once
 
-#if defined(TLUX_PLAIN_LANES) // in tests, to have that arithmetic compared, too
+#if defined(TLUX_PLAIN_LANES) // in tests, so that this arithmetic is compared as well
 #define TLUX_WIDE_PRODUCTS
 #endif
 
@@ -158,8 +158,8 @@ template <int kShift>
   return out;
 }
 
-// from + k · step / 8, rounded down, for the columns k = 0 … 7 of kColumns / 8 cells, which have
-// one number each. Up to four numbers of either are read.
+// from + k · step / 8, rounded down, for the columns k = 0 … 7 of kColumns / 8 cells with one
+// number each. Reads up to four numbers from each pointer.
 [[gnu::always_inline]] inline Halves eighths(const std::int16_t* from, const std::int16_t* steps) {
   Halves out = {};
   for (int k = 0; k < 8; ++k) {

@@ -21,8 +21,8 @@ struct Halves {
   Shorts high;
 };
 
-// kColumns pairs of interleaved bytes, in two vectors, and the 16-bit numbers of both. Which pairs
-// are where is known to loadPairs(), storePairs() and forPairs().
+// kColumns pairs of interleaved bytes in two vectors, and the 16-bit numbers of both. Only
+// loadPairs(), storePairs() and forPairs() know the order of the pairs.
 struct BytePairs {
   Bytes first;
   Bytes second;
@@ -33,7 +33,7 @@ struct PairHalves {
   Halves second;
 };
 
-// Numbers of 32 bits for the columns of a vector of 16-bit ones, and those of both halves.
+// 32-bit numbers for the columns of a vector of 16-bit numbers, and for both halves.
 struct Wide {
   Ints low;
   Ints high;

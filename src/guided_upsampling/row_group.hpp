@@ -19,7 +19,7 @@ inline constexpr std::int32_t kLargestShortA = (1 << 14) - 1;
 inline constexpr std::int32_t kLargestShortB = (1 << 23) - 1;
 inline constexpr std::int32_t kFewestShortCells = 8;
 
-// A row of coefficients of so many cells, as the kernels keep it.
+// A row of coefficients in the form that the kernels store.
 struct CellRow {
   std::int16_t* memory; // samples() of it, aligned for 32-bit numbers
   std::ptrdiff_t cells;

@@ -9,16 +9,16 @@
 
 namespace tlux::detail {
 
-// Sums of the 32 numbers from each one on, four at a time. Sums of 2, 4, 8, 16 and 32 are made of
-// each other within registers: those of the columns 4, 8 and 16 further on are the same vectors
+// Sums of 32 numbers in a row, for four starting columns at a time. Sums of 2, 4, 8, 16 and 32 are
+// built from each other in registers: the sums 4, 8 and 16 columns further on are the same vectors
 // one, two and four steps later.
 class SumsOf32 {
  public:
   static constexpr std::ptrdiff_t kSpan = 32;
   static constexpr std::ptrdiff_t kFewest = 16; // sums of a row
 
-  // sums[x] = in[x] + … + in[x + 31] for x of 0 … count − 1, of which there are kFewest at least.
-  // Also reads the two numbers behind, whatever they are.
+  // sums[x] = in[x] + … + in[x + 31] for x from 0 to count − 1; count is at least kFewest. Also
+  // reads the next two numbers, which have no effect.
   TLUX_INLINED static void make(const std::uint32_t* in, std::ptrdiff_t count,
                                 std::uint32_t* sums) {
     const std::ptrdiff_t whole = count / kFewest * kFewest;
@@ -64,7 +64,7 @@ class SumsOf32 {
     std::memcpy(sums, &thirtyTwo, sizeof thirtyTwo);
   }
 
-  // Takes in four numbers; returns the sums from seven steps before.
+  // Adds four numbers; returns the sums of seven steps before.
   template <std::size_t kTurn>
   TLUX_INLINED Four step() {
     in_ += 4;

@@ -9,7 +9,7 @@
 namespace tlux::detail {
 namespace {
 
-// A row of coefficients, one element per cell, with a' and b' of the next one, the last one being
+// A row of coefficients, one element per cell. a' and b' belong to the next cell; the last cell is
 // its own next.
 struct SplitCells {
   std::int32_t* b;     // · 8
@@ -58,7 +58,7 @@ struct Lines {
   return {eighths(row.a + cell, row.aStep + cell), {b.low & kWhole, b.high & kWhole}};
 }
 
-// The parts of Lines in memory.
+// How Lines are stored in memory.
 inline constexpr std::ptrdiff_t kPart = kColumns / 2;
 
 [[gnu::always_inline]] inline Lines loadLines(const std::int16_t* from) {
@@ -76,8 +76,8 @@ inline constexpr std::ptrdiff_t kPart = kColumns / 2;
   store(to + 5 * kPart, lines.b.high.high);
 }
 
-// Between two lines. a of row k is k/8 of the way from above to below, rounded down, which is half
-// of the way between two of these, rounded down.
+// Between two lines. a of row k is k/8 of the way from above to below, rounded down; each is
+// half-way between two others, rounded down.
 struct Slopes {
   Shorts above;
   Shorts quarter;

@@ -10,13 +10,13 @@
 
 namespace tlux::detail {
 
-// Mean of the row means of a plane that is not empty, its rows summed in any order and by several
-// threads. Both divisions truncate toward zero.
+// Mean of the row means of a non-empty plane. Several threads may add rows in any order. Both
+// divisions truncate toward zero.
 class RowMeans {
  public:
   RowMeans(std::int32_t width, std::int32_t height) : width_(width), height_(height) {}
 
-  // rowSum(y) returns the wrapping 32-bit sum of row y. Passes that change every sample hand in the
+  // rowSum(y) returns the wrapping 32-bit sum of row y. Passes that change every sample pass the
   // sum of what they wrote.
   template <class RowSum>
   void add(Band rows, RowSum&& rowSum) {
@@ -35,7 +35,7 @@ class RowMeans {
   std::atomic<std::uint32_t> total_{0}; // wraps
 };
 
-// The same of rows that a team shares or, null, the caller sums; 0 for an empty plane.
+// The same, with rows shared by a team or, if null, summed by the caller; 0 for an empty plane.
 template <class RowSum>
 std::int32_t meanOfRowMeans(std::int32_t width, std::int32_t height, RowSum&& rowSum,
                             Team* team = nullptr) {

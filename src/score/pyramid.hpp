@@ -36,7 +36,7 @@ enum class PyramidOutcome {
 };
 
 // Smooths a plane over all scales. Its levels, from the largest to the smallest, are stacked in the
-// scratch. Whatever happens, their records are released.
+// scratch. Their records are always released.
 //
 // Rounding moves the means of the levels off that of the source. They are scaled back to it, which
 // near zero is a ratio of rounding noise, unless `followed` is given: then they stay as they are,
