@@ -11,12 +11,6 @@ namespace {
 
 using Gains = std::vector<std::uint16_t>;
 
-const struct Member {
-  decltype(&TLUX_AME_TonemapExposure_Line8) call;
-  int step;
-  int slack;
-} kMembers[] = {{TLUX_AME_TonemapExposure_Line8, 8, 8}, {AME_TonemapExposure_Line, 4, 0}};
-
 // Gains g at brightness 2048 turn into unity at 4096, along a line that is exact in Q11.
 TEST(GainLine, RollsOffInHighlights) {
   Gains mapping(65536);

@@ -22,7 +22,7 @@ struct Extent {
 
 // A wrong result. Uncaught, it is a crash for a fuzzer.
 inline void require(bool holds, const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
-  if (!holds) throw std::logic_error(std::string(file) + ":" + std::to_string(line));
+  if (!holds) throw std::logic_error(std::string(file).append(":").append(std::to_string(line)));
 }
 
 // Takes shapes and contents from random bytes or a fuzzer's; returns the lowest values when they
