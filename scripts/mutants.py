@@ -43,7 +43,7 @@ ROOMS = {
     "tone": (7, "engine reliability"),
     "guided_upsampling": (14, "plain_lanes engine reliability"),
     "platform": (9, "reliability stream"),
-    "base": (4, "guided_upsampling filter enhance chroma engine"),
+    "base": (4, "guided_upsampling plain_lanes filter enhance chroma engine"),
 }
 MOST_SECONDS = 60  # of processor time, for one test program
 MOST_BYTES = 8 << 30
