@@ -7,7 +7,8 @@
 
 namespace tlux::detail {
 
-// What became of a step that can fail. The values are the result codes of the interface.
+// The outcome of a step that can fail. The values are the result codes of the interface. Declared
+// apart, since clang-format 14 takes a body behind an attribute for an initializer.
 enum class [[nodiscard]] Result : std::uint32_t;
 
 enum class Result : std::uint32_t {
@@ -24,7 +25,7 @@ constexpr std::uint32_t codeOf(Result result) {
   return static_cast<std::uint32_t>(result);
 }
 
-// What became of a step that an exported function did.
+// The outcome of an exported function that the library itself called.
 constexpr Result resultOf(std::uint32_t code) {
   return static_cast<Result>(code);
 }

@@ -19,7 +19,7 @@ FramePtr copyOf(const AVFrame& frame) {
 
 /** Applies a gain in linear light; below unity, its reciprocal to the inverted code. */
 std::vector<uint8_t> mapCodes(std::vector<uint8_t> codes, std::vector<uint16_t> gains) {
-  constexpr int32_t kOddRow = 1; // one that no chroma goes with
+  constexpr int32_t kOddRow = 1; // a row without chroma
   const size_t pixels = codes.size();
   codes.resize((pixels + 3) / 4 * 4); // as far as the library works
   gains.resize(codes.size());

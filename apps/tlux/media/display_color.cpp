@@ -137,8 +137,7 @@ FramePtr grayToRgb(const AVFrame& picture, const AVFrameSideData& profile) {
   return rgb;
 }
 
-/** The transfer curve of IEC 61966-2-1, indexed by the square root of light for fine shadow steps.
- */
+/** The transfer curve of IEC 61966-2-1, indexed by the square root of light for fine shadows. */
 class SrgbTable {
  public:
   SrgbTable() {
